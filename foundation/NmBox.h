@@ -1,0 +1,43 @@
+#pragma once
+
+#include "foundation/NmVec.h"
+
+/// Box in world units. The default is the empty box: every minimum 0, every maximum -1.0e10.
+class NmBox3f {
+ public:
+  float xmin = 0.0f, xmax = -1.0e10f;
+  float ymin = 0.0f, ymax = -1.0e10f;
+  float zmin = 0.0f, zmax = -1.0e10f;
+
+  NmBox3f() = default;
+  NmBox3f(float x0, float x1, float y0, float y1, float z0, float z1)
+      : xmin(x0), xmax(x1), ymin(y0), ymax(y1), zmin(z0), zmax(z1) {}
+
+  float min(int axis) const { return axis == 0 ? xmin : axis == 1 ? ymin : zmin; }
+  float max(int axis) const { return axis == 0 ? xmax : axis == 1 ? ymax : zmax; }
+
+  /// max - min on one axis, in single precision.
+  float extent(int axis) const;
+
+  /// Product of the extents, or -1 where a minimum is not at or below its maximum.
+  float volume() const;
+
+  /// Extent per axis divided by (dims - 1), or by 1 on an axis of one voxel or less.
+  NmVec3f getVoxelSize(const NmVec3f& dims) const;
+
+  bool operator==(const NmBox3f&) const = default;
+};
+
+/// Box of voxels, both ends inclusive. The default holds no voxel.
+class NmBox3i {
+ public:
+  int xmin = 0, xmax = -1;
+  int ymin = 0, ymax = -1;
+  int zmin = 0, zmax = -1;
+
+  NmBox3i() = default;
+  NmBox3i(int x0, int x1, int y0, int y1, int z0, int z1)
+      : xmin(x0), xmax(x1), ymin(y0), ymax(y1), zmin(z0), zmax(z1) {}
+
+  bool operator==(const NmBox3i&) const = default;
+};

@@ -1,0 +1,250 @@
+#pragma once
+
+#include <cstring>
+#include <limits>
+#include <new>
+#include <type_traits>
+
+#include "foundation/NmException.h"
+#include "foundation/NmMemory.h"
+
+template <class T>
+class NmDArray;
+template <class T>
+class NmDVector;
+template <class T>
+class NmHandle;
+
+namespace voxreg::detail {
+
+/// How an array treats its elements when they are made, moved to a new block and destroyed.
+enum class ElementKind {
+  plain,        ///< raw values: left uninitialised, moved by realloc, never destroyed
+  relocatable,  ///< handles and nested arrays: zero bytes when new, moved bit by bit
+  denseVector   ///< parameter vectors: zero bytes when new, rebuilt in the new block
+};
+
+template <class T>
+inline constexpr ElementKind elementKind = [] {
+  static_assert(std::is_trivially_copyable_v<T>, "NmDArray does not know how to hold this type");
+  return ElementKind::plain;
+}();
+template <class T>
+inline constexpr ElementKind elementKind<NmHandle<T>> = ElementKind::relocatable;
+template <class T>
+inline constexpr ElementKind elementKind<NmDArray<T>> = ElementKind::relocatable;
+template <class T>
+inline constexpr ElementKind elementKind<NmDVector<T>> = ElementKind::denseVector;
+
+/// max(needed, trunc(1.5 * size)): the growth that keeps repeated appends linear.
+long grownCapacity(long needed, long size);
+
+/// a + b of two counts; throws NmMemoryException where the sum is no count.
+long addedCount(long a, long b);
+
+/// Bytes of `count` elements; throws NmMemoryException where the product is no size.
+unsigned long elementBytes(long count, unsigned long elementSize);
+
+/// Writes the error line of a refused position or count.
+void reportBadArgument(const char* operation, long pos, long n);
+
+}  // namespace voxreg::detail
+
+/// Growable contiguous array over nmmalloc. `size` elements live at `data`, which has room for
+/// `max`; a default array owns nothing. Plain elements are left uninitialised when they come into
+/// being; handles, nested arrays and parameter vectors start empty. An allocation that fails throws
+/// NmMemoryException and leaves the array as it was.
+template <class T>
+class NmDArray {
+ public:
+  long size = 0;
+  long max = 0;
+  T* data = nullptr;
+
+  NmDArray() noexcept = default;
+  NmDArray(const NmDArray& other) : NmDArray() { *this = other; }
+  NmDArray(NmDArray&& other) noexcept : size(other.size), max(other.max), data(other.data) {
+    other.forget();
+  }
+  ~NmDArray() {
+    destroy(0, size);
+    nmfree(data);
+  }
+
+  NmDArray& operator=(const NmDArray& other) {
+    if (&other == this) return *this;
+    resize(other.size);
+    for (long i = 0; i < size; ++i) data[i] = other.data[i];
+    return *this;
+  }
+  NmDArray& operator=(NmDArray&& other) noexcept {
+    if (&other == this) return *this;
+    destroy(0, size);
+    nmfree(data);
+    size = other.size;
+    max = other.max;
+    data = other.data;
+    other.forget();
+    return *this;
+  }
+
+  T& operator[](long i) { return data[i]; }
+  const T& operator[](long i) const { return data[i]; }
+
+  /// Sets the number of elements (negative counts as 0), growing the block by half its present use
+  /// at least. Returns the new size.
+  long resize(long n);
+
+  /// Sets capacity and size at once; a negative argument stands for the present size, and the
+  /// capacity is the larger of the two. Capacity 0 frees the block. Returns the old capacity minus
+  /// the new one.
+  long remax(long newMax, long newSize);
+
+  /// Opens a gap of `n` new elements at `pos`. A bad position or a negative count changes nothing
+  /// and writes an error line.
+  void insertMemory(long pos, long n);
+
+  /// Inserts copies of `n` elements at `pos`; `src` may lie in this array and is read as it stood
+  /// before the call.
+  void insert(long pos, long n, const T* src);
+
+  /// Destroys the elements and keeps the block.
+  void clear() {
+    destroy(0, size);
+    size = 0;
+  }
+
+ private:
+  static constexpr voxreg::detail::ElementKind kind = voxreg::detail::elementKind<T>;
+  static constexpr bool isPlain = kind == voxreg::detail::ElementKind::plain;
+
+  void forget() noexcept {
+    size = 0;
+    max = 0;
+    data = nullptr;
+  }
+
+  void destroy([[maybe_unused]] long first, [[maybe_unused]] long last) noexcept {
+    if constexpr (!isPlain)
+      for (long i = first; i < last; ++i) data[i].~T();
+  }
+
+  /// The state of new elements: all zero bytes, which is a null handle or an empty array.
+  void zero([[maybe_unused]] long first, [[maybe_unused]] long last) noexcept {
+    if constexpr (!isPlain) {
+      if (last > first)
+        std::memset(static_cast<void*>(data + first), 0,
+                    static_cast<unsigned long>(last - first) * sizeof(T));
+    }
+  }
+
+  /// Moves elements bit by bit within the block; the slots left behind hold stale bits.
+  void shift(long to, long from, long n) noexcept {
+    if (n > 0)
+      std::memmove(static_cast<void*>(data + to), static_cast<const void*>(data + from),
+                   static_cast<unsigned long>(n) * sizeof(T));
+  }
+
+  void relocate(long capacity);
+};
+
+template <class T>
+void NmDArray<T>::relocate(long capacity) {
+  const unsigned long bytes = voxreg::detail::elementBytes(capacity, sizeof(T));
+  if constexpr (isPlain) {
+    data = static_cast<T*>(nmrealloc(static_cast<void*>(data), bytes));
+  } else {
+    T* const block = static_cast<T*>(nmmalloc(bytes));
+    if constexpr (kind == voxreg::detail::ElementKind::denseVector) {
+      long built = 0;
+      try {
+        for (; built < size; ++built) {
+          T* const fresh = new (static_cast<void*>(block + built)) T();
+          fresh->insert(0, data[built].size, data[built].data);
+        }
+      } catch (...) {
+        for (long i = 0; i <= built && i < size; ++i) block[i].~T();
+        nmfree(block);
+        throw;
+      }
+      destroy(0, size);
+    } else if (size > 0) {
+      std::memcpy(static_cast<void*>(block), static_cast<const void*>(data),
+                  static_cast<unsigned long>(size) * sizeof(T));
+    }
+    nmfree(data);
+    data = block;
+  }
+  max = capacity;
+}
+
+template <class T>
+long NmDArray<T>::resize(long n) {
+  if (n < 0) n = 0;
+  if (n < size) {
+    destroy(n, size);
+  } else {
+    if (n > max) remax(voxreg::detail::grownCapacity(n, size), size);
+    zero(size, n);
+  }
+  size = n;
+  return size;
+}
+
+template <class T>
+long NmDArray<T>::remax(long newMax, long newSize) {
+  if (newMax < 0) newMax = size;
+  if (newSize < 0) newSize = size;
+  const long oldMax = max;
+  const long capacity = newMax > newSize ? newMax : newSize;
+  if (newSize < size) {
+    destroy(newSize, size);
+    size = newSize;
+  }
+  if (capacity == 0) {
+    nmfree(data);
+    forget();
+  } else if (capacity != max) {
+    relocate(capacity);
+  }
+  zero(size, newSize);
+  size = newSize;
+  return oldMax - max;
+}
+
+template <class T>
+void NmDArray<T>::insertMemory(long pos, long n) {
+  if (pos < 0 || pos > size || n < 0) {
+    voxreg::detail::reportBadArgument("NmDArray::insertMemory", pos, n);
+    return;
+  }
+  const long grown = voxreg::detail::addedCount(size, n);
+  if (grown > max) remax(voxreg::detail::grownCapacity(grown, size), size);
+  shift(pos + n, pos, size - pos);
+  zero(pos, pos + n);
+  size = grown;
+}
+
+template <class T>
+void NmDArray<T>::insert(long pos, long n, const T* src) {
+  if (n < 1) return;
+  if (pos < 0 || pos > size || src == nullptr) {
+    voxreg::detail::reportBadArgument("NmDArray::insert", pos, n);
+    return;
+  }
+  const bool inside = data != nullptr && src >= data && src < data + size;
+  const long offset = inside ? src - data : 0;
+  insertMemory(pos, n);
+  try {
+    for (long i = n - 1; i >= 0; --i) {
+      const long old = offset + i;
+      const T& element = inside ? data[old < pos ? old : old + n] : src[i];
+      data[pos + i] = element;
+    }
+  } catch (...) {
+    destroy(pos, pos + n);
+    size -= n;
+    shift(pos, pos + n, size - pos);
+    throw;
+  }
+}

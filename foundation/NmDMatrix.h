@@ -1,0 +1,34 @@
+#pragma once
+
+#include "foundation/NmMemory.h"
+
+/// Dense row-major matrix of doubles, deep-copied. `data` holds nRows * nCols values or is null.
+template <class T>
+class NmDMatrix {
+ public:
+  int nRows = 0;
+  int nCols = 0;
+  T* data = nullptr;
+
+  NmDMatrix() noexcept = default;
+  NmDMatrix(const NmDMatrix& other);
+  NmDMatrix(NmDMatrix&& other) noexcept;
+  NmDMatrix& operator=(const NmDMatrix& other);
+  NmDMatrix& operator=(NmDMatrix&& other) noexcept;
+  ~NmDMatrix() { nmfree(data); }
+
+  /// Takes a new shape (negative counts as 0) with undefined contents; the present shape changes
+  /// nothing. Throws NmMemoryException, the matrix unchanged, when there is no room.
+  void resize(int rows, int cols);
+
+  /// Appends `b` on the right. A shape that does not fit leaves this matrix unchanged and writes an
+  /// error line.
+  NmDMatrix& operator*=(const NmDMatrix& b);
+
+  T& operator()(int row, int column) { return data[static_cast<long>(row) * nCols + column]; }
+  const T& operator()(int row, int column) const {
+    return data[static_cast<long>(row) * nCols + column];
+  }
+};
+
+extern template class NmDMatrix<double>;

@@ -1,0 +1,98 @@
+#include "foundation/NmLogFile.h"
+
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "foundation/NmException.h"
+#include "foundation/NmString.h"
+
+namespace {
+
+void writeToStandardError(const char* text, unsigned long length) {
+  std::fprintf(stderr, "%.*s\n", static_cast<int>(length), text);
+}
+
+}  // namespace
+
+NmLogFile& getTheLogInstance() {
+  // Never destroyed: objects that end after main may still have a line to write.
+  static NmLogFile& log = *new NmLogFile;
+  return log;
+}
+
+NmLogFile::Sink NmLogFile::setSink(Sink sink) {
+  std::shared_ptr<const Sink> next;
+  if (sink) next = std::make_shared<const Sink>(std::move(sink));
+  const std::lock_guard guard(mutex_);
+  sink_.swap(next);
+  return next ? *next : Sink();
+}
+
+void NmLogFile::printf(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  try {
+    write(false, format, arguments);
+  } catch (...) {
+    va_end(arguments);
+    throw;
+  }
+  va_end(arguments);
+}
+
+void NmLogFile::errorf(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  try {
+    write(true, format, arguments);
+  } catch (...) {
+    va_end(arguments);
+    throw;
+  }
+  va_end(arguments);
+}
+
+// A line is never a reason to fail: when memory is short, it is cut to what the stack holds.
+void NmLogFile::write(bool isError, const char* format, va_list arguments) {
+  char brief[256];
+  va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(brief, sizeof brief, format, again);
+  va_end(again);
+  if (length < 0) return;
+  if (static_cast<unsigned long>(length) < sizeof brief) return writeLines(isError, brief);
+  NmDArray<char> whole;
+  try {
+    whole.resize(static_cast<long>(length) + 1);
+  } catch (const NmMemoryException&) {
+    return writeLines(isError, brief);
+  }
+  std::vsnprintf(whole.data, static_cast<unsigned long>(whole.size), format, arguments);
+  writeLines(isError, whole.data);
+}
+
+void NmLogFile::writeLines(bool isError, const char* text) {
+  std::shared_ptr<const Sink> sink;
+  {
+    const std::lock_guard guard(mutex_);
+    sink = sink_;
+  }
+  do {
+    const unsigned long length = std::strcspn(text, "\r\n");
+    std::string line;
+    bool fits = sink != nullptr;
+    try {
+      if (fits) line.assign(text, length);
+    } catch (const std::bad_alloc&) {
+      fits = false;
+    }
+    if (fits)
+      (*sink)(isError, line);
+    else
+      writeToStandardError(text, length);
+    text += length;
+    if (*text == '\r') ++text;
+    if (*text == '\n') ++text;
+  } while (*text != '\0');
+}

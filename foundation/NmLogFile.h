@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdarg>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+/// The process-wide log, reached by getTheLogInstance(). Safe to call from several threads. Each
+/// line of a text goes to the sink without its line end; the sink runs outside the log's mutex, so
+/// it may log, replace the sink or throw, and what it throws reaches the caller.
+class NmLogFile {
+ public:
+  using Sink = std::function<void(bool isError, const std::string& line)>;
+
+  /// Writes information.
+  void printf(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  /// Writes an error.
+  void errorf(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  /// Replaces the sink and returns the one before. An empty sink restores the default, which writes
+  /// to standard error.
+  Sink setSink(Sink sink);
+
+ private:
+  void write(bool isError, const char* format, va_list arguments)
+      __attribute__((format(printf, 3, 0)));
+  void writeLines(bool isError, const char* text);
+
+  std::mutex mutex_;
+  std::shared_ptr<const Sink> sink_;
+};
+
+NmLogFile& getTheLogInstance();

@@ -1,0 +1,20 @@
+#include "foundation/NmMemory.h"
+
+#include <cstdlib>
+
+#include "foundation/NmException.h"
+
+void* nmmalloc(unsigned long bytes) {
+  void* block = std::malloc(bytes == 0 ? 1 : bytes);
+  if (block == nullptr) throw NmMemoryException();
+  return block;
+}
+
+// realloc(p, 0) may free p and return null, which would read as exhaustion and free twice.
+void* nmrealloc(void* p, unsigned long bytes) {
+  void* block = std::realloc(p, bytes == 0 ? 1 : bytes);
+  if (block == nullptr) throw NmMemoryException();
+  return block;
+}
+
+void nmfree(void* p) noexcept { std::free(p); }

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+
+/// Allocates `bytes` bytes (0 counts as 1). Throws NmMemoryException when memory is exhausted.
+[[nodiscard]] void* nmmalloc(unsigned long bytes);
+
+/// Resizes a block of nmmalloc, or allocates one for a null `p`; 0 bytes count as 1. Throws
+/// NmMemoryException when memory is exhausted, and the old block is then untouched.
+[[nodiscard]] void* nmrealloc(void* p, unsigned long bytes);
+
+/// Releases a block of nmmalloc or nmrealloc; null is allowed.
+void nmfree(void* p) noexcept;
+
+/// Base of the library's own objects: `new` takes its memory from nmmalloc, so that an exhausted
+/// allocator always shows as NmMemoryException, whatever is being made.
+class NmAllocated {
+ public:
+  static void* operator new(std::size_t bytes) { return nmmalloc(bytes); }
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  static void operator delete(void* p) noexcept { nmfree(p); }
+  static void operator delete(void*, void*) noexcept {}
+
+ protected:
+  NmAllocated() = default;
+  ~NmAllocated() = default;
+};

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "foundation/NmProgressInterface.h"
+
+/// Closes a progress task when it goes out of scope; opening it stays with the caller. A null
+/// progress is allowed.
+class ProgressScope {
+ public:
+  explicit ProgressScope(NmProgressInterface* progress) : progress_(progress) {}
+  ProgressScope(const ProgressScope&) = delete;
+  ProgressScope& operator=(const ProgressScope&) = delete;
+  ~ProgressScope();
+
+ private:
+  NmProgressInterface* progress_;
+};

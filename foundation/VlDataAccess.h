@@ -1,0 +1,42 @@
+#pragma once
+
+#include <atomic>
+
+#include "foundation/NmHandableThreaded.h"
+#include "foundation/NmResult.h"
+
+class VlData;
+
+/// Locked access to the voxels of one volume, given by VlData::lock. The lock lasts as long as the
+/// object, whichever thread lets go of it last, and the object keeps its volume alive.
+class VlDataAccess : public NmHandableThreaded {
+ public:
+  VlDataAccess() = default;
+  VlDataAccess(const VlDataAccess&) = delete;
+  VlDataAccess& operator=(const VlDataAccess&) = delete;
+  ~VlDataAccess() override;
+
+  /// The voxels, x fastest, data variables interleaved. Index 0 is the first voxel of the first (or
+  /// only) block; null for a block that the volume does not have.
+  virtual void* dataPtr(long index) const = 0;
+
+  /// True when all voxels lie in one block in grid order.
+  virtual bool isContiguous() const = 0;
+
+  /// True when the voxels can be addressed linearly through dataPtr(0).
+  virtual bool isLinear() const = 0;
+
+  /// Fills `buffer` with one line of voxels as floats, data variables interleaved. Exactly one
+  /// coordinate is -1 and names the axis that the line runs along. Fails, `buffer` untouched, for
+  /// any other combination, a coordinate out of range or a null buffer.
+  virtual NmResult row(long x, long y, long z, float* buffer) const = 0;
+
+  /// Writes such a line back. Integer voxels take the nearest value, ties to even, saturate at
+  /// their limits and turn NaN into 0. Fails like row, and on an access for reading.
+  virtual NmResult putRow(long x, long y, long z, const float* buffer) const = 0;
+
+ private:
+  friend class VlData;
+  struct Hold;
+  std::atomic<Hold*> holds_{nullptr};
+};

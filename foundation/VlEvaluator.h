@@ -1,0 +1,21 @@
+#pragma once
+
+#include "foundation/NmHandableThreaded.h"
+#include "foundation/NmVec.h"
+
+/// Samples one volume at arbitrary positions. It holds a read lock on the volume for its life, and
+/// is used by one thread at a time.
+class VlEvaluator : public NmHandableThreaded {
+ public:
+  ~VlEvaluator() override;
+
+  /// Moves the sampler to a point in world units. False, the sampler staying where it was, when the
+  /// point lies outside the volume's bounding box or is not a number.
+  virtual bool setLocation(const NmVec3f& point) = 0;
+
+  /// Writes the first data variable at the last accepted location; 0 before there is one.
+  virtual void value(float* result) = 0;
+
+  /// Writes every data variable at the last accepted location; zeros before there is one.
+  virtual void values(float* results) = 0;
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "foundation/VlData.h"
+#include "foundation/VlMeta.h"
+
+/// A volume whose voxels lie in one block of memory, its own or the host's. It starts without voxels;
+/// init and initShared give it some, and may be called again while nobody holds a lock. They fail,
+/// the volume staying as it was, for a dimension or number of data variables below 1, a dimension
+/// above 2^31 - 1, a block whose bytes no size can hold, a type that is not served, a locked volume,
+/// or when memory is exhausted. A new volume's bounding box runs from 0 to n - 1 on each axis, and
+/// from 0 to 1 for one voxel.
+class VlMemoryData : public VlData {
+ public:
+  /// `meta` is read during the call only and may be null.
+  explicit VlMemoryData(const VlMeta* meta);
+  ~VlMemoryData() override;
+
+  /// Allocates zeroed voxels. The three flags are accepted and change nothing.
+  NmResult init(const NmVec3l& dims, NmPrimType type, int numDataVars, bool, bool, bool);
+
+  /// Wraps voxels that the host owns and keeps alive, without a copy; null fails.
+  NmResult initShared(const NmVec3l& dims, NmPrimType type, int numDataVars, void* voxels);
+
+  NmPrimType primType() const override { return type_; }
+  int numDataVars() const override { return numDataVars_; }
+  NmVec3l dims() const override { return dims_; }
+  void boundingBox(NmBox3f& box) const override { box = box_; }
+  NmResult setBoundingBox(const NmBox3f& box) override;
+
+ protected:
+  NmHandle<VlDataAccess> openAccess(bool write) override;
+
+ private:
+  void adopt(const NmVec3l& dims, NmPrimType type, int numDataVars, void* voxels, bool owned);
+
+  NmVec3l dims_;
+  NmPrimType type_;
+  int numDataVars_ = 0;
+  NmBox3f box_;
+  void* voxels_ = nullptr;
+  bool ownsVoxels_ = false;
+};

@@ -1,0 +1,3 @@
+#include "functional/RegOptimizerCallback.h"
+
+RegOptimizerCallback::~RegOptimizerCallback() = default;
