@@ -1,0 +1,76 @@
+#pragma once
+
+#include "foundation/NmBox.h"
+#include "foundation/NmDArray.h"
+#include "foundation/NmDVector.h"
+#include "foundation/NmHandle.h"
+#include "foundation/NmMat4d.h"
+#include "foundation/NmVec.h"
+#include "foundation/VlData.h"
+
+class RegMetric;
+class RegNonAffineTransform;
+class RegOptimizerCallback;
+class RegParametricTransform;
+
+/// The objective function of one resolution level: the metric's value for the volumes under the
+/// present state of the transform, less the regularity penalty of a non-affine transform. Searches
+/// maximise it. It keeps read locks on its first reference and its model for its whole life.
+class RegFunctional : public NmAllocated {
+ public:
+  NmDArray<NmHandle<VlData>> reference;
+  NmDArray<NmHandle<VlData>> model;   ///< element 0 is used
+  RegParametricTransform* transform;  ///< not owned; maps model world to reference world
+  RegMetric* metric;                  ///< owned
+  RegOptimizerCallback* callback;     ///< not owned, may be null
+  NmVec3f modelSize;                  ///< extents of the model's bounding box, world units
+  NmHandle<VlDataAccess> referenceAccess;  ///< null when the lock failed
+  NmHandle<VlDataAccess> modelAccess;
+  int orientation;  ///< the registration's orientation code
+  NmVec3i modelDims;
+  NmMat4d worldToModel;  ///< model world position to model voxel position
+  int numThreads;        ///< number of work histograms of a kernel; no thread is started
+  double gradientTime = 0.0;       ///< seconds spent on Jacobians during gradients
+  int worstBrick = -1;             ///< brick of the largest penalty term of the last whole evaluation
+  double maxShapePenalty = 0.0;    ///< largest shape term seen so far
+  double maxJacobianPenalty = 0.0;  ///< largest determinant term seen so far
+  double maxOtherPenalty = 0.0;
+  NmDArray<unsigned char> emptyBricks;     ///< 1: no reference voxel of the brick is in range
+  NmDArray<unsigned char> unusedVertices;  ///< 1: all bricks around the vertex are empty
+  NmDArray<int> renumbering;               ///< order in which a gradient visits the vertices
+  bool firstGradient = true;
+
+  /// Copies the handles, takes over `metric` and locks the volumes for reading. The plain int and
+  /// bool are accepted and ignored.
+  RegFunctional(const NmDArray<NmHandle<VlData>>& referenceVolumes,
+                NmDArray<NmHandle<VlData>>& modelVolumes, int, bool,
+                RegParametricTransform* transformToMove, RegMetric* metricToOwn,
+                RegOptimizerCallback* callbackToAsk, int orientationCode, int threadCount);
+  RegFunctional(const RegFunctional&) = delete;
+  RegFunctional& operator=(const RegFunctional&) = delete;
+  ~RegFunctional();
+
+  /// Applies the transform's parameters and evaluates the whole volume.
+  double evaluate();
+
+  /// Evaluates the whole volume, or, with `box`, the contribution of a sub-box: `marginal` stores it
+  /// as the metric's removed set and gives 0.0, otherwise the whole metric with the box replaced is
+  /// the result. `nonAffine` and `boxMetric` stand in for the members only together with a box.
+  /// `update` applies the transform's parameters first. `penalty` receives the regularity penalty,
+  /// `time` the seconds that it took. 0.0 when a volume, its lock or the transform is missing or a
+  /// voxel type is not served.
+  double evaluate(bool update, const NmBox3i* box, int vertex, bool marginal,
+                  RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
+                  double& time);
+
+  /// evaluate without applying the parameters.
+  double evaluateMarginal(const NmBox3i* box, int vertex, bool marginal,
+                          RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
+                          double& time);
+  double evaluateNoClip(const NmBox3i* box, int vertex, bool marginal,
+                        RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
+                        double& time);
+
+  /// Recomputes modelDims and worldToModel from the model's present box.
+  void resetEval();
+};
