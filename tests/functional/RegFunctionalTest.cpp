@@ -29,16 +29,18 @@ NmHandle<VlMemoryData> makeVolume(const NmVec3l& dims, NmPrimType type, const Nm
   for (long z = 0; z < dims.z; ++z)
     for (long y = 0; y < dims.y; ++y) {
       for (long x = 0; x < dims.x; ++x)
-        row[static_cast<unsigned long>(x)] = static_cast<float>(
-            value(box.xmin + static_cast<double>(x) * spacing.x,
-                  box.ymin + static_cast<double>(y) * spacing.y,
-                  box.zmin + static_cast<double>(z) * spacing.z));
+        row[static_cast<unsigned long>(x)] =
+            static_cast<float>(value(box.xmin + static_cast<double>(x) * spacing.x,
+                                     box.ymin + static_cast<double>(y) * spacing.y,
+                                     box.zmin + static_cast<double>(z) * spacing.z));
       EXPECT_TRUE(access->putRow(-1, y, z, row.data()).isOk());
     }
   return volume;
 }
 
-double linear(double x, double y, double z) { return 100.0 + 3.0 * x - 2.0 * y + 1.5 * z; }
+double linear(double x, double y, double z) {
+  return 100.0 + 3.0 * x - 2.0 * y + 1.5 * z;
+}
 
 Volumes listOf(std::initializer_list<NmHandle<VlData>> volumes) {
   Volumes list;
