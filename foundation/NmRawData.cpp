@@ -1,13 +1,23 @@
 #include "foundation/NmRawData.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "foundation/NmLogFile.h"
 #include "foundation/voxelTypes.h"
 
 namespace {
 
-using voxreg::detail::toVoxel;
+using voxreg::detail::roundToInt;
+
+constexpr unsigned long cellsAtOnce = 64;
+
+/// Source rows that a row of cells spans, the ends not included.
+struct RowRange {
+  unsigned long yFirst, yLast, zFirst, zLast;
+
+  unsigned long count() const { return (yLast - yFirst) * (zLast - zFirst); }
+};
 
 struct CellGrid {
   unsigned long dims[3];
@@ -16,23 +26,47 @@ struct CellGrid {
   unsigned long cells(int axis) const {
     return dims[axis] == 0 ? 0 : (dims[axis] - 1) / factors[axis] + 1;
   }
+  unsigned long end(int axis, unsigned long cell) const {
+    return std::min((cell + 1) * factors[axis], dims[axis]);
+  }
+  RowRange rowsOf(unsigned long j, unsigned long k) const {
+    return {j * factors[1], end(1, j), k * factors[2], end(2, k)};
+  }
 };
 
+/// A mean, which lies within the limits of the voxels' type.
 template <class T>
-T cellMean(const T* src, const CellGrid& grid, unsigned long i, unsigned long j, unsigned long k) {
-  const auto& n = grid.dims;
-  const auto& f = grid.factors;
-  const unsigned long xEnd = std::min((i + 1) * f[0], n[0]);
-  const unsigned long yEnd = std::min((j + 1) * f[1], n[1]);
-  const unsigned long zEnd = std::min((k + 1) * f[2], n[2]);
-  double sum = 0.0;
-  for (unsigned long z = k * f[2]; z < zEnd; ++z)
-    for (unsigned long y = j * f[1]; y < yEnd; ++y) {
-      const T* const row = src + n[0] * (y + n[1] * z);
-      for (unsigned long x = i * f[0]; x < xEnd; ++x) sum += static_cast<double>(row[x]);
+T meanToVoxel(double mean) {
+  if constexpr (std::is_integral_v<T>)
+    return static_cast<T>(roundToInt(mean));
+  else
+    return static_cast<T>(mean);
+}
+
+/// Averages `n` cells of `factor` voxels a row, which begin at `x`.
+template <class T>
+void averageRun(T* dst, const T* src, const CellGrid& grid, const RowRange& rows, unsigned long x,
+                unsigned long n, unsigned long factor) {
+  double sums[cellsAtOnce] = {};
+  for (unsigned long z = rows.zFirst; z < rows.zLast; ++z)
+    for (unsigned long y = rows.yFirst; y < rows.yLast; ++y) {
+      const T* const row = src + grid.dims[0] * (y + grid.dims[1] * z) + x;
+      for (unsigned long i = 0; i < n; ++i)
+        for (unsigned long k = 0; k < factor; ++k)
+          sums[i] += static_cast<double>(row[i * factor + k]);
     }
-  const unsigned long count = (xEnd - i * f[0]) * (yEnd - j * f[1]) * (zEnd - k * f[2]);
-  return toVoxel<T>(sum / static_cast<double>(count));
+  const auto count = static_cast<double>(factor * rows.count());
+  for (unsigned long i = 0; i < n; ++i) dst[i] = meanToVoxel<T>(sums[i] / count);
+}
+
+template <class T>
+void averageRow(T* dst, const T* src, const CellGrid& grid, const RowRange& rows) {
+  const unsigned long factor = grid.factors[0];
+  const unsigned long whole = grid.dims[0] / factor;
+  for (unsigned long i = 0; i < whole; i += cellsAtOnce)
+    averageRun(dst + i, src, grid, rows, i * factor, std::min(cellsAtOnce, whole - i), factor);
+  const unsigned long rest = grid.dims[0] % factor;
+  if (rest > 0) averageRun(dst + whole, src, grid, rows, whole * factor, 1, rest);
 }
 
 template <class T>
@@ -42,8 +76,10 @@ void averageCells(T* dst, const T* src, const CellGrid& grid, NmProgressInterfac
       progress->setProgressValue(static_cast<int>(k + 1));
       if (progress->wasInterrupted()) return;
     }
-    for (unsigned long j = 0; j < grid.cells(1); ++j)
-      for (unsigned long i = 0; i < grid.cells(0); ++i) *dst++ = cellMean(src, grid, i, j, k);
+    for (unsigned long j = 0; j < grid.cells(1); ++j) {
+      averageRow(dst, src, grid, grid.rowsOf(j, k));
+      dst += grid.cells(0);
+    }
   }
 }
 

@@ -1,7 +1,7 @@
 #include "foundation/memoryAccess.h"
 
 #include "foundation/NmLogFile.h"
-#include "foundation/voxelTypes.h"
+#include "foundation/voxelLines.h"
 
 namespace voxreg::detail {
 namespace {
@@ -42,25 +42,15 @@ bool findLine(const VoxelGrid& grid, const NmVec3l& position, Line& line) {
 }
 
 template <class T>
-void readGroup(const T* voxels, long n, float* buffer) {
-  for (long i = 0; i < n; ++i) buffer[i] = static_cast<float>(voxels[i]);
-}
-
-template <class T>
-void writeGroup(T* voxels, long n, const float* buffer) {
-  for (long i = 0; i < n; ++i) voxels[i] = toVoxel<T>(static_cast<double>(buffer[i]));
-}
-
-template <class T>
 void readLine(const T* voxels, const Line& line, float* buffer) {
   for (long k = 0; k < line.count; ++k)
-    readGroup(voxels + line.first + k * line.step, line.width, buffer + k * line.width);
+    readVoxels(voxels + line.first + k * line.step, line.width, buffer + k * line.width);
 }
 
 template <class T>
 void writeLine(T* voxels, const Line& line, const float* buffer) {
   for (long k = 0; k < line.count; ++k)
-    writeGroup(voxels + line.first + k * line.step, line.width, buffer + k * line.width);
+    writeVoxels(voxels + line.first + k * line.step, line.width, buffer + k * line.width);
 }
 
 NmResult refuse(const char* operation, const NmVec3l& at) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <limits>
 #include <type_traits>
 
@@ -39,6 +40,13 @@ inline bool isServedVoxelType(NmPrimType type) {
   return withVoxelType(type, []<class T>() {});
 }
 
+/// The nearest whole number, ties to even, of a value within the limits of int.
+inline int roundToInt(double value) {
+  // Adding 1.5 * 2^52 leaves no bits below the unit, so the processor rounds to nearest even.
+  constexpr double unit = 6755399441055744.0;
+  return static_cast<int>((value + unit) - unit);
+}
+
 /// A value as a voxel: integers take the nearest, ties to even, saturate at their limits, and turn
 /// NaN into 0; floating-point types take it as it is.
 template <class T>
@@ -48,12 +56,42 @@ inline T toVoxel(double value) {
   } else {
     constexpr double lowest = static_cast<double>(std::numeric_limits<T>::lowest());
     constexpr double highest = static_cast<double>(std::numeric_limits<T>::max());
-    // Adding 1.5 * 2^52 leaves no bits below the unit, so the processor rounds to nearest even.
-    constexpr double unit = 6755399441055744.0;
     double limited = value == value ? value : 0.0;
     limited = limited > lowest ? limited : lowest;
     limited = limited < highest ? limited : highest;
-    return static_cast<T>(static_cast<int>((limited + unit) - unit));
+    return static_cast<T>(roundToInt(limited));
+  }
+}
+
+/// True for integers of 8 or 16 bits, which single precision holds exactly.
+template <class T>
+inline constexpr bool fitsSixteenBits = std::is_integral_v<T> && sizeof(T) <= 2;
+
+// Adding 1.5 * 2^23 rounds a float to the unit, ties to even, and leaves the result in the low bits
+// of the sum's representation. As whole numbers such representations are in the order of the
+// floats, and compilers turn comparisons of whole numbers into vector code.
+inline constexpr int zeroBits = 0x4B400000;
+template <class T>
+inline constexpr int lowestBits = zeroBits + std::numeric_limits<T>::lowest();
+template <class T>
+inline constexpr int highestBits = zeroBits + std::numeric_limits<T>::max();
+
+inline int roundedBits(float value) {
+  return std::bit_cast<int>(value + 12582912.0f);
+}
+
+/// The same for a value in single precision.
+template <class T>
+inline T toVoxel(float value) {
+  if constexpr (!fitsSixteenBits<T>) {
+    return toVoxel<T>(static_cast<double>(value));
+  } else {
+    constexpr int infinity = 0x7F800000;
+    int bits = roundedBits(value);
+    bits = (bits & 0x7FFFFFFF) > infinity ? zeroBits : bits;
+    bits = bits > lowestBits<T> ? bits : lowestBits<T>;
+    bits = bits < highestBits<T> ? bits : highestBits<T>;
+    return static_cast<T>(bits);
   }
 }
 

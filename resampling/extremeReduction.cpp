@@ -1,0 +1,113 @@
+#include "resampling/extremeReduction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "foundation/NmDArray.h"
+#include "foundation/ProgressScope.h"
+#include "foundation/VlData.h"
+#include "resampling/zoomShape.h"
+
+namespace voxreg::detail {
+namespace {
+
+/// The source voxels of one cell along an axis, `last` not included.
+struct CellRange {
+  long first;
+  long last;
+};
+
+/// Walks the cells of an axis, whose borders are sums of the cell size in single precision.
+class CellWalk {
+ public:
+  CellWalk(const ZoomShape& shape, int axis)
+      : size_(shape.fromLength(axis) / shape.length[axis]),
+        end_(shape.fromLength(axis)),
+        numVoxels_(shape.from[axis]) {}
+
+  CellRange next() {
+    const float before = border_;
+    border_ = std::min(before + size_, end_);
+    return {voxelAtOrAfter(before), voxelAtOrAfter(border_)};
+  }
+
+ private:
+  // Above 2^24 the last border may be rounded to beyond the axis.
+  long voxelAtOrAfter(float border) const {
+    return std::min(static_cast<long>(std::ceil(border)), numVoxels_);
+  }
+
+  float size_;
+  float end_;
+  long numVoxels_;
+  float border_ = 0.0f;
+};
+
+template <Extreme extreme>
+void fold(const float* in, const NmDArray<CellRange>& cells, long numDataVars, float* out) {
+  for (long i = 0; i < cells.size; ++i)
+    for (long x = cells[i].first; x < cells[i].last; ++x)
+      for (long c = 0; c < numDataVars; ++c) {
+        const float value = in[x * numDataVars + c];
+        float& best = out[i * numDataVars + c];
+        if (extreme == Extreme::maximum ? value > best : value < best) best = value;
+      }
+}
+
+template <Extreme extreme>
+void reduce(const VlDataAccess& source, const VlDataAccess& target, const ZoomShape& shape,
+            long numDataVars, NmProgressInterface* progress) {
+  constexpr float largest = std::numeric_limits<float>::max();
+  constexpr float worst = extreme == Extreme::maximum ? -largest : largest;
+  NmDArray<float> in;
+  in.resize(shape.from.x * numDataVars);
+  std::fill(in.data, in.data + in.size, 0.0f);
+  NmDArray<float> out;
+  out.resize(shape.to.x * numDataVars);
+  NmDArray<CellRange> cellsX;
+  cellsX.resize(shape.to.x);
+  CellWalk walkX(shape, 0);
+  for (long i = 0; i < cellsX.size; ++i) cellsX[i] = walkX.next();
+
+  const ProgressScope scope(progress);
+  if (progress != nullptr) progress->startWorking(static_cast<int>(shape.to.z), std::string());
+  CellWalk walkZ(shape, 2);
+  for (long zi = 0; zi < shape.to.z; ++zi) {
+    if (progress != nullptr) {
+      progress->setProgressValue(static_cast<int>(zi + 1));
+      if (progress->wasInterrupted()) return;
+    }
+    const CellRange cellZ = walkZ.next();
+    CellWalk walkY(shape, 1);
+    for (long yi = 0; yi < shape.to.y; ++yi) {
+      const CellRange cellY = walkY.next();
+      std::fill(out.data, out.data + out.size, worst);
+      for (long z = cellZ.first; z < cellZ.last; ++z)
+        for (long y = cellY.first; y < cellY.last; ++y) {
+          source.row(-1, y, z, in.data);
+          fold<extreme>(in.data, cellsX, numDataVars, out.data);
+        }
+      target.putRow(-1, yi, zi, out.data);
+    }
+  }
+}
+
+}  // namespace
+
+bool reduceToExtremes(VlData& source, VlData& target, const ZoomShape& shape, Extreme extreme,
+                      NmProgressInterface* progress) {
+  const NmHandle<VlDataAccess> in = source.lock(false);
+  if (in == nullptr) return false;
+  const NmHandle<VlDataAccess> out = target.lock(true);
+  if (out == nullptr) return false;
+  const long numDataVars = source.numDataVars();
+  if (extreme == Extreme::maximum)
+    reduce<Extreme::maximum>(*in, *out, shape, numDataVars, progress);
+  else
+    reduce<Extreme::minimum>(*in, *out, shape, numDataVars, progress);
+  return true;
+}
+
+}  // namespace voxreg::detail

@@ -1,0 +1,68 @@
+#include "resampling/lineTaps.h"
+
+#include <algorithm>
+
+namespace voxreg::detail {
+namespace {
+
+/// Adds `numTaps` lines to `out`, or to 0 instead, so that several are on the way through the
+/// processor for each time that `out` goes to memory.
+template <int numTaps>
+void addLines(const float* lines, long width, const RegResamplerContrib* taps, bool toZero,
+              float* __restrict out) {
+  const float* line[numTaps];
+  float weight[numTaps];
+  for (int k = 0; k < numTaps; ++k) {
+    line[k] = lines + taps[k].pixel * width;
+    weight[k] = taps[k].weight;
+  }
+  const auto sum = [&](float start, long x) {
+    for (int k = 0; k < numTaps; ++k) start += line[k][x] * weight[k];
+    return start;
+  };
+  if (toZero)
+    for (long x = 0; x < width; ++x) out[x] = sum(0.0f, x);
+  else
+    for (long x = 0; x < width; ++x) out[x] = sum(out[x], x);
+}
+
+void combineLine(const float* lines, long width, const RegResamplerContrib* taps, long n,
+                 float* out) {
+  long k = 0;
+  for (; k + 4 <= n; k += 4) addLines<4>(lines, width, taps + k, k == 0, out);
+  if (n - k >= 2) {
+    addLines<2>(lines, width, taps + k, k == 0, out);
+    k += 2;
+  }
+  if (k < n) addLines<1>(lines, width, taps + k, k == 0, out);
+  if (n == 0) std::fill(out, out + width, 0.0f);
+}
+
+}  // namespace
+
+LineTaps::LineTaps(const ContribLists& lists) {
+  ends_.resize(lists.size());
+  long total = 0;
+  for (long i = 0; i < ends_.size; ++i) ends_[i] = total += lists[i].n;
+  taps_.resize(total);
+  for (long i = 0; i < ends_.size; ++i)
+    std::copy(lists[i].taps, lists[i].taps + lists[i].n, taps_.data + begin(i));
+}
+
+LineTaps::LineTaps(long numOut, int cell, float scale) : factor_(scale) {
+  ends_.resize(numOut);
+  taps_.resize(numOut * cell);
+  for (long i = 0; i < taps_.size; ++i) taps_[i] = {static_cast<int>(i), 1.0f};
+  for (long i = 0; i < numOut; ++i) ends_[i] = (i + 1) * cell;
+}
+
+void combineLines(const float* lines, long width, const LineTaps& taps, float* out) {
+  for (long i = 0; i < taps.numOut(); ++i) {
+    float* const line = out + i * width;
+    combineLine(lines, width, taps.at(i), taps.count(i), line);
+    if (taps.factor() != 1.0f)
+      for (long x = 0; x < width; ++x) line[x] *= taps.factor();
+  }
+}
+
+}  // namespace voxreg::detail

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "foundation/NmDArray.h"
+#include "foundation/NmVec.h"
+#include "resampling/RegResamplerContribList.h"
+#include "resampling/contribLists.h"
+
+namespace voxreg::detail {
+
+/// What each output position of a line is summed up from. All taps stand in one array, those of an
+/// output position in the order in which they are added.
+class LineTaps {
+ public:
+  explicit LineTaps(const ContribLists& lists);
+
+  /// Sums of `cell` neighbours, times `scale`.
+  LineTaps(long numOut, int cell, float scale);
+
+  long numOut() const { return ends_.size; }
+  long count(long i) const { return ends_[i] - begin(i); }
+  const RegResamplerContrib* at(long i) const { return taps_.data + begin(i); }
+
+  /// Factor of the finished sums.
+  float factor() const { return factor_; }
+
+ private:
+  long begin(long i) const { return i == 0 ? 0 : ends_[i - 1]; }
+
+  NmDArray<RegResamplerContrib> taps_;
+  NmDArray<long> ends_;
+  float factor_ = 1.0f;
+};
+
+/// Output lines from input lines of `width` floats, which follow each other without a gap:
+/// out[i] = factor * sum over the taps of i of weight * lines[pixel], in single precision and in
+/// the order of the taps.
+void combineLines(const float* lines, long width, const LineTaps& taps, float* out);
+
+}  // namespace voxreg::detail

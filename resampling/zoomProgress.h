@@ -1,0 +1,33 @@
+#pragma once
+
+#include <algorithm>
+
+#include "foundation/NmProgressInterface.h"
+#include "resampling/zoomShape.h"
+
+namespace voxreg::detail {
+
+/// Tells the outer iterations of consecutive passes as one count. Each pass but the first starts by
+/// repeating the last value of the pass before.
+class ZoomProgress {
+ public:
+  /// `progress` may be null.
+  explicit ZoomProgress(NmProgressInterface* progress) : progress_(progress) {}
+
+  void startPass() { base_ = last_; }
+
+  /// Reports the iteration `index` of the present pass and asks whether it is to be left out.
+  bool isInterrupted(long index) {
+    if (progress_ == nullptr) return false;
+    last_ = base_ + index;
+    progress_->setProgressValue(static_cast<int>(std::min(last_, largestDimension)));
+    return progress_->wasInterrupted();
+  }
+
+ private:
+  NmProgressInterface* progress_;
+  long base_ = 1;
+  long last_ = 1;
+};
+
+}  // namespace voxreg::detail

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "foundation/NmVec.h"
+
+class VlData;
+
+namespace voxreg::detail {
+
+constexpr long largestDimension = 2147483647;
+
+/// True for three lengths that a volume can have: above 0, and at most 2^31 - 1.
+bool areLengths(const float* lengths);
+
+/// The least whole dimensions that hold `lengths`.
+NmVec3l dimsOfLengths(const float* lengths);
+
+/// What a zoom makes of what: dimensions before and after, the latter also before rounding up.
+struct ZoomShape {
+  NmVec3l from;
+  NmVec3l to;
+  NmVec3f length;  ///< new length per axis, of which `to` is the ceiling
+
+  /// `lengths` holds three floats.
+  ZoomShape(const VlData& source, const VlData& target, const float* lengths);
+
+  /// False where source or target has no voxels, or the target not the dimensions told by the
+  /// lengths.
+  bool isConsistent() const;
+
+  /// Source length in single precision, as the scales take it.
+  float fromLength(int axis) const { return static_cast<float>(from[axis]); }
+
+  /// True if the axis keeps its length up to 1e-10.
+  bool isKept(int axis) const;
+
+  /// True if the axis keeps its length exactly, so that no pass runs along it.
+  bool isUnchanged(int axis) const { return fromLength(axis) == length[axis]; }
+
+  /// Ratio of the dimensions, rounded down.
+  long ratio(int axis) const { return from[axis] / to[axis]; }
+
+  /// Whole number of source voxels per target voxel, or 0 where it isn't one.
+  int wholeFactor(int axis) const;
+};
+
+}  // namespace voxreg::detail
