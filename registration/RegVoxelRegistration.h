@@ -50,7 +50,8 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   unsigned int optimizerKind;  ///< 1: best neighbour; others search nothing
   bool bestDirectionFlag;
   bool calculateCoverage;   ///< find maxCoverage; otherwise it is 0 and nothing is penalised
-  unsigned int metricKind;  ///< 2: mean squared difference; others have no functional
+  unsigned int metricKind;  ///< 0: normalised, 1: simple mutual information, 2: mean squared
+                            ///< difference, 3: correlation ratio; others have no functional
   float minRef;             ///< intensity range of the reference
   float maxRef;
   float minModel;  ///< intensity range of the model
@@ -151,10 +152,48 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   static int get2DOrientation(NmDArray<NmHandle<VlData>>& referenceVolumes,
                               NmDArray<NmHandle<VlData>>& modelVolumes, int index);
 
-  /// Makes the volumes of each level, finest first: one level at full resolution, which shares the
-  /// input volumes. False, both results empty, for a missing volume or flat axes that do not agree.
+  /// Voxel sizes of one volume and its axes: `which` above 0 takes the first model, else the
+  /// reference at -which, limited to the array. `axes` ends with `flatAxis` if that is 0 to 2, else
+  /// with the axis of the largest voxel size (axis 2 where none is above 0), and begins with that
+  /// of the smallest one. Without the volume every size is 0.
+  static void getMinDelta(NmDArray<NmHandle<VlData>>& referenceVolumes,
+                          NmDArray<NmHandle<VlData>>& modelVolumes, NmVec3f& delta, NmVec3i& axes,
+                          int which, int flatAxis);
+
+  /// Factors that bring voxels of size `delta` nearest to `target` (both in world units) on a
+  /// logarithmic scale, but never below 1. `base` stands in on an axis without a size or target; a
+  /// `limit` above 0 is never exceeded.
+  static NmVec3i findIsotropicSampling(float target, const NmVec3f& delta, const NmVec3i& base,
+                                       const NmVec3i& limit);
+
+  /// Factors of the model for a level on which the reference has `factors`. The smaller of the
+  /// reference's voxel sizes along x and y sets the pace; a `flatAxis` of 0 to 2 keeps 1.
+  static NmVec3i getSamplingModel(const NmVec3i& factors, const NmVec3f& deltaRef,
+                                  const NmVec3f& deltaModel, int flatAxis);
+
+  /// Limits the coarsest factors so that 2 voxels are left on every axis of both volumes, and 1 on
+  /// the flat one. `fixedLimit` takes 16 in place of the reference's limit, and no axis for flat.
+  /// Model dimensions of 0 stand for no model; a null reference changes nothing.
+  static void restrictCoarsestResampling(const NmVec3i& dimsRef, const NmVec3i& dimsModel,
+                                         bool fixedLimit, NmVec3i& factors);
+  static void restrictCoarsestResampling(VlData* ref, VlData* modelVolume, bool fixedLimit,
+                                         NmVec3i& factors);
+
+  /// Makes the volumes of each level, finest first, with `coarsest` as the largest factors. Affine
+  /// runs have two or three levels, others only that of full resolution; a volume that needs no
+  /// reduction is shared. False, with an error line and both results empty, for a missing volume,
+  /// flat axes that do not agree, or a volume that could not be made.
   bool doResampling(NmDArray<NmDArray<NmHandle<VlData>>>& referenceLevels, const NmVec3i& coarsest,
                     NmDArray<NmDArray<NmHandle<VlData>>>& modelLevels);
+
+  /// One volume of one level: `source` itself for factors of 1, otherwise smoothed and reduced.
+  /// `result` stays as it was on failure.
+  void downsample(const NmHandle<VlData>& source, NmHandle<VlData>& result, const NmVec3i& factors,
+                  RegDataClass dataClass);
+
+  /// A histogram size for a range of values. Integers get bins of equal whole numbers of values, up
+  /// to 383; others 256. At least 1.
+  static int getNumBins(float min, float max, bool integerData);
 
  private:
   bool hasVolumes() const;
@@ -169,7 +208,13 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   bool checkSettings() const;
   bool createFunctionals();
   bool createSchedule();
-  RegMetric* createMetric() const;
+  bool addLevels(int k, const NmVec3i& coarsest,
+                 NmDArray<NmDArray<NmHandle<VlData>>>& referenceLevels,
+                 NmDArray<NmDArray<NmHandle<VlData>>>& modelLevels);
+  bool addModelLevel(const NmVec3i& factors, const NmVec3f& delta,
+                     NmDArray<NmHandle<VlData>>& level);
+  NmDArray<NmVec3i> planFactors(const NmVec3i& coarsest, const NmVec3f& delta) const;
+  RegMetric* createMetric(const VlData* referenceVolume, const VlData* modelVolume) const;
   RegOptimizer* createOptimizer();
   RegOptimizer* createGradientOptimizer(float tolerance);
 

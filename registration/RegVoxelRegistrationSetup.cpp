@@ -1,11 +1,15 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 
 #include "foundation/NmLogFile.h"
 #include "foundation/NmProgressInterface.h"
 #include "functional/RegFunctional.h"
+#include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
+#include "metrics/RegNormMutualInformation.h"
+#include "metrics/RegSimpleMutualInformation.h"
 #include "optimizers/RegBestNeighbourOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
 #include "registration/stageCode.h"
@@ -34,12 +38,16 @@ int shortestAxis(const VlData& volume) {
   return shortest;
 }
 
-NmVec3i atLeastOne(const NmVec3i& factors) {
-  return {std::max(factors.x, 1), std::max(factors.y, 1), std::max(factors.z, 1)};
-}
-
 int largestOf(const NmVec4i& v) {
   return std::max({v.x, v.y, v.z, v.w});
+}
+
+int toCount(unsigned int n) {
+  return static_cast<int>(std::min(n, static_cast<unsigned int>(std::numeric_limits<int>::max())));
+}
+
+const VlData* firstOf(const NmDArray<NmHandle<VlData>>& volumes) {
+  return volumes.size < 1 ? nullptr : volumes[0].get();
 }
 
 }  // namespace
@@ -95,7 +103,7 @@ bool RegVoxelRegistration::checkSettings() const {
 bool RegVoxelRegistration::createFunctionals() {
   NmDArray<NmDArray<NmHandle<VlData>>> referenceLevels;
   NmDArray<NmDArray<NmHandle<VlData>>> modelLevels;
-  if (!doResampling(referenceLevels, atLeastOne(coarsestResampling), modelLevels)) return false;
+  if (!doResampling(referenceLevels, coarsestResampling, modelLevels)) return false;
   for (long i = 0; i < referenceLevels.size; ++i) {
     std::unique_ptr<RegFunctional> functional(
         createFunctional(referenceLevels[i], modelLevels[i], 0, 0));
@@ -108,7 +116,7 @@ bool RegVoxelRegistration::createFunctionals() {
 RegFunctional* RegVoxelRegistration::createFunctional(NmDArray<NmHandle<VlData>>& referenceVolumes,
                                                       NmDArray<NmHandle<VlData>>& modelVolumes, int,
                                                       int) {
-  std::unique_ptr<RegMetric> metric(createMetric());
+  std::unique_ptr<RegMetric> metric(createMetric(firstOf(referenceVolumes), firstOf(modelVolumes)));
   if (metric == nullptr) return nullptr;
   auto* const functional =
       new RegFunctional(referenceVolumes, modelVolumes, -1, functionalFlag, transform, metric.get(),
@@ -117,10 +125,31 @@ RegFunctional* RegVoxelRegistration::createFunctional(NmDArray<NmHandle<VlData>>
   return functional;
 }
 
-RegMetric* RegVoxelRegistration::createMetric() const {
-  if (metricKind == 2) return new RegMeanSquaredDifference(1.0, false);
-  getTheLogInstance().errorf("createFunctional: There is no metric of kind %u.", metricKind);
-  return nullptr;
+RegMetric* RegVoxelRegistration::createMetric(const VlData* referenceVolume,
+                                              const VlData* modelVolume) const {
+  if (referenceVolume == nullptr || modelVolume == nullptr) {
+    getTheLogInstance().errorf("createFunctional: There is no reference or no model.");
+    return nullptr;
+  }
+  const auto information = [&]<class Metric>() {
+    return new Metric(referenceVolume->primType(), modelVolume->primType(), minRef, maxRef,
+                      minModel, maxModel, toCount(numBinsRef), toCount(numBinsMod), maxCoverage,
+                      restrictedMotion);
+  };
+  switch (metricKind) {
+    case 0:
+      return information.template operator()<RegNormMutualInformation>();
+    case 1:
+      return information.template operator()<RegSimpleMutualInformation>();
+    case 2:
+      return new RegMeanSquaredDifference(1.0, false);
+    case 3:
+      return new RegCorrelationRatio(minRef, maxRef, minModel, maxModel, maxCoverage,
+                                     restrictedMotion);
+    default:
+      getTheLogInstance().errorf("createFunctional: There is no metric of kind %u.", metricKind);
+      return nullptr;
+  }
 }
 
 RegOptimizer* RegVoxelRegistration::createOptimizer() {

@@ -39,6 +39,7 @@ struct Level {
     delete registration->optimizer;
     registration->optimizer = optimizer = new RecordingOptimizer(registration.get());
     functional = registration->functionals->pop();
+    while (!registration->functionals->isEmpty()) delete registration->functionals->pop();
     optimizer->setFunctional(functional);
   }
   ~Level() { delete functional; }

@@ -50,7 +50,7 @@ TEST(InitRegistration, FreesWhatWasBuiltBefore) {
   registration->dofIndex = 1;
   registration->maxCoverage = 0.25;
   ASSERT_NE(registration->initRegistration(), 0);
-  EXPECT_EQ(registration->functionals->size, 1);
+  EXPECT_EQ(registration->functionals->size, 2);
   EXPECT_EQ(registration->dofIndex, 0);
   EXPECT_EQ(registration->maxCoverage, 1.0);
   EXPECT_EQ(registration->dofSchedule.size, 2);
