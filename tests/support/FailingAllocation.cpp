@@ -9,6 +9,7 @@ namespace {
 
 thread_local long remaining = 0;
 thread_local bool failed = false;
+thread_local long live = 0;
 
 bool isDue() {
   if (remaining == 0 || --remaining > 0) return false;
@@ -16,16 +17,31 @@ bool isDue() {
   return true;
 }
 
+void* counted(void* block) {
+  if (block != nullptr) ++live;
+  return block;
+}
+
 }  // namespace
 
 extern "C" {
 void* __real_malloc(std::size_t bytes);
+void* __real_calloc(std::size_t count, std::size_t bytes);
 void* __real_realloc(void* p, std::size_t bytes);
+void __real_free(void* p);
 void* __wrap_malloc(std::size_t bytes) {
-  return isDue() ? nullptr : __real_malloc(bytes);
+  return isDue() ? nullptr : counted(__real_malloc(bytes));
+}
+void* __wrap_calloc(std::size_t count, std::size_t bytes) {
+  return isDue() ? nullptr : counted(__real_calloc(count, bytes));
 }
 void* __wrap_realloc(void* p, std::size_t bytes) {
-  return isDue() ? nullptr : __real_realloc(p, bytes);
+  if (isDue()) return nullptr;
+  return p == nullptr ? counted(__real_realloc(p, bytes)) : __real_realloc(p, bytes);
+}
+void __wrap_free(void* p) {
+  if (p != nullptr) --live;
+  __real_free(p);
 }
 
 // Sizes beyond all memory shall fail under the sanitizers as they do without.
@@ -47,6 +63,10 @@ FailingAllocation::~FailingAllocation() {
 
 bool FailingAllocation::hasFailed() const {
   return failed;
+}
+
+long FailingAllocation::liveBlocks() {
+  return live;
 }
 
 bool FailingAllocation::isServed() {

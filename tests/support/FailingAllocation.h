@@ -1,7 +1,7 @@
 #pragma once
 
-/// Lets this thread's k-th allocation through nmmalloc or nmrealloc from now on fail, counted from
-/// 1, until the end of the scope. Needs the link options that wrap malloc, and the static library.
+/// Lets this thread's k-th allocation in the library from now on fail, counted from 1, until the end
+/// of the scope. Needs voxreg_wrap_allocation and the static library.
 class FailingAllocation {
  public:
   explicit FailingAllocation(long k);
@@ -10,6 +10,9 @@ class FailingAllocation {
   ~FailingAllocation();
 
   bool hasFailed() const;
+
+  /// Blocks that this thread has allocated less those that it has freed.
+  static long liveBlocks();
 
   /// False where the library's allocations can't be reached.
   static bool isServed();
