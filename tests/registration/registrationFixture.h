@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/NmLogFile.h"
 #include "foundation/NmProgressInterface.h"
 #include "foundation/VlMemoryData.h"
 #include "optimizers/RegOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
+#include "tests/support/LogCapture.h"
 #include "transforms/RegParametricTransform.h"
 
 using Volumes = NmDArray<NmHandle<VlData>>;
@@ -75,31 +75,15 @@ struct Settings {
   NmVec2f stepRange = NmVec2f(1.0f, 0.25f);
   unsigned int optimizerKind = 1;
   bool restrictedMotion = false;
+  bool keepCoarseAxis = false;
 
   std::unique_ptr<RegVoxelRegistration> build() {
     return std::make_unique<RegVoxelRegistration>(
         progress, rethrow, reference, model, orientation, minRef, maxRef, 0.0f, 100.0f, 1,
         metricKind, 64u, 64u, coarsest, dimensionMode, calculateCoverage, affineStages,
-        nonAffineStages, false, stepRange, 0, 0.001f, optimizerKind, false, restrictedMotion);
+        nonAffineStages, keepCoarseAxis, stepRange, 0, 0.001f, optimizerKind, false,
+        restrictedMotion);
   }
-};
-
-/// Collects the log for its lifetime.
-class LogCapture {
- public:
-  std::vector<std::string> lines;
-  std::vector<std::string> errors;
-
-  LogCapture()
-      : before_(getTheLogInstance().setSink([this](bool isError, const std::string& line) {
-          (isError ? errors : lines).push_back(line);
-        })) {}
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-  ~LogCapture() { getTheLogInstance().setSink(before_); }
-
- private:
-  NmLogFile::Sink before_;
 };
 
 /// Records what it is told, and acts on a call of the test's choice.

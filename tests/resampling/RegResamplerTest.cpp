@@ -1,0 +1,207 @@
+#include "resampling/RegResampler.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <type_traits>
+
+#include "foundation/NmException.h"
+#include "tests/resampling/volumeValues.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+static_assert(std::is_aggregate_v<RegResampler>);
+static_assert(sizeof(RegResampler::FilterType) == 4);
+
+bool resample(VlData* source, NmHandle<VlData>& result, const NmVec3f& dims,
+              RegResampler::FilterType filter = RegResampler::Triangle, int threads = 1) {
+  return RegResampler().doResample(source, result, dims, nullptr, {}, filter, 0.0f, threads);
+}
+
+NmHandle<VlMemoryData> smallVolume(NmPrimType type = NmPrimType::Short, int numDataVars = 1) {
+  return volumeOf({4, 3, 2}, type, numDataVars,
+                  generate(24 * numDataVars, [](long i) { return 3 * i; }));
+}
+
+TEST(DoResample, SameDimensionsAreACopyOfTheBytes) {
+  const NmHandle<VlMemoryData> source = smallVolume(NmPrimType::Double, 8);
+  source->setBoundingBox({1, 2, 3, 4, 5, 6});
+  NmHandle<VlData> result;
+  for (const int filter : {0, 4, 7, 11}) {
+    result = nullptr;
+    EXPECT_TRUE(resample(source, result, {4, 3, 2}, static_cast<RegResampler::FilterType>(filter)));
+    EXPECT_EQ(valuesOf(*result), valuesOf(*source));
+    NmBox3f box;
+    result->boundingBox(box);
+    EXPECT_EQ(box, NmBox3f(1, 2, 3, 4, 5, 6));
+  }
+}
+
+TEST(DoResample, WritesIntoAVolumeThatFitsAndOnlyIntoThat) {
+  const NmHandle<VlMemoryData> source = smallVolume();
+  const NmHandle<VlData> fitting = makeVolume({2, 3, 2}, NmPrimType::Short);
+  NmHandle<VlData> result = fitting;
+  EXPECT_TRUE(resample(source, result, {2, 3, 2}));
+  EXPECT_EQ(result, fitting);
+  EXPECT_NE(valuesOf(*fitting)[1], 0.0f);
+  for (const NmHandle<VlMemoryData>& other :
+       {makeVolume({2, 3, 1}, NmPrimType::Short), makeVolume({2, 3, 2}, NmPrimType::UnsignedShort),
+        makeVolume({2, 3, 2}, NmPrimType::Short, 2)}) {
+    result = NmHandle<VlData>(other);
+    EXPECT_TRUE(resample(source, result, {2, 3, 2}));
+    EXPECT_NE(result.get(), other.get());
+    EXPECT_EQ(result->primType(), NmPrimType::Short);
+    EXPECT_EQ(valuesOf(*other)[1], 0.0f);
+  }
+  result = source;
+  EXPECT_TRUE(resample(source, result, {4, 3, 2}));
+  EXPECT_NE(result.get(), source.get());
+}
+
+TEST(DoResample, RefusesInSilenceAndLeavesTheResult) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float inf = std::numeric_limits<float>::infinity();
+  const LogCapture log;
+  const NmHandle<VlMemoryData> source = smallVolume();
+  const NmHandle<VlData> before = makeVolume({1, 1, 1}, NmPrimType::Int);
+  NmHandle<VlData> result = before;
+  EXPECT_FALSE(resample(nullptr, result, {2, 2, 2}));
+  for (const float bad : {nan, inf, -inf, 0.0f, -1.0f, 2147483648.0f})
+    for (int axis = 0; axis < 3; ++axis) {
+      NmVec3f dims(2, 2, 2);
+      dims[axis] = bad;
+      EXPECT_FALSE(resample(source, result, dims)) << bad;
+    }
+  EXPECT_FALSE(resample(source, result, {2, 2, 2}, RegResampler::Bell, 0));
+  EXPECT_FALSE(resample(smallVolume(NmPrimType::Short, 7), result, {2, 2, 2}));
+  RegResampler resampler;
+  EXPECT_FALSE(
+      resampler.doResample(source, result, {2, 2, 2}, before, {}, RegResampler::Cubic8, 0, 1));
+  EXPECT_EQ(resampler.filterType, RegResampler::Cubic8);
+  EXPECT_EQ(result, before);
+  EXPECT_TRUE(log.errors.empty() && log.lines.empty());
+  EXPECT_TRUE(isUnlocked(source));
+}
+
+TEST(DoResample, ThrowsWhereThereIsNoRoomForTheTarget) {
+  const LogCapture log;
+  const NmHandle<VlMemoryData> source = smallVolume();
+  NmHandle<VlData> result;
+  const auto texts = [&] {
+    try {
+      resample(source, result, {2e9f, 2e9f, 2e9f});
+    } catch (const std::logic_error& error) {
+      return std::string(error.what());
+    }
+    return std::string();
+  };
+  EXPECT_EQ(texts(), "in createVlData()");
+}
+
+TEST(DoResample, ReachesAnyLengthThatIsAboveZero) {
+  const LogCapture log;
+  const NmHandle<VlMemoryData> source = smallVolume(NmPrimType::Float);
+  for (const auto filter : {RegResampler::Box, RegResampler::Lanczos3, RegResampler::Maximum}) {
+    NmHandle<VlData> result;
+    EXPECT_TRUE(resample(source, result, {1e-30f, 1e-6f, std::numeric_limits<float>::denorm_min()},
+                         filter));
+    EXPECT_EQ(result->dims(), NmVec3l(1, 1, 1));
+  }
+}
+
+TEST(DoResample, FailsWhereALockIsNotToBeHad) {
+  const LogCapture log;
+  for (const auto filter : {RegResampler::Box, RegResampler::Bell, RegResampler::Minimum})
+    for (const bool holdsSource : {true, false}) {
+      const NmHandle<VlMemoryData> source = smallVolume();
+      const NmHandle<VlData> target = makeVolume({2, 3, 2}, NmPrimType::Short);
+      NmHandle<VlData> result = target;
+      const NmHandle<VlDataAccess> held = holdsSource ? source->lock(true) : target->lock(false);
+      EXPECT_FALSE(resample(source, result, {2, 3, 2}, filter));
+      EXPECT_EQ(result, target);
+      EXPECT_TRUE(holdsSource ? isUnlocked(target) : isUnlocked(source));
+    }
+}
+
+TEST(Zoom3d, RefusesATargetThatDoesNotFit) {
+  const NmHandle<VlMemoryData> source = smallVolume();
+  const auto zoom = [&](VlData* target, const NmVec3f& lengths) {
+    const float n[3] = {lengths.x, lengths.y, lengths.z};
+    return RegResampler().zoom3d(*source, *target, n, box_filter, 0.5f, 1);
+  };
+  EXPECT_TRUE(zoom(makeVolume({2, 2, 2}, NmPrimType::Short), {2, 1.5f, 2}));
+  EXPECT_FALSE(zoom(makeVolume({2, 1, 2}, NmPrimType::Short), {2, 1.5f, 2}));
+  EXPECT_FALSE(zoom(makeVolume({2, 2, 2}, NmPrimType::Short, 2), {2, 1.5f, 2}));
+  EXPECT_FALSE(zoom(makeVolume({4, 3, 2}, NmPrimType::UnsignedChar), {4, 3, 2}));
+  EXPECT_FALSE(zoom(new VlMemoryData(nullptr), {2, 1.5f, 2}));
+  EXPECT_FALSE(RegResampler().zoom3d(*source, *source, nullptr, box_filter, 0.5f, 1));
+  // Another type is no obstacle to the passes, which then spare themselves the last rounding.
+  const NmHandle<VlMemoryData> fine = makeVolume({1, 3, 2}, NmPrimType::Float);
+  EXPECT_TRUE(zoom(fine, {1, 3, 2}));
+  EXPECT_EQ(valuesOf(*fine)[0], 4.5f);
+}
+
+TEST(SetUniformCoords, KeepsTheOuterEdges) {
+  const NmHandle<VlMemoryData> source = smallVolume();
+  source->setBoundingBox({0, 6, 10, 14, 5, 5});  // voxels of 2 on x and y
+  const NmHandle<VlMemoryData> target = makeVolume({2, 1, 2}, NmPrimType::Short);
+  RegResampler::setUniformCoords(target, source, nullptr);
+  NmBox3f box;
+  target->boundingBox(box);
+  // x: 2 voxels of 4 about 3; y: one voxel of 6, which counts as its extent; z: unchanged.
+  EXPECT_EQ(box, NmBox3f(1, 5, 9, 15, 5, 5));
+  const float fractional[3] = {1.5f, 3, 4};
+  RegResampler::setUniformCoords(target, source, fractional);
+  target->boundingBox(box);
+  EXPECT_FLOAT_EQ(box.xmax - box.xmin, 2.0f * 4.0f / 1.5f);
+  EXPECT_EQ(box.ymax, 14.0f);
+}
+
+TEST(CreateVlData, GivesNullForWhatIsNoVolume) {
+  const LogCapture log;
+  int dims[3] = {2, 3, 4};
+  EXPECT_EQ(RegResampler::createVlData(dims, NmPrimType::Float, 2)->dims(), NmVec3l(2, 3, 4));
+  EXPECT_EQ(RegResampler::createVlData(dims, NmPrimType(5), 2), nullptr);
+  EXPECT_EQ(RegResampler::createVlData(nullptr, NmPrimType::Float, 2), nullptr);
+  dims[1] = 0;
+  EXPECT_EQ(RegResampler::createVlData(dims, NmPrimType::Float, 2), nullptr);
+}
+
+TEST(DoResample, EndsCleanWhereverMemoryRunsOut) {
+  if (!FailingAllocation::isServed()) GTEST_SKIP();
+  const LogCapture log;
+  for (const auto filter : {RegResampler::Box, RegResampler::Bell, RegResampler::Maximum}) {
+    const NmHandle<VlMemoryData> source = smallVolume(NmPrimType::Short, 2);
+    source->lock(false);  // keeps the room in which it notes its readers
+    const long before = FailingAllocation::liveBlocks();
+    bool hasFailed = true;
+    bool wasRefused = false, hadNoTarget = false, ranOut = false;
+    for (long k = 1; hasFailed && k < 1000; ++k) {
+      NmHandle<VlData> result;
+      {
+        const FailingAllocation shortage(k);
+        try {
+          wasRefused |= !resample(source, result, {2, 2, 1}, filter);
+        } catch (const NmMemoryException&) {
+          ranOut = true;
+        } catch (const std::logic_error&) {
+          hadNoTarget = true;
+        }
+        hasFailed = shortage.hasFailed();
+      }
+      EXPECT_EQ(result == nullptr, hasFailed) << k;
+      result = nullptr;
+      EXPECT_EQ(FailingAllocation::liveBlocks(), before) << k;
+      EXPECT_TRUE(isUnlocked(source)) << k;
+    }
+    EXPECT_FALSE(hasFailed);
+    EXPECT_TRUE(hadNoTarget && ranOut);
+    EXPECT_EQ(wasRefused, filter != RegResampler::Maximum);
+  }
+}
+
+}  // namespace
