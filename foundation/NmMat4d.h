@@ -50,8 +50,8 @@ class NmMat4d {
   /// this = this * b: b acts last. `b` may be this matrix.
   NmMat4d& multRight(const NmMat4d& b);
 
-  /// The point `src` (w = 1) as a row vector, divided by the resulting w. Sums are formed in double;
-  /// `dst` may be `src`. A w of 0 gives infinities.
+  /// The point `src` (w = 1) as a row vector, divided by the resulting w. Sums are formed in
+  /// double; `dst` may be `src`. A w of 0 gives infinities.
   void multVecMatrix(const NmVec3f& src, NmVec3f& dst) const;
   void multVecMatrix(const NmVec3d& src, NmVec3d& dst) const;
 
@@ -66,8 +66,8 @@ class NmMat4d {
   void multVecMatrix(const NmVec4f& src, NmVec4f& dst) const;
   void multMatrixVec(const NmVec4f& src, NmVec4f& dst) const;
 
-  /// Determinant of the elements at three rows and columns (of the upper 3 x 3 by default). It is
-  /// formed in single precision and widened when finished.
+  /// Determinant of the elements at three rows and columns (of the upper 3 x 3 by default), which
+  /// count modulo 4. It is formed in single precision and widened when finished.
   double det3(int r1, int r2, int r3, int c1, int c2, int c3) const;
   double det3() const;
 
@@ -82,17 +82,17 @@ class NmMat4d {
   /// terms or its determinant is below 1e-15 of the sum of its terms. `out` may be `in`.
   bool affine_inverse(const NmMat4d& in, NmMat4d& out) const;
 
-  /// Crout's LU decomposition in place, with implicit row scaling and partial pivoting (Press et al.,
-  /// Numerical Recipes, 2.3). Zero pivots become 1e-20. `index` receives the row exchanges and `d`
-  /// their sign. Always 1.
+  /// Crout's LU decomposition in place, with implicit row scaling and partial pivoting (Press et
+  /// al., Numerical Recipes, 2.3). Zero pivots become 1e-20. `index` receives the row exchanges and
+  /// `d` their sign. Always 1.
   int LUDecomposition(int index[4], double& d);
 
   /// Solves for the right-hand side `b` in place, this being a result of LUDecomposition.
   void LUBackSubstitution(const int index[4], double b[4]) const;
 
-  /// Eigenvalues and eigenvectors of the symmetric upper 3 x 3 by cyclic Jacobi rotations (Numerical
-  /// Recipes, 11.1), unsorted. Vector k stands in column k: evectors[0..2][k]. `rots` grows by 3 a
-  /// sweep.
+  /// Eigenvalues and eigenvectors of the symmetric upper 3 x 3 by cyclic Jacobi rotations
+  /// (Numerical Recipes, 11.1), unsorted. Vector k stands in column k: evectors[0..2][k]. `rots`
+  /// grows by 3 a sweep.
   void jacobi3(double evalues[3], NmVec3f evectors[3], int& rots) const;
 
   /// Polar factorisation of the affine part, A = r * diag(s) * transpose(r) * u with u a rotation;

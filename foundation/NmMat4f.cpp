@@ -2,7 +2,9 @@
 
 #include "foundation/NmMat4d.h"
 
-void NmMat4f::makeIdentity() { *this = NmMat4f(); }
+void NmMat4f::makeIdentity() {
+  *this = NmMat4f();
+}
 
 NmMat4f NmMat4f::inverse() const {
   NmMat4d wide;

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "foundation/NmDArray.h"
+#include "foundation/NmMemory.h"
 
 /// Last-in-first-out stack of pointers to objects that it owns. The destructor deletes the objects
 /// from element 1 up and leaves element 0, so an owner pops everything before it lets a stack go.
 template <class T>
-class RegStack : public NmDArray<T> {
+class RegStack : public NmDArray<T>, public NmAllocated {
  public:
   RegStack() = default;
   RegStack(const RegStack&) = delete;

@@ -5,15 +5,15 @@
 #include "foundation/VlData.h"
 #include "transforms/RegParametricTransform.h"
 
-/// Rigid or affine transform from model world to reference world, given by 15 parameters (RegTools).
-/// The matrices change only through init, composeMatrix, apply and setDegreesOfFreedom(7); whoever
-/// writes `params` brings them up to date by apply().
+/// Rigid or affine transform from model world to reference world, given by 15 parameters
+/// (RegTools). The matrices change only through init, composeMatrix, apply and
+/// setDegreesOfFreedom(7); whoever writes `params` brings them up to date by apply().
 class RegAffineTransform : public RegParametricTransform {
  public:
   NmDArray<NmHandle<VlData>> references;  ///< element 0 is used
   VlData* model = nullptr;                ///< not counted; the caller keeps it alive
-  NmMat4d relativeMatrix;  ///< what `params` describes, between the two boxes' minimum corners
-  NmMat4d absoluteMatrix;  ///< the same transform between world coordinates
+  NmMat4d relativeMatrix;     ///< what `params` describes, between the two boxes' minimum corners
+  NmMat4d absoluteMatrix;     ///< the same transform between world coordinates
   int degreesOfFreedom = 12;  ///< 3 translation, 6 rigid, 9 with scales, 12 with shears
   RegAffineTransform* inverseTransform = nullptr;  ///< owned; null until asked for
 
@@ -29,18 +29,21 @@ class RegAffineTransform : public RegParametricTransform {
   RegAffineTransform& operator=(const RegAffineTransform& other);
   ~RegAffineTransform() override;
 
-  /// A new transform, owned by the caller, whose matrices and parameters are those of the inverse. It
-  /// keeps the volumes in their roles: read it, do not compose it.
+  /// A new transform, owned by the caller, whose matrices and parameters are those of the inverse.
+  /// It keeps the volumes in their roles: read it, do not compose it.
   RegParametricTransform* makeInverse() override;
   void update() override;
+
+  /// degreesOfFreedom, and never more than there are parameters.
   int getVariableParamVectorDim() override;
 
   /// 1 for a translation, the angle that moves the box's rim by about three world units for a
-  /// rotation, and what moves its far side by four for a scale or shear; 0 for a fixed parameter.
+  /// rotation, and what moves its far side by four for a scale or shear; 0 for a fixed parameter,
+  /// and where `size` is needed and null.
   double getParamStep(int i, NmVec3d* size) override;
 
-  /// Writes the parameters of `m` into `p`, then moves the center of this object's own parameters to
-  /// the middle of the model's box. Always true.
+  /// Writes the parameters of `m` into `p`, then moves the center of this object's own parameters
+  /// to the middle of the model's box. Always true.
   virtual bool decomposeMatrix(NmMat4d& m, NmDVector<double>& p);
 
   /// Number of free parameters. 7 also imposes the scale of the first row on all three, once.

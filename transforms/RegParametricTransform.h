@@ -4,8 +4,9 @@
 #include "foundation/NmMemory.h"
 #include "foundation/NmVec.h"
 
-/// What an optimizer moves: a vector of parameters, of which the leading ones are free, and a natural
-/// step for each. Whatever a transform derives from `params` is stale until the transform's apply().
+/// What an optimizer moves: a vector of parameters, of which the leading ones are free, and a
+/// natural step for each. Whatever a transform derives from `params` is stale until the transform's
+/// apply().
 class RegParametricTransform : public NmAllocated {
  public:
   NmDVector<double> params;
@@ -23,7 +24,7 @@ class RegParametricTransform : public NmAllocated {
   /// Number of free parameters: 0 .. n - 1 of `params` vary.
   virtual int getVariableParamVectorDim() = 0;
 
-  /// Change of parameter `i` that counts as one unit of step length, `size` being the extents of the
-  /// model's bounding box in world units.
+  /// Change of parameter `i` that counts as one unit of step length, `size` being the extents of
+  /// the model's bounding box in world units.
   virtual double getParamStep(int i, NmVec3d* size) = 0;
 };

@@ -1,0 +1,188 @@
+#include "functional/RegFunctional.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "foundation/NmLogFile.h"
+#include "foundation/voxelTypes.h"
+#include "functional/reg_evaluateUniform.h"
+#include "metrics/RegMetric.h"
+#include "transforms/RegAffineTransform.h"
+#include "transforms/RegNonAffineTransform.h"
+#include "transforms/RegTools.h"
+
+namespace {
+
+VlData* first(const NmDArray<NmHandle<VlData>>& volumes) {
+  return volumes.size > 0 ? volumes[0].get() : nullptr;
+}
+
+NmVec3i dimsOf(const VlData& volume) {
+  const NmVec3l dims = volume.dims();
+  return {static_cast<int>(dims.x), static_cast<int>(dims.y), static_cast<int>(dims.z)};
+}
+
+NmBox3f boxOf(const VlData& volume) {
+  NmBox3f box;
+  volume.boundingBox(box);
+  return box;
+}
+
+double bytesOf(const VlData& volume) {
+  const NmVec3l dims = volume.dims();
+  const int type = volume.primType();
+  return static_cast<double>(dims.x) * static_cast<double>(dims.y) *
+         static_cast<double>(dims.z) * NmPrimType::primTypeSize[type];
+}
+
+/// A read lock on voxels that the kernels can walk: one block, one data variable.
+NmHandle<VlDataAccess> lockForKernels(VlData* volume) {
+  if (volume == nullptr) return {};
+  if (volume->numDataVars() != 1) {
+    getTheLogInstance().errorf("RegFunctional: a volume of %d data variables can not be registered",
+                               volume->numDataVars());
+    return {};
+  }
+  NmHandle<VlDataAccess> access = volume->lock(false);
+  if (access == nullptr || !access->isContiguous() || access->dataPtr(0) == nullptr) return {};
+  return access;
+}
+
+struct Bounds {
+  double values[6];
+};
+
+/// Positions from which a sample counts: half a voxel around the model, and no limit at all on an axis
+/// of one voxel without extent.
+Bounds modelBounds(const NmVec3i& dims, const NmBox3f& box) {
+  Bounds bounds = {};
+  for (int axis = 0; axis < 3; ++axis) {
+    const bool limited = dims[axis] >= 2 || box.extent(axis) > 0.0f;
+    bounds.values[2 * axis] = limited ? -0.5 : 0.0;
+    bounds.values[2 * axis + 1] = limited ? std::max(dims[axis] - 1, 0) + 0.5 : 0.0;
+  }
+  return bounds;
+}
+
+NmBox3i wholeGrid(const NmVec3i& dims) {
+  return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
+}
+
+bool isInverted(const NmBox3i& box) {
+  return box.xmax < box.xmin || box.ymax < box.ymin || box.zmax < box.zmin;
+}
+
+NmBox3i intersection(const NmBox3i& a, const NmBox3i& b) {
+  return {std::max(a.xmin, b.xmin), std::min(a.xmax, b.xmax), std::max(a.ymin, b.ymin),
+          std::min(a.ymax, b.ymax), std::max(a.zmin, b.zmin), std::min(a.zmax, b.zmax)};
+}
+
+/// The voxels of a grid whose centres lie in `box`, in single precision; at least one per axis.
+NmBox3i voxelsWithin(const NmBox3f& box, const NmBox3f& gridBox, const NmVec3i& dims) {
+  int limits[3][2];
+  for (int axis = 0; axis < 3; ++axis) {
+    const auto last = static_cast<float>(dims[axis] - 1);
+    float voxel = gridBox.extent(axis) / std::max(last, 1.0f);
+    if (voxel == 0.0f) voxel = 1.0f;
+    const float lower = std::ceil((box.min(axis) - gridBox.min(axis)) / voxel);
+    const float upper = std::floor((box.max(axis) - gridBox.min(axis)) / voxel);
+    limits[axis][0] = lower > 0.0f ? (lower < last ? static_cast<int>(lower) : dims[axis] - 1) : 0;
+    limits[axis][1] = upper < last ? std::max(upper > 0.0f ? static_cast<int>(upper) : 0,
+                                              limits[axis][0])
+                                   : dims[axis] - 1;
+  }
+  return {limits[0][0], limits[0][1], limits[1][0], limits[1][1], limits[2][0], limits[2][1]};
+}
+
+/// The affine part of a walk: where reference voxel (0, 0, 0) lies and what one voxel adds.
+struct WalkFrame {
+  NmVec3d start;
+  NmVec3d step[3];
+  NmVec3d wholeRow;  ///< change over the whole extent of a row
+};
+
+WalkFrame frameOf(const NmMat4d& worldToPosition, const NmBox3f& box, const NmVec3i& dims) {
+  WalkFrame frame;
+  worldToPosition.multVecMatrix(NmVec3d(box.xmin, box.ymin, box.zmin), frame.start);
+  for (int axis = 0; axis < 3; ++axis) {
+    NmVec3d extent;
+    extent[axis] = box.extent(axis);
+    NmVec3d whole;
+    worldToPosition.multDirMatrix(extent, whole);
+    if (axis == 0) frame.wholeRow = whole;
+    for (int k = 0; k < 3; ++k) frame.step[axis][k] = whole[k] / std::max(dims[axis] - 1, 1);
+  }
+  return frame;
+}
+
+/// Per model axis, the direction in which a row moves: 1, -1, 2 for (almost) none, 0 for no clip.
+NmVec3i signsOf(NmVec3d direction, const Bounds& bounds) {
+  const double length = std::sqrt(direction.x * direction.x + direction.y * direction.y +
+                                  direction.z * direction.z);
+  NmVec3i signs;
+  for (int axis = 0; axis < 3; ++axis) {
+    if (!(bounds.values[2 * axis] < bounds.values[2 * axis + 1])) continue;
+    const double along = length != 0.0 ? direction[axis] / length : direction[axis];
+    signs[axis] = along > 1.0e-5 ? 1 : along < -1.0e-5 ? -1 : 2;
+  }
+  return signs;
+}
+
+}  // namespace
+
+RegFunctional::RegFunctional(const NmDArray<NmHandle<VlData>>& referenceVolumes,
+                             NmDArray<NmHandle<VlData>>& modelVolumes, int, bool,
+                             RegParametricTransform* transformToMove, RegMetric* metricToOwn,
+                             RegOptimizerCallback* callbackToAsk, int orientationCode,
+                             int threadCount)
+    : reference(referenceVolumes),
+      model(modelVolumes),
+      transform(transformToMove),
+      metric(metricToOwn),
+      callback(callbackToAsk),
+      modelSize(RegTools::getBoundingBoxSize(first(model))),
+      referenceAccess(lockForKernels(first(reference))),
+      modelAccess(lockForKernels(first(model))),
+      orientation(orientationCode),
+      numThreads(threadCount) {}
+
+RegFunctional::~RegFunctional() { delete metric; }
+
+void RegFunctional::resetEval() {
+  VlData* const volume = first(model);
+  if (volume == nullptr) return;
+  modelDims = dimsOf(*volume);
+  const NmBox3f box = boxOf(*volume);
+  double scale[3];
+  for (int axis = 0; axis < 3; ++axis) {
+    const double extent = box.extent(axis);
+    scale[axis] = extent == 0.0 ? 0.0 : (modelDims[axis] - 1) / extent;
+  }
+  NmMat4d scaling;
+  scaling.setScale(NmVec3d(scale[0], scale[1], scale[2]));
+  worldToModel.setTranslate(NmVec3d(-static_cast<double>(box.xmin), -static_cast<double>(box.ymin),
+                                    -static_cast<double>(box.zmin)));
+  worldToModel.multRight(scaling);
+}
+
+double RegFunctional::evaluate() {
+  double penalty = 0.0;
+  double time = 0.0;
+  return evaluate(true, nullptr, -1, false, nullptr, nullptr, penalty, time);
+}
+
+double RegFunctional::evaluate(bool update, const NmBox3i* box, int vertex, bool marginal,
+                               RegNonAffineTransform* nonAffine, RegMetric* boxMetric,
+                               double& penalty, double& time) {
+  if (update) {
+    if (auto* const affine = dynamic_cast<RegAffineTransform*>(transform)) affine->apply();
+    if (auto* const grid = dynamic_cast<RegNonAffineTransform*>(transform)) grid->apply();
+  }
+  return evaluateNoClip(box, vertex, marginal, nonAffine, boxMetric, penalty, time);
+}
+
+double RegFunctional::evaluateMarginal(const NmBox3i* box, int vertex, bool marginal,
+                                       RegNonAffineTransform* nonAffine, RegMetric* boxMetric,
+                                       double& penalty, double& time) {
+  return evaluateNoClip(box, vertex, marginal, nonAffine, boxMetric, penalty, time);
+}

@@ -1,0 +1,48 @@
+/// Positions of reference rows under an affine map. Row r of a block lies in lane r. A position is
+/// reached by adding the step of one voxel over and over, from voxel 0 of the row, so that it rounds
+/// the same wherever a row is entered.
+class AffinePositions {
+ public:
+  /// The row clip leaves only samples that lie inside the model.
+  static constexpr bool samplesNeedTest = false;
+
+  explicit AffinePositions(const Walk& walk) : walk_(walk) {
+    for (int axis = 0; axis < 3; ++axis) step_[axis] = Lanes::all(walk.step[0][axis]);
+  }
+
+  static RowSpan rowRange(const Walk& walk) { return {0, walk.referenceDims[1] - 1}; }
+
+  void startSlice(int z) { z_ = z; }
+
+  /// Puts rows y .. y + rows - 1 into the lanes and tells the voxels that each of them samples; lanes
+  /// beyond `rows` repeat the last row.
+  void startRows(int y, int rows, RowSpan spans[Lanes::width]) {
+    double first[3][Lanes::width];
+    for (int r = 0; r < Lanes::width; ++r) {
+      double p[3];
+      const double row = y + (r < rows ? r : rows - 1);
+      for (int axis = 0; axis < 3; ++axis) {
+        p[axis] = (walk_.start[axis] + row * walk_.step[1][axis]) + z_ * walk_.step[2][axis];
+        first[axis][r] = p[axis];
+      }
+      spans[r] = r < rows ? clipRow(walk_, p, walk_.referenceDims[0]) : RowSpan{0, -1};
+    }
+    for (int axis = 0; axis < 3; ++axis) position[axis] = Lanes::load(first[axis]);
+  }
+
+  /// Moves from voxel 0 to voxel x.
+  void seek(int x) {
+    for (int i = 0; i < x; ++i) next();
+  }
+
+  void next() {
+    for (int axis = 0; axis < 3; ++axis) position[axis] = position[axis] + step_[axis];
+  }
+
+  typename Lanes::Doubles position[3];  ///< model voxel coordinates
+
+ private:
+  const Walk& walk_;
+  double z_ = 0.0;
+  typename Lanes::Doubles step_[3];
+};

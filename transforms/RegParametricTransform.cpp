@@ -1,0 +1,7 @@
+#include "transforms/RegParametricTransform.h"
+
+RegParametricTransform::~RegParametricTransform() = default;
+
+RegParametricTransform* RegParametricTransform::makeInverse() {
+  return nullptr;
+}
