@@ -13,7 +13,9 @@ namespace {
 
 volatile std::sig_atomic_t interrupted = 0;
 
-void requestInterruption(int /*signal*/) { interrupted = 1; }
+void requestInterruption(int /*signal*/) {
+  interrupted = 1;
+}
 
 /// SA_RESETHAND gives the second Ctrl-C back its default.
 void catchFirstInterruption() {
@@ -68,7 +70,9 @@ void InterruptibleProgress::progressInfoChanged(const std::string& /*text*/) {
   if (onTerminal_) paint();
 }
 
-bool InterruptibleProgress::wasInterrupted() { return interrupted != 0; }
+bool InterruptibleProgress::wasInterrupted() {
+  return interrupted != 0;
+}
 
 void InterruptibleProgress::beginPart(double first, double last) {
   partFirst_ = first;

@@ -7,8 +7,8 @@
 namespace host {
 
 /// Progress on standard error: one line that is painted over where that is a terminal, plain lines
-/// otherwise. While an object lives, the first Ctrl-C asks the running work to stop, and a second one
-/// ends the program.
+/// otherwise. While an object lives, the first Ctrl-C asks the running work to stop, and a second
+/// one ends the program.
 class InterruptibleProgress : public NmProgressInterface {
  public:
   InterruptibleProgress();

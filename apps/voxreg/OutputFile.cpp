@@ -43,7 +43,9 @@ void OutputFile::fail() const {
   throw HostError("cannot write " + target_.string() + ": " + reason);
 }
 
-void OutputFile::requireWritable(const std::string& path) { const OutputFile trial(path); }
+void OutputFile::requireWritable(const std::string& path) {
+  const OutputFile trial(path);
+}
 
 void makeFolder(const std::string& path) {
   std::error_code error;

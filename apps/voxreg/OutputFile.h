@@ -5,8 +5,8 @@
 
 namespace host {
 
-/// A file that appears under its name only when it is complete. It is written under a name of its own
-/// in the same folder; commit() renames it, and without a commit nothing stays behind.
+/// A file that appears under its name only when it is complete. It is written under a name of its
+/// own in the same folder; commit() renames it, and without a commit nothing stays behind.
 class OutputFile {
  public:
   /// Throws HostError when the file can't be written.

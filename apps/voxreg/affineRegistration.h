@@ -9,9 +9,9 @@ namespace host {
 
 /// What a rigid or affine registration is to do.
 struct AffineSettings {
-  std::vector<int> stages;  ///< degrees of freedom of one search after the other: 3, 6, 7, 9, 12
-  NmMat4d start;            ///< model world to reference world
-  float largestStep = 8.0f;    ///< first and last step of a search, in units of about a millimetre
+  std::vector<int> stages;   ///< degrees of freedom of one search after the other: 3, 6, 7, 9, 12
+  NmMat4d start;             ///< model world to reference world
+  float largestStep = 8.0f;  ///< first and last step of a search, in units of about a millimetre
   float smallestStep = 0.02f;
 };
 

@@ -20,7 +20,8 @@ NmMat4d readMatrix(const std::string& path) {
   if (!good || file >> rest) throw HostError(path + " does not hold 4 x 4 numbers");
   NmMat4d inverse;
   if (!inverse.affine_inverse(matrix, inverse))
-    throw HostError(path + " does not hold an affine matrix for row vectors (fourth column 0 0 0 1)");
+    throw HostError(path +
+                    " does not hold an affine matrix for row vectors (fourth column 0 0 0 1)");
   return matrix;
 }
 

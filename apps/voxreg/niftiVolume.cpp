@@ -148,7 +148,8 @@ nifti_1_header headerToWrite(const NiftiVolume& volume) {
 }
 
 /// One line of the file, gathered from the volume's memory.
-void gather(const void* voxels, const MemoryLine& line, std::size_t size, std::vector<char>& stored) {
+void gather(const void* voxels, const MemoryLine& line, std::size_t size,
+            std::vector<char>& stored) {
   const char* const first = static_cast<const char*>(voxels);
   const long n = static_cast<long>(stored.size() / size);
   for (long i = 0; i < n; ++i)
@@ -168,7 +169,9 @@ bool writeVoxels(gzFile file, const NiftiVolume& volume, const VlDataAccess& acc
   return true;
 }
 
-bool isCompressedName(const std::string& path) { return path.ends_with(".nii.gz"); }
+bool isCompressedName(const std::string& path) {
+  return path.ends_with(".nii.gz");
+}
 
 }  // namespace
 

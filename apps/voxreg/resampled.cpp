@@ -64,7 +64,8 @@ NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model,
         toModel.multVecMatrix(point, point);
         float& voxel = row[static_cast<std::size_t>(x)];
         voxel = background;
-        if (sampler->setLocation(pulledIn(point, model.frame.box, modelSpacing))) sampler->value(&voxel);
+        if (sampler->setLocation(pulledIn(point, model.frame.box, modelSpacing)))
+          sampler->value(&voxel);
       }
       (void)access->putRow(-1, y, z, row.data());
     }

@@ -5,8 +5,8 @@
 namespace host {
 
 /// The model on the reference's grid, in the model's voxel type: each voxel holds the trilinear
-/// sample at the place in the model that `modelToReference` (world millimetres, row vectors) sends to
-/// the voxel's centre. Beyond the model stands the model's smallest value.
+/// sample at the place in the model that `modelToReference` (world millimetres, row vectors) sends
+/// to the voxel's centre. Beyond the model stands the model's smallest value.
 NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model,
                       const NmMat4d& modelToReference);
 

@@ -7,8 +7,7 @@
 
 namespace host {
 
-TargetError targetError(const NiftiVolume& reference, const NmMat4d& result,
-                        const NmMat4d& truth) {
+TargetError targetError(const NiftiVolume& reference, const NmMat4d& result, const NmMat4d& truth) {
   const std::vector<float> values = voxelsOf(*reference.data);
   const float threshold = 0.1f * percentile(values, 0.99);
   NmMat4d through = truth.inverse();

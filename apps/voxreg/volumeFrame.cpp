@@ -7,7 +7,9 @@ namespace host {
 
 namespace {
 
-double length(const NmVec3d& v) { return std::hypot(v.x, v.y, v.z); }
+double length(const NmVec3d& v) {
+  return std::hypot(v.x, v.y, v.z);
+}
 
 NmVec3d cross(const NmVec3d& a, const NmVec3d& b) {
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
