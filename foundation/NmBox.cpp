@@ -1,6 +1,8 @@
 #include "foundation/NmBox.h"
 
-float NmBox3f::extent(int axis) const { return max(axis) - min(axis); }
+float NmBox3f::extent(int axis) const {
+  return max(axis) - min(axis);
+}
 
 float NmBox3f::volume() const {
   for (int axis = 0; axis < 3; ++axis)

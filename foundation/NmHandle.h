@@ -39,6 +39,10 @@ class NmHandle {
   NmHandle& operator=(const NmHandle& other) {
     return *this = other.object_;  // NOLINT(misc-unconventional-assign-operator): returns *this
   }
+  template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+  NmHandle& operator=(const NmHandle<U>& other) {
+    return *this = static_cast<T*>(other.get());  // NOLINT(misc-unconventional-assign-operator)
+  }
   NmHandle& operator=(NmHandle&& other) noexcept {
     if (&other == this) return *this;
     T* const old = object_;

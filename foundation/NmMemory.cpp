@@ -17,4 +17,6 @@ void* nmrealloc(void* p, unsigned long bytes) {
   return block;
 }
 
-void nmfree(void* p) noexcept { std::free(p); }
+void nmfree(void* p) noexcept {
+  std::free(p);
+}

@@ -1,17 +1,10 @@
 #pragma once
 
-/// Voxel type of a volume. The six enumerators are served; 5 and 6 are no types, 8 and 9 are integer
-/// types that no volume of this library holds.
+/// Voxel type of a volume. The six enumerators are served; 5 and 6 are no types, 8 and 9 are
+/// integer types that no volume of this library holds.
 class NmPrimType {
  public:
-  enum Value {
-    UnsignedChar = 0,
-    Short = 1,
-    Int = 2,
-    Float = 3,
-    Double = 4,
-    UnsignedShort = 7
-  };
+  enum Value { UnsignedChar = 0, Short = 1, Int = 2, Float = 3, Double = 4, UnsignedShort = 7 };
 
   /// Bytes per value, indexed by the type's number; 0 for numbers that are no type.
   static constexpr int primTypeSize[10] = {1, 2, 4, 4, 8, 0, 0, 2, 1, 4};

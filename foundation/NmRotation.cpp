@@ -48,10 +48,9 @@ void NmRotation::getValue(NmMat4f& matrix) const {
   matrix.makeIdentity();
   if (!(squared > 0.0)) return;
   const double s = 2.0 / squared;
-  const double rows[3][3] = {
-      {1.0 - s * (b * b + c * c), s * (a * b + c * d), s * (a * c - b * d)},
-      {s * (a * b - c * d), 1.0 - s * (a * a + c * c), s * (b * c + a * d)},
-      {s * (a * c + b * d), s * (b * c - a * d), 1.0 - s * (a * a + b * b)}};
+  const double rows[3][3] = {{1.0 - s * (b * b + c * c), s * (a * b + c * d), s * (a * c - b * d)},
+                             {s * (a * b - c * d), 1.0 - s * (a * a + c * c), s * (b * c + a * d)},
+                             {s * (a * c + b * d), s * (b * c - a * d), 1.0 - s * (a * a + b * b)}};
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j) matrix.m[i][j] = static_cast<float>(rows[i][j]);
 }

@@ -85,7 +85,8 @@ class NmVec4i {
   int w = 0;
 
   NmVec4i() = default;
-  NmVec4i(int xValue, int yValue, int zValue, int wValue) : x(xValue), y(yValue), z(zValue), w(wValue) {}
+  NmVec4i(int xValue, int yValue, int zValue, int wValue)
+      : x(xValue), y(yValue), z(zValue), w(wValue) {}
 
   int& operator[](int i) { return i == 0 ? x : i == 1 ? y : i == 2 ? z : w; }
   const int& operator[](int i) const { return i == 0 ? x : i == 1 ? y : i == 2 ? z : w; }
@@ -101,7 +102,8 @@ class NmVec4f {
   float w = 0;
 
   NmVec4f() = default;
-  NmVec4f(float xValue, float yValue, float zValue, float wValue) : x(xValue), y(yValue), z(zValue), w(wValue) {}
+  NmVec4f(float xValue, float yValue, float zValue, float wValue)
+      : x(xValue), y(yValue), z(zValue), w(wValue) {}
 
   float& operator[](int i) { return i == 0 ? x : i == 1 ? y : i == 2 ? z : w; }
   const float& operator[](int i) const { return i == 0 ? x : i == 1 ? y : i == 2 ? z : w; }

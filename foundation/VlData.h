@@ -11,15 +11,17 @@
 
 namespace voxreg::detail {
 class VoxelLock;
-}
+class VoxelLease;
+}  // namespace voxreg::detail
 
-/// A volume: a grid of voxels, x fastest, each of one or more interleaved data variables of one type,
-/// and a bounding box in world units that runs through the centres of the outermost voxels. A 2-D
-/// image is a volume with one voxel on one axis.
+/// A volume: a grid of voxels, x fastest, each of one or more interleaved data variables of one
+/// type, and a bounding box in world units that runs through the centres of the outermost voxels. A
+/// 2-D image is a volume with one voxel on one axis.
 ///
-/// The voxels are reached through a lock that admits many readers or one writer. A thread that reads
-/// may take further read locks at any time, writers waiting or not; a writer waits until no reader is
-/// left. What a thread could only wait for in vain because of its own lock is refused at once.
+/// The voxels are reached through a lock that admits many readers or one writer. A thread that
+/// reads may take further read locks at any time, writers waiting or not; a writer waits until no
+/// reader is left. What a thread could only wait for in vain because of its own lock is refused at
+/// once.
 class VlData : public virtual NmHandableThreaded {
  public:
   enum EvaluatorFilter {
@@ -42,23 +44,24 @@ class VlData : public virtual NmHandableThreaded {
   /// Replaces the bounding box; the voxels stay. Fails for a box that is not finite.
   virtual NmResult setBoundingBox(const NmBox3f& box) = 0;
 
-  /// Waits for the voxels and gives access to them for reading or writing. Null, with an error line,
-  /// when this thread's own lock makes that impossible or the volume has no voxels.
+  /// Waits for the voxels and gives access to them for reading or writing. Null, with an error
+  /// line, when this thread's own lock makes that impossible or the volume has no voxels.
   NmHandle<VlDataAccess> lock(bool write);
 
   /// As lock, but gives null at once, without a line, when the voxels are not to be had now.
   NmHandle<VlDataAccess> tryLock(bool write);
 
-  /// Smallest and largest value of all voxels and data variables as they are now; NaN is passed over.
-  /// `exact` false asks for no more than a fair estimate; this class always answers exactly. Fails
-  /// with 0, 0 where there is no number, or when this thread is writing.
+  /// Smallest and largest value of all voxels and data variables as they are now; NaN is passed
+  /// over. `exact` false asks for no more than a fair estimate; this class always answers exactly.
+  /// Fails with 0, 0 and an error line where there is no number, or when this thread is writing.
   NmResult range(float& min, float& max, bool exact);
 
   /// Voxel size per axis in world units: extent / (n - 1), and the extent itself for one voxel.
   NmVec3f voxelSpacing() const;
 
-  /// A sampler for this volume, or null when it can't be locked for reading by this thread, its
-  /// voxels are not contiguous, or the filter is unknown.
+  /// A sampler for this volume as it is now, bounding box included. Null, with an error line, when
+  /// this thread can't lock it for reading, its voxels are not in one block of a served type, or
+  /// the filter is unknown.
   NmHandle<VlEvaluator> createEvaluator(EvaluatorFilter filter);
 
   /// A sampler with the Lanczos kernel of three lobes: six voxels per axis, weights renormalised
@@ -84,8 +87,11 @@ class VlData : public virtual NmHandableThreaded {
   };
 
  private:
-  friend class VlDataAccess;
-  NmHandle<VlDataAccess> open(bool write, bool wait);
+  /// lock under another operation's name, which stands at the head of the error line.
+  NmHandle<VlDataAccess> lockFor(const char* operation, bool write);
+
+  /// Lets openAccess make the access and ties the lease to its life.
+  NmHandle<VlDataAccess> open(voxreg::detail::VoxelLease lease);
 
   voxreg::detail::VoxelLock* lock_;
 };

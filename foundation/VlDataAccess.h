@@ -27,8 +27,8 @@ class VlDataAccess : public NmHandableThreaded {
   virtual bool isLinear() const = 0;
 
   /// Fills `buffer` with one line of voxels as floats, data variables interleaved. Exactly one
-  /// coordinate is -1 and names the axis that the line runs along. Fails, `buffer` untouched, for
-  /// any other combination, a coordinate out of range or a null buffer.
+  /// coordinate is -1 and names the axis that the line runs along. Fails with an error line,
+  /// `buffer` untouched, for any other combination, a coordinate out of range or a null buffer.
   virtual NmResult row(long x, long y, long z, float* buffer) const = 0;
 
   /// Writes such a line back. Integer voxels take the nearest value, ties to even, saturate at
@@ -38,5 +38,9 @@ class VlDataAccess : public NmHandableThreaded {
  private:
   friend class VlData;
   struct Hold;
+
+  /// Takes `hold` over until the end of this object.
+  void keep(Hold* hold) noexcept;
+
   std::atomic<Hold*> holds_{nullptr};
 };

@@ -3,12 +3,16 @@
 #include "foundation/VlData.h"
 #include "foundation/VlMeta.h"
 
-/// A volume whose voxels lie in one block of memory, its own or the host's. It starts without voxels;
-/// init and initShared give it some, and may be called again while nobody holds a lock. They fail,
-/// the volume staying as it was, for a dimension or number of data variables below 1, a dimension
-/// above 2^31 - 1, a block whose bytes no size can hold, a type that is not served, a locked volume,
-/// or when memory is exhausted. A new volume's bounding box runs from 0 to n - 1 on each axis, and
-/// from 0 to 1 for one voxel.
+namespace voxreg::detail {
+struct VoxelGrid;
+}
+
+/// A volume whose voxels lie in one block of memory, its own or the host's. It starts without
+/// voxels; init and initShared give it some, and may be called again while nobody holds a lock.
+/// They fail, the volume staying as it was, for a dimension or number of data variables below 1, a
+/// dimension above 2^31 - 1, a block whose bytes no size can hold, a type that is not served, a
+/// locked volume, or when memory is exhausted. A new volume's bounding box runs from 0 to n - 1 on
+/// each axis, and from 0 to 1 for one voxel.
 class VlMemoryData : public VlData {
  public:
   /// `meta` is read during the call only and may be null.
@@ -18,7 +22,8 @@ class VlMemoryData : public VlData {
   /// Allocates zeroed voxels. The three flags are accepted and change nothing.
   NmResult init(const NmVec3l& dims, NmPrimType type, int numDataVars, bool, bool, bool);
 
-  /// Wraps voxels that the host owns and keeps alive, without a copy; null fails.
+  /// Wraps voxels that the host owns and keeps alive, without a copy. Null, or an address that is
+  /// no multiple of the type's size, fails.
   NmResult initShared(const NmVec3l& dims, NmPrimType type, int numDataVars, void* voxels);
 
   NmPrimType primType() const override { return type_; }
@@ -31,7 +36,8 @@ class VlMemoryData : public VlData {
   NmHandle<VlDataAccess> openAccess(bool write) override;
 
  private:
-  void adopt(const NmVec3l& dims, NmPrimType type, int numDataVars, void* voxels, bool owned);
+  void adopt(const voxreg::detail::VoxelGrid& grid, void* voxels, bool owned);
+  void freeVoxels();
 
   NmVec3l dims_;
   NmPrimType type_;

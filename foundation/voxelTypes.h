@@ -7,8 +7,8 @@
 
 namespace voxreg::detail {
 
-/// Calls `f.template operator()<T>()` with the voxel type that `type` names. False, and no call, for
-/// a type that no volume holds.
+/// Calls `f.template operator()<T>()` with the voxel type that `type` names. False, and no call,
+/// for a type that no volume holds.
 template <class F>
 bool withVoxelType(NmPrimType type, F&& f) {
   switch (static_cast<int>(type)) {

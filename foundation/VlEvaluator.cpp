@@ -1,0 +1,3 @@
+#include "foundation/VlEvaluator.h"
+
+VlEvaluator::~VlEvaluator() = default;

@@ -1,0 +1,112 @@
+#include "foundation/VlMemoryData.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "foundation/NmException.h"
+#include "foundation/NmLogFile.h"
+#include "foundation/memoryAccess.h"
+#include "foundation/voxelGrid.h"
+#include "foundation/voxelTypes.h"
+
+using voxreg::detail::VoxelGrid;
+
+namespace {
+
+constexpr long largestDimension = 2147483647;
+
+float defaultMaximum(long n) {
+  return n == 1 ? 1.0f : static_cast<float>(n - 1);
+}
+
+bool isServed(const VoxelGrid& grid) {
+  const NmVec3l& n = grid.dims;
+  return n.x <= largestDimension && n.y <= largestDimension && n.z <= largestDimension &&
+         grid.numValues() > 0 && voxreg::detail::isServedVoxelType(grid.type);
+}
+
+unsigned long voxelBytes(const VoxelGrid& grid) {
+  return static_cast<unsigned long>(NmPrimType::primTypeSize[grid.type]);
+}
+
+bool isAligned(const void* voxels, const VoxelGrid& grid) {
+  return reinterpret_cast<std::uintptr_t>(voxels) % voxelBytes(grid) == 0;
+}
+
+/// Null where memory is exhausted.
+void* allocateZeroed(unsigned long bytes) {
+  try {
+    return std::memset(nmmalloc(bytes), 0, bytes);
+  } catch (const NmMemoryException&) {
+    return nullptr;
+  }
+}
+
+NmResult refuse(const char* operation, const char* reason) {
+  getTheLogInstance().errorf("%s: %s", operation, reason);
+  return NmResult(false);
+}
+
+}  // namespace
+
+VlMemoryData::VlMemoryData(const VlMeta* /*meta*/) {}
+VlMemoryData::~VlMemoryData() {
+  freeVoxels();
+}
+
+NmResult VlMemoryData::init(const NmVec3l& dims, NmPrimType type, int numDataVars, bool, bool,
+                            bool) {
+  constexpr const char* operation = "VlMemoryData::init";
+  const VoxelGrid grid = {dims, numDataVars, type};
+  if (!isServed(grid)) return refuse(operation, "there is no volume of such a shape or type");
+  const ExclusiveUse use(*this);
+  if (!use.isHeld()) return refuse(operation, "the volume is locked");
+  void* const voxels =
+      allocateZeroed(static_cast<unsigned long>(grid.numValues()) * voxelBytes(grid));
+  if (voxels == nullptr) return refuse(operation, "memory is exhausted");
+  adopt(grid, voxels, true);
+  return NmResult();
+}
+
+NmResult VlMemoryData::initShared(const NmVec3l& dims, NmPrimType type, int numDataVars,
+                                  void* voxels) {
+  constexpr const char* operation = "VlMemoryData::initShared";
+  const VoxelGrid grid = {dims, numDataVars, type};
+  if (!isServed(grid)) return refuse(operation, "there is no volume of such a shape or type");
+  if (voxels == nullptr) return refuse(operation, "there are no voxels");
+  if (!isAligned(voxels, grid))
+    return refuse(operation, "the voxels are not aligned to their size");
+  const ExclusiveUse use(*this);
+  if (!use.isHeld()) return refuse(operation, "the volume is locked");
+  adopt(grid, voxels, false);
+  return NmResult();
+}
+
+void VlMemoryData::adopt(const VoxelGrid& grid, void* voxels, bool owned) {
+  freeVoxels();
+  dims_ = grid.dims;
+  type_ = grid.type;
+  numDataVars_ = grid.numDataVars;
+  box_ = NmBox3f(0.0f, defaultMaximum(dims_.x), 0.0f, defaultMaximum(dims_.y), 0.0f,
+                 defaultMaximum(dims_.z));
+  voxels_ = voxels;
+  ownsVoxels_ = owned;
+}
+
+void VlMemoryData::freeVoxels() {
+  if (ownsVoxels_) nmfree(voxels_);
+}
+
+NmResult VlMemoryData::setBoundingBox(const NmBox3f& box) {
+  for (int axis = 0; axis < 3; ++axis)
+    if (!std::isfinite(box.min(axis)) || !std::isfinite(box.max(axis)))
+      return refuse("VlMemoryData::setBoundingBox", "the box is not finite");
+  box_ = box;
+  return NmResult();
+}
+
+NmHandle<VlDataAccess> VlMemoryData::openAccess(bool write) {
+  if (voxels_ == nullptr) return nullptr;
+  return voxreg::detail::makeMemoryAccess({dims_, numDataVars_, type_}, voxels_, write);
+}

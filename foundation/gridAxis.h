@@ -1,0 +1,26 @@
+#pragma once
+
+#include "foundation/NmBox.h"
+
+namespace voxreg::detail {
+
+/// Maps world coordinates to voxel positions along one axis of a volume.
+class GridAxis {
+ public:
+  GridAxis(const NmBox3f& box, int axis, long n);
+
+  /// The voxel position of `coordinate`, from 0 to n - 1. A thousandth of a voxel beyond the box
+  /// counts as its border, since hosts compute positions in single precision. False, `position`
+  /// untouched, farther out, for NaN, and on an axis where the box has no inside.
+  bool locate(float coordinate, double& position) const;
+
+  long size() const { return n_; }
+
+ private:
+  double min_;
+  double max_;
+  double slack_;
+  long n_;
+};
+
+}  // namespace voxreg::detail

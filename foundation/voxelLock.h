@@ -1,0 +1,84 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <type_traits>
+
+#include "foundation/NmDArray.h"
+#include "foundation/NmMemory.h"
+
+namespace voxreg::detail {
+
+/// Names a thread for good: an id alone passes to a new thread once its first bearer has ended,
+/// perhaps while a lock which that one took still stands.
+struct ThreadIdentity {
+  std::thread::id id;
+  std::chrono::steady_clock::time_point since;
+
+  static ThreadIdentity current();
+  bool operator==(const ThreadIdentity&) const = default;
+};
+static_assert(std::is_trivially_copyable_v<ThreadIdentity>);
+
+/// Lock of a volume's voxels: many readers or one writer. A reader never waits for a waiting
+/// writer, so that whoever reads may read on, and threads that take two volumes in different orders
+/// to read cannot block each other.
+class VoxelLock : public NmAllocated {
+ public:
+  enum class Answer {
+    granted,
+    busy,       ///< not to be had without waiting
+    impossible  ///< the thread's own lock is in the way, so that waiting would never end
+  };
+
+  /// Takes the lock for the calling thread. May throw NmMemoryException, the lock unchanged.
+  Answer acquire(bool write, bool wait);
+
+  /// Gives back, on any thread, what `owner` acquired.
+  void release(const ThreadIdentity& owner, bool write) noexcept;
+
+ private:
+  struct Reader {
+    ThreadIdentity thread;
+    long count;
+  };
+
+  Reader* findReader(const ThreadIdentity& thread);
+  bool isFree(bool write) const { return !writing_ && !(write && readers_.size > 0); }
+
+  std::mutex mutex_;
+  std::condition_variable released_;
+  NmDArray<Reader> readers_;
+  bool writing_ = false;
+  ThreadIdentity writer_;
+};
+
+/// What one acquisition of a VoxelLock got; gives it back at the end of its life.
+class VoxelLease {
+ public:
+  VoxelLease(VoxelLock& lock, bool write, bool wait)
+      : lock_(&lock), owner_(ThreadIdentity::current()), write_(write) {
+    answer_ = lock.acquire(write, wait);
+  }
+  VoxelLease(VoxelLease&& other) noexcept
+      : lock_(other.lock_), owner_(other.owner_), write_(other.write_), answer_(other.answer_) {
+    other.answer_ = VoxelLock::Answer::busy;
+  }
+  VoxelLease& operator=(VoxelLease&&) = delete;
+  ~VoxelLease() {
+    if (isGranted()) lock_->release(owner_, write_);
+  }
+
+  bool isGranted() const { return answer_ == VoxelLock::Answer::granted; }
+  bool isForWriting() const { return write_; }
+
+ private:
+  VoxelLock* lock_;
+  ThreadIdentity owner_;
+  bool write_;
+  VoxelLock::Answer answer_;
+};
+
+}  // namespace voxreg::detail

@@ -1,0 +1,188 @@
+#pragma once
+
+#include "foundation/NmDArray.h"
+#include "foundation/NmDVector.h"
+#include "foundation/NmHandle.h"
+#include "foundation/NmMat4f.h"
+#include "foundation/NmVec.h"
+#include "foundation/RegStack.h"
+#include "foundation/VlData.h"
+#include "functional/RegOptimizerCallback.h"
+#include "registration/RegDataClass.h"
+#include "transforms/RegNonAffineTransform.h"
+
+class NmException;
+class NmProgressInterface;
+class RegFunctional;
+class RegMetric;
+class RegOptimizer;
+class RegParametricTransform;
+
+/// One registration from its parameters to its result: construct, write a start value into `matrix`
+/// or `nonAffineResult` if there is one, `compute(2)`, read `matrix` or `nonAffineResult` and
+/// `finalMetric`. Both results map model world to reference world.
+///
+/// The volumes are walked from the coarsest level to the finest, and each level through a schedule
+/// of stages, which free more and more of the transform. An interrupted run keeps what it has
+/// reached.
+class RegVoxelRegistration : public RegOptimizerCallback {
+ public:
+  short busy = 0;                        ///< not 0 while compute runs
+  NmDArray<NmHandle<VlData>> reference;  ///< element 0, then further references on the same pose
+  NmDArray<NmHandle<VlData>> model;      ///< element 0 is used
+  double maxCoverage = 1.0;  ///< largest share of valid samples that this pair can reach
+  bool restrictedMotion;     ///< smaller rotations in some searches, smooth coverage penalty
+  int orientation;           ///< 0 to 2: the flat axis; 3: none, or not decided; 4: stack along z
+  bool functionalFlag = false;
+  RegDataClass referenceClass = RegDataClassOrdinary;
+  RegDataClass modelClass = RegDataClassOrdinary;
+  RegParametricTransform* transform = nullptr;      ///< owned
+  RegStack<RegFunctional*>* functionals = nullptr;  ///< owned; one per level, coarsest on top
+  RegOptimizer* optimizer = nullptr;                ///< owned
+  const int levelRatio = 2;                         ///< resolution ratio of neighbouring levels
+  NmProgressInterface* progress;                    ///< not owned, may be null
+  NmVec3i coarsestResampling;  ///< largest reduction per axis; below 1 counts as 1
+  bool keepCoarseAxis;         ///< leave the axis of the largest voxels alone
+  int numThreads;              ///< at least 1; sizes buffers, starts no thread
+  NmVec2f stepRange;           ///< x: largest step, y: smallest; both above 0
+  int numGradientLevels;       ///< how many of the finest levels are searched by gradient
+  float gradientStep;          ///< tolerance of the gradient searches
+  unsigned int optimizerKind;  ///< 1: best neighbour; others search nothing
+  bool bestDirectionFlag;
+  bool calculateCoverage;   ///< find maxCoverage; otherwise it is 0 and nothing is penalised
+  unsigned int metricKind;  ///< 2: mean squared difference; others have no functional
+  float minRef;             ///< intensity range of the reference
+  float maxRef;
+  float minModel;  ///< intensity range of the model
+  float maxModel;
+  unsigned int numBinsRef;
+  unsigned int numBinsMod;
+  NmDArray<int> dofSchedule;   ///< stages of one level: below 13 affine, above a grid; -1 ends them
+  int dofIndex = 0;            ///< position in dofSchedule
+  bool rethrowExceptions;      ///< hand an NmException on instead of returning true
+  unsigned int dimensionMode;  ///< for orientation 3: 0 takes the shortest axis, 2 a stack along z
+  NmMat4f matrix;              ///< start and result of an affine run
+  RegNonAffineTransform::NonAffineTransformDescriptor nonAffineResult;  ///< of a non-affine run
+  NmVec4i affineStages;      ///< which of 3, 6, 7 and 12 degrees of freedom to run
+  NmVec3i nonAffineStages;   ///< grids as x*10000 + y*100 + z; below 13 an affine stage, 0 none
+  double finalMetric = 0.0;  ///< value at which the last search ended
+
+  /// Stores the values and copies the handles; nothing is checked before compute.
+  RegVoxelRegistration(NmProgressInterface* progressToTell, bool rethrow,
+                       NmDArray<NmHandle<VlData>>& referenceVolumes,
+                       NmDArray<NmHandle<VlData>>& modelVolumes, int orientationCode,
+                       float minReference, float maxReference, float minimumModel,
+                       float maximumModel, int threads, unsigned int metric,
+                       unsigned int binsReference, unsigned int binsModel, const NmVec3i& coarsest,
+                       unsigned int modeOfDimensions, bool findCoverage, NmVec4i& affine,
+                       NmVec3i& nonAffine, bool keepCoarse, const NmVec2f& steps,
+                       int gradientLevels, float gradientTolerance, unsigned int searchKind,
+                       bool bestDirection, bool restricted);
+  RegVoxelRegistration(const RegVoxelRegistration&) = delete;
+  RegVoxelRegistration& operator=(const RegVoxelRegistration&) = delete;
+  ~RegVoxelRegistration() override;
+
+  NmProgressInterface* getProgressInterface() override;
+
+  /// Registers for mode 2; any other mode, missing volumes or a call while one is running do
+  /// nothing and give true. False when the parameters or volumes do not allow a run, with an error
+  /// line, or when it was interrupted. An NmException within the run gives true without a result,
+  /// or is thrown on if `rethrowExceptions`; the next compute then starts afresh. Other exceptions
+  /// pass through and leave the object busy. On return no volume is locked.
+  bool compute(int mode);
+
+  /// The run without the harvest of its result, which stays in `transform`.
+  bool doRegistration();
+
+  /// Builds everything that a run needs: transform, functionals, optimizer, schedule. What an
+  /// earlier run has left is freed. 0 on failure.
+  int initRegistration();
+
+  /// Frees the functionals, the optimizer and the schedule; `transform` stays.
+  void doneRegistration();
+
+  /// Runs all stages of one level, counted from 0 at the coarsest. False when interrupted; then
+  /// `functional` is deleted.
+  bool doResolution(int level, int numLevels, int ignoreFinest, RegFunctional* functional,
+                    float maxStep, float minStep);
+
+  /// Puts schedule and optimizer at the beginning of a level.
+  void enterResolution(int level, int numLevels, int ignoreFinest);
+
+  /// To the next stage; true when there is none.
+  bool doneResolution(int, int);
+
+  /// A functional on the volumes of one level, owned by the caller; null, with an error line, for a
+  /// metric that is not to be had.
+  RegFunctional* createFunctional(NmDArray<NmHandle<VlData>>& referenceVolumes,
+                                  NmDArray<NmHandle<VlData>>& modelVolumes, int, int);
+
+  /// Replaces `transform`, in the functionals too, by one at the start value. A non-affine start
+  /// whose box has no volume is the identity over the first reference. Without volumes there is
+  /// none, and an error line.
+  void createTransform(bool nonAffine, const NmVec3i& numBricks);
+  void createTransform();
+
+  /// Logs translation (of the model's centre) and rotation of an affine transform that is not the
+  /// identity.
+  void logCurrentAffineTransform();
+
+  /// Finds maxCoverage from the extents of the volumes and, for the correlation ratio, from the
+  /// share of reference voxels in range.
+  void calculateMaxCoverage();
+
+  /// The 15 parameters of a matrix (RegTools), with the center at 0.
+  static void decomposeMatrix(const NmMat4f& m, NmDVector<double>& params);
+
+  /// The reverse. A vector below 15 values is filled up with those of the identity.
+  static void composeMatrix(NmDVector<double>& params, NmMat4f& m);
+
+  /// Does nothing.
+  void checkCudaResources() {}
+
+  /// The flat axis of a pair of volumes, which either of them may have: 0 to 2, 3 for none, -1 for
+  /// more than one.
+  static int get2DOrientation(const NmVec3i& a, const NmVec3i& b);
+
+  /// -1 for a null volume.
+  static int get2DOrientation(VlData* a, VlData* b);
+
+  /// Of the reference at `index`, limited to the array, and the first model; -1 for an empty array.
+  static int get2DOrientation(NmDArray<NmHandle<VlData>>& referenceVolumes,
+                              NmDArray<NmHandle<VlData>>& modelVolumes, int index);
+
+  /// Makes the volumes of each level, finest first: one level at full resolution, which shares the
+  /// input volumes. False, both results empty, for a missing volume or flat axes that do not agree.
+  bool doResampling(NmDArray<NmDArray<NmHandle<VlData>>>& referenceLevels, const NmVec3i& coarsest,
+                    NmDArray<NmDArray<NmHandle<VlData>>>& modelLevels);
+
+ private:
+  bool hasVolumes() const;
+  bool run(int mode);
+  void harvest();
+  void leaveBrokenRun();
+  bool endByException(const NmException& exception);
+  void releaseFunctionals();
+  void deleteTransform();
+
+  bool resolveOrientation();
+  bool checkSettings() const;
+  bool createFunctionals();
+  bool createSchedule();
+  RegMetric* createMetric() const;
+  RegOptimizer* createOptimizer();
+  RegOptimizer* createGradientOptimizer(float tolerance);
+
+  bool runLevels();
+  void startGradientLevel(int gradientLevelsBefore);
+  void search(float maxStep, float minStep);
+  void showStage(int level, int numLevels);
+  int currentStage() const;
+  void leaveStage();
+  bool prepareStage(int stage, bool runNonAffine, RegFunctional* functional);
+  bool prepareAffineStage(int degreesOfFreedom, RegFunctional* functional);
+  bool prepareNonAffineStage(int code, RegFunctional* functional);
+  void replaceTransform(bool nonAffine, const NmVec3i& numBricks, RegFunctional* functional);
+
+  bool transformIsStale_ = false;  ///< `transform` is where an exception broke a run off
+};

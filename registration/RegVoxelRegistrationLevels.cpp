@@ -1,0 +1,163 @@
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "foundation/NmLogFile.h"
+#include "foundation/NmProgressInterface.h"
+#include "foundation/NmString.h"
+#include "functional/RegFunctional.h"
+#include "optimizers/RegOptimizer.h"
+#include "registration/RegVoxelRegistration.h"
+#include "registration/levelSteps.h"
+#include "transforms/RegAffineTransform.h"
+
+namespace {
+
+constexpr int firstGridCode = 13;
+
+/// Brings a transform up to date with its parameters, without an evaluation.
+void applyParameters(RegParametricTransform* transform) {
+  if (auto* affine = dynamic_cast<RegAffineTransform*>(transform))
+    affine->apply();
+  else if (auto* nonAffine = dynamic_cast<RegNonAffineTransform*>(transform))
+    nonAffine->apply();
+}
+
+}  // namespace
+
+bool RegVoxelRegistration::doRegistration() {
+  const bool result = initRegistration() != 0 && runLevels();
+  doneRegistration();
+  return result;
+}
+
+bool RegVoxelRegistration::runLevels() {
+  const int n = static_cast<int>(functionals->size);
+  const int ignoreFinest = n > 2 ? n - 2 : 0;
+  const int active = n - ignoreFinest;
+  voxreg::detail::LevelSteps steps(stepRange, levelRatio, n);
+  if (n >= 2) getTheLogInstance().printf("num levels: %d, ignore %d finest", n, ignoreFinest);
+  logCurrentAffineTransform();
+  int gradientCount = 0;
+  for (int level = 0; level < active; ++level) {
+    std::unique_ptr<RegFunctional> functional(functionals->pop());
+    if (functional == nullptr) break;
+    if (level > 0 && level >= static_cast<long>(active) - numGradientLevels) {
+      startGradientLevel(gradientCount++);
+      steps.startGradientSearch();
+    }
+    transform = functional->transform;
+    if (optimizer != nullptr) {
+      optimizer->setFunctional(functional.get());
+      if (!doResolution(level, n, ignoreFinest, functional.get(), steps.max, steps.min)) {
+        functional.release();  // NOLINT(bugprone-unused-return-value): it is deleted already
+        return false;
+      }
+      optimizer->setFunctional(nullptr);
+    }
+    logCurrentAffineTransform();
+    steps.advance();
+  }
+  return true;
+}
+
+// Each further gradient level is searched ten times less closely.
+void RegVoxelRegistration::startGradientLevel(int gradientLevelsBefore) {
+  delete optimizer;
+  optimizer = nullptr;
+  const double tolerance = static_cast<double>(gradientStep) * std::pow(10.0, gradientLevelsBefore);
+  optimizer = createGradientOptimizer(static_cast<float>(tolerance));
+}
+
+bool RegVoxelRegistration::doResolution(int level, int numLevels, int ignoreFinest,
+                                        RegFunctional* functional, float maxStep, float minStep) {
+  enterResolution(level, numLevels, ignoreFinest);
+  const bool isFinest = level == numLevels - 1;
+  const bool isLastRun = ignoreFinest != 0 && level == numLevels - 1 - ignoreFinest;
+  for (int stage = currentStage(); stage >= 0; stage = currentStage()) {
+    if (prepareStage(stage, isFinest || isLastRun, functional)) {
+      showStage(level + 1, numLevels - ignoreFinest);
+      search(maxStep, minStep);
+      if (progress != nullptr && progress->wasInterrupted()) {
+        if (optimizer != nullptr) optimizer->setFunctional(nullptr);
+        delete functional;
+        return false;
+      }
+    }
+    leaveStage();
+  }
+  return true;
+}
+
+// A result belongs to its parameters: wherever the search has ended, the transform follows.
+void RegVoxelRegistration::search(float maxStep, float minStep) {
+  if (optimizer == nullptr) return;
+  finalMetric = optimizer->optimize(maxStep, minStep);
+  applyParameters(transform);
+}
+
+void RegVoxelRegistration::showStage(int level, int numLevels) {
+  if (progress == nullptr) return;
+  const NmString caption(0, "Registering at resolution level %d out of %d (DOF = %d)", level,
+                         numLevels, transform->getVariableParamVectorDim());
+  progress->setProgressInfo(caption.data);
+}
+
+bool RegVoxelRegistration::prepareStage(int stage, bool runNonAffine, RegFunctional* functional) {
+  if (stage < firstGridCode) return prepareAffineStage(stage, functional);
+  return runNonAffine && prepareNonAffineStage(stage, functional);
+}
+
+bool RegVoxelRegistration::prepareAffineStage(int degreesOfFreedom, RegFunctional* functional) {
+  if (dynamic_cast<RegAffineTransform*>(transform) == nullptr)
+    replaceTransform(false, NmVec3i(), functional);
+  auto* const affine = dynamic_cast<RegAffineTransform*>(transform);
+  if (affine == nullptr) return false;
+  affine->setDegreesOfFreedom(degreesOfFreedom);
+  return true;
+}
+
+// A transform without vertices, which only a start box at the limits of float leaves, has nothing
+// to search.
+bool RegVoxelRegistration::prepareNonAffineStage(int code, RegFunctional* functional) {
+  NmVec3i numBricks(code / 10000, code / 100 % 100, code % 100);
+  if (auto* const present = dynamic_cast<RegNonAffineTransform*>(transform))
+    present->setNumBricks(numBricks);
+  else
+    replaceTransform(true, numBricks, functional);
+  auto* const nonAffine = dynamic_cast<RegNonAffineTransform*>(transform);
+  return nonAffine != nullptr && nonAffine->hasVertices();
+}
+
+void RegVoxelRegistration::replaceTransform(bool nonAffine, const NmVec3i& numBricks,
+                                            RegFunctional* functional) {
+  createTransform(nonAffine, numBricks);
+  if (functional != nullptr) functional->transform = transform;
+  if (optimizer != nullptr) optimizer->setFunctional(functional);
+}
+
+void RegVoxelRegistration::enterResolution(int level, int numLevels, int ignoreFinest) {
+  if (currentStage() < 0) dofIndex = 0;
+  if (optimizer == nullptr) return;
+  const int stages = static_cast<int>(std::max(dofSchedule.size - 1, 0L));
+  const bool ignores = ignoreFinest > 0 && numLevels > ignoreFinest;
+  optimizer->levelNumber = level + 1;
+  optimizer->numLevels = ignores ? numLevels - ignoreFinest : numLevels;
+  optimizer->stageNumber = stages * level + 1;
+  optimizer->numStages = stages * optimizer->numLevels;
+}
+
+bool RegVoxelRegistration::doneResolution(int, int) {
+  leaveStage();
+  return currentStage() < 0;
+}
+
+void RegVoxelRegistration::leaveStage() {
+  if (optimizer != nullptr) ++optimizer->stageNumber;
+  ++dofIndex;
+}
+
+// The end mark also stands for any position beside the schedule.
+int RegVoxelRegistration::currentStage() const {
+  return dofIndex >= 0 && dofIndex < dofSchedule.size ? dofSchedule[dofIndex] : -1;
+}

@@ -1,0 +1,149 @@
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "foundation/NmLogFile.h"
+#include "foundation/NmProgressInterface.h"
+#include "functional/RegFunctional.h"
+#include "metrics/RegMeanSquaredDifference.h"
+#include "optimizers/RegBestNeighbourOptimizer.h"
+#include "registration/RegVoxelRegistration.h"
+
+namespace {
+
+constexpr int affineFreedoms[] = {3, 6, 7, 12};
+constexpr int firstGridCode = 13;
+
+bool isStep(float step) {
+  return step > 0.0f && std::isfinite(step);
+}
+
+/// True for x*10000 + y*100 + z with 1 to 32 bricks on each axis.
+bool isGrid(int code) {
+  const auto fits = [](int bricks) { return bricks >= 1 && bricks <= 32; };
+  return fits(code / 10000) && fits(code / 100 % 100) && fits(code % 100);
+}
+
+/// The axis of the fewest voxels, the lower one of equals.
+int shortestAxis(const VlData& volume) {
+  const NmVec3l dims = volume.dims();
+  int shortest = 0;
+  for (int axis = 1; axis < 3; ++axis)
+    if (dims[axis] < dims[shortest]) shortest = axis;
+  return shortest;
+}
+
+NmVec3i atLeastOne(const NmVec3i& factors) {
+  return {std::max(factors.x, 1), std::max(factors.y, 1), std::max(factors.z, 1)};
+}
+
+int largestOf(const NmVec4i& v) {
+  return std::max({v.x, v.y, v.z, v.w});
+}
+
+}  // namespace
+
+int RegVoxelRegistration::initRegistration() {
+  doneRegistration();
+  if (transformIsStale_) deleteTransform();
+  maxCoverage = 1.0;
+  if (!hasVolumes()) {
+    getTheLogInstance().errorf("initRegistration: There is no reference or no model.");
+    return 0;
+  }
+  if (transform == nullptr) createTransform();
+  if (!resolveOrientation()) return 0;
+  if (largestOf(affineStages) > 0) nonAffineStages = NmVec3i();
+  if (!checkSettings()) return 0;
+  if (progress != nullptr) progress->setProgressInfo("Initializing");
+  functionals = new RegStack<RegFunctional*>;
+  if (calculateCoverage)
+    calculateMaxCoverage();
+  else
+    maxCoverage = 0.0;
+  if (!createFunctionals()) return 0;
+  optimizer = createOptimizer();
+  return createSchedule() ? 1 : 0;
+}
+
+bool RegVoxelRegistration::resolveOrientation() {
+  if (orientation < 0) {
+    getTheLogInstance().errorf("initRegistration: There is no orientation %d.", orientation);
+    return false;
+  }
+  if (orientation != 3) return true;
+  if (dimensionMode == 2) orientation = 4;
+  if (dimensionMode == 0) orientation = shortestAxis(*reference[0]);
+  return true;
+}
+
+bool RegVoxelRegistration::checkSettings() const {
+  if (!isStep(stepRange.x) || !isStep(stepRange.y)) {
+    getTheLogInstance().errorf("initRegistration: The step range must be finite and above 0.");
+    return false;
+  }
+  for (int i = 0; i < 3; ++i) {
+    const int code = nonAffineStages[i];
+    if (code < firstGridCode || isGrid(code)) continue;
+    getTheLogInstance().errorf("initRegistration: No grid of bricks has the code %d.", code);
+    return false;
+  }
+  return true;
+}
+
+bool RegVoxelRegistration::createFunctionals() {
+  NmDArray<NmDArray<NmHandle<VlData>>> referenceLevels;
+  NmDArray<NmDArray<NmHandle<VlData>>> modelLevels;
+  if (!doResampling(referenceLevels, atLeastOne(coarsestResampling), modelLevels)) return false;
+  for (long i = 0; i < referenceLevels.size; ++i) {
+    std::unique_ptr<RegFunctional> functional(
+        createFunctional(referenceLevels[i], modelLevels[i], 0, 0));
+    functionals->push(functional.get());
+    functional.release();  // NOLINT(bugprone-unused-return-value): the stack owns it now
+  }
+  return true;
+}
+
+RegFunctional* RegVoxelRegistration::createFunctional(NmDArray<NmHandle<VlData>>& referenceVolumes,
+                                                      NmDArray<NmHandle<VlData>>& modelVolumes, int,
+                                                      int) {
+  std::unique_ptr<RegMetric> metric(createMetric());
+  if (metric == nullptr) return nullptr;
+  auto* const functional =
+      new RegFunctional(referenceVolumes, modelVolumes, -1, functionalFlag, transform, metric.get(),
+                        this, orientation, numThreads);
+  metric.release();  // NOLINT(bugprone-unused-return-value): the functional owns it now
+  return functional;
+}
+
+RegMetric* RegVoxelRegistration::createMetric() const {
+  if (metricKind == 2) return new RegMeanSquaredDifference(1.0, false);
+  getTheLogInstance().errorf("createFunctional: There is no metric of kind %u.", metricKind);
+  return nullptr;
+}
+
+RegOptimizer* RegVoxelRegistration::createOptimizer() {
+  if (optimizerKind == 1) return new RegBestNeighbourOptimizer(this, 0.5f, orientation);
+  getTheLogInstance().errorf("initRegistration: There is no search of kind %u.", optimizerKind);
+  return nullptr;
+}
+
+RegOptimizer* RegVoxelRegistration::createGradientOptimizer(float /*tolerance*/) {
+  getTheLogInstance().errorf("doRegistration: There is no gradient search.");
+  return nullptr;
+}
+
+bool RegVoxelRegistration::createSchedule() {
+  const auto append = [this](int stage) { dofSchedule.insert(dofSchedule.size, 1, &stage); };
+  for (int i = 0; i < 4; ++i)
+    if (affineStages[i] != 0) append(affineFreedoms[i]);
+  if (dofSchedule.size == 0)
+    for (int i = 0; i < 3; ++i)
+      if (nonAffineStages[i] > 0) append(nonAffineStages[i]);
+  if (dofSchedule.size == 0) {
+    getTheLogInstance().errorf("Choose some class of registration!");
+    return false;
+  }
+  append(-1);
+  return true;
+}
