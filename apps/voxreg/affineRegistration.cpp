@@ -1,7 +1,5 @@
 #include "affineRegistration.h"
 
-#include <cmath>
-
 #include "HostError.h"
 #include "resampled.h"
 
@@ -29,13 +27,10 @@ int flatAxis(const NiftiVolume& volume) {
   return axis;
 }
 
-/// Step lengths from the largest to the smallest, each about half of the one before.
-std::vector<float> stepLengths(float largest, float smallest) {
-  const int count = static_cast<int>(std::lround(std::log2(largest / smallest)));
+std::vector<float> stepLengths(const AffineSettings& settings) {
   std::vector<float> steps;
-  for (int i = 0; i <= count; ++i)
-    steps.push_back(static_cast<float>(
-        largest * std::pow(static_cast<double>(smallest) / largest, i / std::max(count, 1.0))));
+  for (float step = settings.largestStep; step >= settings.smallestStep; step *= 0.5f)
+    steps.push_back(step);
   return steps;
 }
 
@@ -77,7 +72,8 @@ std::vector<int> stagesFor(int degreesOfFreedom) {
 }
 
 // The best-neighbour search neither reports nor can be stopped. Each of its step lengths therefore
-// is a run of its own that starts where the one before has ended, which visits the same points.
+// is a run of its own that starts where the one before has ended, which finds the
+// same way up to the rounding of the matrix.
 AffineResult registerAffine(const NiftiVolume& reference, const NiftiVolume& model,
                             const AffineSettings& settings, InterruptibleProgress& progress) {
   if (flatAxis(reference) != flatAxis(model))
@@ -85,7 +81,7 @@ AffineResult registerAffine(const NiftiVolume& reference, const NiftiVolume& mod
   const NmWatch watch(true);
   RegVoxelRegistration registration = makeRegistration(reference, model, &progress);
   worldToFrames(settings.start, reference, model).getValue(registration.matrix);
-  const std::vector<float> steps = stepLengths(settings.largestStep, settings.smallestStep);
+  const std::vector<float> steps = stepLengths(settings);
   const double runs = static_cast<double>(steps.size() * settings.stages.size());
   double run = 0.0;
   for (const int stage : settings.stages)

@@ -9,10 +9,10 @@ namespace host {
 
 /// What a rigid or affine registration is to do.
 struct AffineSettings {
-  std::vector<int> stages;   ///< degrees of freedom of one search after the other: 3, 6, 7, 9, 12
-  NmMat4d start;             ///< model world to reference world
-  float largestStep = 8.0f;  ///< first and last step of a search, in units of about a millimetre
-  float smallestStep = 0.02f;
+  std::vector<int> stages;     ///< degrees of freedom of one search after the other: 3, 6, 7, 9, 12
+  NmMat4d start;               ///< model world to reference world
+  float largestStep = 8.0f;    ///< a search halves its steps, which are about millimetres,
+  float smallestStep = 0.03f;  ///< from the largest to just above the smallest
 };
 
 struct AffineResult {

@@ -1,0 +1,183 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "Phantom.h"
+#include "matrixFile.h"
+#include "niftiVolume.h"
+#include "testFiles.h"
+
+namespace {
+
+/// The program as a child process, its output in files.
+class Run {
+ public:
+  Run(const TestFolder& folder, std::vector<std::string> arguments)
+      : out_(folder.file("stdout")), err_(folder.file("stderr")) {
+    arguments.insert(arguments.begin(), VOXREG_PROGRAM);
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    child_ = fork();
+    if (child_ == 0) {
+      redirect(STDOUT_FILENO, out_);
+      redirect(STDERR_FILENO, err_);
+      execv(pointers[0], pointers.data());
+      _exit(127);
+    }
+  }
+  Run(const Run&) = delete;
+  Run& operator=(const Run&) = delete;
+  ~Run() {
+    if (!waited_) (void)wait();
+  }
+
+  void interrupt() const { kill(child_, SIGINT); }
+
+  /// Waits until standard error holds a line.
+  void awaitLine() const {
+    while (errors().find('\n') == std::string::npos)
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+
+  /// Exit code, or -1 after a signal.
+  int wait() {
+    int status = 0;
+    waitpid(child_, &status, 0);
+    waited_ = true;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  std::string output() const { return contentOf(out_); }
+  std::string errors() const { return contentOf(err_); }
+
+ private:
+  static void redirect(int descriptor, const std::string& path) {
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    dup2(file, descriptor);
+  }
+
+  std::string out_;
+  std::string err_;
+  pid_t child_;
+  bool waited_ = false;
+};
+
+class CommandLine : public testing::Test {
+ protected:
+  void SetUp() override {
+    const host::Phantom phantom(3);
+    host::writeNifti(folder.file("r.nii.gz"), host::acquire(phantom, size, {}));
+    host::Acquisition moved;
+    moved.modelToReference.setTranslate(NmVec3d(6, -4, 3));
+    host::writeNifti(folder.file("m.nii.gz"), host::acquire(phantom, size, moved));
+    host::writeMatrix(folder.file("truth.txt"), moved.modelToReference);
+  }
+
+  std::vector<std::string> arguments() const {
+    return {"affine",
+            "--reference",
+            folder.file("r.nii.gz"),
+            "--model",
+            folder.file("m.nii.gz"),
+            "--dof",
+            "3",
+            "--matrix",
+            folder.file("out.txt"),
+            "--output",
+            folder.file("out.nii"),
+            "--picture",
+            folder.file("out.png")};
+  }
+
+  /// The usual arguments with the one after `option` replaced.
+  std::vector<std::string> argumentsWith(const std::string& option,
+                                         const std::string& value) const {
+    std::vector<std::string> result = arguments();
+    *(std::find(result.begin(), result.end(), option) + 1) = value;
+    return result;
+  }
+
+  bool wrote(const std::string& name) const { return std::filesystem::exists(folder.file(name)); }
+
+  void expectRefused(const std::vector<std::string>& arguments, const std::string& reason) {
+    SCOPED_TRACE(reason);
+    Run run(folder, arguments);
+    EXPECT_EQ(run.wait(), 2);
+    const std::string errors = run.errors();
+    EXPECT_NE(errors.find(reason), std::string::npos) << errors;
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+    EXPECT_EQ(run.output(), "");
+    // The three inputs and the two streams.
+    EXPECT_EQ(folder.names().size(), 5u);
+  }
+
+  static constexpr int size = 32;
+  const TestFolder folder;
+};
+
+TEST_F(CommandLine, findsAKnownTranslation) {
+  std::vector<std::string> known = arguments();
+  known.insert(known.end(), {"--truth", folder.file("truth.txt")});
+  Run run(folder, known);
+  ASSERT_EQ(run.wait(), 0) << run.errors();
+  const NmMat4d found = host::readMatrix(folder.file("out.txt"));
+  EXPECT_NEAR(found.m[3][0], 6.0, 0.3);
+  EXPECT_NEAR(found.m[3][1], -4.0, 0.3);
+  EXPECT_NEAR(found.m[3][2], 3.0, 0.3);
+  EXPECT_NE(run.output().find("target error"), std::string::npos);
+  EXPECT_EQ(host::readNifti(folder.file("out.nii")).frame.dims, NmVec3l(size, size, size));
+  EXPECT_EQ(contentOf(folder.file("out.png")).substr(1, 3), "PNG");
+}
+
+TEST_F(CommandLine, startsFromAMatrixInTheWorld) {
+  std::vector<std::string> started = arguments();
+  started.insert(started.end(), {"--start", folder.file("truth.txt")});
+  Run run(folder, started);
+  ASSERT_EQ(run.wait(), 0) << run.errors();
+  EXPECT_NEAR(host::readMatrix(folder.file("out.txt")).m[3][0], 6.0, 0.3);
+}
+
+TEST_F(CommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
+  const std::string nowhere = folder.file("nowhere/out");
+  expectRefused(argumentsWith("--reference", folder.file("none.nii")), "does not exist");
+  expectRefused(argumentsWith("--model", folder.file("truth.txt")), "not a NIfTI-1 file");
+  expectRefused(argumentsWith("--dof", "5"), "--dof");
+  expectRefused(argumentsWith("--matrix", nowhere), "cannot write");
+  expectRefused(argumentsWith("--output", nowhere + ".nii"), "cannot write");
+  expectRefused(argumentsWith("--output", folder.file("out.mgz")), ".nii");
+  expectRefused(argumentsWith("--picture", "/dev/null"), "not a regular file");
+  std::vector<std::string> extended = arguments();
+  extended.insert(extended.end(), {"--start", folder.file("r.nii.gz")});
+  expectRefused(extended, "4 x 4 numbers");
+  extended = arguments();
+  extended.insert(extended.end(), {"--metric", "nonsense"});
+  expectRefused(extended, "--metric");
+  expectRefused({"affine", "--nonsense"}, "--");
+  expectRefused({"nonsense"}, "");
+  expectRefused({}, "subcommand");
+}
+
+TEST_F(CommandLine, theFirstInterruptionStopsTheSearchAndWritesWhatWasReached) {
+  Run run(folder, argumentsWith("--dof", "12"));
+  run.awaitLine();
+  run.interrupt();
+  EXPECT_EQ(run.wait(), 130);
+  EXPECT_TRUE(wrote("out.txt") && wrote("out.nii") && wrote("out.png"));
+  EXPECT_NE(run.output().find("interrupted"), std::string::npos);
+}
+
+TEST_F(CommandLine, theSecondInterruptionEndsTheProgram) {
+  Run run(folder, argumentsWith("--dof", "12"));
+  run.awaitLine();
+  run.interrupt();
+  run.interrupt();
+  const int code = run.wait();
+  EXPECT_TRUE(code == -1 || code == 130) << code;
+}
+
+}  // namespace
