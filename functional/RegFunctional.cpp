@@ -94,27 +94,6 @@ NmBox3i voxelsWithin(const NmBox3f& box, const NmBox3f& gridBox, const NmVec3i& 
   return {limits[0][0], limits[0][1], limits[1][0], limits[1][1], limits[2][0], limits[2][1]};
 }
 
-/// The affine part of a walk: where reference voxel (0, 0, 0) lies and what one voxel adds.
-struct WalkFrame {
-  NmVec3d start;
-  NmVec3d step[3];
-  NmVec3d wholeRow;  ///< change over the whole extent of a row
-};
-
-WalkFrame frameOf(const NmMat4d& worldToPosition, const NmBox3f& box, const NmVec3i& dims) {
-  WalkFrame frame;
-  worldToPosition.multVecMatrix(NmVec3d(box.xmin, box.ymin, box.zmin), frame.start);
-  for (int axis = 0; axis < 3; ++axis) {
-    NmVec3d extent;
-    extent[axis] = box.extent(axis);
-    NmVec3d whole;
-    worldToPosition.multDirMatrix(extent, whole);
-    if (axis == 0) frame.wholeRow = whole;
-    for (int k = 0; k < 3; ++k) frame.step[axis][k] = whole[k] / std::max(dims[axis] - 1, 1);
-  }
-  return frame;
-}
-
 /// Per model axis, the direction in which a row moves: 1, -1, 2 for (almost) none, 0 for no clip.
 NmVec3i signsOf(NmVec3d direction, const Bounds& bounds) {
   const double length = std::sqrt(direction.x * direction.x + direction.y * direction.y +
@@ -129,6 +108,25 @@ NmVec3i signsOf(NmVec3d direction, const Bounds& bounds) {
 }
 
 }  // namespace
+
+/// Where reference voxel (0, 0, 0) lies and what one voxel adds, in the positions that the kernels take.
+struct RegFunctional::WalkFrame {
+  NmVec3d start;
+  NmVec3d step[3];
+  NmVec3d wholeRow;  ///< change over the whole extent of a row
+
+  WalkFrame(const NmMat4d& worldToPosition, const NmBox3f& box, const NmVec3i& dims) {
+    worldToPosition.multVecMatrix(NmVec3d(box.xmin, box.ymin, box.zmin), start);
+    for (int axis = 0; axis < 3; ++axis) {
+      NmVec3d extent;
+      extent[axis] = box.extent(axis);
+      NmVec3d whole;
+      worldToPosition.multDirMatrix(extent, whole);
+      if (axis == 0) wholeRow = whole;
+      for (int k = 0; k < 3; ++k) step[axis][k] = whole[k] / std::max(dims[axis] - 1, 1);
+    }
+  }
+};
 
 RegFunctional::RegFunctional(const NmDArray<NmHandle<VlData>>& referenceVolumes,
                              NmDArray<NmHandle<VlData>>& modelVolumes, int, bool,
@@ -163,6 +161,10 @@ void RegFunctional::resetEval() {
   worldToModel.setTranslate(NmVec3d(-static_cast<double>(box.xmin), -static_cast<double>(box.ymin),
                                     -static_cast<double>(box.zmin)));
   worldToModel.multRight(scaling);
+  if (auto* const grid = dynamic_cast<RegNonAffineTransform*>(transform))
+    grid->setScaleToModel(NmVec3d(-static_cast<double>(box.xmin), -static_cast<double>(box.ymin),
+                                  -static_cast<double>(box.zmin)),
+                          scale[0], scale[1], scale[2]);
 }
 
 double RegFunctional::evaluate() {
@@ -185,4 +187,84 @@ double RegFunctional::evaluateMarginal(const NmBox3i* box, int vertex, bool marg
                                        RegNonAffineTransform* nonAffine, RegMetric* boxMetric,
                                        double& penalty, double& time) {
   return evaluateNoClip(box, vertex, marginal, nonAffine, boxMetric, penalty, time);
+}
+
+double RegFunctional::evaluateNoClip(const NmBox3i* box, int /*vertex*/, bool marginal,
+                                     RegNonAffineTransform* nonAffine, RegMetric* boxMetric,
+                                     double& penalty, double& time) {
+  penalty = 0.0;
+  time = 0.0;
+  RegMetric* const accumulator = box != nullptr && boxMetric != nullptr ? boxMetric : metric;
+  if (accumulator == nullptr) return 0.0;
+  accumulator->reset();
+  resetEval();
+  auto* const affine = dynamic_cast<RegAffineTransform*>(transform);
+  RegNonAffineTransform* const grid = box != nullptr && nonAffine != nullptr
+                                          ? nonAffine
+                                          : dynamic_cast<RegNonAffineTransform*>(transform);
+  if (affine == nullptr && grid == nullptr) return 0.0;
+  if (!walkReferences(box, affine, grid, *accumulator)) return 0.0;
+  if (box == nullptr || reference.size > 1) return accumulator->getResult();
+  if (!marginal) return accumulator->decrementIncrementAndGetResult();
+  accumulator->setOtherParams(RegMetricParamRemoved);
+  return 0.0;
+}
+
+bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affine,
+                                   RegNonAffineTransform* grid, RegMetric& accumulator) {
+  VlData* const modelVolume = first(model);
+  if (modelVolume == nullptr || modelAccess == nullptr) return false;
+  NmMat4d worldToPosition;
+  if (affine != nullptr) {
+    const RegAffineTransform* const inverse = affine->getInverse();
+    if (inverse == nullptr) return false;
+    worldToPosition = inverse->absoluteMatrix;
+    worldToPosition.multRight(worldToModel);
+  }
+  for (long i = 0; i < reference.size; ++i) {
+    VlData* const volume = reference[i];
+    if (volume == nullptr || referenceAccess == nullptr) return false;
+    // Every walk reads the voxels of the first reference, whatever volume lends its grid.
+    if (bytesOf(*volume) > bytesOf(*reference[0])) {
+      getTheLogInstance().errorf("evaluateNoClip: reference %ld is larger than the first", i);
+      return false;
+    }
+    const NmVec3i dims = dimsOf(*volume);
+    const NmBox3f worldBox = boxOf(*volume);
+    NmBox3i clip = wholeGrid(dims);
+    if (i == 0 && box != nullptr && reference.size == 1 && !isInverted(*box))
+      clip = intersection(*box, clip);
+    else if (i == 0 && grid != nullptr && grid->referenceBox.volume() > 0.0f)
+      clip = voxelsWithin(grid->referenceBox, worldBox, dims);
+    if (i == 0 && grid != nullptr && !(grid->referenceBox.volume() > 0.0f))
+      grid->adaptReferenceBoundingBox(worldBox);
+    const WalkFrame frame(worldToPosition, worldBox, dims);
+    if (!walk(*volume, *modelVolume, clip, frame, grid, box != nullptr ? 1 : numThreads,
+              accumulator))
+      return false;
+  }
+  return true;
+}
+
+bool RegFunctional::walk(VlData& volume, VlData& modelVolume, const NmBox3i& clip,
+                         const WalkFrame& frame, RegNonAffineTransform* grid, int numHistograms,
+                         RegMetric& accumulator) {
+  const NmVec3i dims = dimsOf(volume);
+  const NmVec3i sampledDims = dimsOf(modelVolume);
+  const Bounds bounds = modelBounds(sampledDims, boxOf(modelVolume));
+  const NmVec3i signs = signsOf(frame.wholeRow, bounds);
+  const int modelExtents[3] = {sampledDims.x, sampledDims.y, sampledDims.z};
+  bool served = false;
+  const auto walkPair = [&]<class T, class U>() {
+    reg_evaluateUniform(static_cast<const T*>(referenceAccess->dataPtr(0)),
+                        static_cast<const U*>(modelAccess->dataPtr(0)), dims, clip, signs,
+                        frame.start, frame.step[0], frame.step[1], frame.step[2], &accumulator,
+                        bounds.values, modelExtents, grid, numHistograms);
+    served = true;
+  };
+  voxreg::detail::withVoxelType(volume.primType(), [&]<class T>() {
+    voxreg::detail::withVoxelType(modelVolume.primType(),
+                                  [&]<class U>() { walkPair.template operator()<T, U>(); });
+  });
+  return served;
 }

@@ -8,6 +8,7 @@
 #include "foundation/NmVec.h"
 #include "foundation/VlData.h"
 
+class RegAffineTransform;
 class RegMetric;
 class RegNonAffineTransform;
 class RegOptimizerCallback;
@@ -71,6 +72,15 @@ class RegFunctional : public NmAllocated {
                         RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
                         double& time);
 
-  /// Recomputes modelDims and worldToModel from the model's present box.
+  /// Recomputes modelDims and worldToModel from the model's present box, and hands them to a
+  /// non-affine transform.
   void resetEval();
+
+ private:
+  struct WalkFrame;
+
+  bool walkReferences(const NmBox3i* box, RegAffineTransform* affine, RegNonAffineTransform* grid,
+                      RegMetric& accumulator);
+  bool walk(VlData& volume, VlData& modelVolume, const NmBox3i& clip, const WalkFrame& frame,
+            RegNonAffineTransform* grid, int numHistograms, RegMetric& accumulator);
 };

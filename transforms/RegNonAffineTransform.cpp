@@ -31,11 +31,13 @@ const double* flat(const NmDArray<NmVec3d>& vectors) {
   return reinterpret_cast<const double*>(vectors.data);
 }
 
-constexpr double none = std::numeric_limits<double>::quiet_NaN();
-const NmVec3d nowhere(none, none, none);
+NmVec3d nowhere() {
+  constexpr double none = std::numeric_limits<double>::quiet_NaN();
+  return {none, none, none};
+}
 
 void fillWithNowhere(NmDArray<NmVec3d>& vectors) {
-  std::fill_n(vectors.data, vectors.size, nowhere);
+  std::fill_n(vectors.data, vectors.size, nowhere());
 }
 
 void growWithZeros(NmDArray<double>& values, long size) {
@@ -360,7 +362,7 @@ void RegNonAffineTransform::setV(double v, const NmDArray<NmVec3d>& in,
 
 void RegNonAffineTransform::setU(double u, const NmDArray<NmVec3d>& in, NmVec3d& out) const {
   if (brickCount() == 0 || in.size < 2 * numBricks.x) {
-    out = nowhere;
+    out = nowhere();
     return;
   }
   const BrickPlace place(u, numBricks.x);

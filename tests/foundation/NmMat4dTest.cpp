@@ -1,0 +1,254 @@
+#include "foundation/NmMat4d.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+NmMat4d randomMatrix(std::mt19937& random, bool affine) {
+  std::uniform_real_distribution<double> value(-2.0, 2.0);
+  NmMat4d a;
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < (affine ? 3 : 4); ++j) a.m[i][j] = value(random);
+  return a;
+}
+
+NmMat4d product(NmMat4d a, const NmMat4d& b) {
+  return a.multRight(b);
+}
+
+void expectNear(const NmMat4d& a, const NmMat4d& b, double tolerance) {
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) EXPECT_NEAR(a.m[i][j], b.m[i][j], tolerance) << i << ", " << j;
+}
+
+bool isFinite(const NmMat4d& a) {
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j)
+      if (!std::isfinite(a.m[i][j])) return false;
+  return true;
+}
+
+TEST(NmMat4d, FirstFactorActsFirst) {
+  NmMat4d move;
+  move.setTranslate(NmVec3d(1, 2, 3));
+  NmMat4d scale;
+  scale.setScale(NmVec3d(2, 3, 4));
+  NmVec3d p;
+  product(move, scale).multVecMatrix(NmVec3d(1, 1, 1), p);
+  EXPECT_EQ(p, NmVec3d(4, 9, 16));
+  NmMat4d a = move;
+  a.multLeft(scale).multVecMatrix(NmVec3d(1, 1, 1), p);
+  EXPECT_EQ(p, NmVec3d(3, 5, 7));
+  a.setTranslate(NmVec3f(1, 0, 0));
+  a.multRight(a).multLeft(a).multVecMatrix(NmVec3d(), p);
+  EXPECT_EQ(p, NmVec3d(4, 0, 0));
+}
+
+TEST(NmMat4d, PointsAreDividedByWDirectionsAndHomogeneousPointsAreNot) {
+  const NmMat4d a(1, 0, 0, 1, 0, 2, 0, 0, 0, 0, 4, 0, 10, 20, 30, 2);
+  NmVec3f p(2, 1, 1);
+  a.multVecMatrix(p, p);
+  EXPECT_EQ(p, NmVec3f(3, 5.5f, 8.5f));
+  p = NmVec3f(2, 1, 1);
+  a.multMatrixVec(p, p);
+  EXPECT_EQ(p, NmVec3f(3.0f / 72, 2.0f / 72, 4.0f / 72));
+  NmVec3d d(2, 1, 1);
+  a.multDirMatrix(d, d);
+  EXPECT_EQ(d, NmVec3d(2, 2, 4));
+  NmVec4f h(2, 1, 1, 1);
+  a.multVecMatrix(h, h);
+  EXPECT_EQ(h, NmVec4f(12, 22, 34, 4));
+  h = NmVec4f(2, 1, 1, 1);
+  a.multMatrixVec(h, h);
+  EXPECT_EQ(h, NmVec4f(3, 2, 4, 72));
+  NmMat4d flat;
+  flat.m[3][3] = 0.0;
+  flat.multVecMatrix(NmVec3d(1, -1, 0), d);
+  EXPECT_EQ(d.x, std::numeric_limits<double>::infinity());
+}
+
+// 4097^2 = 16785409 is odd and above 2^24, so single precision makes it 16785408.
+TEST(NmMat4d, DeterminantsAreFormedInSinglePrecision) {
+  NmMat4d a;
+  a.setScale(NmVec3d(1.0 + 1e-9, 4097, 4097));
+  EXPECT_EQ(a.det3(), 16785408.0);
+  EXPECT_EQ(a.det3(1, 0, 2, 0, 1, 2), -16785408.0);
+  EXPECT_EQ(a.det4(), (1.0 + 1e-9) * 16785408.0);
+}
+
+TEST(NmMat4d, InverseUndoesAffineAndProjectiveMatrices) {
+  std::mt19937 random(1);
+  for (int n = 0; n < 200; ++n) {
+    const NmMat4d a = randomMatrix(random, n % 2 == 0);
+    if (std::fabs(a.det4()) < 0.1) continue;
+    expectNear(product(a, a.inverse()), NmMat4d::identity(), 1e-11);
+    expectNear(product(a.inverse(), a), NmMat4d::identity(), 1e-11);
+  }
+  NmMat4d twoBelow;
+  twoBelow.m[3][3] = 2.0;
+  EXPECT_EQ(twoBelow.inverse().m[3][3], 0.5);
+}
+
+TEST(NmMat4d, AffineInverseJudgesTheDeterminantRelatively) {
+  NmMat4d out;
+  out.m[0][0] = 7.0;
+  NmMat4d small;
+  small.setScale(1e-4);
+  EXPECT_TRUE(small.affine_inverse(small, small));
+  EXPECT_NEAR(small.m[0][0], 1e4, 1e-8);
+
+  NmMat4d projective;
+  projective.m[0][3] = 1e-30;
+  NmMat4d noRow;
+  noRow.setScale(NmVec3d(1, 1, 0));
+  NmMat4d notANumber;
+  notANumber.m[0][1] = nan;
+  const NmMat4d deficient(1e-4, 2e-4, 3e-4, 0, 2e-4, 4e-4, 6e-4, 0, 0, 1e-4, 0, 0, 0, 0, 0, 1);
+  for (const NmMat4d& refused : {projective, noRow, notANumber, deficient})
+    EXPECT_FALSE(out.affine_inverse(refused, out));
+  EXPECT_EQ(out.m[0][0], 7.0);
+  EXPECT_TRUE(isFinite(deficient.inverse()));
+  EXPECT_GT(std::fabs(deficient.inverse().m[0][0]), 1e9);
+}
+
+TEST(NmMat4d, EmptyRowsGetASmallDiagonal) {
+  const NmMat4d zero(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+  const NmMat4d inverse = zero.inverse();
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j)
+      EXPECT_DOUBLE_EQ(inverse.m[i][j], i == j ? 1.0 / 9.999999974752427e-07 : 0.0);
+}
+
+TEST(NmMat4d, PivotTiesGoToTheLaterRowAndNaNKeepsTheDiagonal) {
+  int index[4];
+  double sign;
+  NmMat4d tie(1, 0, 0, 0, 1, 1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1);
+  EXPECT_EQ(tie.LUDecomposition(index, sign), 1);
+  EXPECT_EQ(index[0], 3);
+  NmMat4d none(nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan);
+  none.LUDecomposition(index, sign);
+  for (int j = 0; j < 4; ++j) EXPECT_EQ(index[j], j);
+  EXPECT_EQ(sign, 1.0);
+}
+
+TEST(NmMat4d, JacobiCountsSweepsAndFindsEigenvectorsInColumns) {
+  double values[3];
+  NmVec3f vectors[3];
+  int rots = -1;
+  NmMat4d::identity().jacobi3(values, vectors, rots);
+  EXPECT_EQ(rots, 0);
+
+  const NmMat4d oneTurn(2, 1, 0, 0, 1, 2, 0, 0, 0, 0, 5, 0, 0, 0, 0, 1);
+  oneTurn.jacobi3(values, vectors, rots);
+  EXPECT_EQ(rots, 3);
+  EXPECT_DOUBLE_EQ(values[0], 1.0);
+  EXPECT_DOUBLE_EQ(values[1], 3.0);
+  EXPECT_EQ(vectors[0][0], static_cast<float>(std::sqrt(0.5)));
+  EXPECT_EQ(vectors[1][0], -vectors[0][0]);
+
+  std::mt19937 random(2);
+  for (int n = 0; n < 50; ++n) {
+    const NmMat4d root = randomMatrix(random, true);
+    const NmMat4d a = product(root, root.transpose());
+    a.jacobi3(values, vectors, rots);
+    for (int k = 0; k < 3; ++k)
+      for (int i = 0; i < 3; ++i) {
+        double image = 0.0;
+        for (int j = 0; j < 3; ++j) image += a.m[i][j] * vectors[j][k];
+        EXPECT_NEAR(image, values[k] * vectors[i][k], 1e-5);
+      }
+  }
+}
+
+TEST(NmMat4d, FactorPutsAMirrorIntoTheScales) {
+  NmMat4d r;
+  NmMat4d u;
+  NmMat4d proj;
+  NmVec3f s;
+  NmVec3f t;
+  std::mt19937 random(3);
+  for (int n = 0; n < 100; ++n) {
+    NmMat4d a = randomMatrix(random, true);
+    if (n == 0) a.setScale(NmVec3d(-1, 1, 1));
+    const double determinant = a.det3();
+    if (std::fabs(determinant) < 0.1) continue;
+    ASSERT_TRUE(a.factor(r, s, u, t, proj));
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(s[i] < 0.0f, determinant < 0.0);
+    EXPECT_NEAR(u.det3(), 1.0, 1e-5);
+    expectNear(product(u, u.transpose()), NmMat4d::identity(), 1e-5);
+    NmMat4d again;
+    again.setScale(s);
+    again.multLeft(r).multRight(r.transpose()).multRight(u);
+    for (int j = 0; j < 3; ++j) {
+      EXPECT_EQ(t[j], static_cast<float>(a.m[3][j]));
+      again.m[3][j] = a.m[3][j];
+    }
+    expectNear(again, a, 1e-5);
+  }
+}
+
+TEST(NmMat4d, FactorRefusesASmallDeterminantAndGetTransformReadsTheIdentity) {
+  NmMat4d small;
+  small.setScale(1e-5);
+  small.m[3][1] = 4.0;
+  NmMat4d r;
+  NmMat4d u;
+  NmMat4d proj;
+  r.m[0][0] = u.m[0][0] = 7.0;
+  NmVec3f s(7, 7, 7);
+  NmVec3f t;
+  EXPECT_FALSE(small.factor(r, s, u, t, proj));
+  EXPECT_EQ(t, NmVec3f(0, 4, 0));
+  EXPECT_EQ(s, NmVec3f(7, 7, 7));
+  EXPECT_EQ(r.m[0][0] + u.m[0][0], 14.0);
+  NmRotation rotation(1, 0, 0, 0);
+  NmRotation orientation(1, 0, 0, 0);
+  small.getTransform(t, rotation, s, orientation, NmVec3f());
+  EXPECT_EQ(s, NmVec3f(1, 1, 1));
+  EXPECT_EQ(rotation, NmRotation());
+  EXPECT_EQ(orientation, NmRotation());
+}
+
+// About the center (1, 0, 0): (2, 0, 0) -> (1, 0, 0), scaled to (3, 0, 0), turned to (0, 3, 0),
+// back to (1, 3, 0), moved to (1, 3, 5).
+TEST(NmMat4d, SetTransformScalesThenRotatesThenMoves) {
+  const float half = std::sqrt(0.5f);
+  const NmRotation quarter(0, 0, half, half);
+  NmMat4d a;
+  a.setTransform(NmVec3f(0, 0, 5), quarter, NmVec3f(3, 1, 1), NmRotation(), NmVec3f(1, 0, 0));
+  NmVec3d p;
+  a.multVecMatrix(NmVec3d(2, 0, 0), p);
+  EXPECT_NEAR(p.x, 1.0, 1e-6);
+  EXPECT_NEAR(p.y, 3.0, 1e-6);
+  EXPECT_NEAR(p.z, 5.0, 1e-6);
+  // With the axes of scale turned by 90 degrees, the factor of x stretches y instead.
+  a.setTransform(NmVec3f(), NmRotation(), NmVec3f(3, 1, 1), quarter, NmVec3f());
+  a.multVecMatrix(NmVec3d(1, 1, 1), p);
+  EXPECT_NEAR(p.x, 1.0, 1e-6);
+  EXPECT_NEAR(p.y, 3.0, 1e-6);
+}
+
+TEST(NmMat4d, GetTransformGivesThePartsThatBuildTheMatrix) {
+  std::mt19937 random(4);
+  const NmVec3f center(3, -2, 1);
+  for (int n = 0; n < 50; ++n) {
+    const NmMat4d a = randomMatrix(random, true);
+    if (std::fabs(a.det3()) < 0.3) continue;
+    NmVec3f move;
+    NmVec3f scale;
+    NmRotation rotation;
+    NmRotation orientation;
+    a.getTransform(move, rotation, scale, orientation, center);
+    NmMat4d again;
+    again.setTransform(move, rotation, scale, orientation, center);
+    expectNear(again, a, 2e-5);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,211 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <tuple>
+
+#include "functional/reg_evaluateUniform.h"
+#include "metrics/RegMeanSquaredDifference.h"
+#include "tests/functional/naiveWalk.h"
+
+namespace {
+
+using VoxelTypes = std::tuple<unsigned char, short, unsigned short, int, float, double>;
+
+template <class F>
+void forEachTypePair(F f) {
+  std::apply(
+      [&](auto... reference) {
+        const auto withModels = [&]<class T>(T) {
+          std::apply([&](auto... model) { (f.template operator()<T, decltype(model)>(), ...); },
+                     VoxelTypes());
+        };
+        (withModels(reference), ...);
+      },
+      VoxelTypes());
+}
+
+template <class T>
+std::vector<T> randomVoxels(const NmVec3i& dims, unsigned seed) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<double> value(std::is_unsigned_v<T> ? 0.0 : -120.0, 250.0);
+  std::vector<T> voxels(static_cast<unsigned long>(dims.x) * static_cast<unsigned long>(dims.y) *
+                        static_cast<unsigned long>(dims.z));
+  for (T& v : voxels) v = static_cast<T>(value(random));
+  return voxels;
+}
+
+/// A map that turns by three angles and scales, sending the middle of the reference to `centre` of
+/// the model, with the signs that the row's direction has.
+naive::Geometry turned(const NmVec3i& dims, const NmVec3i& modelDims, double angle, double scale,
+                       const NmVec3d& centre) {
+  naive::Geometry g;
+  g.dims = dims;
+  g.modelDims = modelDims;
+  const double c = std::cos(angle);
+  const double s = std::sin(angle);
+  const double rows[3][3] = {{c * c, -c * s, -s},
+                             {c * s + s * s * c, c * c - s * s * s, s * c},
+                             {c * s * c - s * s, -c * s * s - s * c, c * c}};
+  for (int axis = 0; axis < 3; ++axis)
+    for (int k = 0; k < 3; ++k) g.step[axis][k] = rows[axis][k] * scale;
+  for (int k = 0; k < 3; ++k) {
+    g.start[k] = centre[k] - 0.5 * (dims.x - 1) * g.step[0][k] - 0.5 * (dims.y - 1) * g.step[1][k] -
+                 0.5 * (dims.z - 1) * g.step[2][k];
+    g.bounds[2 * k] = -0.5;
+    g.bounds[2 * k + 1] = modelDims[k] - 0.5;
+    g.signs[k] = g.step[0][k] > 1e-5 ? 1 : g.step[0][k] < -1e-5 ? -1 : 2;
+  }
+  return g;
+}
+
+/// Sums of the difference family and its counters.
+struct Difference {
+  double sum = 0;
+  long samples = 0;
+  long total = 0;
+};
+
+template <class T, class U>
+Difference kernelDifference(const naive::Geometry& g, const std::vector<T>& reference,
+                            const std::vector<U>& model, const NmBox3i& box) {
+  RegMeanSquaredDifference metric(1.0, false);
+  const int modelDims[3] = {g.modelDims.x, g.modelDims.y, g.modelDims.z};
+  reg_evaluateUniformMSD<T, U>(reference.data(), model.data(), g.dims, box, g.signs, g.start,
+                               g.step[0], g.step[1], g.step[2], &metric, g.bounds, modelDims,
+                               nullptr, 1);
+  return {metric.sumNegSquaredDiff, metric.numSamples, metric.numTotalSamples};
+}
+
+template <class T, class U>
+Difference naiveDifference(const naive::Geometry& g, const std::vector<T>& reference,
+                           const std::vector<U>& model, const NmBox3i& box) {
+  Difference d;
+  naive::affineWalk(g, model, box.zmin, box.zmax, [&](int x, int y, int z, double m) {
+    const auto voxel = static_cast<unsigned long>(x + static_cast<long>(g.dims.x) * (y + g.dims.y * z));
+    const double e = m - static_cast<double>(reference[voxel]);
+    d.sum -= e * e;
+    ++d.samples;
+  });
+  d.total = static_cast<long>(g.dims.x) * g.dims.y * (box.zmax - box.zmin + 1);
+  return d;
+}
+
+template <class T, class U>
+void expectNaiveBits(const naive::Geometry& g, const NmBox3i& box, const char* what) {
+  const auto reference = randomVoxels<T>(g.dims, 7);
+  const auto model = randomVoxels<U>(g.modelDims, 11);
+  const Difference expected = naiveDifference(g, reference, model, box);
+  const Difference found = kernelDifference(g, reference, model, box);
+  EXPECT_EQ(std::memcmp(&found.sum, &expected.sum, sizeof found.sum), 0)
+      << what << ": " << found.sum << " instead of " << expected.sum;
+  EXPECT_EQ(found.samples, expected.samples) << what;
+  EXPECT_EQ(found.total, expected.total) << what;
+}
+
+TEST(AffineKernels, EveryTypePairGivesTheBitsOfTheNaiveWalk) {
+  forEachTypePair([]<class T, class U>() {
+    const auto g = turned({23, 19, 7}, {17, 21, 9}, 0.3, 0.9, {8, 10, 4});
+    expectNaiveBits<T, U>(g, g.grid(), "turned");
+  });
+}
+
+TEST(AffineKernels, RowsEnterAndLeaveTheModelAsTheNaiveWalkDoes) {
+  std::mt19937 random(3);
+  std::uniform_real_distribution<double> angle(-3.1, 3.1);
+  std::uniform_real_distribution<double> scale(0.2, 3.0);
+  std::uniform_real_distribution<double> centre(-6.0, 24.0);
+  std::uniform_int_distribution<int> length(1, 21);
+  for (int trial = 0; trial < 400; ++trial) {
+    const NmVec3i dims(length(random), length(random), length(random) % 5 + 1);
+    const NmVec3i modelDims(length(random), length(random), length(random));
+    const auto g = turned(dims, modelDims, angle(random), scale(random),
+                          {centre(random), centre(random), centre(random)});
+    expectNaiveBits<short, unsigned char>(g, g.grid(), "random geometry");
+    if (HasFailure()) return;
+  }
+}
+
+TEST(AffineKernels, AxisAlignedWalksClipOnExactBounds) {
+  // Whole steps that start on a bound: t is exactly an integer on both sides.
+  for (const double first : {-3.5, -1.0, -0.5, 0.0, 4.0})
+    for (const double step : {1.0, -1.0, 0.5, 2.0}) {
+      auto g = turned({12, 5, 3}, {8, 5, 3}, 0.0, 1.0, {0, 0, 0});
+      g.start = {step > 0 ? first : 7.0 - first, 0.0, 0.0};
+      g.step[0] = {step, 0.0, 0.0};
+      g.signs = {step > 0 ? 1 : -1, 2, 2};
+      expectNaiveBits<float, double>(g, g.grid(), "axis aligned");
+    }
+}
+
+TEST(AffineKernels, BoxLimitsTheSlicesAndIsCutToTheReference) {
+  const auto g = turned({9, 8, 6}, {9, 8, 6}, 0.1, 1.0, {4, 4, 3});
+  expectNaiveBits<int, float>(g, {3, 4, 2, 2, 2, 4}, "x and y of the box are not used");
+  const auto reference = randomVoxels<short>(g.dims, 1);
+  const auto model = randomVoxels<short>(g.modelDims, 2);
+  const Difference whole = kernelDifference(g, reference, model, {0, 8, 0, 7, -5, 90});
+  EXPECT_EQ(whole.total, 9 * 8 * 6);
+  EXPECT_EQ(whole.sum, kernelDifference(g, reference, model, g.grid()).sum);
+  const Difference beside = kernelDifference(g, reference, model, {0, 8, 0, 7, 6, 9});
+  EXPECT_EQ(beside.total, 0);
+  EXPECT_EQ(beside.samples, 0);
+}
+
+TEST(AffineKernels, FarPositionsGiveNoSamplesButCountTheVoxels) {
+  for (const double far : {1.0e6, -1.0e6, 1.0e300, -1.0e300,
+                           std::numeric_limits<double>::infinity()}) {
+    auto g = turned({6, 5, 4}, {7, 7, 7}, 0.2, 1.0, {3, 3, 3});
+    g.start.y = far;
+    const auto reference = randomVoxels<short>(g.dims, 1);
+    const auto model = randomVoxels<short>(g.modelDims, 2);
+    const Difference d = kernelDifference(g, reference, model, g.grid());
+    EXPECT_EQ(d.samples, 0) << far;
+    EXPECT_EQ(d.total, 6 * 5 * 4) << far;
+  }
+}
+
+TEST(AffineKernels, NanPositionsReadVoxelZeroOfTheirAxis) {
+  auto g = turned({4, 3, 2}, {5, 5, 5}, 0.0, 1.0, {2, 2, 2});
+  g.start = {std::nan(""), 1.0, 1.0};
+  g.signs = {1, 2, 2};
+  const std::vector<short> reference(24, 0);
+  std::vector<double> model(125, 0.0);
+  for (unsigned long i = 0; i < model.size(); i += 5) model[i] = 1.0;  // x = 0
+  const Difference d = kernelDifference(g, reference, model, g.grid());
+  EXPECT_EQ(d.samples, 24);
+  EXPECT_EQ(d.sum, -24.0);
+}
+
+TEST(AffineKernels, FlatModelAxisIsNotClipped) {
+  auto g = turned({5, 4, 3}, {5, 4, 1}, 0.0, 1.0, {2, 1.5, 0});
+  g.signs.z = 0;
+  g.bounds[4] = g.bounds[5] = 0.0;
+  for (int axis = 0; axis < 3; ++axis) g.step[axis].z = 0.0;
+  g.start.z = 0.0;
+  const auto reference = randomVoxels<short>(g.dims, 1);
+  const auto model = randomVoxels<short>(g.modelDims, 2);
+  EXPECT_EQ(kernelDifference(g, reference, model, g.grid()).samples, 60);
+  expectNaiveBits<short, short>(g, g.grid(), "one slice");
+}
+
+TEST(AffineKernels, MissingArgumentsAddNothing) {
+  const auto g = turned({4, 3, 2}, {5, 5, 5}, 0.0, 1.0, {2, 2, 2});
+  const auto voxels = randomVoxels<short>({5, 5, 5}, 1);
+  const int modelDims[3] = {5, 5, 5};
+  const int emptyDims[3] = {5, 0, 5};
+  RegMeanSquaredDifference metric(1.0, false);
+  const auto run = [&](const short* reference, const short* model, const int* dims) {
+    reg_evaluateUniformMSD<short, short>(reference, model, g.dims, g.grid(), g.signs, g.start,
+                                         g.step[0], g.step[1], g.step[2], &metric, g.bounds, dims,
+                                         nullptr, 1);
+  };
+  run(nullptr, voxels.data(), modelDims);
+  run(voxels.data(), nullptr, modelDims);
+  run(voxels.data(), voxels.data(), nullptr);
+  run(voxels.data(), voxels.data(), emptyDims);
+  EXPECT_EQ(metric.numTotalSamples, 0);
+}
+
+}  // namespace

@@ -1,0 +1,65 @@
+#include "metrics/RegMeanSquaredDifference.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "metrics/RegLabelDifference.h"
+
+namespace {
+
+RegMeanSquaredDifference withCounts(double minCoverage, bool smooth, long samples, long total) {
+  RegMeanSquaredDifference metric(minCoverage, smooth);
+  metric.numSamples = samples;
+  metric.numTotalSamples = total;
+  return metric;
+}
+
+TEST(RegMetric, CoveragePenaltyFallsBelowOneFifthOfTheWantedCoverage) {
+  EXPECT_EQ(withCounts(1.0, false, 20, 100).penaltyFactorForCoverage(0.001), 1.0);
+  EXPECT_DOUBLE_EQ(withCounts(1.0, false, 10, 100).penaltyFactorForCoverage(0.001), 0.5);
+  EXPECT_DOUBLE_EQ(withCounts(0.5, false, 5, 100).penaltyFactorForCoverage(0.0), 0.5);
+  EXPECT_EQ(withCounts(1.0, false, 0, 100).penaltyFactorForCoverage(0.001), 0.001);
+  EXPECT_EQ(withCounts(1.0, true, 0, 100).penaltyFactorForCoverage(0.001), 0.001);
+  // 0.2 * (1 - 0.5^2) + 0.8
+  EXPECT_DOUBLE_EQ(withCounts(1.0, true, 50, 100).penaltyFactorForCoverage(0.8), 0.95);
+  EXPECT_EQ(withCounts(0.5, true, 80, 100).penaltyFactorForCoverage(0.0), 1.0);
+}
+
+TEST(RegMetric, CoveragePenaltyIsOffOrLimited) {
+  EXPECT_EQ(withCounts(0.0, false, 0, 100).penaltyFactorForCoverage(0.001), 1.0);
+  EXPECT_EQ(withCounts(std::nan(""), true, 0, 100).penaltyFactorForCoverage(0.001), 1.0);
+  EXPECT_EQ(withCounts(1.0, false, 0, 0).penaltyFactorForCoverage(0.0), 1.0);
+  EXPECT_EQ(withCounts(1.0, false, 0, 100).penaltyFactorForCoverage(7.0), 1.0);
+  EXPECT_EQ(withCounts(1.0, false, 0, 100).penaltyFactorForCoverage(-7.0), 0.0);
+}
+
+TEST(RegMeanSquaredDifference, IsTheNegatedMeanOfSquares) {
+  RegMeanSquaredDifference metric(1.0, false);
+  EXPECT_EQ(metric.getResult(), -1000.0);
+  metric.increment(3.0, 1.0);
+  metric.increment(2.0, 5.0);
+  EXPECT_EQ(metric.getResult(), -6.5);
+  EXPECT_EQ(metric.decrementIncrementAndGetResult(), -6.5);
+  metric.decrement(3.0, 1.0);
+  EXPECT_EQ(metric.getResult(), -9.0);
+  metric.numTotalSamples = 10;  // half of the coverage at which the penalty ends
+  EXPECT_EQ(metric.getResult(), -18.0);
+  metric.reset();
+  EXPECT_EQ(metric.getResult(), -1000.0);
+  EXPECT_EQ(metric.numTotalSamples, 0);
+  EXPECT_FALSE(metric.supportsMarginalMetric());
+}
+
+TEST(RegLabelDifference, IsTheNegatedShareOfMismatches) {
+  RegLabelDifference metric(1.0, false);
+  metric.increment(1.0, 1.0);
+  metric.increment(1.0, 2.0);
+  metric.increment(std::nan(""), std::nan(""));
+  metric.increment(4.0, 4.0);
+  EXPECT_EQ(metric.getResult(), -0.5);
+  metric.decrement(1.0, 2.0);
+  EXPECT_EQ(metric.getResult(), -1.0 / 3.0);
+}
+
+}  // namespace

@@ -1,0 +1,159 @@
+#include "transforms/RegTools.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+#include <random>
+
+#include "foundation/VlMemoryData.h"
+
+namespace {
+
+const double sin30 = 0.5;
+const double cos30 = std::sqrt(0.75);
+
+NmDVector<double> parameters(std::initializer_list<double> values) {
+  NmDVector<double> p;
+  p.insert(0, static_cast<long>(values.size()), values.begin());
+  return p;
+}
+
+NmMat4d composed(std::initializer_list<double> values) {
+  NmMat4d m;
+  RegTools::composeMatrix(parameters(values), m);
+  return m;
+}
+
+NmDVector<double> decomposed(const NmMat4d& m) {
+  NmDVector<double> p;
+  RegTools::decomposeMatrix(m, p);
+  return p;
+}
+
+void expectParameters(const NmDVector<double>& p, std::initializer_list<double> expected,
+                      double tolerance) {
+  ASSERT_EQ(p.size, 15);
+  long i = 0;
+  for (const double value : expected) {
+    EXPECT_NEAR(p[i], value, tolerance) << "parameter " << i;
+    ++i;
+  }
+  for (; i < 15; ++i) EXPECT_NEAR(p[i], 0.0, tolerance) << "parameter " << i;
+}
+
+void expectNear(const NmMat4d& a, const NmMat4d& b, double tolerance) {
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) EXPECT_NEAR(a.m[i][j], b.m[i][j], tolerance) << i << ", " << j;
+}
+
+TEST(RegTools, AnglesAAndBTurnRightHandedAndCLeftHanded) {
+  EXPECT_NEAR(composed({0, 0, 0, 30}).m[1][2], sin30, 1e-15);
+  EXPECT_NEAR(composed({0, 0, 0, 0, 30}).m[0][2], -sin30, 1e-15);
+  const NmMat4d c = composed({0, 0, 0, 0, 0, 30});
+  EXPECT_NEAR(c.m[0][1], -sin30, 1e-15);
+  EXPECT_NEAR(c.m[1][0], sin30, 1e-15);
+  EXPECT_NEAR(c.m[0][0], cos30, 1e-15);
+}
+
+// X(90) * Y(90) takes y over z to x; scale and shear act before, on rows.
+TEST(RegTools, PointsAreShearedThenScaledThenRotated) {
+  expectNear(composed({0, 0, 0, 90, 90, 0, 2, 3, 4}),
+             NmMat4d(0, 0, -2, 0, 3, 0, 0, 0, 0, 4, 0, 0, 0, 0, 0, 1), 1e-15);
+  expectNear(composed({0, 0, 0, 0, 0, 0, 2, 3, 4, 0.1, 0.2, 0.3}),
+             NmMat4d(2, 0.3, 1.2, 0, 0.2, 3, 0.8, 0, 0.6, 0.6, 4, 0, 0, 0, 0, 1), 1e-15);
+}
+
+TEST(RegTools, TheCenterStaysWhereTheTranslationPutsIt) {
+  const NmMat4d m = composed({1, 2, 3, 20, -30, 40, 1.5, 0.5, 2, 0.1, 0, 0.2, 10, 20, 30});
+  NmVec3d p(10, 20, 30);
+  m.multVecMatrix(p, p);
+  EXPECT_NEAR(p.x, 11.0, 1e-12);
+  EXPECT_NEAR(p.y, 22.0, 1e-12);
+  EXPECT_NEAR(p.z, 33.0, 1e-12);
+  EXPECT_EQ(composed({1, 2, 3, 0, 0, 0, 1, 1, 1, 0, 0, 0, 7, 8, 9}).m[3][1], 2.0);
+}
+
+TEST(RegTools, MissingParametersAreThoseOfTheIdentity) {
+  expectNear(composed({}), NmMat4d::identity(), 0.0);
+  EXPECT_EQ(composed({5, 0, 0, 0, 0, 0, 3}).m[1][1], 1.0);
+}
+
+TEST(RegTools, SimpleMatricesComeBackAsOneParameter) {
+  expectParameters(decomposed(NmMat4d::identity()), {0, 0, 0, 0, 0, 0, 1, 1, 1}, 0.0);
+  expectParameters(decomposed(composed({0, 0, 0, 30})), {0, 0, 0, 30, 0, 0, 1, 1, 1}, 1e-12);
+  expectParameters(decomposed(composed({0, 0, 0, 0, 30})), {0, 0, 0, 0, 30, 0, 1, 1, 1}, 1e-12);
+  expectParameters(decomposed(composed({4, 5, 6, 0, 0, 30})), {4, 5, 6, 0, 0, 30, 1, 1, 1}, 1e-12);
+  expectParameters(decomposed(composed({0, 0, 0, 0, 0, 0, 2, 3, 4})), {0, 0, 0, 0, 0, 0, 2, 3, 4},
+                   1e-15);
+  expectParameters(decomposed(composed({0, 0, 0, 0, 0, 0, 1, 1, 1, 0.1})),
+                   {0, 0, 0, 0, 0, 0, 1, 1, 1, 0.1}, 2e-6);
+}
+
+TEST(RegTools, DecomposedParametersComposeToTheSameMatrix) {
+  std::mt19937 random(1);
+  std::uniform_real_distribution<double> unit(-1.0, 1.0);
+  for (int n = 0; n < 500; ++n) {
+    NmDVector<double> p;
+    p.resize(15);
+    for (int i = 0; i < 3; ++i) {
+      p[i] = 50 * unit(random);
+      p[3 + i] = (i == 1 ? 85 : 175) * unit(random);
+      p[6 + i] = 1 + 0.5 * unit(random);
+      p[9 + i] = 0.15 * unit(random);
+      p[12 + i] = 100 * unit(random);
+    }
+    NmMat4d m;
+    RegTools::composeMatrix(p, m);
+    const NmDVector<double> found = decomposed(m);
+    NmMat4d again;
+    RegTools::composeMatrix(found, again);
+    expectNear(again, m, 1e-5);
+    for (int i = 3; i < 9; ++i) EXPECT_NEAR(found[i], p[i], 1e-3) << "parameter " << i;
+    for (int i = 12; i < 15; ++i) EXPECT_EQ(found[i], 0.0);
+  }
+}
+
+TEST(RegTools, DegenerateMatricesGiveFiniteParameters) {
+  NmMat4d zero;
+  zero.setScale(0.0);
+  expectParameters(decomposed(zero), {0, 0, 0, 0, 0, 0, 0.001, 0.001, 0.001}, 0.0);
+
+  NmMat4d mirror;
+  mirror.setScale(NmVec3d(1, 1, -1));
+  for (int i = 6; i < 9; ++i) EXPECT_EQ(decomposed(mirror)[i], 1.0);
+
+  EXPECT_EQ(decomposed(composed({0, 0, 0, 25, 90, 40}))[5], 0.0);
+
+  NmMat4d parallel(1, 1, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 0, 0, 0, 1);
+  const NmDVector<double> p = decomposed(parallel);
+  for (long i = 0; i < 15; ++i) EXPECT_TRUE(std::isfinite(p[i])) << "parameter " << i;
+
+  for (const double bad :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(), 1e300}) {
+    parallel.m[1][1] = bad;
+    EXPECT_EQ(decomposed(parallel).size, 15);
+  }
+}
+
+// With two equal rows k01 is 1/2 and the others 0, so that x = (x^2 + 1) / 2, which creeps towards
+// 1 and a singular H: it never converges. Both rows of inverse(H) * a have the length 1 / (1 + x).
+TEST(RegTools, EqualRowsEndAtTheIterationLimit) {
+  double x = 0.0;
+  for (int iteration = 0; iteration < 100; ++iteration) x = 0.5 * (x * x + 1.0);
+  const double scale = 1.0 / (1.0 + x);
+  expectParameters(decomposed(NmMat4d(1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1)),
+                   {0, 0, 0, 0, 0, 0, scale, scale, 1, x}, 1e-9);
+}
+
+TEST(RegTools, CornersOfAVolume) {
+  const NmHandle<VlMemoryData> volume(new VlMemoryData(nullptr));
+  ASSERT_TRUE(volume->setBoundingBox(NmBox3f(-1, 2, 10, 14, 0.5f, 6)).isOk());
+  EXPECT_EQ(RegTools::getBoundingBoxOrigin(volume), NmVec3f(-1, 10, 0.5f));
+  EXPECT_EQ(RegTools::getBoundingBoxSize(volume), NmVec3f(3, 4, 5.5f));
+  EXPECT_EQ(RegTools::getBoundingBoxOrigin(nullptr), NmVec3f());
+  EXPECT_EQ(RegTools::getBoundingBoxSize(nullptr), NmVec3f());
+}
+
+}  // namespace
