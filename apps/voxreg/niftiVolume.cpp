@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -23,20 +24,32 @@ std::shared_ptr<nifti_image> owned(nifti_image* header) {
 }
 
 void requireOneRealVolume(const std::string& path, const nifti_image& header) {
-  const long volumes = static_cast<long>(header.nt) * header.nu * header.nv * header.nw;
-  if (volumes != 1) throw HostError(path + " holds more than one volume");
+  // Dimensions that a header does not use may be 0.
+  if (std::max({header.nt, header.nu, header.nv, header.nw}) > 1)
+    throw HostError(path + " holds more than one volume");
   if (VoxelFormat::find(header.datatype) == nullptr)
     throw HostError(path + " holds voxels of type " + nifti_datatype_to_string(header.datatype) +
                     ", not one real number each");
 }
 
+/// Asked before nifti_image_read, which writes lines of its own about bad headers.
+bool startsWithGoodHeader(const std::string& path) {
+  nifti_1_header header = {};
+  const ZipFile file(gzopen(path.c_str(), "rb"));
+  if (file == nullptr || gzfread(&header, sizeof header, 1, file.get()) != 1) return false;
+  constexpr int headerBytes = 348;
+  if (header.sizeof_hdr != headerBytes) swap_nifti_header(&header, 1);
+  return header.sizeof_hdr == headerBytes && NIFTI_VERSION(header) == 1 &&
+         nifti_hdr_looks_good(&header) != 0;
+}
+
 std::shared_ptr<nifti_image> readHeader(const std::string& path) {
   if (!std::filesystem::exists(path)) throw HostError(path + " does not exist");
   nifti_set_debug_level(0);
-  std::shared_ptr<nifti_image> header = owned(nifti_image_read(path.c_str(), 0));
-  const bool isNifti = header != nullptr && (header->nifti_type == NIFTI_FTYPE_NIFTI1_1 ||
-                                             header->nifti_type == NIFTI_FTYPE_NIFTI1_2);
-  if (!isNifti) throw HostError(path + " is not a NIfTI-1 file");
+  std::shared_ptr<nifti_image> header;
+  if (startsWithGoodHeader(path)) header = owned(nifti_image_read(path.c_str(), 0));
+  if (header == nullptr) throw HostError(path + " is not a NIfTI-1 file");
+  if (header->iname == nullptr) throw HostError(path + " lacks its .img file");
   requireOneRealVolume(path, *header);
   return header;
 }
@@ -51,7 +64,7 @@ FileGrid gridOf(const nifti_image& header) {
   const mat44& toWorld = header.sform_code > 0 ? header.sto_xyz : header.qto_xyz;
   FileGrid grid;
   const long dims[3] = {header.nx, header.ny, header.nz};
-  for (int a = 0; a < 3; ++a) grid.dims[a] = dims[a];
+  for (int a = 0; a < 3; ++a) grid.dims[a] = std::max(dims[a], 1L);
   const double mm = millimetres(header);
   for (int w = 0; w < 3; ++w) {
     for (int a = 0; a < 3; ++a) grid.axis[a][w] = mm * toWorld.m[w][a];

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <thread>
 
 #include "Phantom.h"
@@ -14,9 +15,9 @@
 namespace {
 
 /// The program as a child process, its output in files.
-class Run {
+class Child {
  public:
-  Run(const TestFolder& folder, std::vector<std::string> arguments)
+  Child(const TestFolder& folder, std::vector<std::string> arguments)
       : out_(folder.file("stdout")), err_(folder.file("stderr")) {
     arguments.insert(arguments.begin(), VOXREG_PROGRAM);
     std::vector<char*> pointers;
@@ -30,9 +31,9 @@ class Run {
       _exit(127);
     }
   }
-  Run(const Run&) = delete;
-  Run& operator=(const Run&) = delete;
-  ~Run() {
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() {
     if (!waited_) (void)wait();
   }
 
@@ -106,12 +107,12 @@ class CommandLine : public testing::Test {
 
   void expectRefused(const std::vector<std::string>& arguments, const std::string& reason) {
     SCOPED_TRACE(reason);
-    Run run(folder, arguments);
-    EXPECT_EQ(run.wait(), 2);
-    const std::string errors = run.errors();
+    Child child(folder, arguments);
+    EXPECT_EQ(child.wait(), 2);
+    const std::string errors = child.errors();
     EXPECT_NE(errors.find(reason), std::string::npos) << errors;
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
-    EXPECT_EQ(run.output(), "");
+    EXPECT_EQ(child.output(), "");
     // The three inputs and the two streams.
     EXPECT_EQ(folder.names().size(), 5u);
   }
@@ -123,29 +124,68 @@ class CommandLine : public testing::Test {
 TEST_F(CommandLine, findsAKnownTranslation) {
   std::vector<std::string> known = arguments();
   known.insert(known.end(), {"--truth", folder.file("truth.txt")});
-  Run run(folder, known);
-  ASSERT_EQ(run.wait(), 0) << run.errors();
+  Child child(folder, known);
+  ASSERT_EQ(child.wait(), 0) << child.errors();
   const NmMat4d found = host::readMatrix(folder.file("out.txt"));
   EXPECT_NEAR(found.m[3][0], 6.0, 0.3);
   EXPECT_NEAR(found.m[3][1], -4.0, 0.3);
   EXPECT_NEAR(found.m[3][2], 3.0, 0.3);
-  EXPECT_NE(run.output().find("target error"), std::string::npos);
+  EXPECT_NE(child.output().find("target error"), std::string::npos);
   EXPECT_EQ(host::readNifti(folder.file("out.nii")).frame.dims, NmVec3l(size, size, size));
   EXPECT_EQ(contentOf(folder.file("out.png")).substr(1, 3), "PNG");
+}
+
+/// The phantom, moved by 6, -4, 3 mm, in a file whose axes are permuted, flipped and turned by 20
+/// degrees against the world's.
+void writeObliqueModel(const std::string& path) {
+  nifti_1_header header = makeHeader(40, 40, 40, DT_FLOAT32, 32);
+  const float c = 5.0f * std::cos(0.35f), s = 5.0f * std::sin(0.35f);
+  const float rows[3][4] = {{-s, -c, 0, 130}, {c, -s, 0, -30}, {0, 0, -5, 95}};
+  std::memcpy(header.srow_x, rows[0], sizeof rows[0]);
+  std::memcpy(header.srow_y, rows[1], sizeof rows[1]);
+  std::memcpy(header.srow_z, rows[2], sizeof rows[2]);
+  const host::Phantom phantom(3);
+  std::vector<float> voxels;
+  for (int k = 0; k < 40; ++k)
+    for (int j = 0; j < 40; ++j)
+      for (int i = 0; i < 40; ++i) {
+        NmVec3d world(6, -4, 3);
+        for (int w = 0; w < 3; ++w) {
+          const float* const row = rows[w];
+          world[w] += static_cast<double>(row[0]) * i + static_cast<double>(row[1]) * j +
+                      static_cast<double>(row[2]) * k + static_cast<double>(row[3]);
+        }
+        voxels.push_back(static_cast<float>(4000.0 * phantom.value(world)));
+      }
+  writeFile(path, bytesOf(header, voxels));
+}
+
+TEST_F(CommandLine, tellsTheMatrixBetweenTheWorldsWhateverTheAxesOfTheFile) {
+  writeObliqueModel(folder.file("oblique.nii"));
+  std::vector<std::string> oblique = argumentsWith("--model", folder.file("oblique.nii"));
+  *(std::find(oblique.begin(), oblique.end(), "--dof") + 1) = "6";
+  Child child(folder, oblique);
+  ASSERT_EQ(child.wait(), 0) << child.errors();
+  const NmMat4d found = host::readMatrix(folder.file("out.txt"));
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) EXPECT_NEAR(found.m[i][j], i == j ? 1.0 : 0.0, 0.01);
+  EXPECT_NEAR(found.m[3][0], 6.0, 0.5);
+  EXPECT_NEAR(found.m[3][1], -4.0, 0.5);
+  EXPECT_NEAR(found.m[3][2], 3.0, 0.5);
 }
 
 TEST_F(CommandLine, startsFromAMatrixInTheWorld) {
   std::vector<std::string> started = arguments();
   started.insert(started.end(), {"--start", folder.file("truth.txt")});
-  Run run(folder, started);
-  ASSERT_EQ(run.wait(), 0) << run.errors();
+  Child child(folder, started);
+  ASSERT_EQ(child.wait(), 0) << child.errors();
   EXPECT_NEAR(host::readMatrix(folder.file("out.txt")).m[3][0], 6.0, 0.3);
 }
 
 TEST_F(CommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
   const std::string nowhere = folder.file("nowhere/out");
   expectRefused(argumentsWith("--reference", folder.file("none.nii")), "does not exist");
-  expectRefused(argumentsWith("--model", folder.file("truth.txt")), "not a NIfTI-1 file");
+  expectRefused(argumentsWith("--model", VOXREG_PROGRAM), "not a NIfTI-1 file");
   expectRefused(argumentsWith("--dof", "5"), "--dof");
   expectRefused(argumentsWith("--matrix", nowhere), "cannot write");
   expectRefused(argumentsWith("--output", nowhere + ".nii"), "cannot write");
@@ -163,20 +203,20 @@ TEST_F(CommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
 }
 
 TEST_F(CommandLine, theFirstInterruptionStopsTheSearchAndWritesWhatWasReached) {
-  Run run(folder, argumentsWith("--dof", "12"));
-  run.awaitLine();
-  run.interrupt();
-  EXPECT_EQ(run.wait(), 130);
+  Child child(folder, argumentsWith("--dof", "12"));
+  child.awaitLine();
+  child.interrupt();
+  EXPECT_EQ(child.wait(), 130);
   EXPECT_TRUE(wrote("out.txt") && wrote("out.nii") && wrote("out.png"));
-  EXPECT_NE(run.output().find("interrupted"), std::string::npos);
+  EXPECT_NE(child.output().find("interrupted"), std::string::npos);
 }
 
 TEST_F(CommandLine, theSecondInterruptionEndsTheProgram) {
-  Run run(folder, argumentsWith("--dof", "12"));
-  run.awaitLine();
-  run.interrupt();
-  run.interrupt();
-  const int code = run.wait();
+  Child child(folder, argumentsWith("--dof", "12"));
+  child.awaitLine();
+  child.interrupt();
+  child.interrupt();
+  const int code = child.wait();
   EXPECT_TRUE(code == -1 || code == 130) << code;
 }
 

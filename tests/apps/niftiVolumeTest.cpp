@@ -138,6 +138,7 @@ TEST(NiftiVolume, aFlatImageNeedsNoThirdAxis) {
   const TestFolder folder;
   nifti_1_header header = makeHeader(3, 2, 1, DT_INT16, 16);
   header.dim[0] = 2;
+  header.dim[3] = 0;
   header.srow_z[2] = 0.0f;
   writeFile(folder.file("flat.nii"), bytesOf(header, std::vector<short>{1, 2, 3, 4, 5, 6}));
   const NiftiVolume flat = host::readNifti(folder.file("flat.nii"));
