@@ -31,8 +31,8 @@ NmBox3f boxOf(const VlData& volume) {
 double bytesOf(const VlData& volume) {
   const NmVec3l dims = volume.dims();
   const int type = volume.primType();
-  return static_cast<double>(dims.x) * static_cast<double>(dims.y) *
-         static_cast<double>(dims.z) * NmPrimType::primTypeSize[type];
+  return static_cast<double>(dims.x) * static_cast<double>(dims.y) * static_cast<double>(dims.z) *
+         NmPrimType::primTypeSize[type];
 }
 
 /// A read lock on voxels that the kernels can walk: one block, one data variable.
@@ -52,8 +52,8 @@ struct Bounds {
   double values[6];
 };
 
-/// Positions from which a sample counts: half a voxel around the model, and no limit at all on an axis
-/// of one voxel without extent.
+/// Positions from which a sample counts: half a voxel around the model, and no limit at all on an
+/// axis of one voxel without extent.
 Bounds modelBounds(const NmVec3i& dims, const NmBox3f& box) {
   Bounds bounds = {};
   for (int axis = 0; axis < 3; ++axis) {
@@ -87,17 +87,17 @@ NmBox3i voxelsWithin(const NmBox3f& box, const NmBox3f& gridBox, const NmVec3i& 
     const float lower = std::ceil((box.min(axis) - gridBox.min(axis)) / voxel);
     const float upper = std::floor((box.max(axis) - gridBox.min(axis)) / voxel);
     limits[axis][0] = lower > 0.0f ? (lower < last ? static_cast<int>(lower) : dims[axis] - 1) : 0;
-    limits[axis][1] = upper < last ? std::max(upper > 0.0f ? static_cast<int>(upper) : 0,
-                                              limits[axis][0])
-                                   : dims[axis] - 1;
+    limits[axis][1] = upper < last
+                          ? std::max(upper > 0.0f ? static_cast<int>(upper) : 0, limits[axis][0])
+                          : dims[axis] - 1;
   }
   return {limits[0][0], limits[0][1], limits[1][0], limits[1][1], limits[2][0], limits[2][1]};
 }
 
 /// Per model axis, the direction in which a row moves: 1, -1, 2 for (almost) none, 0 for no clip.
 NmVec3i signsOf(NmVec3d direction, const Bounds& bounds) {
-  const double length = std::sqrt(direction.x * direction.x + direction.y * direction.y +
-                                  direction.z * direction.z);
+  const double length =
+      std::sqrt(direction.x * direction.x + direction.y * direction.y + direction.z * direction.z);
   NmVec3i signs;
   for (int axis = 0; axis < 3; ++axis) {
     if (!(bounds.values[2 * axis] < bounds.values[2 * axis + 1])) continue;
@@ -109,7 +109,8 @@ NmVec3i signsOf(NmVec3d direction, const Bounds& bounds) {
 
 }  // namespace
 
-/// Where reference voxel (0, 0, 0) lies and what one voxel adds, in the positions that the kernels take.
+/// Where reference voxel (0, 0, 0) lies and what one voxel adds, in the positions that the kernels
+/// take.
 struct RegFunctional::WalkFrame {
   NmVec3d start;
   NmVec3d step[3];
@@ -144,7 +145,9 @@ RegFunctional::RegFunctional(const NmDArray<NmHandle<VlData>>& referenceVolumes,
       orientation(orientationCode),
       numThreads(threadCount) {}
 
-RegFunctional::~RegFunctional() { delete metric; }
+RegFunctional::~RegFunctional() {
+  delete metric;
+}
 
 void RegFunctional::resetEval() {
   VlData* const volume = first(model);

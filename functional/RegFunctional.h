@@ -20,20 +20,20 @@ class RegParametricTransform;
 class RegFunctional : public NmAllocated {
  public:
   NmDArray<NmHandle<VlData>> reference;
-  NmDArray<NmHandle<VlData>> model;   ///< element 0 is used
-  RegParametricTransform* transform;  ///< not owned; maps model world to reference world
-  RegMetric* metric;                  ///< owned
-  RegOptimizerCallback* callback;     ///< not owned, may be null
-  NmVec3f modelSize;                  ///< extents of the model's bounding box, world units
+  NmDArray<NmHandle<VlData>> model;        ///< element 0 is used
+  RegParametricTransform* transform;       ///< not owned; maps model world to reference world
+  RegMetric* metric;                       ///< owned
+  RegOptimizerCallback* callback;          ///< not owned, may be null
+  NmVec3f modelSize;                       ///< extents of the model's bounding box, world units
   NmHandle<VlDataAccess> referenceAccess;  ///< null when the lock failed
   NmHandle<VlDataAccess> modelAccess;
   int orientation;  ///< the registration's orientation code
   NmVec3i modelDims;
-  NmMat4d worldToModel;  ///< model world position to model voxel position
-  int numThreads;        ///< number of work histograms of a kernel; no thread is started
-  double gradientTime = 0.0;       ///< seconds spent on Jacobians during gradients
-  int worstBrick = -1;             ///< brick of the largest penalty term of the last whole evaluation
-  double maxShapePenalty = 0.0;    ///< largest shape term seen so far
+  NmMat4d worldToModel;          ///< model world position to model voxel position
+  int numThreads;                ///< number of work histograms of a kernel; no thread is started
+  double gradientTime = 0.0;     ///< seconds spent on Jacobians during gradients
+  int worstBrick = -1;           ///< brick of the largest penalty term of the last whole evaluation
+  double maxShapePenalty = 0.0;  ///< largest shape term seen so far
   double maxJacobianPenalty = 0.0;  ///< largest determinant term seen so far
   double maxOtherPenalty = 0.0;
   NmDArray<unsigned char> emptyBricks;     ///< 1: no reference voxel of the brick is in range
@@ -54,9 +54,9 @@ class RegFunctional : public NmAllocated {
   /// Applies the transform's parameters and evaluates the whole volume.
   double evaluate();
 
-  /// Evaluates the whole volume, or, with `box`, the contribution of a sub-box: `marginal` stores it
-  /// as the metric's removed set and gives 0.0, otherwise the whole metric with the box replaced is
-  /// the result. `nonAffine` and `boxMetric` stand in for the members only together with a box.
+  /// Evaluates the whole volume, or, with `box`, the contribution of a sub-box: `marginal` stores
+  /// it as the metric's removed set and gives 0.0, otherwise the whole metric with the box replaced
+  /// is the result. `nonAffine` and `boxMetric` stand in for the members only together with a box.
   /// `update` applies the transform's parameters first. `penalty` receives the regularity penalty,
   /// `time` the seconds that it took. 0.0 when a volume, its lock or the transform is missing or a
   /// voxel type is not served.

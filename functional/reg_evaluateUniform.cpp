@@ -18,9 +18,9 @@ long numVoxels(const NmBox3i& box) {
 }
 
 NmBox3i cut(const NmBox3i& box, const NmVec3i& dims) {
-  return {std::max(box.xmin, 0),          std::min(box.xmax, dims.x - 1),
-          std::max(box.ymin, 0),          std::min(box.ymax, dims.y - 1),
-          std::max(box.zmin, 0),          std::min(box.zmax, dims.z - 1)};
+  return {std::max(box.xmin, 0), std::min(box.xmax, dims.x - 1),
+          std::max(box.ymin, 0), std::min(box.ymax, dims.y - 1),
+          std::max(box.zmin, 0), std::min(box.zmax, dims.z - 1)};
 }
 
 /// A walk with the scratch memory of the rows that a kernel works on.
@@ -59,8 +59,8 @@ class ScratchedWalk {
 };
 
 template <class T, class U>
-bool canWalk(const T* reference, const U* model, const NmVec3i& referenceDims,
-             const int* modelDims, const void* metric) {
+bool canWalk(const T* reference, const U* model, const NmVec3i& referenceDims, const int* modelDims,
+             const void* metric) {
   return reference != nullptr && model != nullptr && metric != nullptr && modelDims != nullptr &&
          std::min({referenceDims.x, referenceDims.y, referenceDims.z}) >= 1 &&
          std::min({modelDims[0], modelDims[1], modelDims[2]}) >= 1;
@@ -97,15 +97,15 @@ void reg_evaluateUniform(const T* reference, const U* model, const NmVec3i& refe
                            difference, bounds, modelDims, transform, numHistograms);
 }
 
-#define VOXREG_KERNEL_PAIR(T, U)                                                                 \
-  template void reg_evaluateUniformMSD<T, U>(                                                    \
-      const T*, const U*, const NmVec3i&, const NmBox3i&, const NmVec3i&, const NmVec3d&,        \
-      const NmVec3d&, const NmVec3d&, const NmVec3d&, RegMeanSquaredDifference*, const double*,  \
-      const int*, RegNonAffineTransform*, int);                                                  \
-  template void reg_evaluateUniform<T, U>(                                                       \
-      const T*, const U*, const NmVec3i&, const NmBox3i&, const NmVec3i&, const NmVec3d&,        \
-      const NmVec3d&, const NmVec3d&, const NmVec3d&, RegMetric*, const double*, const int*,     \
-      RegNonAffineTransform*, int);
+#define VOXREG_KERNEL_PAIR(T, U)                                                                \
+  template void reg_evaluateUniformMSD<T, U>(                                                   \
+      const T*, const U*, const NmVec3i&, const NmBox3i&, const NmVec3i&, const NmVec3d&,       \
+      const NmVec3d&, const NmVec3d&, const NmVec3d&, RegMeanSquaredDifference*, const double*, \
+      const int*, RegNonAffineTransform*, int);                                                 \
+  template void reg_evaluateUniform<T, U>(const T*, const U*, const NmVec3i&, const NmBox3i&,   \
+                                          const NmVec3i&, const NmVec3d&, const NmVec3d&,       \
+                                          const NmVec3d&, const NmVec3d&, RegMetric*,           \
+                                          const double*, const int*, RegNonAffineTransform*, int);
 #define VOXREG_KERNEL_ROW(T)            \
   VOXREG_KERNEL_PAIR(T, unsigned char)  \
   VOXREG_KERNEL_PAIR(T, short)          \

@@ -9,24 +9,26 @@ class RegNonAffineTransform;
 
 /// The sampling kernels: each walks reference voxels of type T, finds the position of each in the
 /// model, samples the model's voxels of type U by trilinear interpolation, and adds the pairs to a
-/// metric's members. T and U each are one of the six voxel types; the library holds all 36 members of
-/// each family. All arithmetic is in double, and every sum takes its terms in the order of the voxels.
+/// metric's members. T and U each are one of the six voxel types; the library holds all 36 members
+/// of each family. All arithmetic is in double, and every sum takes its terms in the order of the
+/// voxels.
 ///
 /// Arguments that the families share:
 ///   reference, model  voxels, x fastest; one data variable
 ///   referenceDims     nx, ny, nz of the reference
 ///   box               voxels of the reference to walk, both ends inclusive; cut to the reference
-///   signs             per model axis, the direction of stepX on it: 1, -1, 2 no movement, 0 no clip
-///   start             position of reference voxel (0, 0, 0): model voxel coordinates in an affine
+///   signs             per model axis, the direction of stepX on it: 1, -1, 2 no movement, 0 no
+///   clip start             position of reference voxel (0, 0, 0): model voxel coordinates in an
+///   affine
 ///                     walk, world units in one through a brick grid
 ///   stepX/Y/Z         change of that position per reference voxel
 ///   bounds            lower and upper bound of a position per model axis, six values
 ///   modelDims         dims of the model
 /// A null reference, model or metric, or dims below 1, add nothing.
 
-/// Difference family. Without a transform it walks the slices box.zmin .. box.zmax along x and y as a
-/// whole, each row clipped to the model; with one it walks the voxels of the box, and a sample counts
-/// if it lies within half a voxel of the model. The last argument is not read.
+/// Difference family. Without a transform it walks the slices box.zmin .. box.zmax along x and y as
+/// a whole, each row clipped to the model; with one it walks the voxels of the box, and a sample
+/// counts if it lies within half a voxel of the model. The last argument is not read.
 template <class T, class U>
 void reg_evaluateUniformMSD(const T* reference, const U* model, const NmVec3i& referenceDims,
                             const NmBox3i& box, const NmVec3i& signs, const NmVec3d& start,

@@ -15,7 +15,9 @@ double RegMeanSquaredDifference::getResult() {
          static_cast<double>(numSamples);
 }
 
-double RegMeanSquaredDifference::decrementIncrementAndGetResult() { return getResult(); }
+double RegMeanSquaredDifference::decrementIncrementAndGetResult() {
+  return getResult();
+}
 
 void RegMeanSquaredDifference::increment(double ref, double model) {
   RegMetric::increment(ref, model);

@@ -24,7 +24,9 @@ void RegMetric::decrement(double /*ref*/, double /*model*/) {
   --numTotalSamples;
 }
 
-bool RegMetric::supportsMarginalMetric() { return false; }
+bool RegMetric::supportsMarginalMetric() {
+  return false;
+}
 
 double RegMetric::penaltyFactorForCoverage(double minFactor) const {
   if (!(minCoverage > 0.0)) return 1.0;

@@ -12,17 +12,17 @@ enum RegMetricParamType {
 /// Accumulator that turns pairs of voxel values, one of the reference and one of the model, into a
 /// number that is larger for a better alignment; -1000.0 says that no statement is possible.
 ///
-/// One evaluation is reset, accumulation, getResult. The sampling kernels add their subtotals to the
-/// public members; a kernel's result equals a run of increment over its samples. The marginal
-/// protocol replaces the contribution of one box: keep the whole volume as the baseline, evaluate the
-/// box and keep it as removed, evaluate it again under the changed transform, and take
+/// One evaluation is reset, accumulation, getResult. The sampling kernels add their subtotals to
+/// the public members; a kernel's result equals a run of increment over its samples. The marginal
+/// protocol replaces the contribution of one box: keep the whole volume as the baseline, evaluate
+/// the box and keep it as removed, evaluate it again under the changed transform, and take
 /// decrementIncrementAndGetResult.
 class RegMetric : public NmAllocated {
  public:
-  long numSamples = 0;          ///< samples that entered the accumulators
-  long numTotalSamples = 0;     ///< samples that were visited, valid or not
-  double minCoverage;           ///< share of valid samples at which the penalty ends; <= 0: no penalty
-  bool smoothCoveragePenalty;   ///< quadratic penalty instead of a linear ramp
+  long numSamples = 0;       ///< samples that entered the accumulators
+  long numTotalSamples = 0;  ///< samples that were visited, valid or not
+  double minCoverage;        ///< share of valid samples at which the penalty ends; <= 0: no penalty
+  bool smoothCoveragePenalty;  ///< quadratic penalty instead of a linear ramp
 
   virtual ~RegMetric();
 

@@ -1,6 +1,6 @@
 /// Positions of reference rows under an affine map. Row r of a block lies in lane r. A position is
-/// reached by adding the step of one voxel over and over, from voxel 0 of the row, so that it rounds
-/// the same wherever a row is entered.
+/// reached by adding the step of one voxel over and over, from voxel 0 of the row, so that it
+/// rounds the same wherever a row is entered.
 class AffinePositions {
  public:
   /// The row clip leaves only samples that lie inside the model.
@@ -14,8 +14,8 @@ class AffinePositions {
 
   void startSlice(int z) { z_ = z; }
 
-  /// Puts rows y .. y + rows - 1 into the lanes and tells the voxels that each of them samples; lanes
-  /// beyond `rows` repeat the last row.
+  /// Puts rows y .. y + rows - 1 into the lanes and tells the voxels that each of them samples;
+  /// lanes beyond `rows` repeat the last row.
   void startRows(int y, int rows, RowSpan spans[Lanes::width]) {
     double first[3][Lanes::width];
     for (int r = 0; r < Lanes::width; ++r) {

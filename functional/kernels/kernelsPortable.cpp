@@ -22,6 +22,8 @@ const KernelTable portableKernels = {
      portable::affineDifference<unsigned short>, portable::affineDifference<int>,
      portable::affineDifference<float>, portable::affineDifference<double>}};
 
-const KernelTable& kernels() { return portableKernels; }
+const KernelTable& kernels() {
+  return portableKernels;
+}
 
 }  // namespace voxreg::detail

@@ -1,17 +1,16 @@
 /// Reference voxels x = first .. last of one row, widened.
 template <class T>
 static void widenRow(const Walk& walk, int y, int z, RowSpan span, double* out) {
-  const T* const row =
-      static_cast<const T*>(walk.reference) +
-      walk.referenceDims[0] * (y + static_cast<long>(walk.referenceDims[1]) * z);
+  const T* const row = static_cast<const T*>(walk.reference) +
+                       walk.referenceDims[0] * (y + static_cast<long>(walk.referenceDims[1]) * z);
   for (int x = span.first; x <= span.last; ++x) out[x - span.first] = static_cast<double>(row[x]);
 }
 
 static void loadReferenceRow(const Walk& walk, int y, int z, RowSpan span, double* out) {
   using Load = void (*)(const Walk&, int, int, RowSpan, double*);
-  static constexpr Load load[numVoxelTypes] = {
-      widenRow<unsigned char>, widenRow<short>, widenRow<unsigned short>,
-      widenRow<int>,           widenRow<float>, widenRow<double>};
+  static constexpr Load load[numVoxelTypes] = {widenRow<unsigned char>,  widenRow<short>,
+                                               widenRow<unsigned short>, widenRow<int>,
+                                               widenRow<float>,          widenRow<double>};
   load[walk.referenceType](walk, y, z, span, out);
 }
 
@@ -39,7 +38,8 @@ static void sampleRows(Positions& positions, const Sampler& sampler, RowSpan spa
 }
 
 /// Walks the reference slice by slice in blocks of rows, one row in each lane: positions, samples,
-/// then the accumulation row after row, so that every sum takes its terms in the order of the voxels.
+/// then the accumulation row after row, so that every sum takes its terms in the order of the
+/// voxels.
 template <class Positions, class Sampler, class Accumulator>
 static void walkRowBlocks(const Walk& walk, Accumulator& accumulator) {
   Positions positions(walk);

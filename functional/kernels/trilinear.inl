@@ -53,7 +53,8 @@ class TrilinearSampler {
                 Doubles f1, Doubles g1) const {
     const long ox = neighbour_[0];
     const long oy = neighbour_[1];
-    return (Lanes::voxels(corner, offset + ox + oy) * f0 + Lanes::voxels(corner, offset + oy) * g0) *
+    return (Lanes::voxels(corner, offset + ox + oy) * f0 +
+            Lanes::voxels(corner, offset + oy) * g0) *
                f1 +
            (Lanes::voxels(corner, offset + ox) * f0 + Lanes::voxels(corner, offset) * g0) * g1;
   }

@@ -32,12 +32,12 @@ struct Walk {
   const void* reference;  ///< voxels, x fastest
   int referenceType;      ///< voxelTypeIndex
   int referenceDims[3];
-  NmBox3i box;            ///< voxels to walk, within the reference
+  NmBox3i box;  ///< voxels to walk, within the reference
   const void* model;
   int modelDims[3];
-  double start[3];  ///< position of reference voxel (0, 0, 0)
-  double step[3][3];  ///< position change per reference voxel along x, y, z
-  int signs[3];       ///< direction of step[0] per model axis: 1, -1, 2 no movement, 0 no clip
+  double start[3];      ///< position of reference voxel (0, 0, 0)
+  double step[3][3];    ///< position change per reference voxel along x, y, z
+  int signs[3];         ///< direction of step[0] per model axis: 1, -1, 2 no movement, 0 no clip
   double bounds[3][2];  ///< lower and upper bound of a position per model axis
   double* scratch;      ///< room for scratchDoubles(), aligned to 64 bytes
 };

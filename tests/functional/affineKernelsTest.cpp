@@ -84,7 +84,8 @@ Difference naiveDifference(const naive::Geometry& g, const std::vector<T>& refer
                            const std::vector<U>& model, const NmBox3i& box) {
   Difference d;
   naive::affineWalk(g, model, box.zmin, box.zmax, [&](int x, int y, int z, double m) {
-    const auto voxel = static_cast<unsigned long>(x + static_cast<long>(g.dims.x) * (y + g.dims.y * z));
+    const auto voxel =
+        static_cast<unsigned long>(x + static_cast<long>(g.dims.x) * (y + g.dims.y * z));
     const double e = m - static_cast<double>(reference[voxel]);
     d.sum -= e * e;
     ++d.samples;
@@ -154,8 +155,8 @@ TEST(AffineKernels, BoxLimitsTheSlicesAndIsCutToTheReference) {
 }
 
 TEST(AffineKernels, FarPositionsGiveNoSamplesButCountTheVoxels) {
-  for (const double far : {1.0e6, -1.0e6, 1.0e300, -1.0e300,
-                           std::numeric_limits<double>::infinity()}) {
+  for (const double far :
+       {1.0e6, -1.0e6, 1.0e300, -1.0e300, std::numeric_limits<double>::infinity()}) {
     auto g = turned({6, 5, 4}, {7, 7, 7}, 0.2, 1.0, {3, 3, 3});
     g.start.y = far;
     const auto reference = randomVoxels<short>(g.dims, 1);

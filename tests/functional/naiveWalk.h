@@ -7,8 +7,8 @@
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 
-/// The sampling walks written the plain way, voxel by voxel, as what the kernels must reproduce to the
-/// last bit.
+/// The sampling walks written the plain way, voxel by voxel, as what the kernels must reproduce to
+/// the last bit.
 namespace naive {
 
 /// Geometry of a walk, as the kernels take it.
@@ -54,7 +54,8 @@ double sample(const std::vector<U>& model, const NmVec3i& d, const double positi
 
 /// Calls visit(x, y, z, modelValue) for every sample of an affine walk, in order.
 template <class U, class Visit>
-void affineWalk(const Geometry& g, const std::vector<U>& model, int zFirst, int zLast, Visit visit) {
+void affineWalk(const Geometry& g, const std::vector<U>& model, int zFirst, int zLast,
+                Visit visit) {
   for (int z = zFirst; z <= zLast; ++z)
     for (int y = 0; y < g.dims.y; ++y) {
       double p[3];

@@ -18,12 +18,12 @@ double square(double x) {
   return x * x;
 }
 
-struct Run {
+struct SearchRun {
   double best;
   std::vector<Point> trials;
 };
 
-Run search(AnalyticProblem& problem, float maxStep, float minStep, int planeMode = 3) {
+SearchRun search(AnalyticProblem& problem, float maxStep, float minStep, int planeMode = 3) {
   RegBestNeighbourOptimizer optimizer(nullptr, 0.5f, planeMode);
   optimizer.setFunctional(&problem.functional);
   const double best = optimizer.optimize(maxStep, minStep);
@@ -32,7 +32,7 @@ Run search(AnalyticProblem& problem, float maxStep, float minStep, int planeMode
 
 TEST(RegBestNeighbourOptimizer, WalksByStepsAndHalvesThem) {
   AnalyticProblem problem([](const Point& p) { return -square(p[0] - 3.0); });
-  const Run run = search(problem, 2.0f, 1.0f);
+  const SearchRun run = search(problem, 2.0f, 1.0f);
   EXPECT_EQ(run.best, 0.0);
   EXPECT_EQ(problem.transform.params[0], 3.0);
   // At step 2 from 0 to 2 and no further, for 4 is a tie; at step 1 to 3 and no further.
@@ -47,7 +47,7 @@ TEST(RegBestNeighbourOptimizer, WalksByStepsAndHalvesThem) {
 TEST(RegBestNeighbourOptimizer, TakesTheSingleBestNeighbourOfOnePoint) {
   AnalyticProblem problem(
       [](const Point& p) { return -std::abs(p[0] - 1.0) - 2.0 * std::abs(p[1] - 1.0); });
-  const Run run = search(problem, 1.0f, 1.0f);
+  const SearchRun run = search(problem, 1.0f, 1.0f);
   EXPECT_EQ(run.best, 0.0);
   // The gain along x, found first, does not enter the trial along y; y wins the sweep.
   EXPECT_EQ(Point(run.trials[3].begin(), run.trials[3].begin() + 3), (Point{0.0, 1.0, 0.0}));
@@ -63,7 +63,7 @@ TEST(RegBestNeighbourOptimizer, RoundsEveryParameterThatThePlaneModeAdmits) {
   for (int mode = 0; mode < 6; ++mode) {
     AnalyticProblem problem([](const Point&) { return 0.0; }, 12);
     for (int i = 0; i < 12; ++i) problem.transform.params[i] = 0.1;
-    const Run run = search(problem, 1.0f, 1.0f, mode);
+    const SearchRun run = search(problem, 1.0f, 1.0f, mode);
     for (int i = 0; i < 12; ++i) {
       const bool out = leftOut[mode].count(i) != 0;
       EXPECT_EQ(problem.transform.params[i], out ? 0.1 : static_cast<double>(0.1f))
@@ -73,14 +73,14 @@ TEST(RegBestNeighbourOptimizer, RoundsEveryParameterThatThePlaneModeAdmits) {
   }
   AnalyticProblem problem([](const Point&) { return 0.0; });
   problem.transform.params[0] = 0.1;
-  const Run run = search(problem, 1.0f, 1.0f);
+  const SearchRun run = search(problem, 1.0f, 1.0f);
   EXPECT_EQ(run.trials[1][0], 0.1 + 1.0);
   EXPECT_EQ(run.trials[2][0], static_cast<double>(0.1f) - 1.0);
 }
 
 TEST(RegBestNeighbourOptimizer, ScalesTheStepByTheParametersOwn) {
   AnalyticProblem problem([](const Point&) { return 0.0; }, 12);
-  const Run run = search(problem, 2.0f, 2.0f);
+  const SearchRun run = search(problem, 2.0f, 2.0f);
   // The volume is 4 units wide: 1080 / (pi * sqrt(32)) degrees, and 4 / 4 for a scale.
   EXPECT_NEAR(run.trials[1 + 2 * 3][3], 2.0 * 1080.0 / (3.141592653589793 * std::sqrt(32.0)),
               1e-12);
@@ -90,7 +90,7 @@ TEST(RegBestNeighbourOptimizer, ScalesTheStepByTheParametersOwn) {
 TEST(RegBestNeighbourOptimizer, AnEmptyStepRangeEvaluatesOnceAndTouchesNothing) {
   AnalyticProblem problem([](const Point& p) { return 7.0 + p[0]; });
   problem.transform.params[0] = 0.1;
-  const Run run = search(problem, 1.0f, 2.0f);
+  const SearchRun run = search(problem, 1.0f, 2.0f);
   EXPECT_EQ(run.best, 7.1);
   EXPECT_EQ(run.trials.size(), 1u);
   EXPECT_EQ(problem.transform.params[0], 0.1);
@@ -103,7 +103,7 @@ TEST(RegBestNeighbourOptimizer, ANumberBeatsTheSentinelAndNotANumberBeatsNothing
   EXPECT_EQ(search(spoilt, 1.0f, 1.0f).best, 1.0);
   EXPECT_EQ(spoilt.transform.params[0], 0.0);
   AnalyticProblem nothing([](const Point&) { return notANumber; });
-  const Run run = search(nothing, 4.0f, 1.0f);
+  const SearchRun run = search(nothing, 4.0f, 1.0f);
   EXPECT_TRUE(std::isnan(run.best));
   EXPECT_EQ(run.trials.size(), 1u + 3u * 6u);
 }

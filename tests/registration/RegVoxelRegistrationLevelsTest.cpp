@@ -1,0 +1,155 @@
+#include <gtest/gtest.h>
+
+#include "functional/RegFunctional.h"
+#include "registration/RegVoxelRegistration.h"
+#include "registration/levelSteps.h"
+#include "tests/registration/registrationFixture.h"
+#include "transforms/RegAffineTransform.h"
+
+namespace {
+
+using voxreg::detail::LevelSteps;
+
+void expectSteps(LevelSteps steps, std::initializer_list<NmVec2f> expected) {
+  for (const NmVec2f& level : expected) {
+    EXPECT_FLOAT_EQ(steps.max, level.x);
+    EXPECT_FLOAT_EQ(steps.min, level.y);
+    steps.advance();
+  }
+}
+
+TEST(LevelSteps, ShrinkFromLevelToLevelWhereTheRangeHasRoom) {
+  expectSteps(LevelSteps(NmVec2f(8, 1), 2, 2), {{8, 2}, {4.8f, 1}});
+  expectSteps(LevelSteps(NmVec2f(100, 1), 2, 4),
+              {{100, 4}, {60, 3}, {33, 2}, {16.5f, 1}});  // 0.6, 0.55, 0.5
+  expectSteps(LevelSteps(NmVec2f(2, 1), 2, 2), {{2, 1}, {2, 1}});
+  expectSteps(LevelSteps(NmVec2f(1, 2), 2, 2), {{1, 1}, {1, 1}});
+  LevelSteps gradient(NmVec2f(2048, 1), 2, 2);
+  gradient.startGradientSearch();
+  EXPECT_EQ(gradient.max, 2.0f);
+  LevelSteps fine(NmVec2f(8, 1), 2, 2);
+  fine.startGradientSearch();
+  EXPECT_EQ(fine.max, 1.0f);
+}
+
+/// A registration brought to the brink of a level, with a search that records.
+struct Level {
+  explicit Level(Settings given) : settings(std::move(given)), registration(settings.build()) {
+    EXPECT_NE(registration->initRegistration(), 0);
+    delete registration->optimizer;
+    registration->optimizer = optimizer = new RecordingOptimizer(registration.get());
+    functional = registration->functionals->pop();
+    optimizer->setFunctional(functional);
+  }
+  ~Level() { delete functional; }
+
+  bool run(int level, int numLevels, int ignoreFinest) {
+    const bool result =
+        registration->doResolution(level, numLevels, ignoreFinest, functional, 2.0f, 0.5f);
+    if (!result) functional = nullptr;
+    return result;
+  }
+
+  Settings settings;
+  std::unique_ptr<RegVoxelRegistration> registration;
+  RecordingOptimizer* optimizer;
+  RegFunctional* functional;
+};
+
+TEST(DoResolution, WalksTheScheduleAndCountsItsStages) {
+  Settings settings;
+  settings.affineStages = NmVec4i(1, 1, 0, 1);
+  RecordingProgress progress;
+  settings.progress = &progress;
+  Level level(settings);
+  EXPECT_TRUE(level.run(1, 4, 2));
+  ASSERT_EQ(level.optimizer->runs.size(), 3u);
+  const int parameters[] = {3, 6, 12};
+  for (int i = 0; i < 3; ++i) {
+    const RecordingOptimizer::Run& run = level.optimizer->runs[static_cast<std::size_t>(i)];
+    EXPECT_EQ(run.maxStep, 2.0f);
+    EXPECT_EQ(run.minStep, 0.5f);
+    EXPECT_EQ(run.stageNumber, 3 * 1 + 1 + i);
+    EXPECT_EQ(run.parameters, parameters[i]);
+  }
+  EXPECT_EQ(level.optimizer->levelNumber, 2);
+  EXPECT_EQ(level.optimizer->numLevels, 2);
+  EXPECT_EQ(level.optimizer->numStages, 6);
+  EXPECT_EQ(level.registration->dofIndex, 3);
+  EXPECT_EQ(level.registration->finalMetric, 3.0);
+  EXPECT_EQ(progress.calls[1], "Registering at resolution level 2 out of 2 (DOF = 3)");
+  EXPECT_EQ(progress.calls[5], "Registering at resolution level 2 out of 2 (DOF = 12)");
+}
+
+// The search has moved the parameters without an evaluation behind it.
+TEST(DoResolution, LeavesTheTransformWhereTheSearchEnded) {
+  RecordingProgress progress;
+  for (const bool interrupted : {false, true}) {
+    Settings settings;
+    settings.progress = &progress;
+    Level level(settings);
+    progress.interrupted = interrupted;
+    EXPECT_EQ(level.run(0, 1, 0), !interrupted);
+    const auto* affine = dynamic_cast<RegAffineTransform*>(level.registration->transform);
+    ASSERT_NE(affine, nullptr);
+    EXPECT_EQ(affine->absoluteMatrix.m[3][0], 1.0);
+    EXPECT_EQ(isUnlocked(level.settings.model[0]), interrupted);
+    EXPECT_EQ(level.optimizer->functional == nullptr, interrupted);
+    progress.interrupted = false;
+  }
+}
+
+TEST(DoResolution, RunsGridsOnTheLastLevelOfARunOnly) {
+  const int levels[][4] = {{0, 1, 0, 1}, {0, 2, 0, 0}, {1, 2, 0, 1}, {0, 3, 1, 0},
+                           {1, 3, 1, 1}, {0, 4, 2, 0}, {1, 4, 2, 1}};
+  for (const auto& [level, numLevels, ignoreFinest, runs] : levels) {
+    Settings settings;
+    settings.affineStages = NmVec4i();
+    settings.nonAffineStages = NmVec3i(20304, 6, 0);
+    Level run(settings);
+    EXPECT_TRUE(run.run(level, numLevels, ignoreFinest));
+    ASSERT_EQ(static_cast<int>(run.optimizer->runs.size()), runs + 1)
+        << level << " of " << numLevels;
+    EXPECT_EQ(run.optimizer->runs.back().parameters, 6);
+    EXPECT_EQ(run.optimizer->runs.back().stageNumber, 2 * level + 2);
+    EXPECT_EQ(run.optimizer->runs[0].parameters, runs != 0 ? 180 : 6);
+    EXPECT_EQ(run.functional->transform, run.registration->transform);
+    EXPECT_EQ(run.registration->dofIndex, 2);
+  }
+}
+
+TEST(DoResolution, SkipsAGridThatHasNoVertices) {
+  Settings settings;
+  settings.affineStages = NmVec4i();
+  settings.nonAffineStages = NmVec3i(10101, 0, 0);
+  // At 1e9 half a unit is below the spacing of floats, so that the flat axis stays flat.
+  setBox(*settings.reference[0], NmBox3f(0, 8, 0, 8, 1.0e9f, 1.0e9f));
+  Level level(settings);
+  EXPECT_TRUE(level.run(0, 1, 0));
+  EXPECT_TRUE(level.optimizer->runs.empty());
+}
+
+TEST(DoResolution, IsSafeWithoutScheduleAndOptimizer) {
+  const auto registration = Settings().build();
+  EXPECT_TRUE(registration->doResolution(0, 1, 0, nullptr, 1.0f, 1.0f));
+  registration->dofIndex = 1000;
+  registration->enterResolution(0, 1, 0);
+  EXPECT_EQ(registration->dofIndex, 0);
+  EXPECT_TRUE(registration->doneResolution(0, 0));
+  const int stages[] = {3, -1};
+  registration->dofSchedule.insert(0, 2, stages);
+  EXPECT_TRUE(registration->doResolution(0, 1, 0, nullptr, 1.0f, 1.0f));
+  EXPECT_EQ(registration->dofIndex, 1);
+}
+
+TEST(DoneResolution, StepsToTheNextStageAndTellsTheLast) {
+  Settings settings;
+  settings.affineStages = NmVec4i(1, 1, 0, 0);
+  Level level(settings);
+  EXPECT_FALSE(level.registration->doneResolution(0, 0));
+  EXPECT_TRUE(level.registration->doneResolution(0, 0));
+  EXPECT_EQ(level.optimizer->stageNumber, 3);
+  EXPECT_EQ(level.registration->dofIndex, 2);
+}
+
+}  // namespace

@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include "functional/RegFunctional.h"
+#include "registration/RegVoxelRegistration.h"
+#include "tests/registration/registrationFixture.h"
+
+namespace {
+
+std::vector<int> scheduleOf(const NmVec4i& affine, const NmVec3i& nonAffine) {
+  Settings settings;
+  settings.affineStages = affine;
+  settings.nonAffineStages = nonAffine;
+  const auto registration = settings.build();
+  EXPECT_NE(registration->initRegistration(), 0);
+  const NmDArray<int>& schedule = registration->dofSchedule;
+  return {schedule.data, schedule.data + schedule.size};
+}
+
+TEST(InitRegistration, BuildsTheScheduleFromTheStages) {
+  EXPECT_EQ(scheduleOf({1, 1, 0, 1}, {}), (std::vector<int>{3, 6, 12, -1}));
+  EXPECT_EQ(scheduleOf({0, 0, 1, 0}, {20304, 0, 0}), (std::vector<int>{7, -1}));
+  EXPECT_EQ(scheduleOf({}, {20304, 0, 323232}), (std::vector<int>{20304, 323232, -1}));
+  EXPECT_EQ(scheduleOf({}, {-1, 12, 10101}), (std::vector<int>{12, 10101, -1}));
+  EXPECT_EQ(scheduleOf({-1, 0, 0, 0}, {10101, 0, 0}), (std::vector<int>{3, -1}));
+}
+
+int orientationFor(int given, unsigned int mode, const NmVec3l& dims) {
+  Settings settings;
+  settings.orientation = given;
+  settings.dimensionMode = mode;
+  settings.reference = listOf({emptyVolume(dims)});
+  const auto registration = settings.build();
+  EXPECT_NE(registration->initRegistration(), 0);
+  return registration->orientation;
+}
+
+TEST(InitRegistration, DecidesAnOpenOrientation) {
+  EXPECT_EQ(orientationFor(3, 0, NmVec3l(5, 4, 4)), 1);
+  EXPECT_EQ(orientationFor(3, 0, NmVec3l(4, 4, 1)), 2);
+  EXPECT_EQ(orientationFor(3, 1, NmVec3l(4, 4, 1)), 3);
+  EXPECT_EQ(orientationFor(3, 2, NmVec3l(4, 4, 1)), 4);
+  EXPECT_EQ(orientationFor(2, 0, NmVec3l(4, 5, 6)), 2);
+}
+
+TEST(InitRegistration, FreesWhatWasBuiltBefore) {
+  Settings settings;
+  settings.calculateCoverage = true;
+  const auto registration = settings.build();
+  ASSERT_NE(registration->initRegistration(), 0);
+  registration->dofIndex = 1;
+  registration->maxCoverage = 0.25;
+  ASSERT_NE(registration->initRegistration(), 0);
+  EXPECT_EQ(registration->functionals->size, 1);
+  EXPECT_EQ(registration->dofIndex, 0);
+  EXPECT_EQ(registration->maxCoverage, 1.0);
+  EXPECT_EQ(registration->dofSchedule.size, 2);
+  EXPECT_FALSE(isUnlocked(settings.model[0]));
+  registration->doneRegistration();
+  EXPECT_TRUE(isUnlocked(settings.model[0]));
+}
+
+TEST(InitRegistration, WithoutCoverageThereIsNone) {
+  const auto registration = Settings().build();
+  ASSERT_NE(registration->initRegistration(), 0);
+  EXPECT_EQ(registration->maxCoverage, 0.0);
+}
+
+TEST(DoneRegistration, PopsPastNullFunctionals) {
+  Settings settings;
+  const auto registration = settings.build();
+  ASSERT_NE(registration->initRegistration(), 0);
+  registration->functionals->push(nullptr);
+  registration->functionals->push(
+      registration->createFunctional(settings.reference, settings.model, 0, 0));
+  registration->functionals->push(nullptr);
+  registration->doneRegistration();
+  EXPECT_TRUE(isUnlocked(settings.reference[0]));
+}
+
+TEST(Get2DOrientation, FindsTheFlatAxisOfEitherVolumeAndConflicts) {
+  const auto orient = [](const NmVec3i& a, const NmVec3i& b) {
+    return RegVoxelRegistration::get2DOrientation(a, b);
+  };
+  EXPECT_EQ(orient({4, 4, 4}, {4, 4, 4}), 3);
+  EXPECT_EQ(orient({4, 1, 4}, {4, 4, 4}), 1);
+  EXPECT_EQ(orient({4, 4, 4}, {4, 4, 1}), 2);
+  EXPECT_EQ(orient({1, 4, 4}, {1, 4, 4}), 0);
+  EXPECT_EQ(orient({1, 4, 4}, {4, 1, 4}), -1);
+  EXPECT_EQ(orient({1, 4, 1}, {4, 4, 4}), -1);
+  EXPECT_EQ(orient({4, 4, 4}, {1, 1, 4}), -1);
+}
+
+TEST(Get2DOrientation, LimitsTheIndexAndMissesMissingVolumes) {
+  const NmHandle<VlData> flat = emptyVolume(NmVec3l(4, 1, 4));
+  const NmHandle<VlData> solid = emptyVolume(NmVec3l(4, 4, 4));
+  Volumes reference = listOf({solid, flat});
+  Volumes model = listOf({solid});
+  Volumes none;
+  EXPECT_EQ(RegVoxelRegistration::get2DOrientation(reference, model, -5), 3);
+  EXPECT_EQ(RegVoxelRegistration::get2DOrientation(reference, model, 99), 1);
+  EXPECT_EQ(RegVoxelRegistration::get2DOrientation(none, model, 0), -1);
+  EXPECT_EQ(RegVoxelRegistration::get2DOrientation(reference, none, 0), -1);
+  EXPECT_EQ(RegVoxelRegistration::get2DOrientation(nullptr, solid.get()), -1);
+}
+
+}  // namespace

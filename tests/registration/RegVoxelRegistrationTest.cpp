@@ -1,0 +1,326 @@
+#include "registration/RegVoxelRegistration.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <thread>
+
+#include "foundation/NmException.h"
+#include "foundation/NmMat4d.h"
+#include "tests/registration/registrationFixture.h"
+
+namespace {
+
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+constexpr float infinity = std::numeric_limits<float>::infinity();
+
+bool sameBits(const NmMat4f& a, const NmMat4f& b) {
+  return std::memcmp(a.m, b.m, sizeof a.m) == 0;
+}
+
+NmMat4f resultOf(Settings settings) {
+  settings.progress = nullptr;
+  const auto registration = settings.build();
+  EXPECT_TRUE(registration->compute(2));
+  return registration->matrix;
+}
+
+void expectClean(const RegVoxelRegistration& registration, Settings& settings) {
+  EXPECT_EQ(registration.busy, 0);
+  EXPECT_EQ(registration.transform, nullptr);
+  EXPECT_EQ(registration.functionals, nullptr);
+  EXPECT_EQ(registration.optimizer, nullptr);
+  EXPECT_EQ(registration.dofSchedule.size, 0);
+  EXPECT_TRUE(isUnlocked(settings.reference[0]));
+  EXPECT_TRUE(isUnlocked(settings.model[0]));
+}
+
+TEST(Compute, MovesTheModelOntoTheReference) {
+  Settings settings;
+  RecordingProgress progress;
+  settings.progress = &progress;
+  LogCapture log;
+  const auto registration = settings.build();
+  EXPECT_EQ(registration->getProgressInterface(), &progress);
+  EXPECT_TRUE(registration->compute(2));
+  EXPECT_EQ(registration->matrix.m[3][0], 1.0f);
+  EXPECT_EQ(registration->matrix.m[3][1], 0.0f);
+  EXPECT_NEAR(registration->finalMetric, 0.0, 1e-6);
+  EXPECT_EQ(progress.calls,
+            (std::vector<std::string>{"start 100 Starting registration", "Initializing",
+                                      "Registering at resolution level 1 out of 1 (DOF = 3)",
+                                      "poll", "stop"}));
+  ASSERT_EQ(log.lines.size(), 1u);
+  EXPECT_EQ(log.lines[0].rfind("current trafo: translation 1.000 0.000 0.000   rotation ", 0), 0u);
+  EXPECT_TRUE(log.errors.empty());
+  expectClean(*registration, settings);
+}
+
+// The second run starts where the first has ended, so that it has nowhere to go.
+TEST(Compute, RunsAgainFromItsResult) {
+  Settings settings;
+  const auto registration = settings.build();
+  registration->compute(2);
+  registration->stepRange = NmVec2f(0.25f, 0.25f);
+  EXPECT_TRUE(registration->compute(2));
+  EXPECT_EQ(registration->matrix.m[3][0], 1.0f);
+}
+
+TEST(Compute, DoesNothingWithoutModeVolumesOrLeisure) {
+  RecordingProgress progress;
+  const auto quiet = [&](int mode, short busy, const std::function<void(Settings&)>& spoil) {
+    Settings settings;
+    spoil(settings);
+    settings.progress = &progress;
+    const auto registration = settings.build();
+    registration->busy = busy;
+    EXPECT_TRUE(registration->compute(mode));
+    EXPECT_TRUE(progress.calls.empty());
+    EXPECT_EQ(registration->busy, busy);
+    EXPECT_EQ(registration->matrix.m[3][0], 0.0f);
+  };
+  const auto whole = [](Settings&) {};
+  quiet(2, 1, whole);
+  quiet(0, 0, whole);
+  quiet(3, 0, whole);
+  quiet(2, 0, [](Settings& s) { s.reference = Volumes(); });
+  quiet(2, 0, [](Settings& s) { s.model = Volumes(); });
+  quiet(2, 0, [](Settings& s) { s.reference = listOf({NmHandle<VlData>()}); });
+  quiet(2, 0, [](Settings& s) { s.model = listOf({NmHandle<VlData>()}); });
+}
+
+TEST(Compute, RefusesWhatItCanNotRunWithOneErrorLine) {
+  const auto refused = [](const char* what, const std::function<void(Settings&)>& spoil) {
+    Settings settings;
+    spoil(settings);
+    RecordingProgress progress;
+    settings.progress = &progress;
+    LogCapture log;
+    const auto registration = settings.build();
+    EXPECT_FALSE(registration->compute(2)) << what;
+    EXPECT_EQ(log.errors.size(), 1u) << what;
+    EXPECT_EQ(progress.calls.back(), "stop") << what;
+    EXPECT_TRUE(sameBits(registration->matrix, NmMat4f())) << what;
+    expectClean(*registration, settings);
+    return log.errors.empty() ? "" : log.errors[0];
+  };
+  refused("orientation", [](Settings& s) { s.orientation = -1; });
+  refused("flat on different axes", [](Settings& s) {
+    s.reference = listOf({emptyVolume(NmVec3l(1, 4, 4))});
+    s.model = listOf({emptyVolume(NmVec3l(4, 1, 4))});
+  });
+  refused("a line", [](Settings& s) { s.reference = listOf({emptyVolume(NmVec3l(1, 1, 4))}); });
+  refused("further reference", [](Settings& s) {
+    const NmHandle<VlData> missing;
+    s.reference.insert(1, 1, &missing);
+  });
+  for (const float step : {0.0f, -1.0f, notANumber, infinity}) {
+    refused("largest step", [&](Settings& s) { s.stepRange.x = step; });
+    refused("smallest step", [&](Settings& s) { s.stepRange.y = step; });
+  }
+  for (const int code : {13, 404, 40004, 10100, 330101, 13301, 10133, 2147483647})
+    refused("grid", [&](Settings& s) {
+      s.affineStages = NmVec4i();
+      s.nonAffineStages = NmVec3i(10101, code, 0);
+    });
+  EXPECT_EQ(refused("stages", [](Settings& s) { s.affineStages = NmVec4i(); }),
+            "Choose some class of registration!");
+}
+
+TEST(Compute, WithoutASearchOrAMetricItOnlyWalksTheLevels) {
+  for (const bool search : {true, false}) {
+    Settings settings;
+    (search ? settings.optimizerKind : settings.metricKind) = 9;
+    LogCapture log;
+    const auto registration = settings.build();
+    EXPECT_TRUE(registration->compute(2));
+    EXPECT_EQ(log.errors.size(), 1u);
+    EXPECT_TRUE(sameBits(registration->matrix, NmMat4f()));
+    EXPECT_EQ(registration->finalMetric, 0.0);
+    expectClean(*registration, settings);
+  }
+}
+
+TEST(Compute, KeepsWhatAnInterruptedRunHasReached) {
+  Settings settings;
+  settings.affineStages = NmVec4i(1, 1, 0, 0);
+  RecordingProgress progress;
+  progress.interrupted = true;
+  settings.progress = &progress;
+  const auto registration = settings.build();
+  EXPECT_FALSE(registration->compute(2));
+  EXPECT_EQ(progress.calls.back(), "stop");
+  EXPECT_EQ(registration->matrix.m[3][0], 1.0f);
+  EXPECT_NEAR(registration->finalMetric, 0.0, 1e-6);
+  expectClean(*registration, settings);
+}
+
+/// Runs with a progress object that throws at its k-th call, for every k up to the last.
+template <class Exception>
+void throwAtEveryCall(Settings& settings,
+                      const std::function<void(RegVoxelRegistration&, RecordingProgress&)>& run) {
+  RecordingProgress calm;
+  settings.progress = &calm;
+  settings.build()->compute(2);
+  ASSERT_GE(calm.calls.size(), 5u);
+  for (std::size_t k = 1; k <= calm.calls.size(); ++k) {
+    RecordingProgress progress;
+    settings.progress = &progress;
+    progress.onCall = [&] {
+      if (progress.calls.size() == k) throw Exception("no more");
+    };
+    const auto registration = settings.build();
+    run(*registration, progress);
+  }
+}
+
+TEST(Compute, AnNmExceptionEndsTheRunAndTheNextStartsAfresh) {
+  for (const bool rethrow : {false, true}) {
+    Settings settings;
+    settings.rethrow = rethrow;
+    const NmMat4f expected = resultOf(settings);
+    throwAtEveryCall<NmException>(
+        settings, [&](RegVoxelRegistration& registration, RecordingProgress& progress) {
+          registration.maxCoverage = 0.5;
+          if (rethrow)
+            EXPECT_THROW(registration.compute(2), NmException);
+          else
+            EXPECT_TRUE(registration.compute(2));
+          EXPECT_EQ(registration.busy, 0);
+          EXPECT_EQ(progress.calls.back(), "stop");
+          EXPECT_TRUE(sameBits(registration.matrix, NmMat4f()));
+          EXPECT_TRUE(isUnlocked(settings.reference[0]));
+          EXPECT_TRUE(isUnlocked(settings.model[0]));
+          progress.onCall = nullptr;
+          EXPECT_TRUE(registration.compute(2));
+          EXPECT_TRUE(sameBits(registration.matrix, expected));
+          expectClean(registration, settings);
+        });
+  }
+}
+
+// stopWorking throws a second time while the first exception is being dealt with.
+TEST(Compute, IsFreeAgainEvenIfTheProgressObjectThrowsTwice) {
+  Settings settings;
+  RecordingProgress progress;
+  progress.onCall = [&] {
+    if (progress.calls.size() > 1) throw NmException("no more");
+  };
+  settings.progress = &progress;
+  const auto registration = settings.build();
+  EXPECT_THROW(registration->compute(2), NmException);
+  EXPECT_EQ(registration->busy, 0);
+}
+
+TEST(Compute, AnyOtherExceptionPassesAndLeavesTheObjectBusy) {
+  Settings settings;
+  throwAtEveryCall<std::runtime_error>(settings,
+                                       [&](RegVoxelRegistration& registration, RecordingProgress&) {
+                                         EXPECT_THROW(registration.compute(2), std::runtime_error);
+                                         EXPECT_NE(registration.busy, 0);
+                                         EXPECT_TRUE(registration.compute(2));
+                                         EXPECT_TRUE(sameBits(registration.matrix, NmMat4f()));
+                                       });
+  EXPECT_TRUE(isUnlocked(settings.reference[0]));
+  EXPECT_TRUE(isUnlocked(settings.model[0]));
+}
+
+TEST(Compute, ANonAffineRunStartsFromTheReferencesBox) {
+  Settings settings;
+  settings.affineStages = NmVec4i();
+  settings.nonAffineStages = NmVec3i(20301, 0, 0);
+  settings.reference = listOf({emptyVolume(NmVec3l(9, 5, 1))});
+  settings.model = settings.reference;
+  setBox(*settings.reference[0], NmBox3f(1.0f, 9.0f, -2.0f, 4.0f, 3.0f, 3.0f));
+  RecordingProgress progress;
+  settings.progress = &progress;
+  const auto registration = settings.build();
+  EXPECT_TRUE(registration->compute(2));
+  const auto& result = registration->nonAffineResult;
+  EXPECT_EQ(result.box, NmBox3f(1.0f, 9.0f, -2.0f, 4.0f, 2.5f, 3.5f));
+  EXPECT_EQ(result.numBricks, NmVec3i(2, 3, 1));
+  ASSERT_EQ(result.vertices.size, 3 * 3 * 4 * 2);
+  EXPECT_EQ(result.vertices[result.vertices.size - 3], 9.0);
+  EXPECT_EQ(progress.calls[2], "Registering at resolution level 1 out of 1 (DOF = 72)");
+  EXPECT_TRUE(sameBits(registration->matrix, NmMat4f()));
+  expectClean(*registration, settings);
+}
+
+// Blobs of different width and height, in a cube of 32.
+double blobs(double x, double y, double z) {
+  const double centres[][5] = {
+      {10, 12, 14, 60, 5}, {21, 18, 11, 90, 4}, {14, 22, 21, 75, 6}, {20, 9, 21, 50, 3}};
+  double sum = 0.0;
+  for (const auto& c : centres) {
+    const double squared =
+        (x - c[0]) * (x - c[0]) + (y - c[1]) * (y - c[1]) + (z - c[2]) * (z - c[2]);
+    sum += c[3] * std::exp(-squared / (2 * c[4] * c[4]));
+  }
+  return sum;
+}
+
+/// 6 degrees about z and -4 about x through the middle of the cube, then a shift.
+NmMat4d knownMotion() {
+  const double a = 6.0 * 0.017453292519943295, b = -4.0 * 0.017453292519943295;
+  const NmMat4d aboutZ(std::cos(a), std::sin(a), 0, 0, -std::sin(a), std::cos(a), 0, 0, 0, 0, 1, 0,
+                       0, 0, 0, 1);
+  const NmMat4d aboutX(1, 0, 0, 0, 0, std::cos(b), std::sin(b), 0, 0, -std::sin(b), std::cos(b), 0,
+                       0, 0, 0, 1);
+  NmMat4d motion, back;
+  motion.setTranslate(NmVec3d(-15.5, -15.5, -15.5));
+  back.setTranslate(NmVec3d(15.5 + 1.7, 15.5 - 2.3, 15.5 + 0.9));
+  return motion.multRight(aboutZ).multRight(aboutX).multRight(back);
+}
+
+/// Volumes of which the second, moved by knownMotion, is the first.
+Settings movedPair() {
+  const NmMat4d toModel = knownMotion().inverse();
+  Settings settings;
+  settings.model = listOf({makeVolume(NmVec3l(32, 32, 32), blobs)});
+  settings.reference = listOf({makeVolume(NmVec3l(32, 32, 32), [&](double x, double y, double z) {
+    NmVec3d p;
+    toModel.multVecMatrix(NmVec3d(x, y, z), p);
+    return blobs(p.x, p.y, p.z);
+  })});
+  settings.affineStages = NmVec4i(0, 1, 0, 0);
+  settings.stepRange = NmVec2f(2.0f, 0.01f);
+  return settings;
+}
+
+// A tenth of a voxel anywhere in the cube: trilinear samples flatten blobs as narrow as these.
+TEST(Compute, RecoversAKnownRigidMotion) {
+  Settings settings = movedPair();
+  const auto registration = settings.build();
+  ASSERT_TRUE(registration->compute(2));
+  const NmMat4d truth = knownMotion();
+  NmMat4d found;
+  found.setValue(registration->matrix);
+  double worst = 0.0;
+  for (int corner = 0; corner < 8; ++corner) {
+    const NmVec3d p(corner & 1 ? 31 : 0, corner & 2 ? 31 : 0, corner & 4 ? 31 : 0);
+    NmVec3d a, b;
+    truth.multVecMatrix(p, a);
+    found.multVecMatrix(p, b);
+    worst = std::max(worst, std::hypot(a.x - b.x, a.y - b.y, a.z - b.z));
+  }
+  EXPECT_LT(worst, 0.1);
+}
+
+TEST(Compute, TwoThreadsOnTheSameVolumesGetTheBitsOfOne) {
+  Settings settings = movedPair();
+  settings.stepRange = NmVec2f(2.0f, 0.5f);
+  const NmMat4f alone = resultOf(settings);
+  NmMat4f results[2];
+  std::thread threads[2];
+  for (int i = 0; i < 2; ++i)
+    threads[i] = std::thread([&settings, &results, i] { results[i] = resultOf(settings); });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_TRUE(sameBits(results[0], alone));
+  EXPECT_TRUE(sameBits(results[1], alone));
+}
+
+}  // namespace

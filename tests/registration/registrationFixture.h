@@ -1,0 +1,145 @@
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foundation/NmLogFile.h"
+#include "foundation/NmProgressInterface.h"
+#include "foundation/VlMemoryData.h"
+#include "optimizers/RegOptimizer.h"
+#include "registration/RegVoxelRegistration.h"
+#include "transforms/RegParametricTransform.h"
+
+using Volumes = NmDArray<NmHandle<VlData>>;
+using Field = std::function<double(double, double, double)>;
+
+/// A float volume of unit voxels from the origin on, with the values of `field` at their centres.
+inline NmHandle<VlData> makeVolume(const NmVec3l& dims, const Field& field) {
+  const NmHandle<VlMemoryData> volume(new VlMemoryData(nullptr));
+  volume->init(dims, NmPrimType::Float, 1, true, true, true);
+  const NmHandle<VlDataAccess> access = volume->lock(true);
+  auto* voxel = static_cast<float*>(access->dataPtr(0));
+  for (long z = 0; z < dims.z; ++z)
+    for (long y = 0; y < dims.y; ++y)
+      for (long x = 0; x < dims.x; ++x)
+        *voxel++ = static_cast<float>(
+            field(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)));
+  return volume;
+}
+
+inline NmHandle<VlData> emptyVolume(const NmVec3l& dims) {
+  return makeVolume(dims, [](double, double, double) { return 0.0; });
+}
+
+/// A ball of 100 that fades over a few voxels, about (x0, 4, 4) in a grid of 9 x 9 x 9.
+inline NmHandle<VlData> makeBall(double x0) {
+  return makeVolume(NmVec3l(9, 9, 9), [x0](double x, double y, double z) {
+    const double squared = (x - x0) * (x - x0) + (y - 4) * (y - 4) + (z - 4) * (z - 4);
+    return 100.0 / (1.0 + 0.2 * squared);
+  });
+}
+
+inline Volumes listOf(std::initializer_list<NmHandle<VlData>> handles) {
+  Volumes volumes;
+  for (const NmHandle<VlData>& handle : handles) volumes.insert(volumes.size, 1, &handle);
+  return volumes;
+}
+
+inline bool isUnlocked(VlData* volume) {
+  return volume->tryLock(true) != nullptr;
+}
+
+inline void setBox(VlData& volume, const NmBox3f& box) {
+  ASSERT_TRUE(volume.setBoundingBox(box).isOk());
+}
+
+/// The constructor's arguments, with those of a rigid run of one short search.
+struct Settings {
+  Volumes reference = listOf({makeBall(4.0)});
+  Volumes model = listOf({makeBall(3.0)});
+  NmProgressInterface* progress = nullptr;
+  bool rethrow = false;
+  int orientation = 3;
+  float minRef = 0.0f;
+  float maxRef = 100.0f;
+  unsigned int metricKind = 2;
+  NmVec3i coarsest = NmVec3i(1, 1, 1);
+  unsigned int dimensionMode = 1;
+  bool calculateCoverage = false;
+  NmVec4i affineStages = NmVec4i(1, 0, 0, 0);
+  NmVec3i nonAffineStages;
+  NmVec2f stepRange = NmVec2f(1.0f, 0.25f);
+  unsigned int optimizerKind = 1;
+  bool restrictedMotion = false;
+
+  std::unique_ptr<RegVoxelRegistration> build() {
+    return std::make_unique<RegVoxelRegistration>(
+        progress, rethrow, reference, model, orientation, minRef, maxRef, 0.0f, 100.0f, 1,
+        metricKind, 64u, 64u, coarsest, dimensionMode, calculateCoverage, affineStages,
+        nonAffineStages, false, stepRange, 0, 0.001f, optimizerKind, false, restrictedMotion);
+  }
+};
+
+/// Collects the log for its lifetime.
+class LogCapture {
+ public:
+  std::vector<std::string> lines;
+  std::vector<std::string> errors;
+
+  LogCapture()
+      : before_(getTheLogInstance().setSink([this](bool isError, const std::string& line) {
+          (isError ? errors : lines).push_back(line);
+        })) {}
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+  ~LogCapture() { getTheLogInstance().setSink(before_); }
+
+ private:
+  NmLogFile::Sink before_;
+};
+
+/// Records what it is told, and acts on a call of the test's choice.
+class RecordingProgress : public NmProgressInterface {
+ public:
+  std::vector<std::string> calls;
+  std::function<void()> onCall;
+  bool interrupted = false;
+
+  void startWorking(int steps, const std::string& text) override {
+    record("start " + std::to_string(steps) + " " + text);
+  }
+  void stopWorking() override { record("stop"); }
+  void setProgressValue(int value) override { record("value " + std::to_string(value)); }
+  void progressInfoChanged(const std::string& text) override { record(text); }
+  bool wasInterrupted() override {
+    record("poll");
+    return interrupted;
+  }
+
+ private:
+  void record(const std::string& call) {
+    calls.push_back(call);
+    if (onCall) onCall();
+  }
+};
+
+/// A search that only notes how it was run, moves the transform and claims a value.
+class RecordingOptimizer : public RegOptimizer {
+ public:
+  struct Run {
+    float maxStep, minStep;
+    int stageNumber, parameters;
+  };
+  std::vector<Run> runs;
+
+  using RegOptimizer::RegOptimizer;
+  double optimize(float maxStep, float minStep) override {
+    runs.push_back({maxStep, minStep, stageNumber, transform->getVariableParamVectorDim()});
+    transform->params[0] += 1.0;
+    return static_cast<double>(runs.size());
+  }
+};
