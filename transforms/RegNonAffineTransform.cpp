@@ -175,8 +175,8 @@ void sampleVertices(RegNonAffineTransform& transform, const NmVec3i& grid, const
   static_cast<NmDArray<double>&>(transform.params) = std::move(vertices);
 }
 
-/// First and last voxel of an axis of d voxels at or within a position in voxels. What is no number
-/// counts as the end of the axis.
+/// First voxel at or above a position in voxels, and last one at or below it, both kept on the
+/// axis. A position that is no number counts as the end of the axis.
 int firstVoxel(float position, int last) {
   if (!(position > 0.0f)) return 0;
   return position >= static_cast<float>(last) ? last : static_cast<int>(std::ceil(position));

@@ -100,8 +100,10 @@ TEST(NmMat4d, AffineInverseJudgesTheDeterminantRelatively) {
   out.m[0][0] = 7.0;
   NmMat4d small;
   small.setScale(1e-4);
+  small.m[3][0] = 2.0;
   EXPECT_TRUE(small.affine_inverse(small, small));
   EXPECT_NEAR(small.m[0][0], 1e4, 1e-8);
+  EXPECT_NEAR(small.m[3][0], -2e4, 1e-8);
 
   NmMat4d projective;
   projective.m[0][3] = 1e-30;
@@ -135,6 +137,17 @@ TEST(NmMat4d, PivotTiesGoToTheLaterRowAndNaNKeepsTheDiagonal) {
   none.LUDecomposition(index, sign);
   for (int j = 0; j < 4; ++j) EXPECT_EQ(index[j], j);
   EXPECT_EQ(sign, 1.0);
+}
+
+// Row 0 leaves for place 3 and takes its scale of 1/100 along: 50 / 100 against 2 / 2 of row 1.
+TEST(NmMat4d, ImplicitScalesFollowTheirRows) {
+  NmMat4d a(0, 50, 0, 100, 0, 2, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0);
+  int index[4];
+  double sign;
+  a.LUDecomposition(index, sign);
+  const int expected[4] = {3, 1, 2, 3};
+  for (int j = 0; j < 4; ++j) EXPECT_EQ(index[j], expected[j]);
+  EXPECT_EQ(sign, -1.0);
 }
 
 TEST(NmMat4d, JacobiCountsSweepsAndFindsEigenvectorsInColumns) {

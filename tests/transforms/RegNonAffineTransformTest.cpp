@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 
@@ -313,13 +314,13 @@ TEST(RegNonAffineTransform, ANewBoxKeepsTheMap) {
   expectNear(evaluated(t, NmVec3d(1, 1, 1)), NmVec3d(11, 25, 1), 1e-12);
 }
 
-// 4 x 2 x 1 bricks of 10 x 10 x 9 over a grid of 41 x 11 x 10 voxels of 1 x 2 x 1 from (1, -1, 0).
+// 4 x 2 x 1 bricks of 10 x 10 x 9 over a grid of 41 x 11 x 10 voxels of 1 x 2 x 2 from (1, -1, 0).
 TEST(RegNonAffineTransform, RegionOfAVertexByHand) {
   RegNonAffineTransform t = identityOver(NmBox3f(0, 40, 0, 20, 0, 9), NmVec3i(4, 2, 1));
   const NmHandle<VlMemoryData> volume(new VlMemoryData(nullptr));
   ASSERT_TRUE(
       volume->init(NmVec3l(41, 11, 10), NmPrimType::UnsignedChar, 1, false, true, false).isOk());
-  ASSERT_TRUE(volume->setBoundingBox(NmBox3f(1, 41, -1, 19, 0, 9)).isOk());
+  ASSERT_TRUE(volume->setBoundingBox(NmBox3f(1, 41, -1, 19, 0, 18)).isOk());
   const NmBox3i all(0, 40, 0, 10, 0, 9);
   const auto vertex = [](int i, int j, int k) { return i + 5 * (j + 3 * k); };
   // x from 10 to 30 is voxel 9 to 29; y from 0 to 20 is 0.5 to 10.5, which the grid ends at 10.
