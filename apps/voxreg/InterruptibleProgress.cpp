@@ -31,7 +31,7 @@ std::size_t terminalWidth() {
   return known ? size.ws_col : 80;
 }
 
-std::string text(const char* format, double value) {
+std::string formatted(const char* format, double value) {
   char buffer[64];
   (void)std::snprintf(buffer, sizeof buffer, format, value);
   return buffer;
@@ -49,9 +49,9 @@ InterruptibleProgress::~InterruptibleProgress() {
   (void)std::signal(SIGINT, SIG_DFL);
 }
 
-void InterruptibleProgress::startWorking(int steps, const std::string& caption) {
+void InterruptibleProgress::startWorking(int steps, const std::string& text) {
   steps_ = std::max(steps, 1);
-  setProgressInfo(caption.c_str());
+  setProgressInfo(text.c_str());
 }
 
 void InterruptibleProgress::stopWorking() {}
@@ -82,7 +82,7 @@ void InterruptibleProgress::beginPart(double first, double last) {
 
 void InterruptibleProgress::endPart(double metric) {
   share_ = partLast_;
-  metric_ = text("%.6g", metric);
+  metric_ = formatted("%.6g", metric);
   if (onTerminal_) {
     paint();
   } else {
@@ -101,7 +101,7 @@ void InterruptibleProgress::writePlainLine() {
 }
 
 std::string InterruptibleProgress::line() const {
-  std::string result = text("%3.0f %%", 100.0 * share_);
+  std::string result = formatted("%3.0f %%", 100.0 * share_);
   if (!metric_.empty()) result += "  metric " + metric_;
   return result + "  " + progressInfo();
 }

@@ -29,8 +29,11 @@ int flatAxis(const NiftiVolume& volume) {
 
 std::vector<float> stepLengths(const AffineSettings& settings) {
   std::vector<float> steps;
-  for (float step = settings.largestStep; step >= settings.smallestStep; step *= 0.5f)
+  float step = settings.largestStep;
+  while (step >= settings.smallestStep) {
     steps.push_back(step);
+    step *= 0.5f;
+  }
   return steps;
 }
 
@@ -56,12 +59,11 @@ RegVoxelRegistration makeRegistration(const NiftiVolume& reference, const NiftiV
   NmVec4i affineStages;
   NmVec3i nonAffineStages;
   return RegVoxelRegistration(
-      progress, /*rethrowExceptions=*/true, references, models, orientationByDimensionMode,
-      ranges[0].x, ranges[0].y, ranges[1].x, ranges[1].y, /*numThreads=*/1, meanSquaredDifference,
-      bins, bins, /*coarsestResampling=*/NmVec3i(1, 1, 1), dimensionMode,
-      /*calculateCoverage=*/true, affineStages, nonAffineStages, /*keepCoarseAxis=*/false,
-      /*stepRange=*/NmVec2f(), /*numGradientLevels=*/0, /*gradientStep=*/0.0f, bestNeighbour,
-      /*bestDirectionFlag=*/false, /*restrictedMotion=*/false);
+      progress, /*rethrow=*/true, references, models, orientationByDimensionMode, ranges[0].x,
+      ranges[0].y, ranges[1].x, ranges[1].y, /*threads=*/1, meanSquaredDifference, bins, bins,
+      /*coarsest=*/NmVec3i(1, 1, 1), dimensionMode, /*findCoverage=*/true, affineStages,
+      nonAffineStages, /*keepCoarse=*/false, /*steps=*/NmVec2f(), /*gradientLevels=*/0,
+      /*gradientTolerance=*/0.0f, bestNeighbour, /*bestDirection=*/false, /*restricted=*/false);
 }
 
 }  // namespace

@@ -237,7 +237,7 @@ void writeNifti(const std::string& path, const NiftiVolume& volume) {
   const NmHandle<VlDataAccess> access = volume.data->lock(false);
   if (access == nullptr) output.fail();
   // "T" writes the bytes as they are.
-  gzFile const file = gzopen(output.partPath().c_str(), isCompressedName(path) ? "wb" : "wbT");
+  gzFile_s* const file = gzopen(output.partPath().c_str(), isCompressedName(path) ? "wb" : "wbT");
   if (file == nullptr) output.fail();
   const bool written = gzfwrite(&header, sizeof header, 1, file) == 1 &&
                        gzfwrite(noExtension, sizeof noExtension, 1, file) == 1 &&

@@ -22,6 +22,7 @@ void convertPlain(const void* stored, long n, const ValueScale& /*scale*/, void*
                   const MemoryLine& line) {
   Voxel* const first = static_cast<Voxel*>(voxels) + line.start;
   for (long i = 0; i < n; ++i)
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): signed bytes are meant
     first[i * line.stride] = static_cast<Voxel>(storedValue<Stored>(stored, i));
 }
 
