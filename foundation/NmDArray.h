@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 #include <type_traits>
+#include <utility>
 
 #include "foundation/NmException.h"
 #include "foundation/NmMemory.h"
@@ -78,13 +79,10 @@ class NmDArray {
     return *this;
   }
   NmDArray& operator=(NmDArray&& other) noexcept {
-    if (&other == this) return *this;
-    destroy(0, size);
-    nmfree(data);
-    size = other.size;
-    max = other.max;
-    data = other.data;
-    other.forget();
+    NmDArray taken(std::move(other));  // may live in an element that ends below
+    std::swap(size, taken.size);
+    std::swap(max, taken.max);
+    std::swap(data, taken.data);
     return *this;
   }
 
@@ -105,7 +103,8 @@ class NmDArray {
   void insertMemory(long pos, long n);
 
   /// Inserts copies of `n` elements at `pos`; `src` may lie in this array and is read as it stood
-  /// before the call.
+  /// before the call. No element changes nothing; a bad position, a negative count or a source that
+  /// runs over the array's end changes nothing and writes an error line.
   void insert(long pos, long n, const T* src);
 
   /// Destroys the elements and keeps the block.
@@ -145,37 +144,47 @@ class NmDArray {
                    static_cast<unsigned long>(n) * sizeof(T));
   }
 
-  void relocate(long capacity);
+  /// Moves the first `kept` elements to a block of `capacity` and destroys the others.
+  void relocate(long capacity, long kept);
+
+  /// Copies the first `kept` vectors into a new block, which is freed when one has no room.
+  void rebuild(T* block, long kept);
 };
 
 template <class T>
-void NmDArray<T>::relocate(long capacity) {
+void NmDArray<T>::relocate(long capacity, long kept) {
   const unsigned long bytes = voxreg::detail::elementBytes(capacity, sizeof(T));
   if constexpr (isPlain) {
     data = static_cast<T*>(nmrealloc(static_cast<void*>(data), bytes));
   } else {
     T* const block = static_cast<T*>(nmmalloc(bytes));
     if constexpr (kind == voxreg::detail::ElementKind::denseVector) {
-      long built = 0;
-      try {
-        for (; built < size; ++built) {
-          T* const fresh = new (static_cast<void*>(block + built)) T();
-          fresh->insert(0, data[built].size, data[built].data);
-        }
-      } catch (...) {
-        for (long i = 0; i <= built && i < size; ++i) block[i].~T();
-        nmfree(block);
-        throw;
-      }
+      rebuild(block, kept);
       destroy(0, size);
-    } else if (size > 0) {
-      std::memcpy(static_cast<void*>(block), static_cast<const void*>(data),
-                  static_cast<unsigned long>(size) * sizeof(T));
+    } else {
+      destroy(kept, size);
+      if (kept > 0)
+        std::memcpy(static_cast<void*>(block), static_cast<const void*>(data),
+                    static_cast<unsigned long>(kept) * sizeof(T));
     }
     nmfree(data);
     data = block;
   }
+  size = kept;
   max = capacity;
+}
+
+template <class T>
+void NmDArray<T>::rebuild(T* block, long kept) {
+  long built = 0;
+  try {
+    for (; built < kept; ++built)
+      (new (static_cast<void*>(block + built)) T())->insert(0, data[built].size, data[built].data);
+  } catch (...) {
+    for (long i = 0; i <= built; ++i) block[i].~T();
+    nmfree(block);
+    throw;
+  }
 }
 
 template <class T>
@@ -197,17 +206,17 @@ long NmDArray<T>::remax(long newMax, long newSize) {
   if (newSize < 0) newSize = size;
   const long oldMax = max;
   const long capacity = newMax > newSize ? newMax : newSize;
-  if (newSize < size) {
-    destroy(newSize, size);
-    size = newSize;
-  }
+  const long kept = newSize < size ? newSize : size;
   if (capacity == 0) {
+    destroy(0, size);
     nmfree(data);
     forget();
   } else if (capacity != max) {
-    relocate(capacity);
+    relocate(capacity, kept);
+  } else {
+    destroy(kept, size);
   }
-  zero(size, newSize);
+  zero(kept, newSize);
   size = newSize;
   return oldMax - max;
 }
@@ -227,13 +236,13 @@ void NmDArray<T>::insertMemory(long pos, long n) {
 
 template <class T>
 void NmDArray<T>::insert(long pos, long n, const T* src) {
-  if (n < 1) return;
-  if (pos < 0 || pos > size || src == nullptr) {
+  if (n == 0) return;
+  const bool inside = data != nullptr && src >= data && src < data + max;
+  const long offset = inside ? src - data : 0;
+  if (pos < 0 || pos > size || n < 0 || src == nullptr || (inside && n > size - offset)) {
     voxreg::detail::reportBadArgument("NmDArray::insert", pos, n);
     return;
   }
-  const bool inside = data != nullptr && src >= data && src < data + size;
-  const long offset = inside ? src - data : 0;
   insertMemory(pos, n);
   try {
     for (long i = n - 1; i >= 0; --i) {

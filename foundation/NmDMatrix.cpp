@@ -29,7 +29,8 @@ template <class T>
 NmDMatrix<T>& NmDMatrix<T>::operator=(const NmDMatrix& other) {
   if (&other == this) return *this;
   resize(other.nRows, other.nCols);
-  if (other.data != nullptr) std::memcpy(data, other.data, bytesOf(nRows, nCols, sizeof(T)));
+  const unsigned long bytes = bytesOf(nRows, nCols, sizeof(T));
+  if (bytes > 0) std::memcpy(data, other.data, bytes);
   return *this;
 }
 

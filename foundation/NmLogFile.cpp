@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "foundation/NmException.h"
@@ -16,16 +17,20 @@ void writeToStandardError(const char* text, unsigned long length) {
 }  // namespace
 
 NmLogFile& getTheLogInstance() {
-  // Never destroyed: objects that end after main may still have a line to write.
-  static NmLogFile& log = *new NmLogFile;
+  // Never destroyed: objects that end after main may still have a line to write. Not on the heap,
+  // which may be what the first line is about.
+  alignas(NmLogFile) static unsigned char place[sizeof(NmLogFile)];
+  static NmLogFile& log = *new (place) NmLogFile;
   return log;
 }
 
 NmLogFile::Sink NmLogFile::setSink(Sink sink) {
   std::shared_ptr<const Sink> next;
   if (sink) next = std::make_shared<const Sink>(std::move(sink));
-  const std::lock_guard guard(mutex_);
-  sink_.swap(next);
+  {
+    const std::lock_guard guard(mutex_);
+    sink_.swap(next);
+  }
   return next ? *next : Sink();
 }
 
@@ -60,7 +65,7 @@ void NmLogFile::write(bool isError, const char* format, va_list arguments) {
   va_copy(again, arguments);
   const int length = std::vsnprintf(brief, sizeof brief, format, again);
   va_end(again);
-  if (length < 0) return;
+  if (length < 0) return writeLines(isError, format);
   if (static_cast<unsigned long>(length) < sizeof brief) return writeLines(isError, brief);
   NmDArray<char> whole;
   try {

@@ -45,7 +45,7 @@ void NmRotation::getValue(NmMat4f& matrix) const {
   const double c = z;
   const double d = w;
   const double squared = a * a + b * b + c * c + d * d;
-  matrix.makeIdentity();
+  matrix = NmMat4f();
   if (!(squared > 0.0)) return;
   const double s = 2.0 / squared;
   const double rows[3][3] = {{1.0 - s * (b * b + c * c), s * (a * b + c * d), s * (a * c - b * d)},

@@ -24,7 +24,7 @@ class VoxelLease;
 /// once.
 class VlData : public virtual NmHandableThreaded {
  public:
-  enum EvaluatorFilter {
+  enum EvaluatorFilter : int {
     NearestNeighbour = 0,  ///< the voxel nearest to the location
     Trilinear = 1          ///< linear interpolation between the eight voxels around the location
   };

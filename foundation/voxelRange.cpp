@@ -1,6 +1,7 @@
 #include "foundation/voxelRange.h"
 
 #include <limits>
+#include <type_traits>
 
 #include "foundation/NmDArray.h"
 #include "foundation/voxelTypes.h"
@@ -28,13 +29,15 @@ struct Extremes {
 
 template <class T>
 Extremes<T> extremesOf(const T* values, long n) {
-  // Four independent chains hide the latency of floating-point minima, which have a fixed order.
-  Extremes<T> chains[4];
+  // Compilers vectorise a search over integers. That over floating point has a fixed order, whose
+  // latency is hidden by independent chains.
+  constexpr int numChains = std::is_integral_v<T> ? 1 : 4;
+  Extremes<T> chains[numChains];
   long i = 0;
-  for (; i + 4 <= n; i += 4)
-    for (int k = 0; k < 4; ++k) chains[k].add(values[i + k]);
+  for (; i + numChains <= n; i += numChains)
+    for (int k = 0; k < numChains; ++k) chains[k].add(values[i + k]);
   for (; i < n; ++i) chains[0].add(values[i]);
-  for (int k = 1; k < 4; ++k)
+  for (int k = 1; k < numChains; ++k)
     if (chains[k].isFound()) chains[0].add(chains[k]);
   return chains[0];
 }

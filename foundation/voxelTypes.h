@@ -50,10 +50,10 @@ inline T toVoxel(double value) {
     constexpr double highest = static_cast<double>(std::numeric_limits<T>::max());
     // Adding 1.5 * 2^52 leaves no bits below the unit, so the processor rounds to nearest even.
     constexpr double unit = 6755399441055744.0;
-    double limited = value > lowest ? value : lowest;
+    double limited = value == value ? value : 0.0;
+    limited = limited > lowest ? limited : lowest;
     limited = limited < highest ? limited : highest;
-    if (!(value == value)) limited = 0.0;
-    return static_cast<T>((limited + unit) - unit);
+    return static_cast<T>(static_cast<int>((limited + unit) - unit));
   }
 }
 

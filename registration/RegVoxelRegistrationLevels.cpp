@@ -9,11 +9,10 @@
 #include "optimizers/RegOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
 #include "registration/levelSteps.h"
+#include "registration/stageCode.h"
 #include "transforms/RegAffineTransform.h"
 
 namespace {
-
-constexpr int firstGridCode = 13;
 
 /// Brings a transform up to date with its parameters, without an evaluation.
 void applyParameters(RegParametricTransform* transform) {
@@ -104,7 +103,7 @@ void RegVoxelRegistration::showStage(int level, int numLevels) {
 }
 
 bool RegVoxelRegistration::prepareStage(int stage, bool runNonAffine, RegFunctional* functional) {
-  if (stage < firstGridCode) return prepareAffineStage(stage, functional);
+  if (!voxreg::detail::isGridCode(stage)) return prepareAffineStage(stage, functional);
   return runNonAffine && prepareNonAffineStage(stage, functional);
 }
 
@@ -120,7 +119,7 @@ bool RegVoxelRegistration::prepareAffineStage(int degreesOfFreedom, RegFunctiona
 // A transform without vertices, which only a start box at the limits of float leaves, has nothing
 // to search.
 bool RegVoxelRegistration::prepareNonAffineStage(int code, RegFunctional* functional) {
-  NmVec3i numBricks(code / 10000, code / 100 % 100, code % 100);
+  NmVec3i numBricks = voxreg::detail::gridOfCode(code);
   if (auto* const present = dynamic_cast<RegNonAffineTransform*>(transform))
     present->setNumBricks(numBricks);
   else

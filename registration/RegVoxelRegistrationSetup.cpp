@@ -8,20 +8,21 @@
 #include "metrics/RegMeanSquaredDifference.h"
 #include "optimizers/RegBestNeighbourOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
+#include "registration/stageCode.h"
 
 namespace {
 
 constexpr int affineFreedoms[] = {3, 6, 7, 12};
-constexpr int firstGridCode = 13;
 
 bool isStep(float step) {
   return step > 0.0f && std::isfinite(step);
 }
 
-/// True for x*10000 + y*100 + z with 1 to 32 bricks on each axis.
-bool isGrid(int code) {
-  const auto fits = [](int bricks) { return bricks >= 1 && bricks <= 32; };
-  return fits(code / 10000) && fits(code / 100 % 100) && fits(code % 100);
+/// True for 1 to 32 bricks on each axis.
+bool isGrid(const NmVec3i& bricks) {
+  for (int axis = 0; axis < 3; ++axis)
+    if (bricks[axis] < 1 || bricks[axis] > 32) return false;
+  return true;
 }
 
 /// The axis of the fewest voxels, the lower one of equals.
@@ -84,7 +85,7 @@ bool RegVoxelRegistration::checkSettings() const {
   }
   for (int i = 0; i < 3; ++i) {
     const int code = nonAffineStages[i];
-    if (code < firstGridCode || isGrid(code)) continue;
+    if (!voxreg::detail::isGridCode(code) || isGrid(voxreg::detail::gridOfCode(code))) continue;
     getTheLogInstance().errorf("initRegistration: No grid of bricks has the code %d.", code);
     return false;
   }

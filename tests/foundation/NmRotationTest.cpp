@@ -7,53 +7,65 @@
 
 namespace {
 
-TEST(NmRotation, TurnsRowVectorsInTheRightHandedSense) {
-  const float half = 0.3f;
-  const double angle = 2.0 * half;
-  const NmRotation aboutZ(0, 0, std::sin(half), std::cos(half));
-  NmMat4f m;
-  aboutZ.getValue(m);
-  EXPECT_NEAR(m.m[0][0], std::cos(angle), 1e-6);
-  EXPECT_NEAR(m.m[0][1], std::sin(angle), 1e-6);
-  EXPECT_NEAR(m.m[1][0], -std::sin(angle), 1e-6);
+NmRotation about(int axis, double angle) {
+  float q[4] = {0.0f, 0.0f, 0.0f, static_cast<float>(std::cos(angle / 2))};
+  q[axis] = static_cast<float>(std::sin(angle / 2));
+  return {q[0], q[1], q[2], q[3]};
 }
 
-TEST(NmRotation, MatrixAndQuaternionAreInverses) {
-  std::mt19937 random(1);
-  std::uniform_real_distribution<float> value(-1.0f, 1.0f);
-  for (int n = 0; n < 200; ++n) {
-    float q[4] = {value(random), value(random), value(random), value(random)};
-    if (n < 4)  // half turns, where w is 0, and the identity
-      for (int i = 0; i < 4; ++i) q[i] = i == n ? 1.0f : 0.0f;
-    const float length = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
-    const float unit = (q[3] < 0.0f ? -1.0f : 1.0f) / length;
-    const NmRotation given(q[0] * 3, q[1] * 3, q[2] * 3, q[3] * 3);
-    NmMat4f m;
-    given.getValue(m);
-    NmRotation found;
-    found.setValue(m);
-    EXPECT_NEAR(found.x, q[0] * unit, 1e-6);
-    EXPECT_NEAR(found.y, q[1] * unit, 1e-6);
-    EXPECT_NEAR(found.z, q[2] * unit, 1e-6);
-    EXPECT_NEAR(found.w, q[3] * unit, 1e-6);
-
-    found.invert();
-    NmMat4f back;
-    found.getValue(back);
-    for (int i = 0; i < 3; ++i)
-      for (int j = 0; j < 3; ++j) EXPECT_NEAR(back.m[i][j], m.m[j][i], 1e-6);
+// The rows of a matrix are the images of the axes.
+TEST(NmRotation, TurnsRowVectorsCounterClockwise) {
+  const double a = 0.3;
+  for (int axis = 0; axis < 3; ++axis) {
+    NmMat4f matrix;
+    about(axis, a).getValue(matrix);
+    const int from = (axis + 1) % 3;
+    EXPECT_NEAR(matrix.m[from][from], std::cos(a), 1e-7);
+    EXPECT_NEAR(matrix.m[from][(axis + 2) % 3], std::sin(a), 1e-7);
+    EXPECT_EQ(matrix.m[axis][axis], 1.0f);
+    EXPECT_EQ(matrix.m[3][3], 1.0f);
   }
 }
 
-TEST(NmRotation, NullQuaternionIsTheIdentity) {
-  NmMat4f m;
-  m.m[0][1] = 5.0f;
-  NmRotation(0, 0, 0, 0).getValue(m);
-  EXPECT_EQ(m.m[0][0], 1.0f);
-  EXPECT_EQ(m.m[0][1], 0.0f);
-  NmRotation r(1, 0, 0, 0);
-  r.setValue(m);
-  EXPECT_EQ(r, NmRotation());
+// Uniform quaternions, and half turns, where the trace is least.
+TEST(NmRotation, MatrixAndBackIsTheSameRotation) {
+  std::mt19937 random(3);
+  std::normal_distribution<double> normal;
+  for (int i = 0; i < 200; ++i) {
+    double q[4] = {normal(random), normal(random), normal(random), std::fabs(normal(random))};
+    if (i % 10 == 0) q[3] = 0.0;
+    const double length = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
+    const NmRotation before(static_cast<float>(q[0] / length), static_cast<float>(q[1] / length),
+                            static_cast<float>(q[2] / length), static_cast<float>(q[3] / length));
+    NmMat4f matrix;
+    before.getValue(matrix);
+    NmRotation after;
+    after.setValue(matrix);
+    const float product =
+        before.x * after.x + before.y * after.y + before.z * after.z + before.w * after.w;
+    EXPECT_NEAR(std::fabs(product), 1.0f, 1e-6f);
+    EXPECT_GE(after.w, 0.0f);
+  }
+}
+
+TEST(NmRotation, InvertTurnsBack) {
+  NmRotation rotation = about(1, 0.7);
+  rotation.invert();
+  const NmRotation expected = about(1, -0.7);
+  EXPECT_EQ(rotation, expected);
+  rotation.setValue(0, 0, 0, 1);
+  EXPECT_EQ(rotation, NmRotation());
+}
+
+TEST(NmRotation, DegenerateInputIsTheIdentity) {
+  NmMat4f matrix;
+  matrix.m[0][1] = 5.0f;
+  NmRotation(0, 0, 0, 0).getValue(matrix);
+  EXPECT_EQ(matrix.m[0][1], 0.0f);
+  matrix.m[0][0] = std::nanf("");
+  NmRotation rotation(1, 0, 0, 0);
+  rotation.setValue(matrix);
+  EXPECT_EQ(rotation, NmRotation());
 }
 
 }  // namespace

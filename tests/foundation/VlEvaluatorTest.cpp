@@ -1,0 +1,196 @@
+#include "foundation/VlEvaluator.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <random>
+#include <vector>
+
+#include "tests/support/LogCapture.h"
+#include "tests/support/volumes.h"
+
+namespace {
+
+constexpr long n[3] = {7, 5, 4};
+const NmBox3f box(-3.0f, 9.0f, 10.0f, 11.0f, 0.5f, 2.75f);
+
+double sinc(double x) {
+  return x == 0.0 ? 1.0 : std::sin(std::numbers::pi * x) / (std::numbers::pi * x);
+}
+double nearestWeight(double d) {
+  return std::fabs(d) < 0.5 ? 1.0 : 0.0;
+}
+double linearWeight(double d) {
+  return std::max(0.0, 1.0 - std::fabs(d));
+}
+double lanczosWeight(double d) {
+  return std::fabs(d) < 3.0 ? sinc(d) * sinc(d / 3.0) : 0.0;
+}
+
+/// Every voxel of the volume, weighted by its distance on each axis, over the sum of weights.
+template <class T>
+double naiveSample(const std::vector<T>& voxels, int variable, const NmVec3f& point,
+                   double (*weight)(double)) {
+  double sum = 0.0;
+  double weights = 0.0;
+  for (long z = 0; z < n[2]; ++z)
+    for (long y = 0; y < n[1]; ++y)
+      for (long x = 0; x < n[0]; ++x) {
+        const long at[3] = {x, y, z};
+        double w = 1.0;
+        for (int axis = 0; axis < 3; ++axis) {
+          const double voxel =
+              static_cast<double>(box.max(axis) - box.min(axis)) / static_cast<double>(n[axis] - 1);
+          w *= weight((static_cast<double>(point[axis]) - static_cast<double>(box.min(axis))) /
+                          voxel -
+                      static_cast<double>(at[axis]));
+        }
+        const long index = (x + n[0] * (y + n[1] * z)) * 2 + variable;
+        sum += w * static_cast<double>(voxels[static_cast<unsigned long>(index)]);
+        weights += w;
+      }
+  return sum / weights;
+}
+
+NmHandle<VlEvaluator> evaluatorOf(const NmHandle<VlMemoryData>& volume, int kind) {
+  return kind == 2 ? volume->createEvaluatorLanczos()
+                   : volume->createEvaluator(static_cast<VlData::EvaluatorFilter>(kind));
+}
+
+template <class T>
+void compareWithNaive(int type) {
+  double (*const weights[])(double) = {nearestWeight, linearWeight, lanczosWeight};
+  std::mt19937 random(11);
+  std::vector<T> voxels;
+  for (long i = 0; i < n[0] * n[1] * n[2] * 2; ++i)
+    voxels.push_back(static_cast<T>(random() % 200));
+  const NmHandle<VlMemoryData> volume = wrapVolume({n[0], n[1], n[2]}, type, 2, voxels.data());
+  volume->setBoundingBox(box);
+  std::uniform_real_distribution<float> share(0.0f, 1.0f);
+  for (int kind = 0; kind < 3; ++kind) {
+    const NmHandle<VlEvaluator> evaluator = evaluatorOf(volume, kind);
+    for (int i = 0; i < 300; ++i) {
+      NmVec3f point;
+      for (int axis = 0; axis < 3; ++axis)
+        point[axis] = box.min(axis) + share(random) * (box.max(axis) - box.min(axis));
+      ASSERT_TRUE(evaluator->setLocation(point));
+      float first;
+      float all[2];
+      evaluator->value(&first);
+      evaluator->values(all);
+      EXPECT_EQ(first, all[0]);
+      for (int v = 0; v < 2; ++v)
+        EXPECT_NEAR(all[v], naiveSample(voxels, v, point, weights[kind]), 1e-4) << type << kind;
+    }
+  }
+}
+
+TEST(VlEvaluator, SamplesAsTheNaiveSum) {
+  compareWithNaive<unsigned char>(0);
+  compareWithNaive<short>(1);
+  compareWithNaive<int>(2);
+  compareWithNaive<float>(3);
+  compareWithNaive<double>(4);
+  compareWithNaive<unsigned short>(7);
+}
+
+// A NaN or an infinity in a neighbour has no share at a voxel's own position.
+TEST(VlEvaluator, VoxelPositionsGiveTheVoxel) {
+  float voxels[5] = {1e30f, std::nanf(""), 3.0f, std::numeric_limits<float>::infinity(), -4.7f};
+  const NmHandle<VlMemoryData> volume = wrapVolume({5, 1, 1}, NmPrimType::Float, 1, voxels);
+  for (int kind = 0; kind < 3; ++kind) {
+    const NmHandle<VlEvaluator> evaluator = evaluatorOf(volume, kind);
+    for (const int x : {0, 2, 3, 4}) {
+      ASSERT_TRUE(evaluator->setLocation(NmVec3f(static_cast<float>(x), 0.5f, 0.0f)));
+      float value;
+      evaluator->value(&value);
+      EXPECT_EQ(value, voxels[x]) << kind;
+    }
+  }
+}
+
+TEST(VlEvaluator, LanczosKeepsAConstantAtTheBorders) {
+  std::vector<short> voxels(3 * 4 * 5, 1234);
+  const auto evaluator = wrapVolume({3, 4, 5}, 1, 1, voxels.data())->createEvaluatorLanczos();
+  for (float t = 0.0f; t <= 2.0f; t += 0.0625f) {
+    ASSERT_TRUE(evaluator->setLocation(NmVec3f(t, 2.9f, 0.1f)));
+    float value;
+    evaluator->value(&value);
+    EXPECT_NEAR(value, 1234.0f, 2e-4f);
+  }
+}
+
+TEST(VlEvaluator, RefusedLocationsLeaveItWhereItWas) {
+  short voxels[] = {10, 20, 30, 40};
+  const auto evaluator =
+      wrapVolume({4, 1, 1}, NmPrimType::Short, 1, voxels)->createEvaluator(VlData::Trilinear);
+  float value = 7.0f;
+  evaluator->value(&value);
+  EXPECT_EQ(value, 0.0f);
+  ASSERT_TRUE(evaluator->setLocation(NmVec3f(1.5f, 0.0f, 0.0f)));
+  const float nan = std::nanf("");
+  const float infinity = std::numeric_limits<float>::infinity();
+  for (const float bad : {-0.01f, 3.01f, nan, infinity, -infinity, 3e38f}) {
+    EXPECT_FALSE(evaluator->setLocation(NmVec3f(bad, 0.0f, 0.0f)));
+    EXPECT_FALSE(evaluator->setLocation(NmVec3f(0.0f, bad, 0.0f)));
+    EXPECT_FALSE(evaluator->setLocation(NmVec3f(0.0f, 0.0f, bad)));
+  }
+  evaluator->value(&value);
+  EXPECT_EQ(value, 25.0f);
+  EXPECT_TRUE(evaluator->setLocation(NmVec3f(3.0005f, 1.0005f, -0.0005f)));
+  evaluator->value(&value);
+  EXPECT_EQ(value, 40.0f);
+  evaluator->value(nullptr);
+  evaluator->values(nullptr);
+}
+
+TEST(VlEvaluator, NoBoxLeadsOutOfTheVoxels) {
+  const float huge = std::numeric_limits<float>::max();
+  const float tiny = std::numeric_limits<float>::denorm_min();
+  struct Case {
+    float min, max, point;
+    bool flat, thick;  // accepted with one voxel on the axis, and with three
+  };
+  const Case cases[] = {
+      {5.0f, 5.0f, 5.0f, true, false},         {5.0f, 5.0f, 5.000001f, true, false},
+      {5.0f, 5.0f, 5.1f, false, false},        {0.0f, 0.0f, 0.0f, true, false},
+      {2.0f, 1.0f, 1.5f, false, false},        {2.0f, 1.0f, 2.0f, false, false},
+      {-huge, huge, 0.0f, true, true},         {-huge, huge, huge, true, true},
+      {0.0f, tiny, tiny, true, true},          {huge, -huge, 0.0f, false, false},
+      {1e6f, 1e6f + 0.0625f, 1e6f, true, true}};
+  for (const Case& c : cases)
+    for (const long size : {1L, 3L}) {
+      const NmHandle<VlMemoryData> volume = makeVolume({1, size, 1}, NmPrimType::Short);
+      ASSERT_TRUE(volume->setBoundingBox({0.0f, 1.0f, c.min, c.max, 0.0f, 1.0f}).isOk());
+      for (int kind = 0; kind < 3; ++kind) {
+        const NmHandle<VlEvaluator> evaluator = evaluatorOf(volume, kind);
+        EXPECT_EQ(evaluator->setLocation(NmVec3f(0.5f, c.point, 0.5f)),
+                  size == 1 ? c.flat : c.thick)
+            << c.min << " " << c.max << " " << c.point << " " << size;
+        float value;
+        evaluator->value(&value);
+        EXPECT_EQ(value, 0.0f);
+      }
+    }
+}
+
+TEST(VlEvaluator, HoldsAReadLockForItsLife) {
+  LogCapture log;
+  NmHandle<VlMemoryData> volume = makeVolume({2, 2, 2}, NmPrimType::Short);
+  NmHandle<VlEvaluator> evaluator = volume->createEvaluator(VlData::NearestNeighbour);
+  EXPECT_FALSE(volume->tryLock(true));
+  EXPECT_TRUE(volume->tryLock(false));
+  evaluator = nullptr;
+  EXPECT_TRUE(volume->tryLock(true));
+  evaluator = volume->createEvaluator(VlData::Trilinear);
+  volume = nullptr;
+  EXPECT_TRUE(evaluator->setLocation(NmVec3f(1.0f, 1.0f, 1.0f)));
+  float value = 7.0f;
+  evaluator->value(&value);
+  EXPECT_EQ(value, 0.0f);
+}
+
+}  // namespace

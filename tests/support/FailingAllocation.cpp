@@ -1,0 +1,59 @@
+#include "tests/support/FailingAllocation.h"
+
+#include <cstddef>
+
+#include "foundation/NmException.h"
+#include "foundation/NmMemory.h"
+
+namespace {
+
+thread_local long remaining = 0;
+thread_local bool failed = false;
+
+bool isDue() {
+  if (remaining == 0 || --remaining > 0) return false;
+  failed = true;
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+void* __real_malloc(std::size_t bytes);
+void* __real_realloc(void* p, std::size_t bytes);
+void* __wrap_malloc(std::size_t bytes) {
+  return isDue() ? nullptr : __real_malloc(bytes);
+}
+void* __wrap_realloc(void* p, std::size_t bytes) {
+  return isDue() ? nullptr : __real_realloc(p, bytes);
+}
+
+// Sizes beyond all memory shall fail under the sanitizers as they do without.
+const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+const char* __tsan_default_options() {
+  return "allocator_may_return_null=1";
+}
+}
+
+FailingAllocation::FailingAllocation(long k) {
+  remaining = k;
+  failed = false;
+}
+FailingAllocation::~FailingAllocation() {
+  remaining = 0;
+}
+
+bool FailingAllocation::hasFailed() const {
+  return failed;
+}
+
+bool FailingAllocation::isServed() {
+  const FailingAllocation first(1);
+  try {
+    nmfree(nmmalloc(1));
+  } catch (const NmMemoryException&) {
+  }
+  return first.hasFailed();
+}
