@@ -45,7 +45,7 @@ InterruptibleProgress::InterruptibleProgress() : onTerminal_(isatty(STDERR_FILEN
 }
 
 InterruptibleProgress::~InterruptibleProgress() {
-  if (onTerminal_) (void)std::fputs("\r\033[K", stderr);
+  wipe();
   (void)std::signal(SIGINT, SIG_DFL);
 }
 
@@ -88,6 +88,10 @@ void InterruptibleProgress::endPart(double metric) {
   } else {
     writePlainLine();
   }
+}
+
+void InterruptibleProgress::wipe() const {
+  if (onTerminal_) (void)std::fputs("\r\033[K", stderr);
 }
 
 void InterruptibleProgress::paint() {

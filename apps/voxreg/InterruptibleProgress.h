@@ -28,6 +28,9 @@ class InterruptibleProgress : public NmProgressInterface {
   /// The part is done, with this value of the metric.
   void endPart(double metric);
 
+  /// Clears the terminal's line for what follows.
+  void wipe() const;
+
  private:
   void paint();
   void writePlainLine();

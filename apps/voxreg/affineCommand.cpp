@@ -78,7 +78,7 @@ int runAffine(const AffineOptions& options) {
   writePicture(options.picture, reference, model, {settings.start, result.matrix});
   printResult(result);
   if (truth) printTargetError("target error", targetError(reference, result.matrix, *truth));
-  return result.interrupted ? interruptedExitCode : 0;
+  return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 
 }  // namespace

@@ -97,6 +97,7 @@ AffineResult registerAffine(const NiftiVolume& reference, const NiftiVolume& mod
       progress.endPart(registration.finalMetric);
       run += 1.0;
     }
+  progress.wipe();
   NmMat4d frames;
   frames.setValue(registration.matrix);
   return {framesToWorld(frames, reference, model), registration.finalMetric, watch.getTime(),

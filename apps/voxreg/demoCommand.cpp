@@ -50,7 +50,7 @@ int runDemo(const std::string& folder) {
   printResult(result);
   printTargetError("target error before", targetError(reference, settings.start, truth));
   printTargetError("target error after", targetError(reference, result.matrix, truth));
-  return result.interrupted ? interruptedExitCode : 0;
+  return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 
 }  // namespace

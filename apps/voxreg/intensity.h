@@ -2,15 +2,15 @@
 
 #include <voxreg.h>
 
-#include <vector>
+#include <functional>
 
 namespace host {
 
-/// The first data variable of every voxel, x fastest.
-std::vector<float> voxelsOf(VlData& volume);
+/// Calls `visit` with each line of voxels along x, in the order in which they lie in memory.
+void forEachRow(VlData& volume, const std::function<void(long y, long z, const float* row)>& visit);
 
-/// The value below which a share (0 to 1) of the values lies; NaN is passed over, and 0 stands for
-/// no value at all.
-float percentile(std::vector<float> values, double share);
+/// The value below which a share (0 to 1) of the voxels lies; NaN is passed over, and 0 stands for
+/// no value at all. Takes the same memory for any volume.
+float percentile(VlData& volume, double share);
 
 }  // namespace host

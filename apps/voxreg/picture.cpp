@@ -67,9 +67,8 @@ class View {
   View(const NiftiVolume& volume, const NmMat4d& fromReference)
       : sampler_(volume.data->createEvaluator(VlData::Trilinear)), fromReference_(fromReference) {
     if (sampler_ == nullptr) throw HostError("a volume cannot be sampled", HostError::failedRun);
-    const std::vector<float> values = voxelsOf(*volume.data);
-    dark_ = percentile(values, 0.01);
-    bright_ = percentile(values, 0.99);
+    dark_ = percentile(*volume.data, 0.01);
+    bright_ = percentile(*volume.data, 0.99);
   }
 
   void setMatrix(const NmMat4d& fromReference) { fromReference_ = fromReference; }

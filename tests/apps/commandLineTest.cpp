@@ -174,6 +174,37 @@ TEST_F(CommandLine, tellsTheMatrixBetweenTheWorldsWhateverTheAxesOfTheFile) {
   EXPECT_NEAR(found.m[3][2], 3.0, 0.5);
 }
 
+/// A smooth oblong spot as a 2-D image, its centre at x, y.
+void writeImage(const std::string& path, double x, double y) {
+  nifti_1_header header = makeHeader(64, 64, 0, DT_FLOAT32, 32);
+  header.dim[0] = 2;
+  const float rows[2][4] = {{3, 0, 0, -96}, {0, 3, 0, -96}};
+  std::memcpy(header.srow_x, rows[0], sizeof rows[0]);
+  std::memcpy(header.srow_y, rows[1], sizeof rows[1]);
+  std::vector<float> pixels;
+  for (int j = 0; j < 64; ++j)
+    for (int i = 0; i < 64; ++i)
+      pixels.push_back(static_cast<float>(1000.0 * std::exp(-std::pow((3 * i - 96 - x) / 30, 2) -
+                                                            std::pow((3 * j - 96 - y) / 50, 2))));
+  writeFile(path, bytesOf(header, pixels));
+}
+
+TEST_F(CommandLine, registersFlatImagesWithinTheirPlane) {
+  writeImage(folder.file("still.nii"), 5, -4);
+  writeImage(folder.file("moved.nii"), 0, 0);
+  std::vector<std::string> flat = argumentsWith("--model", folder.file("moved.nii"));
+  *(std::find(flat.begin(), flat.end(), "--reference") + 1) = folder.file("still.nii");
+  *(std::find(flat.begin(), flat.end(), "--dof") + 1) = "6";
+  Child child(folder, flat);
+  ASSERT_EQ(child.wait(), 0) << child.errors();
+  const NmMat4d found = host::readMatrix(folder.file("out.txt"));
+  EXPECT_NEAR(found.m[3][0], 5.0, 0.3);
+  EXPECT_NEAR(found.m[3][1], -4.0, 0.3);
+  EXPECT_EQ(found.m[3][2], 0.0);
+  EXPECT_NEAR(found.m[0][1], 0.0, 0.01);
+  EXPECT_TRUE(wrote("out.nii") && wrote("out.png"));
+}
+
 TEST_F(CommandLine, startsFromAMatrixInTheWorld) {
   std::vector<std::string> started = arguments();
   started.insert(started.end(), {"--start", folder.file("truth.txt")});

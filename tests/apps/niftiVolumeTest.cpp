@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "HostError.h"
-#include "intensity.h"
 #include "testFiles.h"
+#include "voxelsOf.h"
 
 namespace {
 
@@ -54,7 +54,7 @@ std::vector<float> voxelsFor(const nifti_1_header& h) {
 /// Largest difference between a voxel and the value that belongs to its place in the world, as
 /// the volume's frame tells it.
 double worstVoxel(const NiftiVolume& volume) {
-  const std::vector<float> values = host::voxelsOf(*volume.data);
+  const std::vector<float> values = voxelsOf(*volume.data);
   const NmVec3f spacing = volume.data->voxelSpacing();
   const NmBox3f& box = volume.frame.box;
   double worst = 0.0;
@@ -127,7 +127,7 @@ TEST(NiftiVolume, quaternionAndBareVoxelSizesPlaceTheVolumeWhereThereIsNoSform) 
   const NiftiVolume turned = host::readNifti(folder.file("q.nii"));
   EXPECT_NEAR(turned.frame.box.xmin, 5.0, 1e-5);
   EXPECT_NEAR(turned.frame.box.xmax, 7.0, 1e-5);
-  EXPECT_EQ(host::voxelsOf(*turned.data), (std::vector<float>{4, 3, 2, 1, 8, 7, 6, 5}));
+  EXPECT_EQ(voxelsOf(*turned.data), (std::vector<float>{4, 3, 2, 1, 8, 7, 6, 5}));
 
   header.qform_code = 0;
   writeFile(folder.file("p.nii"), bytesOf(header, std::vector<unsigned char>(8, 1)));
@@ -161,14 +161,14 @@ void expectType(short code, NmPrimType::Value plain, NmPrimType::Value scaled, S
   writeCompressed(folder.file("v.nii.gz"), bytesOf(header, voxels));
   const NiftiVolume volume = host::readNifti(folder.file("v.nii.gz"));
   EXPECT_EQ(volume.data->primType(), plain);
-  EXPECT_EQ(host::voxelsOf(*volume.data)[0], static_cast<float>(stored));
+  EXPECT_EQ(voxelsOf(*volume.data)[0], static_cast<float>(stored));
 
   header.scl_slope = 0.5f;
   header.scl_inter = -3.0f;
   writeFile(folder.file("s.nii"), bytesOf(header, voxels));
   const NiftiVolume rescaled = host::readNifti(folder.file("s.nii"));
   EXPECT_EQ(rescaled.data->primType(), scaled);
-  EXPECT_EQ(host::voxelsOf(*rescaled.data)[0], static_cast<float>(0.5 * stored - 3.0));
+  EXPECT_EQ(voxelsOf(*rescaled.data)[0], static_cast<float>(0.5 * stored - 3.0));
 }
 
 TEST(NiftiVolume, everyRealDataTypeKeepsItsValuesAndIsScaledAsTheHeaderSays) {
@@ -190,7 +190,7 @@ TEST(NiftiVolume, readsTheOtherByteOrder) {
   nifti_1_header header = makeHeader(2, 1, 1, DT_INT16, 16);
   swap_nifti_header(&header, 1);
   writeFile(folder.file("big.nii"), bytesOf(header, std::vector<short>{0x0102, 0x0304}));
-  EXPECT_EQ(host::voxelsOf(*host::readNifti(folder.file("big.nii")).data),
+  EXPECT_EQ(voxelsOf(*host::readNifti(folder.file("big.nii")).data),
             (std::vector<float>{0x0201, 0x0403}));
 }
 

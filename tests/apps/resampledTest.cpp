@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "Phantom.h"
-#include "intensity.h"
 #include "testFiles.h"
+#include "voxelsOf.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ NiftiVolume turnedCopy(const TestFolder& folder, const NiftiVolume& axisAligned)
   std::memcpy(header.srow_x, rows[0], sizeof rows[0]);
   std::memcpy(header.srow_y, rows[1], sizeof rows[1]);
   std::memcpy(header.srow_z, rows[2], sizeof rows[2]);
-  const std::vector<float> values = host::voxelsOf(*axisAligned.data);
+  const std::vector<float> values = voxelsOf(*axisAligned.data);
   std::vector<unsigned short> voxels;
   for (long y = 0; y < dims.y; ++y)
     for (long x = 0; x < dims.x; ++x)
@@ -37,10 +37,10 @@ NiftiVolume turnedCopy(const TestFolder& folder, const NiftiVolume& axisAligned)
 TEST(Resampled, theIdentityGivesTheSameVoxelsHoweverTheFileIsTurned) {
   const TestFolder folder;
   const NiftiVolume volume = host::acquire(host::Phantom(1), 24, {});
-  const std::vector<float> expected = host::voxelsOf(*volume.data);
-  EXPECT_EQ(host::voxelsOf(*host::resampled(volume, volume, NmMat4d()).data), expected);
+  const std::vector<float> expected = voxelsOf(*volume.data);
+  EXPECT_EQ(voxelsOf(*host::resampled(volume, volume, NmMat4d()).data), expected);
   const NiftiVolume turned = turnedCopy(folder, volume);
-  EXPECT_EQ(host::voxelsOf(*host::resampled(volume, turned, NmMat4d()).data), expected);
+  EXPECT_EQ(voxelsOf(*host::resampled(volume, turned, NmMat4d()).data), expected);
 }
 
 TEST(Resampled, aModelMovedByAMatrixComesBackUnderIt) {
@@ -52,9 +52,8 @@ TEST(Resampled, aModelMovedByAMatrixComesBackUnderIt) {
   moved.modelToReference = toReference;
   const NiftiVolume model = host::acquire(phantom, 48, moved);
   const auto meanDifference = [&](const NmMat4d& matrix) {
-    const std::vector<float> there =
-        host::voxelsOf(*host::resampled(reference, model, matrix).data);
-    const std::vector<float> here = host::voxelsOf(*reference.data);
+    const std::vector<float> there = voxelsOf(*host::resampled(reference, model, matrix).data);
+    const std::vector<float> here = voxelsOf(*reference.data);
     double sum = 0.0;
     for (std::size_t i = 0; i < here.size(); ++i)
       sum += std::abs(static_cast<double>(here[i]) - static_cast<double>(there[i]));

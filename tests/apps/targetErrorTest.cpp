@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 #include "intensity.h"
@@ -9,11 +10,17 @@
 namespace {
 
 TEST(Percentile, countsFromTheSmallestAndPassesOverWhatIsNoNumber) {
-  std::vector<float> values = {NAN};
-  for (int i = 100; i >= 0; --i) values.push_back(static_cast<float>(i));
-  EXPECT_EQ(host::percentile(values, 0.0), 0.0f);
-  EXPECT_EQ(host::percentile(values, 0.99), 99.0f);
-  EXPECT_EQ(host::percentile({}, 0.5), 0.0f);
+  host::NiftiVolume volume =
+      host::newVolume(NmVec3l(102, 1, 1), NmBox3f(0, 101, 0, 1, 0, 1), NmPrimType::Float);
+  std::vector<float> row(102, NAN);
+  ASSERT_TRUE(volume.data->lock(true)->putRow(-1, 0, 0, row.data()).isOk());
+  EXPECT_EQ(host::percentile(*volume.data, 0.5), 0.0f);
+  for (int i = 0; i <= 100; ++i)
+    row[static_cast<std::size_t>(i)] = 1.001f * static_cast<float>(50 - i);
+  ASSERT_TRUE(volume.data->lock(true)->putRow(-1, 0, 0, row.data()).isOk());
+  EXPECT_EQ(host::percentile(*volume.data, 0.0), 1.001f * -50.0f);
+  EXPECT_EQ(host::percentile(*volume.data, 0.49), 1.001f * -1.0f);
+  EXPECT_EQ(host::percentile(*volume.data, 0.99), 1.001f * 49.0f);
 }
 
 TEST(TargetError, isMeasuredWhereTheReferenceShowsTheHead) {
