@@ -3,8 +3,10 @@
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 
+class RegCorrelationRatio;
 class RegMeanSquaredDifference;
 class RegMetric;
+class RegMutualInformation;
 class RegNonAffineTransform;
 
 /// The sampling kernels: each walks reference voxels of type T, finds the position of each in the
@@ -35,6 +37,25 @@ void reg_evaluateUniformMSD(const T* reference, const U* model, const NmVec3i& r
                             const NmVec3d& stepX, const NmVec3d& stepY, const NmVec3d& stepZ,
                             RegMeanSquaredDifference* metric, const double* bounds,
                             const int* modelDims, RegNonAffineTransform* transform, int);
+
+/// Correlation family, affine walk: the whole reference, each row clipped to the model. A sample
+/// counts if both values lie in the metric's closed ranges. The last argument is not read.
+template <class T, class U>
+void reg_evaluateUniformCorrAffine(const T* reference, const U* model, const NmVec3i& referenceDims,
+                                   const NmVec3i& signs, const NmVec3d& start, const NmVec3d& stepX,
+                                   const NmVec3d& stepY, const NmVec3d& stepZ,
+                                   RegCorrelationRatio* metric, const double* bounds,
+                                   const int* modelDims, int);
+
+/// Mutual information family, affine walk: the whole reference, each row clipped to the model,
+/// every sample counts. With one histogram (or fewer) the joint histogram of this walk replaces the
+/// metric's, with more it is added to it.
+template <class T, class U>
+void reg_evaluateUniformMIAffine(const T* reference, const U* model, const NmVec3i& referenceDims,
+                                 const NmVec3i& signs, const NmVec3d& start, const NmVec3d& stepX,
+                                 const NmVec3d& stepY, const NmVec3d& stepZ,
+                                 RegMutualInformation* metric, const double* bounds,
+                                 const int* modelDims, int numHistograms);
 
 /// Hands the walk to the family that feeds `metric`; a metric of another kind gets nothing.
 template <class T, class U>

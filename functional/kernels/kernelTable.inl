@@ -1,5 +1,24 @@
-template <class U>
-static void affineDifference(const Walk& walk, DifferenceSums& sums) {
-  DifferenceAccumulator accumulator(sums);
-  walkRowBlocks<AffinePositions, TrilinearSampler<U>>(walk, accumulator);
+/// One kernel: a source of positions, a sampler and an accumulator of sums, composed.
+template <class Positions, class U, class Accumulator, class Sums>
+static void walkModel(const Walk& walk, Sums& sums) {
+  Accumulator accumulator(sums);
+  walkRowBlocks<Positions, TrilinearSampler<U>>(walk, accumulator);
+}
+
+template <class Positions, class Accumulator, class Sums>
+static constexpr void fillRow(void (*(&row)[numVoxelTypes])(const Walk&, Sums&)) {
+  row[voxelTypeIndex<unsigned char>] = walkModel<Positions, unsigned char, Accumulator, Sums>;
+  row[voxelTypeIndex<short>] = walkModel<Positions, short, Accumulator, Sums>;
+  row[voxelTypeIndex<unsigned short>] = walkModel<Positions, unsigned short, Accumulator, Sums>;
+  row[voxelTypeIndex<int>] = walkModel<Positions, int, Accumulator, Sums>;
+  row[voxelTypeIndex<float>] = walkModel<Positions, float, Accumulator, Sums>;
+  row[voxelTypeIndex<double>] = walkModel<Positions, double, Accumulator, Sums>;
+}
+
+static constexpr KernelTable makeKernelTable() {
+  KernelTable table = {};
+  fillRow<AffinePositions, DifferenceAccumulator>(table.affineDifference);
+  fillRow<AffinePositions, CorrelationAccumulator>(table.affineCorrelation);
+  fillRow<AffinePositions, HistogramAccumulator<false>>(table.affineHistogram);
+  return table;
 }

@@ -5,22 +5,11 @@ namespace voxreg::detail {
 
 namespace portable {
 namespace {
-#include "functional/kernels/rowClip.inl"
-// The order below is that of use.
-#include "functional/kernels/affinePositions.inl"
-#include "functional/kernels/differenceAccumulator.inl"
-#include "functional/kernels/trilinear.inl"
-// The walk composes the pieces above.
-#include "functional/kernels/rowBlockWalk.inl"
-// The kernels name the compositions.
-#include "functional/kernels/kernelTable.inl"
+#include "functional/kernels/kernelBody.inl"
 }  // namespace
 }  // namespace portable
 
-const KernelTable portableKernels = {
-    {portable::affineDifference<unsigned char>, portable::affineDifference<short>,
-     portable::affineDifference<unsigned short>, portable::affineDifference<int>,
-     portable::affineDifference<float>, portable::affineDifference<double>}};
+constexpr KernelTable portableKernels = portable::makeKernelTable();
 
 const KernelTable& kernels() {
   return portableKernels;

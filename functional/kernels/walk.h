@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 
@@ -46,8 +44,8 @@ struct Walk {
 inline constexpr int maxRowsInFlight = 8;
 
 /// Doubles that a walk needs in Walk::scratch: reference and model values of the rows in flight.
-inline std::size_t scratchDoubles(int rowLength) {
-  return 2 * static_cast<std::size_t>(maxRowsInFlight) * static_cast<std::size_t>(rowLength);
+inline long scratchDoubles(int rowLength) {
+  return 2L * maxRowsInFlight * rowLength;
 }
 
 struct DifferenceSums {
@@ -55,9 +53,39 @@ struct DifferenceSums {
   long count = 0;
 };
 
+struct CorrelationSums {
+  double minRef;  ///< closed ranges of the values that count
+  double maxRef;
+  double minModel;
+  double maxModel;
+  double refSq = 0.0;
+  double modelSq = 0.0;
+  double refModel = 0.0;
+  double ref = 0.0;
+  double model = 0.0;
+  long count = 0;
+};
+
+/// One axis of a joint histogram of at least two bins.
+struct HistogramAxis {
+  double min;    ///< value of bin 0
+  double scale;  ///< bins per unit
+  double max;    ///< upper end of the values that count, where the range is asked for
+  int count;     ///< bins
+};
+
+struct HistogramSums {
+  HistogramAxis rows;     ///< of the reference
+  HistogramAxis columns;  ///< of the model
+  double* histogram;      ///< rows.count * columns.count bins
+  long count = 0;
+};
+
 /// The kernels of one instruction set, indexed by the model's voxelTypeIndex.
 struct KernelTable {
   void (*affineDifference[numVoxelTypes])(const Walk& walk, DifferenceSums& sums);
+  void (*affineCorrelation[numVoxelTypes])(const Walk& walk, CorrelationSums& sums);
+  void (*affineHistogram[numVoxelTypes])(const Walk& walk, HistogramSums& sums);
 };
 
 /// The table for the processor at hand.

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "metrics/RegMetric.h"
+
+/// Absolute value of Pearson's correlation coefficient over the samples whose two values lie in
+/// their closed ranges, times the coverage factor: 0 to 1. For volumes whose intensities are
+/// linearly related, with either sign.
+class RegCorrelationRatio : public RegMetric {
+ public:
+  double sumRefSq = 0.0;
+  double sumModelSq = 0.0;
+  double sumRefModel = 0.0;
+  double sumRef = 0.0;    ///< holds the mean instead once getResult has run
+  double sumModel = 0.0;  ///< likewise
+  double minRef;
+  double maxRef;
+  double minModel;
+  double maxModel;
+
+  RegCorrelationRatio(double minReference, double maxReference, double minimumModel,
+                      double maximumModel, double minCoverageValue,
+                      bool smoothCoveragePenaltyValue);
+
+  /// Copies the configuration and the baseline; the sums and the removed set start empty.
+  RegCorrelationRatio(const RegCorrelationRatio& other);
+  RegCorrelationRatio& operator=(const RegCorrelationRatio&) = default;
+
+  void reset() override;
+  void setOtherParams(RegMetricParamType type) override;
+  double getResult() override;
+  double decrementIncrementAndGetResult() override;
+
+  /// A sample out of range, or NaN, counts in numTotalSamples only.
+  void increment(double ref, double model) override;
+  void decrement(double ref, double model) override;
+  bool supportsMarginalMetric() override;
+
+  /// Adds seven numbers to the set that `type` names. The baseline takes means, as getResult leaves
+  /// them, in place of the last two sums, and multiplies them by `count`.
+  void accumulate(long count, long total, double refSq, double modelSq, double refModel, double ref,
+                  double model, RegMetricParamType type);
+
+  /// Empties the set that `type` names.
+  void reset(RegMetricParamType type);
+
+ private:
+  struct Snapshot {
+    double sumRefSq = 0.0;
+    double sumModelSq = 0.0;
+    double sumRefModel = 0.0;
+    double sumRef = 0.0;
+    double sumModel = 0.0;
+    long numSamples = 0;
+    long numTotalSamples = 0;
+  };
+
+  bool accepts(double ref, double model) const;
+
+  Snapshot baseline_;
+  Snapshot removed_;
+};

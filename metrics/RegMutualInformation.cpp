@@ -1,0 +1,221 @@
+#include "metrics/RegMutualInformation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "foundation/NmLogFile.h"
+
+namespace {
+
+/// Two histograms of this many bins a side, and their snapshots, can still be held in memory.
+constexpr int largestNumBins = 8192;
+
+/// The integer part, limited to the range of T; NaN gives 0.
+template <class T>
+T integerPart(double value, double limit) {
+  if (!(value == value)) return 0;
+  return static_cast<T>(std::clamp(value, -limit, limit));
+}
+
+int forLog(double value) {
+  return integerPart<int>(value, 2147483647.0);
+}
+
+/// Nearest integer below or at value + 1/2, exact as a double.
+long long rounded(double value) {
+  return integerPart<long long>(std::floor(value + 0.5), 0x1p53);
+}
+
+bool isIntegerType(NmPrimType type) {
+  constexpr unsigned integerTypes = 0x387;
+  return type >= 0 && type < 10 && (integerTypes >> type & 1u) != 0;
+}
+
+/// A value's lower bin of two and the weights of both.
+struct Bins {
+  int lower;
+  double weights[2];
+
+  Bins(double position, int numBins) {
+    if (!(position >= 0.0)) {
+      lower = 0;
+    } else if (position >= numBins - 1) {
+      lower = numBins - 2;
+    } else {
+      lower = static_cast<int>(position);
+    }
+    const double fraction = std::min(position - lower, 1.0);
+    weights[1] = fraction > 0.0 ? fraction : 0.0;
+    weights[0] = 1.0 - weights[1];
+  }
+};
+
+void resizeWithZeros(NmDArray<double>& histogram, long size) {
+  const long before = histogram.size;
+  histogram.resize(size);
+  for (long k = before; k < size; ++k) histogram[k] = 0.0;
+}
+
+double entropyTerm(double p) {
+  return p > 0.0 ? p * std::log(p) : 0.0;
+}
+
+}  // namespace
+
+RegMutualInformation::RegMutualInformation(NmPrimType typeRef, NmPrimType typeModel,
+                                           double minReference, double maxReference,
+                                           double minimumModel, double maximumModel, int binsRef,
+                                           int binsModel, double minCoverageValue,
+                                           bool smoothCoveragePenaltyValue)
+    : RegMetric(minCoverageValue, smoothCoveragePenaltyValue),
+      primTypeRef(typeRef),
+      primTypeModel(typeModel),
+      minRef(minReference),
+      minModel(minimumModel),
+      maxRef(maxReference),
+      maxModel(maximumModel),
+      numBinsRef(binsRef),
+      numBinsMod(binsModel) {
+  init1D(typeRef, numBinsRef, minRef, scaleRef, maxRef);
+  init1D(typeModel, numBinsMod, minModel, scaleModel, maxModel);
+  // A value at the upper bound still has a neighbour above it.
+  ++numBinsRef;
+  ++numBinsMod;
+  NmLogFile& log = getTheLogInstance();
+  log.printf("minRef, maxRef: %d %d\n", forLog(minReference), forLog(maxReference));
+  log.printf("minMod, maxMod: %d %d\n", forLog(minimumModel), forLog(maximumModel));
+  log.printf("numBinsRef, numBinsMod: %d %d\n", numBinsRef, numBinsMod);
+  jointHistogram.resize(static_cast<long>(numBinsRef) * numBinsMod);
+  RegMutualInformation::reset();
+}
+
+RegMutualInformation::RegMutualInformation(const RegMutualInformation& other)
+    : RegMetric(other.minCoverage, other.smoothCoveragePenalty),
+      primTypeRef(other.primTypeRef),
+      primTypeModel(other.primTypeModel),
+      minRef(other.minRef),
+      scaleRef(other.scaleRef),
+      minModel(other.minModel),
+      scaleModel(other.scaleModel),
+      maxRef(other.maxRef),
+      maxModel(other.maxModel),
+      numBinsRef(other.numBinsRef),
+      numBinsMod(other.numBinsMod),
+      baselineCounts{other.baselineCounts[0], other.baselineCounts[1]},
+      baselineHistogram(other.baselineHistogram) {
+  jointHistogram.resize(static_cast<long>(numBinsRef) * numBinsMod);
+  RegMutualInformation::reset();
+}
+
+bool RegMutualInformation::canAccumulate() const {
+  return numBinsRef >= 2 && numBinsMod >= 2 &&
+         jointHistogram.size == static_cast<long>(numBinsRef) * numBinsMod;
+}
+
+void RegMutualInformation::init1D(NmPrimType type, int& numBins, double& min, double& scale,
+                                  double max) {
+  numBins = std::clamp(numBins, 1, largestNumBins);
+  if (isIntegerType(type)) {
+    const long long lo = rounded(min);
+    const long long hi = rounded(max);
+    const long long range = hi - lo;
+    min = static_cast<double>(lo);
+    max = static_cast<double>(hi);
+    if (numBins > range) {
+      numBins = static_cast<int>(std::max(range + 1, 1LL));
+    } else if (hi > lo) {
+      const auto wide = static_cast<float>(range);
+      const float width = std::floor(wide / static_cast<float>(numBins) + 0.5f);
+      numBins = std::clamp(static_cast<int>(wide / width), 1, largestNumBins);
+    }
+  }
+  scale = 0.0;
+  if (max == min)
+    numBins = 1;
+  else
+    scale = (numBins - 1) / (max - min);
+}
+
+void RegMutualInformation::reset() {
+  RegMetric::reset();
+  if (jointHistogram.size > 0)
+    std::memset(jointHistogram.data, 0,
+                static_cast<unsigned long>(jointHistogram.size) * sizeof(double));
+}
+
+void RegMutualInformation::setOtherParams(RegMetricParamType type) {
+  if (type == RegMetricParamBaseline) {
+    baselineHistogram = jointHistogram;
+    baselineCounts[0] = numSamples;
+    baselineCounts[1] = numTotalSamples;
+  } else if (type == RegMetricParamRemoved) {
+    removedHistogram = jointHistogram;
+    removedCounts[0] = numSamples;
+    removedCounts[1] = numTotalSamples;
+  }
+}
+
+void RegMutualInformation::prepareCombination() {
+  resizeWithZeros(baselineHistogram, jointHistogram.size);
+  resizeWithZeros(removedHistogram, jointHistogram.size);
+  numTotalSamples = baselineCounts[1];
+  numSamples += baselineCounts[0] - removedCounts[0];
+}
+
+void RegMutualInformation::addWeights(double ref, double model, double sign) {
+  if (!canAccumulate()) return;
+  const Bins rows((ref - minRef) * scaleRef, numBinsRef);
+  const Bins columns((model - minModel) * scaleModel, numBinsMod);
+  double* const bin =
+      jointHistogram.data + static_cast<long>(rows.lower) * numBinsMod + columns.lower;
+  bin[0] += sign * (rows.weights[0] * columns.weights[0]);
+  bin[numBinsMod] += sign * (rows.weights[1] * columns.weights[0]);
+  bin[1] += sign * (rows.weights[0] * columns.weights[1]);
+  bin[numBinsMod + 1] += sign * (rows.weights[1] * columns.weights[1]);
+}
+
+void RegMutualInformation::increment(double ref, double model) {
+  RegMetric::increment(ref, model);
+  addWeights(ref, model, 1.0);
+}
+
+void RegMutualInformation::decrement(double ref, double model) {
+  RegMetric::decrement(ref, model);
+  addWeights(ref, model, -1.0);
+}
+
+bool RegMutualInformation::supportsMarginalMetric() {
+  return true;
+}
+
+void RegMutualInformation::getMarginalEntropies(double& entropyRef, double& entropyModel) const {
+  const auto n = static_cast<double>(numSamples);
+  entropyRef = 0.0;
+  entropyModel = 0.0;
+  if (!canAccumulate()) return;
+  for (int i = 0; i < numBinsRef; ++i) {
+    const double* const row = jointHistogram.data + static_cast<long>(i) * numBinsMod;
+    double sum = 0.0;
+    for (int j = 0; j < numBinsMod; ++j) sum += row[j];
+    entropyRef -= entropyTerm(sum / n);
+  }
+  // Eight columns, a cache line of each row, at a time.
+  for (int first = 0; first < numBinsMod; first += 8) {
+    const int count = std::min(8, numBinsMod - first);
+    double sums[8] = {};
+    for (int i = 0; i < numBinsRef; ++i) {
+      const double* const row = jointHistogram.data + static_cast<long>(i) * numBinsMod + first;
+      for (int j = 0; j < count; ++j) sums[j] += row[j];
+    }
+    for (int j = 0; j < count; ++j) entropyModel -= entropyTerm(sums[j] / n);
+  }
+}
+
+void RegMutualInformation::getJointEntropy(double& entropy) const {
+  // -sum (v/n) log (v/n) with sum v = n, rewritten so that no bin needs a division.
+  double sum = 0.0;
+  for (long k = 0; k < jointHistogram.size; ++k) sum -= entropyTerm(jointHistogram[k]);
+  const auto n = static_cast<double>(numSamples);
+  entropy = sum / n + std::log(n);
+}

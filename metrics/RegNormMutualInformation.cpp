@@ -1,0 +1,29 @@
+#include "metrics/RegNormMutualInformation.h"
+
+RegNormMutualInformation::RegNormMutualInformation(NmPrimType typeRef, NmPrimType typeModel,
+                                                   double minReference, double maxReference,
+                                                   double minimumModel, double maximumModel,
+                                                   int binsRef, int binsModel,
+                                                   double minCoverageValue,
+                                                   bool smoothCoveragePenaltyValue)
+    : RegMutualInformation(typeRef, typeModel, minReference, maxReference, minimumModel,
+                           maximumModel, binsRef, binsModel, minCoverageValue,
+                           smoothCoveragePenaltyValue) {}
+
+double RegNormMutualInformation::getResult() {
+  if (numSamples == 0) return -1000.0;
+  double entropyRef;
+  double entropyModel;
+  double joint;
+  getMarginalEntropies(entropyRef, entropyModel);
+  getJointEntropy(joint);
+  if (!(joint > 0.0)) return -1000.0;
+  return (entropyRef + entropyModel) * penaltyFactorForCoverage(0.8) / joint;
+}
+
+double RegNormMutualInformation::decrementIncrementAndGetResult() {
+  prepareCombination();
+  for (long k = 0; k < jointHistogram.size; ++k)
+    jointHistogram[k] = (baselineHistogram[k] - removedHistogram[k]) + jointHistogram[k];
+  return getResult();
+}

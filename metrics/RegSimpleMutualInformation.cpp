@@ -1,0 +1,31 @@
+#include "metrics/RegSimpleMutualInformation.h"
+
+RegSimpleMutualInformation::RegSimpleMutualInformation(NmPrimType typeRef, NmPrimType typeModel,
+                                                       double minReference, double maxReference,
+                                                       double minimumModel, double maximumModel,
+                                                       int binsRef, int binsModel,
+                                                       double minCoverageValue,
+                                                       bool smoothCoveragePenaltyValue)
+    : RegMutualInformation(typeRef, typeModel, minReference, maxReference, minimumModel,
+                           maximumModel, binsRef, binsModel, minCoverageValue,
+                           smoothCoveragePenaltyValue) {}
+
+double RegSimpleMutualInformation::getResult() {
+  if (numSamples == 0) return -1000.0;
+  double entropyRef;
+  double entropyModel;
+  double joint;
+  getMarginalEntropies(entropyRef, entropyModel);
+  getJointEntropy(joint);
+  return (entropyRef + entropyModel - joint) * penaltyFactorForCoverage(0.0);
+}
+
+// Adds and removes in two passes, which round apart from the single pass of the normalised form.
+double RegSimpleMutualInformation::decrementIncrementAndGetResult() {
+  prepareCombination();
+  for (long k = 0; k < jointHistogram.size; ++k)
+    jointHistogram[k] = baselineHistogram[k] + jointHistogram[k];
+  for (long k = 0; k < jointHistogram.size; ++k)
+    jointHistogram[k] = jointHistogram[k] - removedHistogram[k];
+  return getResult();
+}

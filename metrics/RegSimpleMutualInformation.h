@@ -1,0 +1,17 @@
+#pragma once
+
+#include "metrics/RegMutualInformation.h"
+
+/// H(ref) + H(model) - H(ref, model), times the coverage factor: at least 0 (Viola and Wells; Maes
+/// et al., 1997).
+class RegSimpleMutualInformation : public RegMutualInformation {
+ public:
+  RegSimpleMutualInformation(NmPrimType typeRef, NmPrimType typeModel, double minReference,
+                             double maxReference, double minimumModel, double maximumModel,
+                             int binsRef, int binsModel, double minCoverageValue,
+                             bool smoothCoveragePenaltyValue);
+  RegSimpleMutualInformation(const RegSimpleMutualInformation&) = delete;
+
+  double getResult() override;
+  double decrementIncrementAndGetResult() override;
+};
