@@ -72,6 +72,24 @@ class RegFunctional : public NmAllocated {
                         RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
                         double& time);
 
+  /// Finite differences of the value, one per free parameter, pointing to higher values and not
+  /// divided by the step; returns the value at the present parameters, which stay as they are.
+  /// `gradient` must have room for every free parameter. `factor` scales the parameters' own steps.
+  /// A component is 0 where neither trial beats the present value, unless `unconditional` is not 0.
+  /// `numPenalised`, if given, receives the number of parameters at which a trial was penalised.
+  /// An interruption leaves the whole gradient 0.
+  double evaluateGradient(NmDVector<double>& gradient, float factor, int unconditional,
+                          int* numPenalised);
+
+  /// Flags the bricks without a reference voxel in the metric's range and the vertices that only
+  /// such bricks surround, and returns the number of the bricks.
+  int findEmptyBricks(RegNonAffineTransform* grid);
+
+  /// The order in which a gradient visits vertices: used inner ones, used ones on the faces of the
+  /// grid, unused ones. False, with `order` of no use, for flags of another size than the grid.
+  bool computeRenumbering(const NmVec3i& numBricks, NmDArray<unsigned char>& unused,
+                          NmDArray<int>& order);
+
   /// Recomputes modelDims and worldToModel from the model's present box, and hands them to a
   /// non-affine transform.
   void resetEval();

@@ -5,12 +5,12 @@
 #include <cmath>
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
-#include "foundation/NmLogFile.h"
 #include "foundation/VlMemoryData.h"
 #include "metrics/RegMeanSquaredDifference.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/volumes.h"
 #include "transforms/RegAffineTransform.h"
 
 namespace {
@@ -18,10 +18,9 @@ namespace {
 using Volumes = NmDArray<NmHandle<VlData>>;
 
 /// A volume whose voxels follow `value(x, y, z)` in world units.
-NmHandle<VlMemoryData> makeVolume(const NmVec3l& dims, NmPrimType type, const NmBox3f& box,
-                                  const std::function<double(double, double, double)>& value) {
-  const NmHandle<VlMemoryData> volume = new VlMemoryData(nullptr);
-  EXPECT_TRUE(volume->init(dims, type, 1, true, true, true).isOk());
+NmHandle<VlMemoryData> sampledVolume(const NmVec3l& dims, NmPrimType type, const NmBox3f& box,
+                                     const std::function<double(double, double, double)>& value) {
+  const NmHandle<VlMemoryData> volume = makeVolume(dims, type);
   EXPECT_TRUE(volume->setBoundingBox(box).isOk());
   const NmHandle<VlDataAccess> access = volume->lock(true);
   std::vector<float> row(static_cast<unsigned long>(dims.x));
@@ -54,30 +53,14 @@ std::unique_ptr<RegFunctional> makeFunctional(const Volumes& references, Volumes
                                          new RegMeanSquaredDifference(0.0, false), nullptr, 3, 1);
 }
 
-/// Lines that the log receives while this object lives.
-class LoggedLines {
- public:
-  LoggedLines() {
-    before_ = getTheLogInstance().setSink(
-        [this](bool, const std::string& line) { lines.push_back(line); });
-  }
-  ~LoggedLines() { getTheLogInstance().setSink(before_); }
-  LoggedLines(const LoggedLines&) = delete;
-  LoggedLines& operator=(const LoggedLines&) = delete;
-  std::vector<std::string> lines;
-
- private:
-  NmLogFile::Sink before_;
-};
-
 /// Reference and model of different grids, boxes and types that sample one linear function of world
 /// space, moved by a translation.
 class RegFunctionalTest : public testing::Test {
  protected:
   NmHandle<VlData> reference =
-      makeVolume({9, 8, 7}, NmPrimType::Float, {10, 26, -5, 9, 2, 14}, linear);
+      sampledVolume({9, 8, 7}, NmPrimType::Float, {10, 26, -5, 9, 2, 14}, linear);
   NmHandle<VlData> model =
-      makeVolume({21, 31, 11}, NmPrimType::Double, {-10, 50, -30, 45, -20, 40}, linear);
+      sampledVolume({21, 31, 11}, NmPrimType::Double, {-10, 50, -30, 45, -20, 40}, linear);
   Volumes references = listOf({reference});
   Volumes models = listOf({model});
   RegAffineTransform transform{references, model, NmMat4f(), 12};
@@ -132,9 +115,10 @@ TEST_F(RegFunctionalTest, WithoutUpdateTheOldMatrixIsEvaluated) {
 TEST_F(RegFunctionalTest, SamplesReachHalfAVoxelBeyondTheModelAndNoFurther) {
   // Model voxels are 1 apart: the reference's rows end 0.4 and 0.6 voxels beyond the model.
   const auto value = [](double x, double, double) { return x; };
-  const auto small = makeVolume({5, 5, 5}, NmPrimType::Float, {0, 4, 0, 4, 0, 4}, value);
+  const auto small = sampledVolume({5, 5, 5}, NmPrimType::Float, {0, 4, 0, 4, 0, 4}, value);
   for (const float beyond : {0.4f, 0.6f}) {
-    const auto row = makeVolume({2, 1, 1}, NmPrimType::Float, {2, 4 + beyond, 2, 2, 2, 2}, value);
+    const auto row =
+        sampledVolume({2, 1, 1}, NmPrimType::Float, {2, 4 + beyond, 2, 2, 2, 2}, value);
     Volumes rows = listOf({row});
     Volumes smalls = listOf({small});
     RegAffineTransform identity(rows, small, NmMat4f(), 12);
@@ -162,7 +146,7 @@ TEST_F(RegFunctionalTest, MissingPiecesGiveZeroAndAnEmptyMetric) {
   expectZero(*makeFunctional(references, listOf({{}}), &transform));
   expectZero(*makeFunctional(listOf({{}}), models, &transform));
   {
-    const LoggedLines log;
+    LogCapture log;
     const NmHandle<VlDataAccess> writing = model->lock(true);
     expectZero(*makeFunctional(references, models, &transform));
   }
@@ -173,35 +157,32 @@ TEST_F(RegFunctionalTest, MissingPiecesGiveZeroAndAnEmptyMetric) {
 }
 
 TEST_F(RegFunctionalTest, ManyDataVariablesAreRefusedOnceWhenTheLevelIsBuilt) {
-  const NmHandle<VlMemoryData> coloured = new VlMemoryData(nullptr);
-  ASSERT_TRUE(coloured->init({9, 8, 7}, NmPrimType::Float, 3, true, true, true).isOk());
-  const LoggedLines log;
+  const NmHandle<VlMemoryData> coloured = makeVolume({9, 8, 7}, NmPrimType::Float, 3);
+  LogCapture log;
   const auto functional = makeFunctional(listOf({coloured}), models, &transform);
   EXPECT_EQ(functional->evaluate(), 0.0);
   EXPECT_EQ(functional->evaluate(), 0.0);
-  ASSERT_EQ(log.lines.size(), 1u);
-  EXPECT_NE(log.lines[0].find("3 data variables"), std::string::npos);
+  EXPECT_EQ(log.error(), "RegFunctional: a volume of 3 data variables can not be registered");
   EXPECT_NE(coloured->tryLock(true), nullptr);
 }
 
 TEST_F(RegFunctionalTest, FurtherReferencesLendTheirGridToTheFirstOnesVoxels) {
-  const auto flat = makeVolume({4, 4, 4}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
-                               [](double, double, double) { return 7.0; });
-  const auto sparse = makeVolume({3, 3, 3}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
-                                 [](double, double, double) { return 1000.0; });
-  const auto zero = makeVolume({4, 4, 4}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
-                               [](double, double, double) { return 0.0; });
+  const auto flat = sampledVolume({4, 4, 4}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
+                                  [](double, double, double) { return 7.0; });
+  const auto sparse = sampledVolume({3, 3, 3}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
+                                    [](double, double, double) { return 1000.0; });
+  const auto zero = sampledVolume({4, 4, 4}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
+                                  [](double, double, double) { return 0.0; });
   Volumes two = listOf({flat, sparse});
   RegAffineTransform identity(two, zero, NmMat4f(), 12);
   const auto functional = makeFunctional(two, listOf({zero}), &identity);
   EXPECT_EQ(functional->evaluate(), -49.0);
   EXPECT_EQ(functional->metric->numSamples, 64 + 27);
 
-  const LoggedLines log;
+  LogCapture log;
   const auto larger = makeFunctional(listOf({sparse, flat}), listOf({zero}), &identity);
   EXPECT_EQ(larger->evaluate(), 0.0);
-  ASSERT_EQ(log.lines.size(), 1u);
-  EXPECT_EQ(log.lines[0], "evaluateNoClip: reference 1 is larger than the first");
+  EXPECT_EQ(log.error(), "evaluateNoClip: reference 1 is larger than the first");
 }
 
 TEST_F(RegFunctionalTest, ABoxIsCutToTheGridAndTakesTheMarginalRoute) {
@@ -225,7 +206,7 @@ TEST_F(RegFunctionalTest, ABoxIsCutToTheGridAndTakesTheMarginalRoute) {
 
 TEST_F(RegFunctionalTest, ReadLocksLastAsLongAsTheFunctional) {
   const NmHandle<VlData> other =
-      makeVolume({4, 4, 4}, NmPrimType::Short, {0, 3, 0, 3, 0, 3}, linear);
+      sampledVolume({4, 4, 4}, NmPrimType::Short, {0, 3, 0, 3, 0, 3}, linear);
   {
     const auto functional = makeFunctional(listOf({other}), listOf({other}), &transform);
     EXPECT_EQ(other->tryLock(true), nullptr);

@@ -7,8 +7,11 @@
 #include <tuple>
 
 #include "functional/reg_evaluateUniform.h"
+#include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
+#include "metrics/RegNormMutualInformation.h"
 #include "tests/functional/naiveWalk.h"
+#include "tests/support/LogCapture.h"
 
 namespace {
 
@@ -84,9 +87,7 @@ Difference naiveDifference(const naive::Geometry& g, const std::vector<T>& refer
                            const std::vector<U>& model, const NmBox3i& box) {
   Difference d;
   naive::affineWalk(g, model, box.zmin, box.zmax, [&](int x, int y, int z, double m) {
-    const auto voxel =
-        static_cast<unsigned long>(x + static_cast<long>(g.dims.x) * (y + g.dims.y * z));
-    const double e = m - static_cast<double>(reference[voxel]);
+    const double e = m - static_cast<double>(reference[naive::index(g.dims, x, y, z)]);
     d.sum -= e * e;
     ++d.samples;
   });
@@ -111,6 +112,118 @@ TEST(AffineKernels, EveryTypePairGivesTheBitsOfTheNaiveWalk) {
     const auto g = turned({23, 19, 7}, {17, 21, 9}, 0.3, 0.9, {8, 10, 4});
     expectNaiveBits<T, U>(g, g.grid(), "turned");
   });
+}
+
+/// A metric that the correlation kernel fed, with bounds that reject some samples on each side.
+template <class T, class U>
+RegCorrelationRatio kernelCorrelation(const naive::Geometry& g, const std::vector<T>& reference,
+                                      const std::vector<U>& model) {
+  RegCorrelationRatio metric(20.0, 200.0, 10.5, 190.0, 1.0, false);
+  const int modelDims[3] = {g.modelDims.x, g.modelDims.y, g.modelDims.z};
+  reg_evaluateUniformCorrAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
+                                      g.step[0], g.step[1], g.step[2], &metric, g.bounds, modelDims,
+                                      1);
+  return metric;
+}
+
+template <class T, class U>
+RegCorrelationRatio naiveCorrelation(const naive::Geometry& g, const std::vector<T>& reference,
+                                     const std::vector<U>& model) {
+  RegCorrelationRatio total(20.0, 200.0, 10.5, 190.0, 1.0, false);
+  for (int slice = 0; slice < g.dims.z; ++slice) {
+    RegCorrelationRatio sums = total;
+    naive::affineWalk(g, model, slice, slice, [&](int x, int y, int z, double m) {
+      sums.increment(static_cast<double>(reference[naive::index(g.dims, x, y, z)]), m);
+    });
+    total.accumulate(sums.numSamples, 0, sums.sumRefSq, sums.sumModelSq, sums.sumRefModel,
+                     sums.sumRef, sums.sumModel, RegMetricParamCurrent);
+  }
+  return total;
+}
+
+TEST(AffineKernels, CorrelationSumsPerSliceInEveryTypePair) {
+  forEachTypePair([]<class T, class U>() {
+    const auto g = turned({23, 19, 7}, {17, 21, 9}, 0.3, 0.9, {8, 10, 4});
+    const auto reference = randomVoxels<T>(g.dims, 7);
+    const auto model = randomVoxels<U>(g.modelDims, 11);
+    const auto found = kernelCorrelation(g, reference, model);
+    const auto expected = naiveCorrelation(g, reference, model);
+    EXPECT_EQ(found.numSamples, expected.numSamples);
+    EXPECT_EQ(found.numTotalSamples, 23 * 19 * 7);
+    EXPECT_EQ(found.sumRefSq, expected.sumRefSq);
+    EXPECT_EQ(found.sumModelSq, expected.sumModelSq);
+    EXPECT_EQ(found.sumRefModel, expected.sumRefModel);
+    EXPECT_EQ(found.sumRef, expected.sumRef);
+    EXPECT_EQ(found.sumModel, expected.sumModel);
+  });
+}
+
+TEST(AffineKernels, CorrelationLeavesOutNanAndKeepsTheLimits) {
+  const auto g = turned({4, 1, 1}, {4, 1, 1}, 0.0, 1.0, {1.5, 0, 0});
+  const std::vector<float> reference = {20.0f, 200.0f, 200.1f, std::nanf("")};
+  EXPECT_EQ(kernelCorrelation(g, reference, std::vector<float>(4, 100.0f)).numSamples, 2);
+  const std::vector<float> within(4, 100.0f);
+  const std::vector<double> model = {10.5, std::nan(""), 190.5, 190.0};
+  EXPECT_EQ(kernelCorrelation(g, within, model).numSamples, 1)
+      << "a NaN voxel spoils both samples that read it";
+}
+
+RegNormMutualInformation information(NmPrimType typeRef, NmPrimType typeModel) {
+  const LogCapture quiet;
+  return {typeRef, typeModel, 20.0, 200.0, 10.5, 190.0, 13, 17, 1.0, false};
+}
+
+/// The histogram that `increment` makes of the samples of the naive walk.
+template <class T, class U>
+RegNormMutualInformation naiveInformation(const naive::Geometry& g, const std::vector<T>& reference,
+                                          const std::vector<U>& model, NmPrimType typeRef,
+                                          NmPrimType typeModel) {
+  RegNormMutualInformation metric = information(typeRef, typeModel);
+  naive::affineWalk(g, model, 0, g.dims.z - 1, [&](int x, int y, int z, double m) {
+    metric.increment(static_cast<double>(reference[naive::index(g.dims, x, y, z)]), m);
+  });
+  return metric;
+}
+
+TEST(AffineKernels, InformationCountsEverySampleInEveryTypePair) {
+  forEachTypePair([]<class T, class U>() {
+    const auto g = turned({23, 19, 7}, {17, 21, 9}, 0.3, 0.9, {8, 10, 4});
+    const auto reference = randomVoxels<T>(g.dims, 7);
+    const auto model = randomVoxels<U>(g.modelDims, 11);
+    const auto expected =
+        naiveInformation(g, reference, model, NmPrimType::Float, NmPrimType::Double);
+    for (const int numHistograms : {1, 3}) {
+      RegNormMutualInformation found = information(NmPrimType::Float, NmPrimType::Double);
+      found.jointHistogram[0] = 5.0;
+      const int modelDims[3] = {g.modelDims.x, g.modelDims.y, g.modelDims.z};
+      reg_evaluateUniformMIAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
+                                        g.step[0], g.step[1], g.step[2], &found, g.bounds,
+                                        modelDims, numHistograms);
+      EXPECT_EQ(found.numSamples, expected.numSamples);
+      EXPECT_EQ(found.numTotalSamples, 23 * 19 * 7);
+      if (numHistograms > 1) found.jointHistogram[0] -= 5.0;
+      for (long k = numHistograms > 1 ? 1 : 0; k < expected.jointHistogram.size; ++k)
+        ASSERT_EQ(found.jointHistogram[k], expected.jointHistogram[k]) << "bin " << k;
+    }
+  });
+}
+
+TEST(AffineKernels, InformationPutsTheEdgesOfTheRangeIntoTheEdgeBins) {
+  const auto g = turned({6, 1, 1}, {6, 1, 1}, 0.0, 1.0, {2.5, 0, 0});
+  const std::vector<float> reference = {
+      -1.0e30f, 20.0f, 200.0f, 1.0e30f, std::nanf(""), std::numeric_limits<float>::infinity()};
+  const std::vector<float> model(6, 10.5f);
+  RegNormMutualInformation metric = information(NmPrimType::Float, NmPrimType::Float);
+  const int modelDims[3] = {6, 1, 1};
+  reg_evaluateUniformMIAffine<float, float>(reference.data(), model.data(), g.dims, g.signs,
+                                            g.start, g.step[0], g.step[1], g.step[2], &metric,
+                                            g.bounds, modelDims, 1);
+  const auto row = [&](int i) { return metric.jointHistogram[i * metric.numBinsMod]; };
+  ASSERT_EQ(metric.numBinsRef, 14);
+  EXPECT_EQ(metric.numSamples, 6);
+  EXPECT_EQ(row(0), 3.0) << "below, at the minimum, and NaN";
+  EXPECT_EQ(row(12), 1.0) << "the maximum";
+  EXPECT_EQ(row(13), 2.0) << "beyond it";
 }
 
 TEST(AffineKernels, RowsEnterAndLeaveTheModelAsTheNaiveWalkDoes) {

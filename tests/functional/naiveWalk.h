@@ -23,6 +23,10 @@ struct Geometry {
   NmBox3i grid() const { return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1}; }
 };
 
+inline unsigned long index(const NmVec3i& dims, long x, long y, long z) {
+  return static_cast<unsigned long>(x + dims.x * (y + dims.y * z));
+}
+
 /// Trilinear sample at a model voxel position.
 template <class U>
 double sample(const std::vector<U>& model, const NmVec3i& d, const double position[3]) {
@@ -38,10 +42,9 @@ double sample(const std::vector<U>& model, const NmVec3i& d, const double positi
     f[a] = p - static_cast<double>(cell[a]);
   }
   const auto m = [&](long dx, long dy, long dz) {
-    const long x = std::min<long>(cell[0] + dx, d.x - 1);
-    const long y = std::min<long>(cell[1] + dy, d.y - 1);
-    const long z = std::min<long>(cell[2] + dz, d.z - 1);
-    return static_cast<double>(model[static_cast<unsigned long>(x + d.x * (y + d.y * z))]);
+    return static_cast<double>(
+        model[index(d, std::min<long>(cell[0] + dx, d.x - 1), std::min<long>(cell[1] + dy, d.y - 1),
+                    std::min<long>(cell[2] + dz, d.z - 1))]);
   };
   const auto plane = [&](long dz) {
     return (m(1, 1, dz) * f[0] + m(0, 1, dz) * (1 - f[0])) * f[1] +

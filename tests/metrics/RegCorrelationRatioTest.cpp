@@ -1,0 +1,96 @@
+#include "metrics/RegCorrelationRatio.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace {
+
+RegCorrelationRatio wideOpen(double minCoverage = 0.0) {
+  return {-1000.0, 1000.0, -1000.0, 1000.0, minCoverage, false};
+}
+
+TEST(RegCorrelationRatio, LinesGiveOneWithEitherSign) {
+  for (const double slope : {2.0, -0.5}) {
+    RegCorrelationRatio metric = wideOpen();
+    for (const double r : {1.0, 4.0, 5.0}) metric.increment(r, slope * r + 3.0);
+    EXPECT_NEAR(metric.getResult(), 1.0, 1e-14);
+  }
+}
+
+TEST(RegCorrelationRatio, IsPearsonsCoefficientTimesCoverage) {
+  // Centred values (-1, 0, 1) and (-4, 2, 2) / 3: covariance 2, variances 2 and 24 / 9.
+  RegCorrelationRatio metric = wideOpen(1.0);
+  metric.increment(1.0, 0.0);
+  metric.increment(2.0, 2.0);
+  metric.increment(3.0, 2.0);
+  metric.increment(5000.0, 1.0);
+  for (int i = 0; i < 26; ++i) metric.increment(1.0, std::nan(""));
+  EXPECT_EQ(metric.numSamples, 3);
+  EXPECT_EQ(metric.numTotalSamples, 30);
+  // 3 of 30 visited samples: half of the fifth at which the penalty ends.
+  EXPECT_NEAR(metric.getResult(), 0.5 * 2.0 / std::sqrt(2.0 * 24.0 / 9.0), 1e-14);
+  EXPECT_EQ(metric.sumRef, 2.0) << "the mean stands in place of the sum";
+}
+
+TEST(RegCorrelationRatio, RangesAreClosedAndDecrementUndoesIncrement) {
+  RegCorrelationRatio metric(0.0, 10.0, -1.0, 1.0, 0.0, false);
+  metric.increment(0.0, -1.0);
+  metric.increment(10.0, 1.0);
+  metric.increment(10.0, 1.0000001);
+  metric.increment(-1e-9, 0.0);
+  EXPECT_EQ(metric.numSamples, 2);
+  EXPECT_EQ(metric.numTotalSamples, 4);
+  metric.decrement(10.0, 1.0);
+  metric.decrement(11.0, 1.0);
+  EXPECT_EQ(metric.numSamples, 1);
+  EXPECT_EQ(metric.numTotalSamples, 2);
+  EXPECT_EQ(metric.sumRef, 0.0);
+  EXPECT_EQ(metric.sumModelSq, 1.0);
+}
+
+TEST(RegCorrelationRatio, DegenerateSamplesGiveTheSentinel) {
+  RegCorrelationRatio metric = wideOpen();
+  EXPECT_EQ(metric.getResult(), -1000.0);
+  metric.increment(1.0, 2.0);
+  EXPECT_EQ(metric.getResult(), -1000.0) << "one sample";
+  EXPECT_EQ(metric.sumModel, 2.0);
+  metric.increment(3.0, 2.0);
+  EXPECT_EQ(metric.getResult(), -1000.0) << "a constant model";
+  EXPECT_EQ(metric.sumRef, 2.0) << "the means stay written";
+  EXPECT_EQ(wideOpen().decrementIncrementAndGetResult(), -1000.0);
+}
+
+TEST(RegCorrelationRatio, ReplacingABoxGivesTheValueOfTheWholeVolume) {
+  std::mt19937 random(5);
+  std::normal_distribution<double> value(50.0, 20.0);
+  RegCorrelationRatio whole = wideOpen(0.9);
+  RegCorrelationRatio changed = wideOpen(0.9);
+  double box[40][3];
+  for (int i = 0; i < 300; ++i) {
+    const double r = value(random);
+    const double before = r + value(random);
+    const double after = i < 40 ? r + value(random) : before;
+    whole.increment(r, before);
+    changed.increment(r, after);
+    if (i < 40) std::copy_n(std::initializer_list<double>{r, before, after}.begin(), 3, box[i]);
+  }
+  const double value0 = whole.getResult();
+  whole.setOtherParams(RegMetricParamBaseline);
+
+  RegCorrelationRatio copy = whole;
+  copy.reset();
+  copy.setOtherParams(RegMetricParamRemoved);
+  EXPECT_NEAR(copy.decrementIncrementAndGetResult(), value0, 1e-13) << "an empty box";
+
+  copy.reset();
+  for (const auto& s : box) copy.increment(s[0], s[1]);
+  copy.setOtherParams(RegMetricParamRemoved);
+  copy.reset();
+  for (const auto& s : box) copy.increment(s[0], s[2]);
+  EXPECT_NEAR(copy.decrementIncrementAndGetResult(), changed.getResult(), 1e-12);
+  EXPECT_EQ(copy.numTotalSamples, 300);
+}
+
+}  // namespace
