@@ -8,7 +8,8 @@
 // copy.
 NmHandle<VlData> ball(std::vector<float>& voxels, double x, double y, double z) {
   for (int i = 0; i < 64000; ++i) {
-    const double radius = std::hypot(i % 40 - x, i / 40 % 40 - y, i / 1600 - z);
+    const int place[] = {i % 40, i / 40 % 40, i / 1600};
+    const double radius = std::hypot(place[0] - x, place[1] - y, place[2] - z);
     voxels.push_back(static_cast<float>(100.0 / (1.0 + std::exp(radius - 10.0))));
   }
   NmHandle<VlMemoryData> volume(new VlMemoryData(nullptr));

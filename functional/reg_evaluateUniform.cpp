@@ -7,7 +7,6 @@
 
 using voxreg::detail::voxelTypeIndex;
 using voxreg::detail::walkAffine;
-using voxreg::detail::WalkArguments;
 
 template <class T, class U>
 void reg_evaluateUniformMSD(const T* reference, const U* model, const NmVec3i& referenceDims,
