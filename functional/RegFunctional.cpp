@@ -150,6 +150,10 @@ RegFunctional::~RegFunctional() {
 }
 
 void RegFunctional::resetEval() {
+  resetEval(dynamic_cast<RegNonAffineTransform*>(transform));
+}
+
+void RegFunctional::resetEval(RegNonAffineTransform* grid) {
   VlData* const volume = first(model);
   if (volume == nullptr) return;
   modelDims = dimsOf(*volume);
@@ -164,7 +168,7 @@ void RegFunctional::resetEval() {
   worldToModel.setTranslate(NmVec3d(-static_cast<double>(box.xmin), -static_cast<double>(box.ymin),
                                     -static_cast<double>(box.zmin)));
   worldToModel.multRight(scaling);
-  if (auto* const grid = dynamic_cast<RegNonAffineTransform*>(transform))
+  if (grid != nullptr)
     grid->setScaleToModel(NmVec3d(-static_cast<double>(box.xmin), -static_cast<double>(box.ymin),
                                   -static_cast<double>(box.zmin)),
                           scale[0], scale[1], scale[2]);
@@ -200,11 +204,11 @@ double RegFunctional::evaluateNoClip(const NmBox3i* box, int /*vertex*/, bool ma
   RegMetric* const accumulator = box != nullptr && boxMetric != nullptr ? boxMetric : metric;
   if (accumulator == nullptr) return 0.0;
   accumulator->reset();
-  resetEval();
   auto* const affine = dynamic_cast<RegAffineTransform*>(transform);
   RegNonAffineTransform* const grid = box != nullptr && nonAffine != nullptr
                                           ? nonAffine
                                           : dynamic_cast<RegNonAffineTransform*>(transform);
+  resetEval(grid);
   if (affine == nullptr && grid == nullptr) return 0.0;
   if (!walkReferences(box, affine, grid, *accumulator)) return 0.0;
   if (box == nullptr || reference.size > 1) return accumulator->getResult();

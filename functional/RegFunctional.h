@@ -96,9 +96,17 @@ class RegFunctional : public NmAllocated {
 
  private:
   struct WalkFrame;
+  struct GradientTask;
+  class VertexTrials;
+
+  void resetEval(RegNonAffineTransform* grid);
 
   bool walkReferences(const NmBox3i* box, RegAffineTransform* affine, RegNonAffineTransform* grid,
                       RegMetric& accumulator);
   bool walk(VlData& volume, VlData& modelVolume, const NmBox3i& clip, const WalkFrame& frame,
             RegNonAffineTransform* grid, int numHistograms, RegMetric& accumulator);
+  void affineGradient(const GradientTask& task);
+  int gridGradient(RegNonAffineTransform& grid, const GradientTask& task);
+  int vertexGradient(VertexTrials& trials, int vertex, bool marginal, const GradientTask& task);
+  void orderVertices(const NmVec3i& numBricks, int numVertices);
 };

@@ -7,6 +7,8 @@
 #include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
 #include "metrics/RegMutualInformation.h"
+#include "transforms/RegNonAffineTransform.h"
+#include "transforms/brickStages.h"
 
 namespace voxreg::detail {
 namespace {
@@ -21,8 +23,30 @@ NmBox3i cut(const NmBox3i& box, const NmVec3i& dims) {
           std::max(box.zmin, 0), std::min(box.zmax, dims.z - 1)};
 }
 
+bool canEvaluate(const RegNonAffineTransform& grid) {
+  return grid.hasVertices() && grid.coefficients.size >= brickDoubles * grid.brickCount();
+}
+
+double rangedStepX(const WalkArguments& a) {
+  const int nx = a.referenceDims.x;
+  if (nx < 2) return 1.0;
+  return (a.stepX.x * (nx - 1) + a.stepY.x * (a.referenceDims.y - 1)) / (nx - 1);
+}
+
+double rangedStepY(const WalkArguments& a) {
+  const int ny = a.referenceDims.y;
+  if (ny < 2) return 1.0;
+  return (a.stepX.y * (a.referenceDims.x - 1) + a.stepY.y * (ny - 1)) / (ny - 1);
+}
+
 CorrelationSums emptySums(const RegCorrelationRatio& metric) {
   return {metric.minRef, metric.maxRef, metric.minModel, metric.maxModel};
+}
+
+void addTo(RegMeanSquaredDifference& metric, const DifferenceSums& sums, long total) {
+  metric.sumNegSquaredDiff += sums.negSquaredDiff;
+  metric.numSamples += sums.count;
+  metric.numTotalSamples += total;
 }
 
 void addTo(RegCorrelationRatio& metric, const CorrelationSums& sums, long total) {
@@ -61,13 +85,49 @@ class WorkHistogram {
 
 }  // namespace
 
-bool WalkArguments::isComplete() const {
-  return reference != nullptr && model != nullptr && modelDims != nullptr && bounds != nullptr &&
+bool WalkArguments::isComplete(bool needsBounds) const {
+  return reference != nullptr && model != nullptr && modelDims != nullptr &&
+         (bounds != nullptr || !needsBounds) &&
          std::min({referenceDims.x, referenceDims.y, referenceDims.z}) >= 1 &&
          std::min({modelDims[0], modelDims[1], modelDims[2]}) >= 1;
 }
 
 ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const NmBox3i& box) {
+  setFrame(arguments, box);
+  for (int axis = 0; axis < 3; ++axis) {
+    walk.signs[axis] = arguments.signs[axis];
+    walk.bounds[axis][0] = arguments.bounds[2 * axis];
+    walk.bounds[axis][1] = arguments.bounds[2 * axis + 1];
+  }
+  takeScratch();
+}
+
+ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineTransform& grid,
+                             double stepX, double stepY) {
+  setFrame(arguments, arguments.box);
+  const NmBox3f& box = grid.referenceBox;
+  BrickGrid& bricks = walk.grid;
+  bricks.coefficients = grid.coefficients.data;
+  for (int axis = 0; axis < 3; ++axis) {
+    bricks.numBricks[axis] = grid.numBricks[axis];
+    bricks.offset[axis] = grid.offsetToModel[axis];
+    bricks.scale[axis] = grid.scaleToModel[axis];
+  }
+  const double x = box.extent(0);
+  const double y = box.extent(1);
+  const double nx = grid.numBricks.x;
+  const bool wide = x > 0.0;
+  const bool high = y > 0.0;
+  bricks.uFirst = wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0;
+  bricks.uStep = wide ? stepX * nx / x : 1.0;
+  bricks.vFirst = high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0;
+  bricks.vStep = high ? stepY / y : 1.0;
+  bricks.zMin = box.zmin;
+  bricks.zExtent = box.zmin < box.zmax ? static_cast<double>(box.extent(2)) : 1.0;
+  takeScratch();
+}
+
+void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box) {
   walk.reference = arguments.reference;
   walk.referenceType = arguments.referenceType;
   walk.model = arguments.model;
@@ -79,12 +139,12 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const NmBox3i& box)
     walk.step[0][axis] = arguments.stepX[axis];
     walk.step[1][axis] = arguments.stepY[axis];
     walk.step[2][axis] = arguments.stepZ[axis];
-    walk.signs[axis] = arguments.signs[axis];
-    walk.bounds[axis][0] = arguments.bounds[2 * axis];
-    walk.bounds[axis][1] = arguments.bounds[2 * axis + 1];
   }
+}
+
+void ReferenceWalk::takeScratch() {
   constexpr long alignment = 64 / sizeof(double);
-  scratch_.resize(scratchDoubles(arguments.referenceDims.x) + alignment);
+  scratch_.resize(scratchDoubles(walk.referenceDims, walk.grid.numBricks) + alignment);
   const auto address = reinterpret_cast<std::uintptr_t>(scratch_.data);
   walk.scratch = scratch_.data + (64 - address % 64) % 64 / sizeof(double);
 }
@@ -96,20 +156,18 @@ long ReferenceWalk::numVoxels() const {
 }
 
 void walkAffine(const WalkArguments& arguments, RegMeanSquaredDifference& metric) {
-  if (!arguments.isComplete()) return;
+  if (!arguments.isComplete(true)) return;
   NmBox3i slices = wholeGrid(arguments.referenceDims);
   slices.zmin = arguments.box.zmin;
   slices.zmax = arguments.box.zmax;
   const ReferenceWalk reference(arguments, slices);
   DifferenceSums sums;
   kernels().affineDifference[arguments.modelType](reference.walk, sums);
-  metric.sumNegSquaredDiff += sums.negSquaredDiff;
-  metric.numSamples += sums.count;
-  metric.numTotalSamples += reference.numVoxels();
+  addTo(metric, sums, reference.numVoxels());
 }
 
 void walkAffine(const WalkArguments& arguments, RegCorrelationRatio& metric) {
-  if (!arguments.isComplete()) return;
+  if (!arguments.isComplete(true)) return;
   const ReferenceWalk reference(arguments, wholeGrid(arguments.referenceDims));
   CorrelationSums sums = emptySums(metric);
   kernels().affineCorrelation[arguments.modelType](reference.walk, sums);
@@ -117,10 +175,48 @@ void walkAffine(const WalkArguments& arguments, RegCorrelationRatio& metric) {
 }
 
 void walkAffine(const WalkArguments& arguments, RegMutualInformation& metric, int numHistograms) {
-  if (!arguments.isComplete() || !metric.canAccumulate()) return;
+  if (!arguments.isComplete(true) || !metric.canAccumulate()) return;
   const ReferenceWalk reference(arguments, wholeGrid(arguments.referenceDims));
   WorkHistogram work(metric, numHistograms);
   kernels().affineHistogram[arguments.modelType](reference.walk, work.sums);
+  work.finish(reference.numVoxels());
+}
+
+// The difference family and the other two form the step of a voxel along x and y from the walk's
+// frame in their own ways, which round apart.
+void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
+                RegMeanSquaredDifference& metric) {
+  if (!arguments.isComplete(false)) return;
+  const int nx = arguments.referenceDims.x;
+  const int ny = arguments.referenceDims.y;
+  const NmVec3d& start = arguments.start;
+  const double rowX = arguments.stepX.x * (nx - 1);
+  const double rowY = arguments.stepX.y * (nx - 1);
+  const double columnX = arguments.stepY.x * (ny - 1);
+  const double columnY = arguments.stepY.y * (ny - 1);
+  const double x = nx > 1 ? ((columnX + rowX + start.x) - start.x) / (nx - 1) : 1.0;
+  const double y = ny > 1 ? ((rowY + start.y + columnY) - start.y) / (ny - 1) : 1.0;
+  const ReferenceWalk reference(arguments, grid, x, y);
+  DifferenceSums sums;
+  if (canEvaluate(grid)) kernels().brickDifference[arguments.modelType](reference.walk, sums);
+  addTo(metric, sums, reference.numVoxels());
+}
+
+void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
+                RegCorrelationRatio& metric) {
+  if (!arguments.isComplete(false)) return;
+  const ReferenceWalk reference(arguments, grid, rangedStepX(arguments), rangedStepY(arguments));
+  CorrelationSums sums = emptySums(metric);
+  if (canEvaluate(grid)) kernels().brickCorrelation[arguments.modelType](reference.walk, sums);
+  addTo(metric, sums, reference.numVoxels());
+}
+
+void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
+                RegMutualInformation& metric, int numHistograms) {
+  if (!arguments.isComplete(false) || !metric.canAccumulate()) return;
+  const ReferenceWalk reference(arguments, grid, rangedStepX(arguments), rangedStepY(arguments));
+  WorkHistogram work(metric, numHistograms);
+  if (canEvaluate(grid)) kernels().brickHistogram[arguments.modelType](reference.walk, work.sums);
   work.finish(reference.numVoxels());
 }
 

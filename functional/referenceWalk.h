@@ -8,6 +8,7 @@
 class RegCorrelationRatio;
 class RegMeanSquaredDifference;
 class RegMutualInformation;
+class RegNonAffineTransform;
 
 namespace voxreg::detail {
 
@@ -27,22 +28,31 @@ struct WalkArguments {
   const double* bounds;
   const int* modelDims;
 
-  /// False where there is nothing to walk or to sample.
-  bool isComplete() const;
+  /// False where there is nothing to walk or to sample, or no bounds although the walk needs them.
+  bool isComplete(bool needsBounds) const;
 };
 
 /// A walk with the scratch memory of the rows that a kernel works on.
 class ReferenceWalk {
  public:
-  /// Walks `box`, cut to the reference.
+  /// An affine walk of `box`, cut to the reference.
   ReferenceWalk(const WalkArguments& arguments, const NmBox3i& box);
+
+  /// A walk of the arguments' box, cut to the reference, through a grid of bricks whose
+  /// coefficients are current. `stepX` and `stepY` are the effective steps along the reference's x
+  /// and y.
+  ReferenceWalk(const WalkArguments& arguments, const RegNonAffineTransform& grid, double stepX,
+                double stepY);
 
   /// Voxels of the walk, valid or not.
   long numVoxels() const;
 
-  Walk walk;
+  Walk walk = {};
 
  private:
+  void setFrame(const WalkArguments& arguments, const NmBox3i& box);
+  void takeScratch();
+
   NmDArray<double> scratch_;
 };
 
@@ -50,5 +60,14 @@ class ReferenceWalk {
 void walkAffine(const WalkArguments& arguments, RegMeanSquaredDifference& metric);
 void walkAffine(const WalkArguments& arguments, RegCorrelationRatio& metric);
 void walkAffine(const WalkArguments& arguments, RegMutualInformation& metric, int numHistograms);
+
+/// Walks of the arguments' box through a grid of bricks, world units in `start` and the steps. A
+/// transform without vertices has no samples.
+void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
+                RegMeanSquaredDifference& metric);
+void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
+                RegCorrelationRatio& metric);
+void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
+                RegMutualInformation& metric, int numHistograms);
 
 }  // namespace voxreg::detail

@@ -57,6 +57,29 @@ void reg_evaluateUniformMIAffine(const T* reference, const U* model, const NmVec
                                  RegMutualInformation* metric, const double* bounds,
                                  const int* modelDims, int numHistograms);
 
+/// Correlation family, walk of the box through a grid of bricks: a sample counts if it lies within
+/// half a voxel of the model and both values lie in the metric's closed ranges. `signs`, `bounds`
+/// and the last argument are not read.
+template <class T, class U>
+void reg_evaluateUniformCorrNonAffine(const T* reference, const U* model,
+                                      const NmVec3i& referenceDims, const NmBox3i& box,
+                                      const NmVec3i& signs, const NmVec3d& start,
+                                      const NmVec3d& stepX, const NmVec3d& stepY,
+                                      const NmVec3d& stepZ, RegCorrelationRatio* metric,
+                                      const double* bounds, const int* modelDims,
+                                      RegNonAffineTransform* transform, int);
+
+/// Mutual information family, walk of the box through a grid of bricks: samples count as in the
+/// correlation family, and histograms as in the affine walk.
+template <class T, class U>
+void reg_evaluateUniformMINonAffine(const T* reference, const U* model,
+                                    const NmVec3i& referenceDims, const NmBox3i& box,
+                                    const NmVec3i& signs, const NmVec3d& start,
+                                    const NmVec3d& stepX, const NmVec3d& stepY,
+                                    const NmVec3d& stepZ, RegMutualInformation* metric,
+                                    const double* bounds, const int* modelDims,
+                                    RegNonAffineTransform* transform, int numHistograms);
+
 /// Hands the walk to the family that feeds `metric`; a metric of another kind gets nothing.
 template <class T, class U>
 void reg_evaluateUniform(const T* reference, const U* model, const NmVec3i& referenceDims,

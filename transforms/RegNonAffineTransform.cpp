@@ -7,17 +7,22 @@
 
 #include "foundation/NmCPUInfo.h"
 #include "foundation/VlData.h"
+#include "transforms/brickStages.h"
 #include "transforms/vertexPlace.h"
 #include "transforms/voxelAxis.h"
 
+using voxreg::detail::BrickPlace;
+using voxreg::detail::placeInBricks;
 using voxreg::detail::placeOfVertex;
+using voxreg::detail::rowDoubles;
+using voxreg::detail::sliceDoubles;
 using voxreg::detail::VoxelAxis;
 
 namespace {
 
 constexpr int brickLimit = 32;
 constexpr int corners = 8;
-constexpr int perBrick = 24;
+constexpr int perBrick = voxreg::detail::brickDoubles;
 
 /// Row t turns the corner values of a brick into the factor of term t: 1, r, s, rs, q, rq, sq, rsq.
 constexpr double cornerToTerm[corners][corners] = {
@@ -74,16 +79,9 @@ bool fits(const NmVec3i& n, long parameters) {
 }
 
 /// Where a normalised coordinate falls on an axis of n bricks.
-struct BrickPlace {
-  int brick;
-  double fraction;
-
-  BrickPlace(double coordinate, int n) {
-    const double g = n * coordinate;
-    brick = g >= n ? n - 1 : g >= 1.0 ? static_cast<int>(g) : 0;
-    fraction = g - brick;
-  }
-};
+BrickPlace placeOf(double coordinate, int n) {
+  return placeInBricks(n * coordinate, n);
+}
 
 /// terms = cornerTable (8 x 8) * positions (8 x 3), each sum from 0.0 in rising order.
 void multiplyCorners(const double* cornerTable, const double (&positions)[perBrick],
@@ -312,12 +310,10 @@ void RegNonAffineTransform::restoreCoefficients(NmDArray<int>& indices, NmDArray
 void RegNonAffineTransform::setW(double w, NmDArray<NmVec3d>& out) const {
   const long bricks = static_cast<long>(numBricks.x) * numBricks.y;
   if (!canEvaluate() || out.size < 4 * bricks) return fillWithNowhere(out);
-  const BrickPlace place(w, numBricks.z);
-  const double* terms = coefficients.data + perBrick * bricks * place.brick;
-  double* slice = flat(out);
-  for (long b = 0; b < bricks; ++b, terms += perBrick, slice += perBrick / 2)
-    for (int e = 0; e < perBrick / 2; ++e)
-      slice[e] = terms[e] + place.fraction * terms[e + perBrick / 2];
+  const BrickPlace place = placeOf(w, numBricks.z);
+  const double* const layer = coefficients.data + perBrick * bricks * place.brick;
+  for (long b = 0; b < bricks; ++b)
+    voxreg::detail::takeSlice(layer + perBrick * b, place.fraction, flat(out) + sliceDoubles * b);
 }
 
 void RegNonAffineTransform::setV(double v, const NmDArray<NmVec3d>& in,
@@ -325,11 +321,11 @@ void RegNonAffineTransform::setV(double v, const NmDArray<NmVec3d>& in,
   const long bricks = static_cast<long>(numBricks.x) * numBricks.y;
   if (brickCount() == 0 || in.size < 4 * bricks || out.size < 2 * numBricks.x)
     return fillWithNowhere(out);
-  const BrickPlace place(v, numBricks.y);
-  const double* slice = flat(in) + 12L * numBricks.x * place.brick;
-  double* row = flat(out);
-  for (int b = 0; b < numBricks.x; ++b, slice += 12, row += 6)
-    for (int e = 0; e < 6; ++e) row[e] = slice[e] + place.fraction * slice[e + 6];
+  const BrickPlace place = placeOf(v, numBricks.y);
+  const double* const slice =
+      flat(in) + static_cast<long>(sliceDoubles) * numBricks.x * place.brick;
+  for (int b = 0; b < numBricks.x; ++b)
+    voxreg::detail::takeRow(slice + sliceDoubles * b, place.fraction, flat(out) + rowDoubles * b);
 }
 
 void RegNonAffineTransform::setU(double u, const NmDArray<NmVec3d>& in, NmVec3d& out) const {
@@ -337,7 +333,7 @@ void RegNonAffineTransform::setU(double u, const NmDArray<NmVec3d>& in, NmVec3d&
     out = nowhere();
     return;
   }
-  const BrickPlace place(u, numBricks.x);
+  const BrickPlace place = placeOf(u, numBricks.x);
   const NmVec3d& start = in[2 * place.brick];
   const NmVec3d& slope = in[2 * place.brick + 1];
   out = NmVec3d(start.x + place.fraction * slope.x, start.y + place.fraction * slope.y,
@@ -351,12 +347,8 @@ void RegNonAffineTransform::setWUnscaled(double w, NmDArray<NmVec3d>& out) const
 void RegNonAffineTransform::setWScaled(double w, NmDArray<NmVec3d>& out) const {
   setW(w, out);
   const long groups = std::min(static_cast<long>(numBricks.x) * numBricks.y, out.size / 4);
-  for (long g = 0; g < groups; ++g) {
-    NmVec3d* const group = out.data + 4 * g;
-    for (int c = 0; c < 3; ++c) group[0][c] += offsetToModel[c];
-    for (int t = 0; t < 4; ++t)
-      for (int c = 0; c < 3; ++c) group[t][c] *= scaleToModel[c];
-  }
+  for (long g = 0; g < groups; ++g)
+    voxreg::detail::scaleSlice(&offsetToModel.x, &scaleToModel.x, flat(out) + sliceDoubles * g);
 }
 
 void RegNonAffineTransform::setScaleToModel(const NmVec3d& offset, double sx, double sy,

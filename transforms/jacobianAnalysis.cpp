@@ -4,6 +4,7 @@
 
 #include "foundation/NmWatch.h"
 #include "transforms/RegNonAffineTransform.h"
+#include "transforms/brickStages.h"
 #include "transforms/matrixDecomposition.h"
 #include "transforms/orthogonalRows.h"
 #include "transforms/vertexPlace.h"
@@ -15,7 +16,7 @@ using voxreg::detail::smallDeterminant;
 
 namespace {
 
-constexpr int perBrick = 24;
+constexpr int perBrick = voxreg::detail::brickDoubles;
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// Nodes of the two-point Gauss-Legendre rule on [0, 1].

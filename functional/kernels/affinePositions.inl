@@ -6,7 +6,8 @@ class AffinePositions {
   /// The row clip leaves only samples that lie inside the model.
   static constexpr bool samplesNeedTest = false;
 
-  explicit AffinePositions(const Walk& walk) : walk_(walk) {
+  /// `scratch` is not needed.
+  AffinePositions(const Walk& walk, double* /*scratch*/) : walk_(walk) {
     for (int axis = 0; axis < 3; ++axis) step_[axis] = Lanes::all(walk.step[0][axis]);
   }
 
@@ -27,22 +28,27 @@ class AffinePositions {
       }
       spans[r] = r < rows ? clipRow(walk_, p, walk_.referenceDims[0]) : RowSpan{0, -1};
     }
-    for (int axis = 0; axis < 3; ++axis) position[axis] = Lanes::load(first[axis]);
+    for (int axis = 0; axis < 3; ++axis) position_[axis] = Lanes::load(first[axis]);
   }
 
   /// Moves from voxel 0 to voxel x.
   void seek(int x) {
-    for (int i = 0; i < x; ++i) next();
+    for (int i = 0; i < x; ++i) advance();
   }
 
-  void next() {
-    for (int axis = 0; axis < 3; ++axis) position[axis] = position[axis] + step_[axis];
+  /// Hands out the positions, in model voxel coordinates, and moves on to the next voxel.
+  void take(typename Lanes::Doubles position[3]) {
+    for (int axis = 0; axis < 3; ++axis) position[axis] = position_[axis];
+    advance();
   }
-
-  typename Lanes::Doubles position[3];  ///< model voxel coordinates
 
  private:
+  void advance() {
+    for (int axis = 0; axis < 3; ++axis) position_[axis] = position_[axis] + step_[axis];
+  }
+
   const Walk& walk_;
   double z_ = 0.0;
+  typename Lanes::Doubles position_[3];
   typename Lanes::Doubles step_[3];
 };

@@ -1,5 +1,5 @@
-/// Five sums over the samples whose two values lie in their ranges: a subtotal for each slice, which
-/// goes into the totals when the slice ends.
+/// Five sums over the samples whose two values lie in their ranges: a subtotal for each slice,
+/// which goes into the totals when the slice ends.
 class CorrelationAccumulator {
  public:
   explicit CorrelationAccumulator(CorrelationSums& sums) : sums_(sums) {}

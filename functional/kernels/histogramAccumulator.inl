@@ -32,7 +32,8 @@ class HistogramAccumulator {
   }
 
  private:
-  /// Lower one of the two bins of a value, and the share of the upper one. NaN counts as the minimum.
+  /// Lower one of the two bins of a value, and the share of the upper one. NaN counts as the
+  /// minimum.
   struct Bin {
     long lower;
     double fraction;

@@ -1,9 +1,10 @@
 // The kernels in terms of `Lanes`: included once per instruction set, inside a namespace that holds
-// that set's Lanes.
+// that set's Lanes. Each file needs those above it.
 
-// clang-format off: each file needs those above it
+// clang-format off
 #include "functional/kernels/rowClip.inl"
 #include "functional/kernels/affinePositions.inl"
+#include "functional/kernels/brickPositions.inl"
 #include "functional/kernels/trilinear.inl"
 #include "functional/kernels/differenceAccumulator.inl"
 #include "functional/kernels/correlationAccumulator.inl"

@@ -20,5 +20,8 @@ static constexpr KernelTable makeKernelTable() {
   fillRow<AffinePositions, DifferenceAccumulator>(table.affineDifference);
   fillRow<AffinePositions, CorrelationAccumulator>(table.affineCorrelation);
   fillRow<AffinePositions, HistogramAccumulator<false>>(table.affineHistogram);
+  fillRow<BrickPositions, DifferenceAccumulator>(table.brickDifference);
+  fillRow<BrickPositions, CorrelationAccumulator>(table.brickCorrelation);
+  fillRow<BrickPositions, HistogramAccumulator<true>>(table.brickHistogram);
   return table;
 }

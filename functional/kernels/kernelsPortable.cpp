@@ -1,5 +1,6 @@
 #include "functional/kernels/lanesPortable.h"
 #include "functional/kernels/walk.h"
+#include "transforms/brickStages.h"
 
 namespace voxreg::detail {
 

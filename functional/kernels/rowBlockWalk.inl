@@ -26,14 +26,19 @@ static RowSpan unite(const RowSpan spans[Lanes::width]) {
 }
 
 /// Samples voxels `span` of the rows that `positions` stands on; voxel x of row r goes to
-/// values[(x - span.first) * Lanes::width + r].
+/// values[(x - span.first) * Lanes::width + r]. Where samples need a test, bit r of
+/// inside[x - span.first] tells whether that one counts.
 template <class Positions, class Sampler>
-static void sampleRows(Positions& positions, const Sampler& sampler, RowSpan span, double* values) {
+static void sampleRows(Positions& positions, const Sampler& sampler, RowSpan span, double* values,
+                       unsigned char* inside) {
   positions.seek(span.first);
   for (int x = span.first; x <= span.last; ++x) {
-    Lanes::store(values, sampler.at(positions.position));
+    typename Lanes::Doubles position[3];
+    positions.take(position);
+    if constexpr (Positions::samplesNeedTest)
+      *inside++ = static_cast<unsigned char>(sampler.inside(position));
+    Lanes::store(values, sampler.at(position));
     values += Lanes::width;
-    positions.next();
   }
 }
 
@@ -42,10 +47,13 @@ static void sampleRows(Positions& positions, const Sampler& sampler, RowSpan spa
 /// voxels.
 template <class Positions, class Sampler, class Accumulator>
 static void walkRowBlocks(const Walk& walk, Accumulator& accumulator) {
-  Positions positions(walk);
-  const Sampler sampler(walk);
+  const long rowLength = walk.referenceDims[0];
   double* const values = walk.scratch;
-  double* const reference = values + static_cast<long>(Lanes::width) * walk.referenceDims[0];
+  double* const reference = values + Lanes::width * rowLength;
+  double* const flags = reference + rowLength;
+  auto* const inside = reinterpret_cast<unsigned char*>(flags);
+  Positions positions(walk, flags + rowLength);
+  const Sampler sampler(walk);
   const RowSpan rows = Positions::rowRange(walk);
   for (int z = walk.box.zmin; z <= walk.box.zmax; ++z) {
     positions.startSlice(z);
@@ -56,13 +64,15 @@ static void walkRowBlocks(const Walk& walk, Accumulator& accumulator) {
       positions.startRows(y, n, spans);
       const RowSpan all = unite(spans);
       if (all.count() == 0) continue;
-      sampleRows(positions, sampler, all, values);
+      sampleRows(positions, sampler, all, values, inside);
       for (int r = 0; r < n; ++r) {
         if (spans[r].count() == 0) continue;
         loadReferenceRow(walk, y + r, z, spans[r], reference);
         const long skipped = spans[r].first - all.first;
-        accumulator.addRow(reference, values + skipped * Lanes::width + r, Lanes::width,
-                           spans[r].count(), [](int) { return true; });
+        const unsigned char* const flag = inside + skipped;
+        accumulator.addRow(
+            reference, values + skipped * Lanes::width + r, Lanes::width, spans[r].count(),
+            [=](int i) { return !Positions::samplesNeedTest || (flag[i] >> r & 1) != 0; });
       }
     }
     accumulator.endSlice();

@@ -23,6 +23,21 @@ inline constexpr int voxelTypeIndex<float> = 4;
 template <>
 inline constexpr int voxelTypeIndex<double> = 5;
 
+/// A grid of bricks as a source of positions. A voxel's place runs by repeated additions: in brick
+/// units along x, normalised to the box along y.
+struct BrickGrid {
+  const double* coefficients;
+  int numBricks[3];
+  double offset[3];  ///< from world units to model voxels: (position + offset) * scale
+  double scale[3];
+  double uFirst;  ///< of voxel box.xmin
+  double uStep;
+  double vFirst;  ///< of row box.ymin
+  double vStep;
+  double zMin;     ///< of the grid's box, world units
+  double zExtent;  ///< above 0
+};
+
 /// One walk of reference voxels through a model, as the kernels see it: bare values and pointers,
 /// since a kernel that is compiled for one instruction set must not instantiate code that it shares
 /// with the rest of the library.
@@ -37,15 +52,21 @@ struct Walk {
   double step[3][3];    ///< position change per reference voxel along x, y, z
   int signs[3];         ///< direction of step[0] per model axis: 1, -1, 2 no movement, 0 no clip
   double bounds[3][2];  ///< lower and upper bound of a position per model axis
+  BrickGrid grid;       ///< of a walk through bricks, unused otherwise
   double* scratch;      ///< room for scratchDoubles(), aligned to 64 bytes
 };
 
 /// Rows that a kernel works on side by side, at most; sizes the scratch memory.
 inline constexpr int maxRowsInFlight = 8;
 
-/// Doubles that a walk needs in Walk::scratch: reference and model values of the rows in flight.
-inline long scratchDoubles(int rowLength) {
-  return 2L * maxRowsInFlight * rowLength;
+/// Doubles that a walk needs in Walk::scratch: model values of the rows in flight, one row of the
+/// reference and the flags of its samples, and for a walk through bricks the places of voxels and
+/// rows, one slice and the rows of the grid.
+inline long scratchDoubles(const int referenceDims[3], const int numBricks[3]) {
+  const long rows = (maxRowsInFlight + 2L) * referenceDims[0];
+  const long places = 2L * (static_cast<long>(referenceDims[0]) + referenceDims[1]);
+  const long bricks = 12L * numBricks[0] * numBricks[1] + 6L * maxRowsInFlight * numBricks[0];
+  return rows + (numBricks[0] > 0 ? places + bricks : 0);
 }
 
 struct DifferenceSums {
@@ -86,6 +107,9 @@ struct KernelTable {
   void (*affineDifference[numVoxelTypes])(const Walk& walk, DifferenceSums& sums);
   void (*affineCorrelation[numVoxelTypes])(const Walk& walk, CorrelationSums& sums);
   void (*affineHistogram[numVoxelTypes])(const Walk& walk, HistogramSums& sums);
+  void (*brickDifference[numVoxelTypes])(const Walk& walk, DifferenceSums& sums);
+  void (*brickCorrelation[numVoxelTypes])(const Walk& walk, CorrelationSums& sums);
+  void (*brickHistogram[numVoxelTypes])(const Walk& walk, HistogramSums& sums);
 };
 
 /// The table for the processor at hand.

@@ -4,41 +4,19 @@
 #include <cstring>
 #include <limits>
 #include <random>
-#include <tuple>
 
 #include "functional/reg_evaluateUniform.h"
 #include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
 #include "metrics/RegNormMutualInformation.h"
+#include "tests/functional/kernelCases.h"
 #include "tests/functional/naiveWalk.h"
 #include "tests/support/LogCapture.h"
 
 namespace {
 
-using VoxelTypes = std::tuple<unsigned char, short, unsigned short, int, float, double>;
-
-template <class F>
-void forEachTypePair(F f) {
-  std::apply(
-      [&](auto... reference) {
-        const auto withModels = [&]<class T>(T) {
-          std::apply([&](auto... model) { (f.template operator()<T, decltype(model)>(), ...); },
-                     VoxelTypes());
-        };
-        (withModels(reference), ...);
-      },
-      VoxelTypes());
-}
-
-template <class T>
-std::vector<T> randomVoxels(const NmVec3i& dims, unsigned seed) {
-  std::mt19937 random(seed);
-  std::uniform_real_distribution<double> value(std::is_unsigned_v<T> ? 0.0 : -120.0, 250.0);
-  std::vector<T> voxels(static_cast<unsigned long>(dims.x) * static_cast<unsigned long>(dims.y) *
-                        static_cast<unsigned long>(dims.z));
-  for (T& v : voxels) v = static_cast<T>(value(random));
-  return voxels;
-}
+using kernelCases::forEachTypePair;
+using kernelCases::randomVoxels;
 
 /// A map that turns by three angles and scales, sending the middle of the reference to `centre` of
 /// the model, with the signs that the row's direction has.

@@ -1,0 +1,213 @@
+#include <algorithm>
+
+#include "foundation/NmLogFile.h"
+#include "foundation/NmProgressInterface.h"
+#include "functional/RegFunctional.h"
+#include "functional/RegOptimizerCallback.h"
+#include "functional/planeMode.h"
+#include "metrics/RegMetric.h"
+#include "transforms/RegNonAffineTransform.h"
+
+namespace {
+
+bool wasInterrupted(RegOptimizerCallback* callback) {
+  NmProgressInterface* const progress =
+      callback == nullptr ? nullptr : callback->getProgressInterface();
+  return progress != nullptr && progress->wasInterrupted();
+}
+
+}  // namespace
+
+/// What the trials of a gradient share.
+struct RegFunctional::GradientTask {
+  NmDVector<double>& gradient;
+  const NmDArray<float>& steps;  ///< one per free parameter
+  float factor;                  ///< of the steps
+  bool unconditional;
+  double present;  ///< value at the present parameters
+
+  double plusStep(int i) const { return static_cast<double>(steps[i] * factor); }
+
+  /// From the plus trial to the minus trial of a grid.
+  double stepBack(int i) const { return static_cast<double>(steps[i] * (factor * -2.0f)); }
+
+  /// Central difference, not divided by the step. Unless it is unconditional, a parameter at which
+  /// neither trial beats the present value contributes nothing.
+  void setComponent(int i, double plus, double minus) const {
+    const bool counts = unconditional || present < plus || present < minus;
+    gradient[i] = counts ? plus - minus : 0.0;
+  }
+};
+
+/// Trials at one vertex of a grid: the coefficients around it are patched and put back, `params` is
+/// never touched.
+class RegFunctional::VertexTrials {
+ public:
+  VertexTrials(RegFunctional& functional, RegNonAffineTransform& grid)
+      : functional_(functional), grid_(grid) {
+    index_.resize(1);
+    delta_.resize(1);
+    savedIndices_.remax(64, 0);
+    savedValues_.remax(64, 0);
+  }
+
+  double seconds = 0.0;  ///< spent on Jacobians
+
+  /// Makes the voxels around the vertex the box of its trials and keeps what they contribute at the
+  /// present transform.
+  void startBox(int vertex) {
+    box_ = grid_.getROIofVertex(functional_.reference[0], vertex);
+    double penalty;
+    evaluate(&box_, vertex, true, penalty);
+    boxPointer_ = &box_;
+  }
+
+  /// Until startBox, trials walk the whole volume.
+  void startVertex() { boxPointer_ = nullptr; }
+
+  /// Moves one coordinate, remembering the coefficients, and evaluates.
+  double tryFirst(int vertex, int parameter, double delta, double& penalty) {
+    index_[0] = parameter;
+    delta_[0] = delta;
+    grid_.updateCoefficients(index_, delta_, &savedIndices_, &savedValues_);
+    return evaluate(boxPointer_, vertex, false, penalty);
+  }
+
+  /// Moves the same coordinate on and evaluates.
+  double tryNext(int vertex, double delta, double& penalty) {
+    delta_[0] = delta;
+    grid_.updateCoefficients(index_, delta_, nullptr, nullptr);
+    return evaluate(boxPointer_, vertex, false, penalty);
+  }
+
+  void restore() { grid_.restoreCoefficients(savedIndices_, savedValues_); }
+
+ private:
+  double evaluate(const NmBox3i* box, int vertex, bool marginal, double& penalty) {
+    double time;
+    const double value = functional_.evaluateNoClip(box, vertex, marginal, &grid_,
+                                                    functional_.metric, penalty, time);
+    seconds += time;
+    return value;
+  }
+
+  RegFunctional& functional_;
+  RegNonAffineTransform& grid_;
+  NmBox3i box_;
+  const NmBox3i* boxPointer_ = nullptr;
+  NmDArray<int> index_;
+  NmDArray<double> delta_;
+  NmDArray<int> savedIndices_;
+  NmDArray<double> savedValues_;
+};
+
+double RegFunctional::evaluateGradient(NmDVector<double>& gradient, float factor, int unconditional,
+                                       int* numPenalised) {
+  if (numPenalised != nullptr) *numPenalised = 0;
+  const int dim = transform == nullptr ? 0 : transform->getVariableParamVectorDim();
+  if (transform == nullptr || metric == nullptr || gradient.size < dim ||
+      transform->params.size < dim) {
+    getTheLogInstance().errorf(
+        "evaluateGradient: There is no transform or metric, or no room for %d components.", dim);
+    return 0.0;
+  }
+  double penalty;
+  double time;
+  const double present = evaluate(true, nullptr, -1, false, nullptr, nullptr, penalty, time);
+  NmVec3d size(modelSize.x, modelSize.y, modelSize.z);
+  NmDArray<float> steps;
+  steps.resize(dim);
+  for (int i = 0; i < dim; ++i) steps[i] = static_cast<float>(transform->getParamStep(i, &size));
+  const GradientTask task = {gradient, steps, factor, unconditional != 0, present};
+  if (auto* const grid = dynamic_cast<RegNonAffineTransform*>(transform)) {
+    const int count = gridGradient(*grid, task);
+    if (numPenalised != nullptr) *numPenalised = count;
+  } else {
+    affineGradient(task);
+  }
+  if (wasInterrupted(callback)) std::fill_n(gradient.data, gradient.size, 0.0);
+  return present;
+}
+
+void RegFunctional::affineGradient(const GradientTask& task) {
+  NmDVector<double>& params = transform->params;
+  for (int i = 0; i < static_cast<int>(task.steps.size); ++i) {
+    if (wasInterrupted(callback)) return;
+    if (voxreg::detail::leavesPlane(orientation, i)) {
+      task.gradient[i] = 0.0;
+      continue;
+    }
+    const double saved = params[i];
+    const double delta = task.plusStep(i);
+    params[i] = delta + saved;
+    const double plus = evaluate();
+    if (wasInterrupted(callback)) {
+      params[i] = saved;
+      return;
+    }
+    params[i] = saved - delta;
+    const double minus = evaluate();
+    params[i] = saved;
+    if (wasInterrupted(callback)) return;
+    task.setComponent(i, plus, minus);
+  }
+}
+
+// Returns the number of parameters at which a trial was penalised.
+int RegFunctional::gridGradient(RegNonAffineTransform& grid, const GradientTask& task) {
+  const bool verbose = firstGradient;
+  firstGradient = false;
+  if (emptyBricks.size != grid.brickCount()) findEmptyBricks(&grid);
+  const bool marginal =
+      metric->supportsMarginalMetric() && reference.size == 1 && reference[0] != nullptr;
+  const int numVertices = static_cast<int>(task.steps.size) / 3;
+  if (marginal) {
+    metric->setOtherParams(RegMetricParamBaseline);
+    if (verbose)
+      getTheLogInstance().printf("%.3f * 10^6 samples",
+                                 static_cast<float>(metric->numSamples) * 1e-06);
+    orderVertices(grid.numBricks, numVertices);
+  }
+  VertexTrials trials(*this, grid);
+  int numPenalised = 0;
+  for (int b = 0; b < numVertices; ++b)
+    numPenalised += vertexGradient(trials, marginal ? renumbering[b] : b, marginal, task);
+  gradientTime += trials.seconds;
+  return numPenalised;
+}
+
+void RegFunctional::orderVertices(const NmVec3i& numBricks, int numVertices) {
+  if (renumbering.size == numVertices) return;
+  if (computeRenumbering(numBricks, unusedVertices, renumbering)) return;
+  renumbering.resize(numVertices);
+  for (int b = 0; b < numVertices; ++b) renumbering[b] = b;
+}
+
+// One box and its present contribution serve all three coordinates.
+int RegFunctional::vertexGradient(VertexTrials& trials, int vertex, bool marginal,
+                                  const GradientTask& task) {
+  const bool unused = unusedVertices.size * 3 == task.steps.size && unusedVertices[vertex] == 1;
+  int numPenalised = 0;
+  trials.startVertex();
+  for (int c = 0; c < 3; ++c) {
+    const int i = 3 * vertex + c;
+    if (wasInterrupted(callback)) continue;
+    if (!unused && marginal && c == 0) trials.startBox(vertex);
+    if (unused || (c == orientation && orientation < 3)) {
+      task.gradient[i] = 0.0;
+      continue;
+    }
+    double penaltyPlus;
+    double penaltyMinus;
+    const double plus = trials.tryFirst(vertex, i, task.plusStep(i), penaltyPlus);
+    if (wasInterrupted(callback)) {
+      trials.restore();
+      continue;
+    }
+    const double minus = trials.tryNext(vertex, task.stepBack(i), penaltyMinus);
+    trials.restore();
+    if (!wasInterrupted(callback)) task.setComponent(i, plus, minus);
+    if (penaltyPlus > 0.0 || penaltyMinus > 0.0) ++numPenalised;
+  }
+  return numPenalised;
+}

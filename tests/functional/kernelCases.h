@@ -1,0 +1,38 @@
+#pragma once
+
+#include <random>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include "foundation/NmVec.h"
+
+/// What the tests of the sampling kernels share: every pair of voxel types, and random voxels.
+namespace kernelCases {
+
+using VoxelTypes = std::tuple<unsigned char, short, unsigned short, int, float, double>;
+
+template <class F>
+void forEachTypePair(F f) {
+  std::apply(
+      [&](auto... reference) {
+        const auto withModels = [&]<class T>(T) {
+          std::apply([&](auto... model) { (f.template operator()<T, decltype(model)>(), ...); },
+                     VoxelTypes());
+        };
+        (withModels(reference), ...);
+      },
+      VoxelTypes());
+}
+
+template <class T>
+std::vector<T> randomVoxels(const NmVec3i& dims, unsigned seed) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<double> value(std::is_unsigned_v<T> ? 0.0 : -120.0, 250.0);
+  std::vector<T> voxels(static_cast<unsigned long>(dims.x) * static_cast<unsigned long>(dims.y) *
+                        static_cast<unsigned long>(dims.z));
+  for (T& v : voxels) v = static_cast<T>(value(random));
+  return voxels;
+}
+
+}  // namespace kernelCases

@@ -1,0 +1,45 @@
+#pragma once
+
+/// The pieces of the staged evaluation of a brick grid, on plain doubles. They are inlined wherever
+/// they are used, so that a kernel compiled for one instruction set shares no code with the rest.
+namespace voxreg::detail {
+
+/// Where a coordinate in brick units falls on an axis of n bricks. Outside [0, n] the outermost
+/// brick goes on; NaN takes brick 0 with a NaN fraction.
+struct BrickPlace {
+  int brick;
+  double fraction;
+};
+
+[[gnu::always_inline]] static inline BrickPlace placeInBricks(double g, int n) {
+  const int brick = g >= n ? n - 1 : g >= 1.0 ? static_cast<int>(g) : 0;
+  return {brick, g - brick};
+}
+
+/// Doubles of a brick, of its slice (four vectors) and of its row (two vectors).
+inline constexpr int brickDoubles = 24;
+inline constexpr int sliceDoubles = 12;
+inline constexpr int rowDoubles = 6;
+
+/// Takes the third coordinate out of a brick's terms, `fraction` being that within the brick.
+[[gnu::always_inline]] static inline void takeSlice(const double* brick, double fraction,
+                                                    double* slice) {
+  for (int e = 0; e < sliceDoubles; ++e) slice[e] = brick[e] + fraction * brick[e + sliceDoubles];
+}
+
+/// Turns a slice from world units into (position + offset) * scale: only the constant vector takes
+/// the offset, since the others multiply coordinates.
+[[gnu::always_inline]] static inline void scaleSlice(const double* offset, const double* scale,
+                                                     double* slice) {
+  for (int c = 0; c < 3; ++c) slice[c] += offset[c];
+  for (int t = 0; t < 4; ++t)
+    for (int c = 0; c < 3; ++c) slice[3 * t + c] *= scale[c];
+}
+
+/// Takes the second coordinate out of a brick's slice.
+[[gnu::always_inline]] static inline void takeRow(const double* slice, double fraction,
+                                                  double* row) {
+  for (int e = 0; e < rowDoubles; ++e) row[e] = slice[e] + fraction * slice[e + rowDoubles];
+}
+
+}  // namespace voxreg::detail
