@@ -1,3 +1,5 @@
+#include <limits>
+
 #include "functional/RegFunctional.h"
 
 namespace {
@@ -29,7 +31,7 @@ int* placeKind(VertexKind kind, const NmVec3i& n, const NmDArray<unsigned char>&
 
 bool RegFunctional::computeRenumbering(const NmVec3i& numBricks, NmDArray<unsigned char>& unused,
                                        NmDArray<int>& order) {
-  constexpr double mostVertices = 2147483647.0;
+  constexpr double mostVertices = std::numeric_limits<int>::max();
   const double vertices = (numBricks.x + 1.0) * (numBricks.y + 1.0) * (numBricks.z + 1.0);
   if (numBricks.x < 0 || numBricks.y < 0 || numBricks.z < 0 || vertices > mostVertices ||
       static_cast<double>(unused.size) != vertices)
