@@ -168,8 +168,7 @@ struct Outputs {
 /// untouched.
 double jacobianMeasure(const Range& determinants) {
   if (determinants.isEmpty()) return 1.0;
-  const double inverse = 1.0 / determinants.high();
-  return determinants.high() > 1.0 && inverse < determinants.low() ? inverse : determinants.low();
+  return std::min(determinants.low(), 1.0 / std::max(determinants.high(), 1.0));
 }
 
 void analyseBrick(const double* terms, const double (&size)[3], const Outputs& out, long entry) {
