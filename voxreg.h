@@ -47,6 +47,7 @@
 #include "resampling/RegResampler.h"
 #include "resampling/RegResamplerContribList.h"
 #include "resampling/RegResamplerFilters.h"
+#include "transforms/NonAffineRegistration.h"
 #include "transforms/RegAffineTransform.h"
 #include "transforms/RegNonAffineTransform.h"
 #include "transforms/RegParametricTransform.h"

@@ -51,8 +51,8 @@ void fold(const float* in, const NmDArray<CellRange>& cells, long numDataVars, f
     for (long x = cells[i].first; x < cells[i].last; ++x)
       for (long c = 0; c < numDataVars; ++c) {
         const float value = in[x * numDataVars + c];
-        float& best = out[i * numDataVars + c];
-        if (extreme == Extreme::maximum ? value > best : value < best) best = value;
+        const long at = i * numDataVars + c;
+        if (extreme == Extreme::maximum ? value > out[at] : value < out[at]) out[at] = value;
       }
 }
 
