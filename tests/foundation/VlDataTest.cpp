@@ -13,6 +13,7 @@
 #include "foundation/NmException.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/RowVolume.h"
 #include "tests/support/volumes.h"
 
 namespace {
@@ -44,30 +45,6 @@ class Wrapper : public VlData {
 
  private:
   NmHandle<VlData> inner_;
-};
-
-/// Access to a volume in slices, by rows only.
-class RowAccess : public VlDataAccess {
- public:
-  explicit RowAccess(NmHandle<VlDataAccess> inner) : inner_(std::move(inner)) {}
-  void* dataPtr(long) const override { return nullptr; }
-  bool isContiguous() const override { return false; }
-  bool isLinear() const override { return false; }
-  NmResult row(long x, long y, long z, float* buffer) const override {
-    return inner_->row(x, y, z, buffer);
-  }
-  NmResult putRow(long x, long y, long z, const float* buffer) const override {
-    return inner_->putRow(x, y, z, buffer);
-  }
-
- private:
-  NmHandle<VlDataAccess> inner_;
-};
-class SlicedVolume : public Wrapper {
-  using Wrapper::Wrapper;
-  NmHandle<VlDataAccess> openAccess(bool write) override {
-    return new RowAccess(Wrapper::openAccess(write));
-  }
 };
 
 TEST(VlDataLock, ReadersShareAndAWriterIsAlone) {
@@ -232,7 +209,7 @@ void expectRange(int type, std::vector<T> voxels, float low, float high) {
   const NmVec3l dims(static_cast<long>(voxels.size()) / 2, 1, 1);
   const NmHandle<VlMemoryData> volume = wrapVolume(dims, type, 2, voxels.data());
   for (const NmHandle<VlData>& form :
-       {NmHandle<VlData>(volume), NmHandle<VlData>(new SlicedVolume(volume))}) {
+       {NmHandle<VlData>(volume), NmHandle<VlData>(new RowVolume(volume))}) {
     float min = 7.0f;
     float max = 7.0f;
     EXPECT_TRUE(form->range(min, max, true).isOk());
@@ -278,13 +255,13 @@ TEST(VlDataRange, FailsWhereThereIsNoNumber) {
   EXPECT_EQ(log.error().rfind("VlData::range:", 0), 0U);
   EXPECT_EQ(min, 0.0f);
   EXPECT_EQ(max, 0.0f);
-  EXPECT_FALSE(NmHandle<VlData>(new SlicedVolume(volume))->range(min, max, true).isOk());
+  EXPECT_FALSE(NmHandle<VlData>(new RowVolume(volume))->range(min, max, true).isOk());
   EXPECT_FALSE(NmHandle<VlData>(new VlMemoryData(nullptr))->range(min, max, true).isOk());
 }
 
 TEST(VlDataEvaluator, NeedsOneBlockAndAKnownFilter) {
   LogCapture log;
-  const NmHandle<VlData> sliced = new SlicedVolume(smallVolume());
+  const NmHandle<VlData> sliced = new RowVolume(smallVolume());
   EXPECT_FALSE(sliced->createEvaluator(VlData::Trilinear));
   EXPECT_EQ(log.error().rfind("VlData::createEvaluator:", 0), 0U);
   EXPECT_TRUE(sliced->tryLock(true));

@@ -5,8 +5,8 @@
 
 #include "foundation/NmProgressInterface.h"
 #include "resampling/RegResampler.h"
-#include "tests/resampling/rowVolume.h"
 #include "tests/resampling/volumeValues.h"
+#include "tests/support/RowVolume.h"
 
 namespace {
 

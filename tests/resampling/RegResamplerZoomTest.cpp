@@ -7,8 +7,8 @@
 
 #include "resampling/RegResampler.h"
 #include "tests/resampling/filterTable.h"
-#include "tests/resampling/rowVolume.h"
 #include "tests/resampling/volumeValues.h"
+#include "tests/support/RowVolume.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Lets this thread's k-th allocation in the library from now on fail, counted from 1, until the end
-/// of the scope. Needs voxreg_wrap_allocation and the static library.
+/// Lets this thread's k-th allocation in the library from now on fail, counted from 1, until the
+/// end of the scope. Needs voxreg_wrap_allocation and the static library.
 class FailingAllocation {
  public:
   explicit FailingAllocation(long k);

@@ -1,11 +1,12 @@
 #pragma once
 
-#include "foundation/VlMemoryData.h"
+#include "foundation/VlData.h"
 
-/// A volume whose voxels can be reached by lines only.
+/// A volume on another one's voxels, which can be reached by lines only.
 class RowVolume : public VlData {
  public:
-  explicit RowVolume(const NmHandle<VlMemoryData>& voxels) : voxels_(voxels) {}
+  explicit RowVolume(const NmHandle<VlData>& voxels) : voxels_(voxels) {}
+
   NmPrimType primType() const override { return voxels_->primType(); }
   int numDataVars() const override { return voxels_->numDataVars(); }
   NmVec3l dims() const override { return voxels_->dims(); }
@@ -29,10 +30,11 @@ class RowVolume : public VlData {
    private:
     NmHandle<VlDataAccess> inner_;
   };
+
   NmHandle<VlDataAccess> openAccess(bool write) override {
     return new Access(voxels_->lock(write));
   }
 
  private:
-  NmHandle<VlMemoryData> voxels_;
+  NmHandle<VlData> voxels_;
 };
