@@ -102,6 +102,7 @@ TEST(DoResampling, LimitsFlatAndCoarseAxes) {
   EXPECT_EQ(planOf({16, 16, 16}, {1, 1, 3}, {4, 4, 4}, false), (Lines{"(2, 2, 1)", "(4, 4, 4)"}));
   EXPECT_EQ(planOf({16, 16, 16}, {1, 1, 3}, {4, 4, 4}, true), (Lines{"(2, 2, 1)", "(4, 4, 1)"}));
   EXPECT_EQ(planOf({16, 16, 1}, {1, 1, 3}, {4, 4, 4}, false), (Lines{"(2, 2, 1)", "(4, 4, 1)"}));
+  EXPECT_EQ(planOf({16, 16, 16}, {1, 1, 0.125f}, {1, 1, 4}, false), (Lines{"(1, 1, 4)"}));
   // Flat on x, which then sets no pace: half of the coarsest.
   EXPECT_EQ(planOf({1, 16, 16}, {1, 1, 1}, {4, 6, 4}, true), (Lines{"(1, 3, 2)", "(1, 6, 4)"}));
   EXPECT_EQ(planOf({16, 16, 16}, {1, 1, 1}, {2, 2, 2}, false), (Lines{"(2, 2, 2)"}));

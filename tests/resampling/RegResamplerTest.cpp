@@ -148,18 +148,19 @@ TEST(Zoom3d, RefusesATargetThatDoesNotFit) {
 
 TEST(SetUniformCoords, KeepsTheOuterEdges) {
   const NmHandle<VlMemoryData> source = smallVolume();
-  source->setBoundingBox({0, 6, 10, 14, 5, 5});  // voxels of 2 on x and y
+  source->setBoundingBox({0, 6, 10, 14, 5, 8});  // voxels of 2, 2 and 3
   const NmHandle<VlMemoryData> target = makeVolume({2, 1, 2}, NmPrimType::Short);
   RegResampler::setUniformCoords(target, source, nullptr);
   NmBox3f box;
   target->boundingBox(box);
   // x: 2 voxels of 4 about 3; y: one voxel of 6, which counts as its extent; z: unchanged.
-  EXPECT_EQ(box, NmBox3f(1, 5, 9, 15, 5, 5));
+  EXPECT_EQ(box, NmBox3f(1, 5, 9, 15, 5, 8));
   const float fractional[3] = {1.5f, 3, 4};
   RegResampler::setUniformCoords(target, source, fractional);
   target->boundingBox(box);
   EXPECT_FLOAT_EQ(box.xmax - box.xmin, 2.0f * 4.0f / 1.5f);
   EXPECT_EQ(box.ymax, 14.0f);
+  EXPECT_EQ(box.zmin, 5.75f);
 }
 
 TEST(CreateVlData, GivesNullForWhatIsNoVolume) {
