@@ -8,6 +8,7 @@
 
 namespace {
 
+using voxreg::detail::fitsSixteenBits;
 using voxreg::detail::roundToInt;
 
 constexpr unsigned long cellsAtOnce = 64;
@@ -43,20 +44,70 @@ T meanToVoxel(double mean) {
     return static_cast<T>(mean);
 }
 
-/// Averages `n` cells of `factor` voxels a row, which begin at `x`.
+/// `n` cells of `width` voxels a row, which begin at `x`.
+struct CellRun {
+  const CellGrid& grid;
+  const RowRange& rows;
+  unsigned long x;
+  unsigned long n;
+  unsigned long width;
+
+  unsigned long voxelsPerCell() const { return width * rows.count(); }
+
+  /// Calls `f` with each source row of the cells, from `x` on, in grid order.
+  template <class T, class F>
+  void forEachRow(const T* src, F&& f) const {
+    for (unsigned long z = rows.zFirst; z < rows.zLast; ++z)
+      for (unsigned long y = rows.yFirst; y < rows.yLast; ++y)
+        f(src + grid.dims[0] * (y + grid.dims[1] * z) + x);
+  }
+};
+
 template <class T>
-void averageRun(T* dst, const T* src, const CellGrid& grid, const RowRange& rows, unsigned long x,
-                unsigned long n, unsigned long factor) {
+void sumCells(const T* src, const CellRun& run, double* sums) {
+  run.forEachRow(src, [&](const T* row) {
+    for (unsigned long i = 0; i < run.n; ++i)
+      for (unsigned long k = 0; k < run.width; ++k)
+        sums[i] += static_cast<double>(row[i * run.width + k]);
+  });
+}
+
+constexpr unsigned long columnsAtOnce = 512;
+
+/// True if the columns of the cells fit into a buffer, and their sums into int.
+bool canSumColumns(const CellRun& run) {
+  return run.n * run.width <= columnsAtOnce && run.voxelsPerCell() <= 32768;
+}
+
+/// The same for small integers, whose sums are exact in any order: column by column first.
+template <class T>
+void sumColumns(const T* src, const CellRun& run, double* sums) {
+  const unsigned long numColumns = run.n * run.width;
+  int columns[columnsAtOnce];
+  std::fill(columns, columns + numColumns, 0);
+  run.forEachRow(src, [&](const T* row) {
+    for (unsigned long i = 0; i < numColumns; ++i) columns[i] += row[i];
+  });
+  for (unsigned long i = 0; i < run.n; ++i) {
+    int sum = 0;
+    for (unsigned long k = 0; k < run.width; ++k) sum += columns[i * run.width + k];
+    sums[i] = static_cast<double>(sum);
+  }
+}
+
+template <class T>
+void sum(const T* src, const CellRun& run, double* sums) {
+  if constexpr (fitsSixteenBits<T>)
+    if (canSumColumns(run)) return sumColumns(src, run, sums);
+  sumCells(src, run, sums);
+}
+
+template <class T>
+void averageRun(T* dst, const T* src, const CellRun& run) {
   double sums[cellsAtOnce] = {};
-  for (unsigned long z = rows.zFirst; z < rows.zLast; ++z)
-    for (unsigned long y = rows.yFirst; y < rows.yLast; ++y) {
-      const T* const row = src + grid.dims[0] * (y + grid.dims[1] * z) + x;
-      for (unsigned long i = 0; i < n; ++i)
-        for (unsigned long k = 0; k < factor; ++k)
-          sums[i] += static_cast<double>(row[i * factor + k]);
-    }
-  const auto count = static_cast<double>(factor * rows.count());
-  for (unsigned long i = 0; i < n; ++i) dst[i] = meanToVoxel<T>(sums[i] / count);
+  sum(src, run, sums);
+  const auto count = static_cast<double>(run.voxelsPerCell());
+  for (unsigned long i = 0; i < run.n; ++i) dst[i] = meanToVoxel<T>(sums[i] / count);
 }
 
 template <class T>
@@ -64,9 +115,9 @@ void averageRow(T* dst, const T* src, const CellGrid& grid, const RowRange& rows
   const unsigned long factor = grid.factors[0];
   const unsigned long whole = grid.dims[0] / factor;
   for (unsigned long i = 0; i < whole; i += cellsAtOnce)
-    averageRun(dst + i, src, grid, rows, i * factor, std::min(cellsAtOnce, whole - i), factor);
+    averageRun(dst + i, src, {grid, rows, i * factor, std::min(cellsAtOnce, whole - i), factor});
   const unsigned long rest = grid.dims[0] % factor;
-  if (rest > 0) averageRun(dst + whole, src, grid, rows, whole * factor, 1, rest);
+  if (rest > 0) averageRun(dst + whole, src, {grid, rows, whole * factor, 1, rest});
 }
 
 template <class T>

@@ -45,20 +45,32 @@ std::vector<T> naiveDownSample(const Block<T>& source, int fx, int fy, int fz) {
   return result;
 }
 
+struct Shape {
+  long dims[3];
+  std::vector<std::vector<int>> factors;
+};
+
 template <class T>
 void compare(NmPrimType type, double low, double high) {
+  // Cells of few voxels, runs of many cells, and cells of more voxels than small sums hold.
+  const Shape shapes[] = {
+      {{7, 6, 5}, {{1, 1, 1}, {2, 2, 2}, {3, 1, 2}, {4, 5, 3}, {100, 100, 100}}},
+      {{1403, 2, 1}, {{2, 2, 1}, {10, 1, 1}, {700, 2, 1}}},
+      {{1, 300, 200}, {{1, 300, 200}}}};
   std::mt19937 random(5);
-  Block<T> source = {7, 6, 5, {}};
-  for (int i = 0; i < 7 * 6 * 5; ++i)
-    source.voxels.push_back(
-        static_cast<T>(std::uniform_real_distribution<double>(low, high)(random)));
-  const int factors[][3] = {{1, 1, 1}, {2, 2, 2}, {3, 1, 2}, {4, 5, 3}, {100, 100, 100}};
-  for (const auto& f : factors) {
-    const std::vector<T> expected = naiveDownSample(source, f[0], f[1], f[2]);
-    std::vector<T> result(expected.size());
-    NmRawData::downSample3D(result.data(), {source.voxels.data(), type}, 7, 6, 5, f[0], f[1], f[2],
-                            nullptr);
-    EXPECT_EQ(result, expected) << "type " << type << " by " << f[0] << f[1] << f[2];
+  std::uniform_real_distribution<double> value(low, high);
+  for (const auto& [dims, factors] : shapes) {
+    Block<T> source = {dims[0], dims[1], dims[2], {}};
+    for (long i = 0; i < dims[0] * dims[1] * dims[2]; ++i)
+      source.voxels.push_back(static_cast<T>(value(random)));
+    const auto size = [&](int axis) { return static_cast<unsigned long>(dims[axis]); };
+    for (const std::vector<int>& f : factors) {
+      const std::vector<T> expected = naiveDownSample(source, f[0], f[1], f[2]);
+      std::vector<T> result(expected.size());
+      NmRawData::downSample3D(result.data(), {source.voxels.data(), type}, size(0), size(1),
+                              size(2), f[0], f[1], f[2], nullptr);
+      EXPECT_EQ(result, expected) << "type " << type << " by " << f[0] << f[1] << f[2];
+    }
   }
 }
 
@@ -68,7 +80,7 @@ TEST(NmRawData, AveragesCellsOfEveryType) {
   compare<int>(NmPrimType::Int, -2147483648.0, 2147483647.0);
   compare<float>(NmPrimType::Float, -1.0, 1.0);
   compare<double>(NmPrimType::Double, -1.0e300, 1.0e300);
-  compare<unsigned short>(NmPrimType::UnsignedShort, 0.0, 65535.0);
+  compare<unsigned short>(NmPrimType::UnsignedShort, 30000.0, 65535.0);
 }
 
 TEST(NmRawData, RoundsTiesToEven) {
