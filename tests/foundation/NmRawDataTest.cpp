@@ -59,12 +59,13 @@ void compare(NmPrimType type, double low, double high) {
       {{1, 300, 200}, {{1, 300, 200}}}};
   std::mt19937 random(5);
   std::uniform_real_distribution<double> value(low, high);
-  for (const auto& [dims, factors] : shapes) {
+  for (const Shape& shape : shapes) {
+    const auto& dims = shape.dims;
     Block<T> source = {dims[0], dims[1], dims[2], {}};
     for (long i = 0; i < dims[0] * dims[1] * dims[2]; ++i)
       source.voxels.push_back(static_cast<T>(value(random)));
     const auto size = [&](int axis) { return static_cast<unsigned long>(dims[axis]); };
-    for (const std::vector<int>& f : factors) {
+    for (const std::vector<int>& f : shape.factors) {
       const std::vector<T> expected = naiveDownSample(source, f[0], f[1], f[2]);
       std::vector<T> result(expected.size());
       NmRawData::downSample3D(result.data(), {source.voxels.data(), type}, size(0), size(1),
