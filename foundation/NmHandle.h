@@ -36,6 +36,7 @@ class NmHandle {
     if (old != nullptr) old->unref();
     return *this;
   }
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the pointer's own assignment tests it
   NmHandle& operator=(const NmHandle& other) {
     return *this = other.object_;  // NOLINT(misc-unconventional-assign-operator): returns *this
   }

@@ -375,7 +375,7 @@ NmMat4d NmMat4d::inverse() const {
   int index[4];
   double sign;
   work.LUDecomposition(index, sign);
-  for (int c = 0; c < 4; ++c) work.LUBackSubstitution(index, result.m[c]);
+  for (auto& solution : result.m) work.LUBackSubstitution(index, solution);
   return result.transpose();
 }
 

@@ -37,8 +37,8 @@ class NmMat4d {
   void setScale(const NmVec3d& factors);
 
   /// Pure translations.
-  void setTranslate(const NmVec3f& translation);
-  void setTranslate(const NmVec3d& translation);
+  void setTranslate(const NmVec3f& offset);
+  void setTranslate(const NmVec3d& offset);
 
   void setRotate(const NmRotation& rotation);
 

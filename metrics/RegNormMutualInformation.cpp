@@ -1,15 +1,5 @@
 #include "metrics/RegNormMutualInformation.h"
 
-RegNormMutualInformation::RegNormMutualInformation(NmPrimType typeRef, NmPrimType typeModel,
-                                                   double minReference, double maxReference,
-                                                   double minimumModel, double maximumModel,
-                                                   int binsRef, int binsModel,
-                                                   double minCoverageValue,
-                                                   bool smoothCoveragePenaltyValue)
-    : RegMutualInformation(typeRef, typeModel, minReference, maxReference, minimumModel,
-                           maximumModel, binsRef, binsModel, minCoverageValue,
-                           smoothCoveragePenaltyValue) {}
-
 double RegNormMutualInformation::getResult() {
   if (numSamples == 0) return -1000.0;
   double entropyRef;

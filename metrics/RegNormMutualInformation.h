@@ -6,10 +6,7 @@
 /// Pattern Recognition 32, 1999).
 class RegNormMutualInformation : public RegMutualInformation {
  public:
-  RegNormMutualInformation(NmPrimType typeRef, NmPrimType typeModel, double minReference,
-                           double maxReference, double minimumModel, double maximumModel,
-                           int binsRef, int binsModel, double minCoverageValue,
-                           bool smoothCoveragePenaltyValue);
+  using RegMutualInformation::RegMutualInformation;
   RegNormMutualInformation(const RegNormMutualInformation& other) = default;
 
   double getResult() override;

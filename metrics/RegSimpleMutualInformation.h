@@ -6,10 +6,7 @@
 /// et al., 1997).
 class RegSimpleMutualInformation : public RegMutualInformation {
  public:
-  RegSimpleMutualInformation(NmPrimType typeRef, NmPrimType typeModel, double minReference,
-                             double maxReference, double minimumModel, double maximumModel,
-                             int binsRef, int binsModel, double minCoverageValue,
-                             bool smoothCoveragePenaltyValue);
+  using RegMutualInformation::RegMutualInformation;
   RegSimpleMutualInformation(const RegSimpleMutualInformation&) = delete;
 
   double getResult() override;

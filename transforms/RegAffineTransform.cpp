@@ -196,7 +196,7 @@ RegAffineTransform* RegAffineTransform::getInverse() {
   }
   std::unique_ptr<RegParametricTransform> made(makeInverse());
   inverseTransform = dynamic_cast<RegAffineTransform*>(made.get());
-  if (inverseTransform != nullptr) made.release();
+  if (inverseTransform != nullptr) (void)made.release();
   return inverseTransform;
 }
 

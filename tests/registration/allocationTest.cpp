@@ -100,6 +100,7 @@ TEST(Compute, EndsCleanWhereverMemoryRunsOut) {
 
 TEST(Compute, EndsCleanWhereverMemoryRunsOutOnABrickGrid) {
   Settings settings;
+  settings.model = listOf({makeBall(4.0)});  // aligned from the start: one sweep a stage
   settings.affineStages = NmVec4i();
   settings.nonAffineStages = NmVec3i(10101, 20101, 0);
   settings.stepRange = NmVec2f(1.0f, 1.0f);

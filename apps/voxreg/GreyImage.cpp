@@ -1,0 +1,60 @@
+#include "GreyImage.h"
+
+#include <png.h>
+
+#include "OutputFile.h"
+
+namespace host {
+
+namespace {
+
+struct Glyph {
+  char letter;
+  unsigned int rows;  ///< five rows of three pixels, an octal digit a row, from the top
+};
+
+// The letters of the captions.
+constexpr Glyph glyphs[] = {
+    {'A', 025755}, {'B', 065656}, {'C', 034443}, {'D', 065556}, {'E', 074647}, {'F', 074644},
+    {'H', 055755}, {'I', 072227}, {'K', 055655}, {'L', 044447}, {'M', 057755}, {'N', 065555},
+    {'O', 025552}, {'R', 065655}, {'S', 034216}, {'T', 072222},
+};
+constexpr int glyphWidth = 8;  // four pixels, each painted two wide
+
+}  // namespace
+
+void GreyImage::paste(const GreyImage& part, int left, int top) {
+  for (int y = 0; y < part.height(); ++y)
+    for (int x = 0; x < part.width(); ++x) at(left + x, top + y) = part.at(x, y);
+}
+
+void GreyImage::drawGlyph(unsigned int rows, int left, int top) {
+  constexpr int columns = 3;
+  for (int y = 0; y < glyphHeight; ++y)
+    for (int x = 0; x < 2 * columns; ++x) {
+      const int bit = (glyphHeight / 2 - 1 - y / 2) * columns + (columns - 1 - x / 2);
+      if ((rows >> bit & 1u) != 0) at(left + x, top + y) = 255;
+    }
+}
+
+void GreyImage::write(const std::string& text, int left, int top) {
+  for (const char letter : text) {
+    for (const Glyph& glyph : glyphs)
+      if (glyph.letter == letter) drawGlyph(glyph.rows, left, top);
+    left += glyphWidth;
+  }
+}
+
+void GreyImage::save(const std::string& path) const {
+  OutputFile output(path);
+  png_image png = {};
+  png.version = PNG_IMAGE_VERSION;
+  png.width = static_cast<png_uint_32>(width_);
+  png.height = static_cast<png_uint_32>(height_);
+  png.format = PNG_FORMAT_GRAY;
+  if (png_image_write_to_file(&png, output.partPath().c_str(), 0, pixels_.data(), 0, nullptr) == 0)
+    output.fail();
+  output.commit();
+}
+
+}  // namespace host

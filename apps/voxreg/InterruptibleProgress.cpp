@@ -1,0 +1,113 @@
+#include "InterruptibleProgress.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+
+namespace host {
+
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void requestInterruption(int /*signal*/) {
+  interrupted = 1;
+}
+
+/// SA_RESETHAND gives the second Ctrl-C back its default.
+void catchFirstInterruption() {
+  struct sigaction action = {};
+  action.sa_handler = requestInterruption;
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
+  (void)sigaction(SIGINT, &action, nullptr);
+}
+
+std::size_t terminalWidth() {
+  winsize size = {};
+  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? size.ws_col : 80;
+}
+
+std::string formatted(const char* format, double value) {
+  char buffer[64];
+  (void)std::snprintf(buffer, sizeof buffer, format, value);
+  return buffer;
+}
+
+}  // namespace
+
+InterruptibleProgress::InterruptibleProgress() : onTerminal_(isatty(STDERR_FILENO) != 0) {
+  interrupted = 0;
+  catchFirstInterruption();
+}
+
+InterruptibleProgress::~InterruptibleProgress() {
+  wipe();
+  (void)std::signal(SIGINT, SIG_DFL);
+}
+
+void InterruptibleProgress::startWorking(int steps, const std::string& text) {
+  steps_ = std::max(steps, 1);
+  setProgressInfo(text.c_str());
+}
+
+void InterruptibleProgress::stopWorking() {}
+
+void InterruptibleProgress::setProgressValue(int value) {
+  const double done = std::clamp(static_cast<double>(value) / steps_, 0.0, 1.0);
+  share_ = partFirst_ + done * (partLast_ - partFirst_);
+  if (onTerminal_) {
+    paint();
+  } else if (share_ >= plainShare_ + 0.1) {
+    writePlainLine();
+  }
+}
+
+void InterruptibleProgress::progressInfoChanged(const std::string& /*text*/) {
+  if (onTerminal_) paint();
+}
+
+bool InterruptibleProgress::wasInterrupted() {
+  return interrupted != 0;
+}
+
+void InterruptibleProgress::beginPart(double first, double last) {
+  partFirst_ = first;
+  partLast_ = last;
+  share_ = first;
+}
+
+void InterruptibleProgress::endPart(double metric) {
+  share_ = partLast_;
+  metric_ = formatted("%.6g", metric);
+  if (onTerminal_) {
+    paint();
+  } else {
+    writePlainLine();
+  }
+}
+
+void InterruptibleProgress::wipe() const {
+  if (onTerminal_) (void)std::fputs("\r\033[K", stderr);
+}
+
+void InterruptibleProgress::paint() {
+  (void)std::fprintf(stderr, "\r\033[K%s", line().substr(0, terminalWidth() - 1).c_str());
+  (void)std::fflush(stderr);
+}
+
+void InterruptibleProgress::writePlainLine() {
+  plainShare_ = share_;
+  (void)std::fprintf(stderr, "%s\n", line().c_str());
+}
+
+std::string InterruptibleProgress::line() const {
+  std::string result = formatted("%3.0f %%", 100.0 * share_);
+  if (!metric_.empty()) result += "  metric " + metric_;
+  return result + "  " + progressInfo();
+}
+
+}  // namespace host

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include <string>
+
+namespace host {
+
+/// Progress on standard error: one line that is painted over where that is a terminal, plain lines
+/// otherwise. While an object lives, the first Ctrl-C asks the running work to stop, and a second
+/// one ends the program.
+class InterruptibleProgress : public NmProgressInterface {
+ public:
+  InterruptibleProgress();
+  InterruptibleProgress(const InterruptibleProgress&) = delete;
+  InterruptibleProgress& operator=(const InterruptibleProgress&) = delete;
+  ~InterruptibleProgress() override;
+
+  void startWorking(int steps, const std::string& text) override;
+  void stopWorking() override;
+  void setProgressValue(int value) override;
+  void progressInfoChanged(const std::string& text) override;
+  bool wasInterrupted() override;
+
+  /// The task that follows is this part (0 to 1) of the whole work.
+  void beginPart(double first, double last);
+
+  /// The part is done, with this value of the metric.
+  void endPart(double metric);
+
+  /// Clears the terminal's line for what follows.
+  void wipe() const;
+
+ private:
+  void paint();
+  void writePlainLine();
+  std::string line() const;
+
+  bool onTerminal_;
+  double partFirst_ = 0.0;
+  double partLast_ = 1.0;
+  double share_ = 0.0;
+  double plainShare_ = 0.0;  ///< share at the last plain line
+  int steps_ = 100;
+  std::string metric_;
+};
+
+}  // namespace host

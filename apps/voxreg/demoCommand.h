@@ -1,0 +1,11 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace host {
+
+/// Adds `demo`: registers a head phantom that was moved by a known matrix, and writes what belongs
+/// to it into a folder.
+void addDemoCommand(CLI::App& app, int& exitCode);
+
+}  // namespace host

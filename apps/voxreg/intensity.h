@@ -1,0 +1,16 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include <functional>
+
+namespace host {
+
+/// Calls `visit` with each line of voxels along x, in the order in which they lie in memory.
+void forEachRow(VlData& volume, const std::function<void(long y, long z, const float* row)>& visit);
+
+/// The value below which a share (0 to 1) of the voxels lies; NaN is passed over, and 0 stands for
+/// no value at all. Takes the same memory for any volume.
+float percentile(VlData& volume, double share);
+
+}  // namespace host

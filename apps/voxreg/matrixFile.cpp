@@ -1,0 +1,39 @@
+#include "matrixFile.h"
+
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+
+#include "HostError.h"
+#include "OutputFile.h"
+
+namespace host {
+
+NmMat4d readMatrix(const std::string& path) {
+  std::ifstream file(path);
+  if (!file) throw HostError("cannot read " + path);
+  NmMat4d matrix;
+  bool good = true;
+  for (auto& row : matrix.m)
+    for (double& element : row) good = good && file >> element && std::isfinite(element);
+  std::string rest;
+  if (!good || file >> rest) throw HostError(path + " does not hold 4 x 4 numbers");
+  NmMat4d inverse;
+  if (!inverse.affine_inverse(matrix, inverse))
+    throw HostError(path +
+                    " does not hold an affine matrix for row vectors (fourth column 0 0 0 1)");
+  return matrix;
+}
+
+void writeMatrix(const std::string& path, const NmMat4d& matrix) {
+  OutputFile output(path);
+  std::FILE* const file = std::fopen(output.partPath().c_str(), "w");
+  if (file == nullptr) output.fail();
+  bool good = true;
+  for (const auto& row : matrix.m)
+    good = std::fprintf(file, "%.9f %.9f %.9f %.9f\n", row[0], row[1], row[2], row[3]) > 0 && good;
+  if (std::fclose(file) != 0 || !good) output.fail();
+  output.commit();
+}
+
+}  // namespace host

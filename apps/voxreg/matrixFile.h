@@ -1,0 +1,17 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include <string>
+
+namespace host {
+
+/// Reads four lines of four numbers, a matrix for row vectors (translation in the fourth line) from
+/// model world to reference world, in millimetres. Throws HostError for anything else, and for a
+/// matrix without inverse.
+NmMat4d readMatrix(const std::string& path);
+
+/// Writes that form with nine decimals.
+void writeMatrix(const std::string& path, const NmMat4d& matrix);
+
+}  // namespace host

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <nifti1_io.h>
+#include <voxreg.h>
+
+#include <memory>
+#include <string>
+
+#include "volumeFrame.h"
+
+namespace host {
+
+/// A volume that came from a NIfTI-1 file or can become one.
+struct NiftiVolume {
+  NmHandle<VlMemoryData> data;  ///< in the frame that `frame` describes
+  VolumeFrame frame;
+  FileGrid grid;
+  VoxelOrder order;
+  std::shared_ptr<nifti_image> header;  ///< without voxels
+};
+
+/// Reads a volume of one real number per voxel, .nii, .nii.gz or .hdr with .img. Throws HostError
+/// with one clear line for anything else.
+NiftiVolume readNifti(const std::string& path);
+
+/// A new zeroed volume of a voxel type on the grid of another.
+NiftiVolume volumeLike(const NiftiVolume& grid, NmPrimType type);
+
+/// A new zeroed volume along the world's axes.
+NiftiVolume newVolume(const NmVec3l& dims, const NmBox3f& box, NmPrimType type);
+
+/// Writes .nii, or .nii.gz where the path ends in it, with the geometry of the volume's header.
+void writeNifti(const std::string& path, const NiftiVolume& volume);
+
+/// Throws HostError unless `path` is a name for a NIfTI file that can be written.
+void requireWritableNifti(const std::string& path);
+
+}  // namespace host

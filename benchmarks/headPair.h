@@ -1,0 +1,25 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include <string>
+
+/// The pair of volumes that the benchmarks work on: two persons' T1 heads (193 x 229 x 193 voxels
+/// of 1 mm, short, and 188 x 256 x 190 of 0.88 mm, unsigned char) where the folder of real volumes
+/// stands beside the repository, and otherwise two ellipsoids with texture of the same shapes.
+namespace headPair {
+
+struct HeadPair {
+  std::string name;
+  NmHandle<VlData> reference;
+  NmHandle<VlData> model;
+  NmVec2f referenceRange;
+  NmVec2f modelRange;
+
+  double numReferenceVoxels() const;
+};
+
+/// Read once and kept.
+const HeadPair& get();
+
+}  // namespace headPair

@@ -1,0 +1,36 @@
+# A header that starts with a lower-case letter is internal; voxreg.h and the version are the
+# exceptions. The folders stay as they are below include/voxreg, which is the include directory of
+# the installed target, so that the headers find each other as they do here.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(voxreg_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/voxreg)
+set(voxreg_config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/voxreg)
+
+target_include_directories(voxreg PUBLIC $<INSTALL_INTERFACE:${voxreg_include_dir}>)
+
+install(TARGETS voxreg EXPORT voxregTargets)
+install(EXPORT voxregTargets NAMESPACE voxreg:: DESTINATION ${voxreg_config_dir})
+install(FILES voxreg.h ${PROJECT_BINARY_DIR}/include/voxregVersion.h
+        DESTINATION ${voxreg_include_dir})
+foreach(folder IN ITEMS foundation metrics transforms functional optimizers resampling registration
+                        elastic)
+  if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${folder})
+    install(DIRECTORY ${folder} DESTINATION ${voxreg_include_dir}
+            FILES_MATCHING REGEX "/[A-Z][^/]*\\.h$")
+  endif()
+endforeach()
+
+configure_package_config_file(cmake/voxregConfig.cmake.in ${PROJECT_BINARY_DIR}/voxregConfig.cmake
+                              INSTALL_DESTINATION ${voxreg_config_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/voxregConfigVersion.cmake
+                                 COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/voxregConfig.cmake
+              ${PROJECT_BINARY_DIR}/voxregConfigVersion.cmake
+        DESTINATION ${voxreg_config_dir})
+
+# Directories of the package file may be absolute or relative to the prefix.
+cmake_path(APPEND voxreg_pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
+cmake_path(APPEND voxreg_pc_includedir "\${prefix}" ${voxreg_include_dir})
+configure_file(cmake/voxreg.pc.in voxreg.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/voxreg.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,6 @@
+file(READ ${EXAMPLE} example)
+file(READ ${README} readme)
+string(FIND "${readme}" "```cpp\n${example}```" place)
+if(place EQUAL -1)
+  message(FATAL_ERROR "README.md does not show ${EXAMPLE} as it stands")
+endif()

@@ -1,0 +1,254 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+#include "Phantom.h"
+#include "matrixFile.h"
+#include "niftiVolume.h"
+#include "testFiles.h"
+
+namespace {
+
+/// The program as a child process, its output in files.
+class Child {
+ public:
+  Child(const TestFolder& folder, std::vector<std::string> arguments)
+      : out_(folder.file("stdout")), err_(folder.file("stderr")) {
+    arguments.insert(arguments.begin(), VOXREG_PROGRAM);
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    child_ = fork();
+    if (child_ == 0) {
+      redirect(STDOUT_FILENO, out_);
+      redirect(STDERR_FILENO, err_);
+      execv(pointers[0], pointers.data());
+      _exit(127);
+    }
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() {
+    if (!waited_) (void)wait();
+  }
+
+  void interrupt() const { kill(child_, SIGINT); }
+
+  /// Waits until standard error holds a line.
+  void awaitLine() const {
+    while (errors().find('\n') == std::string::npos)
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+
+  /// Exit code, or -1 after a signal.
+  int wait() {
+    int status = 0;
+    waitpid(child_, &status, 0);
+    waited_ = true;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  std::string output() const { return contentOf(out_); }
+  std::string errors() const { return contentOf(err_); }
+
+ private:
+  static void redirect(int descriptor, const std::string& path) {
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    dup2(file, descriptor);
+  }
+
+  std::string out_;
+  std::string err_;
+  pid_t child_;
+  bool waited_ = false;
+};
+
+class CommandLine : public testing::Test {
+ protected:
+  void SetUp() override {
+    const host::Phantom phantom(3);
+    host::writeNifti(folder.file("r.nii.gz"), host::acquire(phantom, size, {}));
+    host::Acquisition moved;
+    moved.modelToReference.setTranslate(NmVec3d(6, -4, 3));
+    host::writeNifti(folder.file("m.nii.gz"), host::acquire(phantom, size, moved));
+    host::writeMatrix(folder.file("truth.txt"), moved.modelToReference);
+  }
+
+  std::vector<std::string> arguments() const {
+    return {"affine",
+            "--reference",
+            folder.file("r.nii.gz"),
+            "--model",
+            folder.file("m.nii.gz"),
+            "--dof",
+            "3",
+            "--matrix",
+            folder.file("out.txt"),
+            "--output",
+            folder.file("out.nii"),
+            "--picture",
+            folder.file("out.png")};
+  }
+
+  /// The usual arguments with the one after `option` replaced.
+  std::vector<std::string> argumentsWith(const std::string& option,
+                                         const std::string& value) const {
+    std::vector<std::string> result = arguments();
+    *(std::find(result.begin(), result.end(), option) + 1) = value;
+    return result;
+  }
+
+  bool wrote(const std::string& name) const { return std::filesystem::exists(folder.file(name)); }
+
+  void expectRefused(const std::vector<std::string>& arguments, const std::string& reason) {
+    SCOPED_TRACE(reason);
+    Child child(folder, arguments);
+    EXPECT_EQ(child.wait(), 2);
+    const std::string errors = child.errors();
+    EXPECT_NE(errors.find(reason), std::string::npos) << errors;
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+    EXPECT_EQ(child.output(), "");
+    // The three inputs and the two streams.
+    EXPECT_EQ(folder.names().size(), 5u);
+  }
+
+  static constexpr int size = 32;
+  const TestFolder folder;
+};
+
+TEST_F(CommandLine, findsAKnownTranslation) {
+  std::vector<std::string> known = arguments();
+  known.insert(known.end(), {"--truth", folder.file("truth.txt")});
+  Child child(folder, known);
+  ASSERT_EQ(child.wait(), 0) << child.errors();
+  const NmMat4d found = host::readMatrix(folder.file("out.txt"));
+  EXPECT_NEAR(found.m[3][0], 6.0, 0.3);
+  EXPECT_NEAR(found.m[3][1], -4.0, 0.3);
+  EXPECT_NEAR(found.m[3][2], 3.0, 0.3);
+  EXPECT_NE(child.output().find("target error"), std::string::npos);
+  EXPECT_EQ(host::readNifti(folder.file("out.nii")).frame.dims, NmVec3l(size, size, size));
+  EXPECT_EQ(contentOf(folder.file("out.png")).substr(1, 3), "PNG");
+}
+
+/// The phantom, moved by 6, -4, 3 mm, in a file whose axes are permuted, flipped and turned by 20
+/// degrees against the world's.
+void writeObliqueModel(const std::string& path) {
+  nifti_1_header header = makeHeader(40, 40, 40, DT_FLOAT32, 32);
+  const float c = 5.0f * std::cos(0.35f), s = 5.0f * std::sin(0.35f);
+  const float rows[3][4] = {{-s, -c, 0, 130}, {c, -s, 0, -30}, {0, 0, -5, 95}};
+  std::memcpy(header.srow_x, rows[0], sizeof rows[0]);
+  std::memcpy(header.srow_y, rows[1], sizeof rows[1]);
+  std::memcpy(header.srow_z, rows[2], sizeof rows[2]);
+  const host::Phantom phantom(3);
+  std::vector<float> voxels;
+  for (int k = 0; k < 40; ++k)
+    for (int j = 0; j < 40; ++j)
+      for (int i = 0; i < 40; ++i) {
+        NmVec3d world(6, -4, 3);
+        for (int w = 0; w < 3; ++w) {
+          const float* const row = rows[w];
+          world[w] += static_cast<double>(row[0]) * i + static_cast<double>(row[1]) * j +
+                      static_cast<double>(row[2]) * k + static_cast<double>(row[3]);
+        }
+        voxels.push_back(static_cast<float>(4000.0 * phantom.value(world)));
+      }
+  writeFile(path, bytesOf(header, voxels));
+}
+
+TEST_F(CommandLine, tellsTheMatrixBetweenTheWorldsWhateverTheAxesOfTheFile) {
+  writeObliqueModel(folder.file("oblique.nii"));
+  std::vector<std::string> oblique = argumentsWith("--model", folder.file("oblique.nii"));
+  *(std::find(oblique.begin(), oblique.end(), "--dof") + 1) = "6";
+  Child child(folder, oblique);
+  ASSERT_EQ(child.wait(), 0) << child.errors();
+  const NmMat4d found = host::readMatrix(folder.file("out.txt"));
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) EXPECT_NEAR(found.m[i][j], i == j ? 1.0 : 0.0, 0.01);
+  EXPECT_NEAR(found.m[3][0], 6.0, 0.5);
+  EXPECT_NEAR(found.m[3][1], -4.0, 0.5);
+  EXPECT_NEAR(found.m[3][2], 3.0, 0.5);
+}
+
+/// A smooth oblong spot as a 2-D image, its centre at x, y.
+void writeImage(const std::string& path, double x, double y) {
+  nifti_1_header header = makeHeader(64, 64, 0, DT_FLOAT32, 32);
+  header.dim[0] = 2;
+  const float rows[2][4] = {{3, 0, 0, -96}, {0, 3, 0, -96}};
+  std::memcpy(header.srow_x, rows[0], sizeof rows[0]);
+  std::memcpy(header.srow_y, rows[1], sizeof rows[1]);
+  std::vector<float> pixels;
+  for (int j = 0; j < 64; ++j)
+    for (int i = 0; i < 64; ++i)
+      pixels.push_back(static_cast<float>(1000.0 * std::exp(-std::pow((3 * i - 96 - x) / 30, 2) -
+                                                            std::pow((3 * j - 96 - y) / 50, 2))));
+  writeFile(path, bytesOf(header, pixels));
+}
+
+TEST_F(CommandLine, registersFlatImagesWithinTheirPlane) {
+  writeImage(folder.file("still.nii"), 5, -4);
+  writeImage(folder.file("moved.nii"), 0, 0);
+  std::vector<std::string> flat = argumentsWith("--model", folder.file("moved.nii"));
+  *(std::find(flat.begin(), flat.end(), "--reference") + 1) = folder.file("still.nii");
+  *(std::find(flat.begin(), flat.end(), "--dof") + 1) = "6";
+  Child child(folder, flat);
+  ASSERT_EQ(child.wait(), 0) << child.errors();
+  const NmMat4d found = host::readMatrix(folder.file("out.txt"));
+  EXPECT_NEAR(found.m[3][0], 5.0, 0.3);
+  EXPECT_NEAR(found.m[3][1], -4.0, 0.3);
+  EXPECT_EQ(found.m[3][2], 0.0);
+  EXPECT_NEAR(found.m[0][1], 0.0, 0.01);
+  EXPECT_TRUE(wrote("out.nii") && wrote("out.png"));
+}
+
+TEST_F(CommandLine, startsFromAMatrixInTheWorld) {
+  std::vector<std::string> started = arguments();
+  started.insert(started.end(), {"--start", folder.file("truth.txt")});
+  Child child(folder, started);
+  ASSERT_EQ(child.wait(), 0) << child.errors();
+  EXPECT_NEAR(host::readMatrix(folder.file("out.txt")).m[3][0], 6.0, 0.3);
+}
+
+TEST_F(CommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
+  const std::string nowhere = folder.file("nowhere/out");
+  expectRefused(argumentsWith("--reference", folder.file("none.nii")), "does not exist");
+  expectRefused(argumentsWith("--model", VOXREG_PROGRAM), "not a NIfTI-1 file");
+  expectRefused(argumentsWith("--dof", "5"), "--dof");
+  expectRefused(argumentsWith("--matrix", nowhere), "cannot write");
+  expectRefused(argumentsWith("--output", nowhere + ".nii"), "cannot write");
+  expectRefused(argumentsWith("--output", folder.file("out.mgz")), ".nii");
+  expectRefused(argumentsWith("--picture", "/dev/null"), "not a regular file");
+  std::vector<std::string> extended = arguments();
+  extended.insert(extended.end(), {"--start", folder.file("r.nii.gz")});
+  expectRefused(extended, "4 x 4 numbers");
+  extended = arguments();
+  extended.insert(extended.end(), {"--metric", "nonsense"});
+  expectRefused(extended, "--metric");
+  expectRefused({"affine", "--nonsense"}, "--");
+  expectRefused({"nonsense"}, "");
+  expectRefused({}, "subcommand");
+}
+
+TEST_F(CommandLine, theFirstInterruptionStopsTheSearchAndWritesWhatWasReached) {
+  Child child(folder, argumentsWith("--dof", "12"));
+  child.awaitLine();
+  child.interrupt();
+  EXPECT_EQ(child.wait(), 130);
+  EXPECT_TRUE(wrote("out.txt") && wrote("out.nii") && wrote("out.png"));
+  EXPECT_NE(child.output().find("interrupted"), std::string::npos);
+}
+
+TEST_F(CommandLine, theSecondInterruptionEndsTheProgram) {
+  Child child(folder, argumentsWith("--dof", "12"));
+  child.awaitLine();
+  child.interrupt();
+  child.interrupt();
+  const int code = child.wait();
+  EXPECT_TRUE(code == -1 || code == 130) << code;
+}
+
+}  // namespace

@@ -1,0 +1,29 @@
+function(run)
+  execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+file(REMOVE_RECURSE ${SCRATCH})
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${SCRATCH}/prefix)
+
+file(GLOB_RECURSE internal RELATIVE ${SCRATCH}/prefix/include/voxreg
+     ${SCRATCH}/prefix/include/voxreg/*/[a-z]*.h)
+if(internal)
+  message(FATAL_ERROR "internal headers are installed: ${internal}")
+endif()
+
+run(${CMAKE_COMMAND} -S ${HOST} -B ${SCRATCH}/host -G Ninja -D CMAKE_PREFIX_PATH=${SCRATCH}/prefix
+    -D CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_CXX_FLAGS=${FLAGS} -D WANTED_VERSION=${VERSION})
+run(${CMAKE_COMMAND} --build ${SCRATCH}/host)
+run(${SCRATCH}/host/host)
+
+file(GLOB_RECURSE package_file ${SCRATCH}/prefix/*/voxreg.pc)
+cmake_path(GET package_file PARENT_PATH package_dir)
+set(ENV{PKG_CONFIG_PATH} ${package_dir})
+execute_process(COMMAND pkg-config --define-prefix --static --cflags --libs voxreg
+                OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(flags UNIX_COMMAND "${flags}")
+separate_arguments(compiler_flags UNIX_COMMAND "${FLAGS}")
+run(${COMPILER} -std=c++20 ${compiler_flags} ${HOST}/host.cpp -o ${SCRATCH}/pkg-config-host ${flags})
+cmake_path(GET package_dir PARENT_PATH library_dir)
+set(ENV{LD_LIBRARY_PATH} ${library_dir})
+run(${SCRATCH}/pkg-config-host)
