@@ -91,12 +91,13 @@ double searchNaively(NaiveWalker& walker, const Setting& setting) {
 TEST(RegAggressiveDirectionOptimizer, VisitsThePointsOfTheNaiveSearch) {
   const LogCapture log;
   for (const Landscape& landscape : landscapes)
-    for (const Setting& setting : {Setting{2.0f, 0.1f, 0.1f, 0}, Setting{1.0f, 1.0f, 0.1f, 0},
-                                   Setting{3.0f, 0.2f, 0.35f, 1}, Setting{2.0f, 0.5f, 0.0f, 0}})
+    for (const Setting& setting :
+         {Setting{2.0f, 0.1f, 0.1f, 0}, Setting{1.0f, 1.0f, 1.0f / 3.0f, 0},
+          Setting{4.0f, 0.25f, 0.75f, 1}, Setting{2.0f, 0.5f, 0.0f, 0}})
       for (const int dim : {0, 3, 12}) {
         SCOPED_TRACE(std::string(landscape.name) + ", " + std::to_string(dim));
         AnalyticProblem problem(landscape.height, dim);
-        for (int i = 0; i < 3; ++i) problem.transform.params[i] = 0.1 * i;
+        problem.transform.params[1] = 0.1;
         NaiveWalker walker(problem, landscape.height);
         RegAggressiveDirectionOptimizer search(nullptr, 0.5f, setting.increment, 3, false);
         search.refineAllPasses = setting.refineAllPasses;
@@ -142,6 +143,12 @@ TEST(RegAggressiveDirectionOptimizer, ReportsItsShareUnscaledAndLogsEachPass) {
   const std::string start = " initial Metric value: 0.25000", pass = "Metric 0.25000";
   EXPECT_EQ(log.lines,
             (std::vector<std::string>{start, pass, pass, pass, start, pass + ", rel.covrg 1.000"}));
+  // Stopped at the first move of a walk, it gives the value of the point that it has reached.
+  AnalyticProblem roof(landscapes[10].height, 1);
+  search.setFunctional(&roof.functional);
+  watcher.interruptAt = watcher.polls + 4;
+  EXPECT_EQ(search.optimize(1.0f, 1.0f), -6.0);
+  EXPECT_EQ(roof.transform.params[0], 1.0);
 }
 
 TEST(RegAggressiveDirectionOptimizer, EndsForEveryStepRangeAndIncrement) {
@@ -149,7 +156,7 @@ TEST(RegAggressiveDirectionOptimizer, EndsForEveryStepRangeAndIncrement) {
   for (const float maxStep : {0.0f, -1.0f, 1.0f, HUGE_VALF, NAN, 1e-45f, 3e38f})
     for (const float minStep : {1.0f, 0.0f, HUGE_VALF, NAN})
       for (const float increment : {0.1f, 1e-7f, -1.0f, HUGE_VALF, NAN}) {
-        AnalyticProblem problem(landscapes[10].height, 12);
+        AnalyticProblem problem(landscapes[11].height, 12);
         RegAggressiveDirectionOptimizer search(nullptr, 0.5f, increment, 3, true);
         search.setFunctional(&problem.functional);
         search.optimize(maxStep, minStep);

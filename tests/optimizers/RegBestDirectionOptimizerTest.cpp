@@ -116,7 +116,7 @@ TEST(RegBestDirectionOptimizer, VisitsThePointsOfTheNaiveSearch) {
       for (const int dim : {0, 3, 12}) {
         SCOPED_TRACE(std::string(landscape.name) + ", " + std::to_string(dim));
         AnalyticProblem problem(landscape.height, dim);
-        for (int i = 0; i < 3; ++i) problem.transform.params[i] = 0.1 * i;
+        problem.transform.params[1] = 0.1;
         NaiveWalker walker(problem, landscape.height);
         RegBestDirectionOptimizer search(nullptr, setting.reduction, 0x1p-10f, setting.fit);
         search.levelNumber = setting.levelNumber;
@@ -160,7 +160,7 @@ TEST(RegBestDirectionOptimizer, EndsForEveryStepRangeAndFactor) {
     for (const float minStep : {1.0f, 0.0f, -1.0f, 1e-40f, HUGE_VALF, NAN})
       for (const float reduction : {0.5f, 1.0f, 2.0f, -0.5f, 0.0f, HUGE_VALF, NAN})
         for (const int numLevels : {1, 0, 2}) {
-          AnalyticProblem problem(landscapes[10].height, 1);
+          AnalyticProblem problem(landscapes[11].height, 1);
           RegBestDirectionOptimizer search(nullptr, reduction, 1e-8f, false);
           search.numLevels = numLevels;
           search.setFunctional(&problem.functional);

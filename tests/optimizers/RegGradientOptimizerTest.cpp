@@ -174,19 +174,20 @@ TEST(RegGradientOptimizer, VisitsThePointsOfTheNaiveMethods) {
   const LogCapture log;
   for (const Landscape& landscape : landscapes)
     for (const int method : {0, 1, 2})
-      for (const int dim : {0, 1, 2, 3, 12}) {
-        SCOPED_TRACE(std::string(landscape.name) + ", " + std::to_string(dim) + ", method " +
-                     std::to_string(method));
-        Search<AnalyticProblem> tested(method, 1e-4f, landscape.height, dim);
-        Search<AnalyticProblem> twin(method, 1e-4f, landscape.height, dim);
-        NaiveMethods naive = {twin.optimizer, 1.5f, 0.5f};
-        const auto tolerance = static_cast<double>(1e-4f);
-        const double value = tested.optimizer.optimize(1.5f, 0.5f);
-        const double expected = method == 0   ? naive.steepest()
-                                : method == 1 ? naive.conjugate(tolerance)
-                                              : naive.quasiNewton(tolerance, false);
-        expectSame(value, -expected, tested.metric->trials, twin.metric->trials);
-      }
+      for (const int dim : {0, 1, 2, 3, 12})
+        for (const float tolerance : {1e-4f, -1.0f}) {
+          SCOPED_TRACE(std::string(landscape.name) + ", " + std::to_string(dim) + ", method " +
+                       std::to_string(method));
+          Search<AnalyticProblem> tested(method, tolerance, landscape.height, dim);
+          Search<AnalyticProblem> twin(method, tolerance, landscape.height, dim);
+          NaiveMethods naive = {twin.optimizer, 1.5f, 0.5f};
+          const auto tol = static_cast<double>(tolerance);
+          const double value = tested.optimizer.optimize(1.5f, 0.5f);
+          const double expected = method == 0   ? naive.steepest()
+                                  : method == 1 ? naive.conjugate(tol)
+                                                : naive.quasiNewton(tol, false);
+          expectSame(value, -expected, tested.metric->trials, twin.metric->trials);
+        }
 }
 
 /// Vertices want to go to places of their own, each coordinate at its own pace.
@@ -195,25 +196,27 @@ double pull(const Point& p) {
   for (std::size_t i = 0; i < p.size(); ++i) {
     const auto k = static_cast<double>(i);
     const double x = p[i] - 500.0 * std::round(p[i] / 500.0) - std::sin(k);
-    sum -= (1.0 + k / 4.0) * x * x + (i > 0 ? 0.5 * x * (p[i - 1] - 500.0) / 1000.0 : 0.0);
+    sum -= (1.0 + k * k / 4.0) * x * x + (i > 0 ? 0.5 * x * (p[i - 1] - 500.0) / 1000.0 : 0.0);
   }
-  return sum / 10.0;
+  return 20.0 + sum / 10.0;
 }
 
 TEST(RegGradientOptimizer, RestartsAndLoosensOnAGridAsTheNaiveMethodDoes) {
   LogCapture log;
-  for (const NmVec3i& bricks : {NmVec3i(1, 1, 1), NmVec3i(2, 1, 1), NmVec3i(13, 1, 1)}) {
-    SCOPED_TRACE(bricks.x);
-    Search<GridProblem> tested(2, 1e-6f, bricks, pull);
-    Search<GridProblem> twin(2, 1e-6f, bricks, pull);
+  std::vector<std::pair<NmVec3i, float>> cases = {{{13, 1, 1}, 1e-6f}, {{2, 1, 1}, -1.0f}};
+  for (int i = 0; i < 16; ++i) cases.push_back({{1 + i % 2, 1, 1}, 0.2f * std::pow(0.4f, static_cast<float>(i))});
+  for (const auto& [bricks, tolerance] : cases) {
+    SCOPED_TRACE(tolerance);
+    Search<GridProblem> tested(2, tolerance, bricks, pull);
+    Search<GridProblem> twin(2, tolerance, bricks, pull);
     log.lines.clear();
     tested.functional.maxShapePenalty = 1.0;
     const double value = tested.optimizer.optimize(1.0f, 0.5f);
     NaiveMethods naive = {twin.optimizer, 1.0f, 0.5f};
-    const double expected = naive.quasiNewton(static_cast<double>(1e-6f * 0.1f), bricks.x > 12);
+    const double expected = naive.quasiNewton(static_cast<double>(tolerance * 0.1f), bricks.x > 12);
     expectSame(value, -expected, tested.metric->trials, twin.metric->trials);
-    EXPECT_GE(naive.restarts, 2);
     EXPECT_EQ(tested.functional.maxShapePenalty, 0.0);
+    if (tolerance < 0.0f) continue;  // never converges
     const std::size_t steps = countSteps(log.lines);
     ASSERT_EQ(log.lines.size(), steps + 3);
     EXPECT_EQ(log.lines[steps + 1].find("quasiNewton: " + std::to_string(steps) + " its, "), 0u);

@@ -22,7 +22,9 @@ struct StoppedRun {
   AnalyticProblem problem;
   double value;
 
-  StoppedRun(const Landscape& landscape, int kind, int poll) : problem(landscape.height) {
+  /// With 12 parameters, of which those of rotation and scale have infinite steps.
+  StoppedRun(const Landscape& landscape, int kind, int poll) : problem(landscape.height, 12) {
+    problem.functional.modelSize = NmVec3f();
     watcher.interruptAt = poll;
     problem.functional.callback = &watcher;
     const auto search = makeSearch(kind, &watcher);
@@ -35,18 +37,18 @@ class SearchInterruption : public testing::TestWithParam<int> {};
 
 // The road is that of the whole run up to where it stops, which is soon, and the value is one that
 // was found on it, or 0 where the search stops before it has one.
-TEST_P(SearchInterruption, StopsAtEveryPollWithAValueOfItsRoad) {
+TEST_P(SearchInterruption, StopsAtAnyPollWithAValueOfItsRoad) {
   const LogCapture log;
   for (const Landscape& landscape : landscapes) {
     const StoppedRun whole(landscape, GetParam(), 0);
-    for (int poll = 1; poll <= whole.watcher.polls; ++poll) {
+    for (int poll = 1; poll <= whole.watcher.polls; poll += 1 + poll / 60) {
       SCOPED_TRACE(std::string(landscape.name) + ", poll " + std::to_string(poll));
       const StoppedRun run(landscape, GetParam(), poll);
       const std::vector<Point>& trials = run.problem.metric->trials;
       ASSERT_TRUE(sameBits(trials, whole.problem.metric->trials, trials.size()));
       EXPECT_LE(run.watcher.polls, poll + 4);
-      for (int i = 0; i < 3; ++i) EXPECT_TRUE(std::isfinite(run.problem.transform.params[i]));
-      bool isFound = run.value == 0.0 && (GetParam() == 4 || trials.size() < 8);
+      for (int i = 0; i < 12; ++i) EXPECT_TRUE(std::isfinite(run.problem.transform.params[i]));
+      bool isFound = run.value == 0.0 && (GetParam() == 4 || trials.size() < 26);
       for (const Point& trial : trials) {
         const double height = landscape.height(trial);
         isFound = isFound || run.value == height || (std::isnan(run.value) && std::isnan(height));

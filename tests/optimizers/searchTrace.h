@@ -51,9 +51,10 @@ inline constexpr Landscape landscapes[] = {
     {"no overlap", [](const Point& p) { return std::abs(p[1]) > 0.6 ? -1000.0 : hill(p); }},
     {"unevaluated",
      [](const Point& p) {
-       return p[2] < -0.5 ? static_cast<double>(std::numeric_limits<float>::lowest()) : hill(p);
+       return p[0] < -0.5 ? static_cast<double>(std::numeric_limits<float>::lowest()) : hill(p);
      }},
     {"waves", [](const Point& p) { return hill(p) + std::cos(9.0 * p[0]) + std::sin(7.0 * p[2]); }},
+    {"roof", [](const Point& p) { return -std::abs(p[0] - 4.0) - 0.75 * std::abs(p[2] + 4.0); }},
     {"to infinity", [](const Point& p) { return std::exp(600.0 * p[0]); }},
 };
 
