@@ -10,8 +10,10 @@ int NmTensorProductMatrix<T>::multVec(const NmDVector<T>& v, NmDVector<T>& resul
                                   [this](const NmDVector<T>& entry) { return fits(entry); });
   if (!fits(v) || !allFit || vectors.size != weights.size) return 0;
   if (&v == &result) {
-    const NmDVector<T> copy(v);
-    return multVec(copy, result);
+    NmDVector<T> product;
+    multVec(v, product);
+    result = product;
+    return 1;
   }
   result.resize(v.size);
   for (long i = 0; i < v.size; ++i) result[i] = diagonal * v[i];

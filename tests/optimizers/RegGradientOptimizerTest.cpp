@@ -204,7 +204,8 @@ double pull(const Point& p) {
 TEST(RegGradientOptimizer, RestartsAndLoosensOnAGridAsTheNaiveMethodDoes) {
   LogCapture log;
   std::vector<std::pair<NmVec3i, float>> cases = {{{13, 1, 1}, 1e-6f}, {{2, 1, 1}, -1.0f}};
-  for (int i = 0; i < 16; ++i) cases.push_back({{1 + i % 2, 1, 1}, 0.2f * std::pow(0.4f, static_cast<float>(i))});
+  for (int i = 0; i < 16; ++i)
+    cases.push_back({{1 + i % 2, 1, 1}, 0.2f * std::pow(0.4f, static_cast<float>(i))});
   for (const auto& [bricks, tolerance] : cases) {
     SCOPED_TRACE(tolerance);
     Search<GridProblem> tested(2, tolerance, bricks, pull);

@@ -41,7 +41,7 @@ TEST_P(SearchInterruption, StopsAtAnyPollWithAValueOfItsRoad) {
   const LogCapture log;
   for (const Landscape& landscape : landscapes) {
     const StoppedRun whole(landscape, GetParam(), 0);
-    for (int poll = 1; poll <= whole.watcher.polls; poll += 1 + poll / 60) {
+    for (int poll = 1; poll <= whole.watcher.polls; poll += 1 + poll / 16) {
       SCOPED_TRACE(std::string(landscape.name) + ", poll " + std::to_string(poll));
       const StoppedRun run(landscape, GetParam(), poll);
       const std::vector<Point>& trials = run.problem.metric->trials;
