@@ -48,6 +48,7 @@
 #include "optimizers/RegOptimizer.h"
 #include "registration/RegDataClass.h"
 #include "registration/RegVoxelRegistration.h"
+#include "transforms/NonAffineRegistration.h"
 #include "transforms/RegAffineTransform.h"
 #include "transforms/RegNonAffineTransform.h"
 #include "transforms/RegParametricTransform.h"

@@ -196,11 +196,12 @@ double RegFunctional::evaluateMarginal(const NmBox3i* box, int vertex, bool marg
   return evaluateNoClip(box, vertex, marginal, nonAffine, boxMetric, penalty, time);
 }
 
-double RegFunctional::evaluateNoClip(const NmBox3i* box, int /*vertex*/, bool marginal,
+double RegFunctional::evaluateNoClip(const NmBox3i* box, int vertex, bool marginal,
                                      RegNonAffineTransform* nonAffine, RegMetric* boxMetric,
                                      double& penalty, double& time) {
   penalty = 0.0;
   time = 0.0;
+  if (box == nullptr) worstBrick = -1;
   RegMetric* const accumulator = box != nullptr && boxMetric != nullptr ? boxMetric : metric;
   if (accumulator == nullptr) return 0.0;
   accumulator->reset();
@@ -211,10 +212,17 @@ double RegFunctional::evaluateNoClip(const NmBox3i* box, int /*vertex*/, bool ma
   resetEval(grid);
   if (affine == nullptr && grid == nullptr) return 0.0;
   if (!walkReferences(box, affine, grid, *accumulator)) return 0.0;
-  if (box == nullptr || reference.size > 1) return accumulator->getResult();
-  if (!marginal) return accumulator->decrementIncrementAndGetResult();
-  accumulator->setOtherParams(RegMetricParamRemoved);
-  return 0.0;
+  double result = 0.0;
+  if (box == nullptr || reference.size > 1)
+    result = accumulator->getResult();
+  else if (!marginal)
+    result = accumulator->decrementIncrementAndGetResult();
+  else
+    accumulator->setOtherParams(RegMetricParamRemoved);
+  if (grid != nullptr)
+    penalty = regularityPenalty(*grid, box == nullptr ? -1 : vertex,
+                                box == nullptr ? numThreads : 1, *accumulator, time);
+  return result - penalty;
 }
 
 bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affine,

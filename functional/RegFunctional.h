@@ -55,11 +55,11 @@ class RegFunctional : public NmAllocated {
   double evaluate();
 
   /// Evaluates the whole volume, or, with `box`, the contribution of a sub-box: `marginal` stores
-  /// it as the metric's removed set and gives 0.0, otherwise the whole metric with the box replaced
-  /// is the result. `nonAffine` and `boxMetric` stand in for the members only together with a box.
-  /// `update` applies the transform's parameters first. `penalty` receives the regularity penalty,
-  /// `time` the seconds that it took. 0.0 when a volume, its lock or the transform is missing or a
-  /// voxel type is not served.
+  /// it as the metric's removed set and counts as 0.0, otherwise the whole metric with the box
+  /// replaced is the result. `nonAffine` and `boxMetric` stand in for the members only together
+  /// with a box. `update` applies the transform's parameters first. `penalty` receives the
+  /// regularity penalty, `time` the seconds that it took. 0.0 when a volume, its lock or the
+  /// transform is missing or a voxel type is not served.
   double evaluate(bool update, const NmBox3i* box, int vertex, bool marginal,
                   RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
                   double& time);
@@ -96,6 +96,14 @@ class RegFunctional : public NmAllocated {
 
  private:
   struct WalkFrame;
+
+  /// What the analysis of a brick grid gives, kept for its memory from one evaluation to the next.
+  struct JacobianMeasures {
+    NmDArray<double> minJacobian;
+    NmDArray<double> maxStretch;
+    NmDArray<double> maxShear;
+    NmDArray<int> brickIndices;
+  };
   struct GradientTask;
   class VertexTrials;
 
@@ -109,4 +117,12 @@ class RegFunctional : public NmAllocated {
   int gridGradient(RegNonAffineTransform& grid, const GradientTask& task);
   int vertexGradient(VertexTrials& trials, int vertex, bool marginal, const GradientTask& task);
   void orderVertices(const NmVec3i& numBricks, int numVertices);
+
+  /// How much a grid departs from a locally rigid map, beyond what is free: in the bricks around
+  /// `vertex`, or in all bricks where there is no such vertex, which also updates the records of
+  /// the worst terms. `time` receives the seconds taken. 0.0 where the grid can not be analysed.
+  double regularityPenalty(RegNonAffineTransform& grid, int vertex, int numHistograms,
+                           const RegMetric& accumulator, double& time);
+
+  JacobianMeasures measures_;
 };

@@ -1,7 +1,6 @@
 #include "transforms/RegNonAffineTransform.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -9,11 +8,15 @@
 #include "foundation/NmCPUInfo.h"
 #include "foundation/VlData.h"
 #include "transforms/brickStages.h"
+#include "transforms/vertexPlace.h"
+#include "transforms/voxelAxis.h"
 
 using voxreg::detail::BrickPlace;
 using voxreg::detail::placeInBricks;
+using voxreg::detail::placeOfVertex;
 using voxreg::detail::rowDoubles;
 using voxreg::detail::sliceDoubles;
+using voxreg::detail::VoxelAxis;
 
 namespace {
 
@@ -73,12 +76,6 @@ long verticesOf(const NmVec3i& n) {
 
 bool fits(const NmVec3i& n, long parameters) {
   return bricksOf(n) > 0 && parameters == 3 * verticesOf(n);
-}
-
-NmVec3i placeOfVertex(const NmVec3i& n, int vertex) {
-  const int inRow = n.x + 1;
-  const int inSlice = inRow * (n.y + 1);
-  return {vertex % inRow, vertex % inSlice / inRow, vertex / inSlice};
 }
 
 /// Where a normalised coordinate falls on an axis of n bricks.
@@ -173,32 +170,6 @@ void sampleVertices(RegNonAffineTransform& transform, const NmVec3i& grid, const
   }
   static_cast<NmDArray<double>&>(transform.params) = std::move(vertices);
 }
-
-/// First voxel at or above a position in voxels, and last one at or below it, both kept on the
-/// axis. A position that is no number counts as the end of the axis.
-int firstVoxel(float position, int last) {
-  if (!(position > 0.0f)) return 0;
-  return position >= static_cast<float>(last) ? last : static_cast<int>(std::ceil(position));
-}
-
-int lastVoxel(float position, int last) {
-  if (!(position < static_cast<float>(last))) return last;
-  return position > 0.0f ? static_cast<int>(std::floor(position)) : 0;
-}
-
-/// The voxels of one axis of a volume: world position of voxel 0, voxel size, last voxel.
-struct VoxelAxis {
-  float min;
-  float size;
-  int last;
-
-  VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis)
-      : min(box.min(axis)),
-        last(static_cast<int>(std::min<long>(dims[axis], std::numeric_limits<int>::max()) - 1)) {
-    size = box.extent(axis) / (last < 1 ? 1.0f : static_cast<float>(last));
-    if (size == 0.0f) size = 1.0f;
-  }
-};
 
 }  // namespace
 
@@ -412,21 +383,18 @@ NmBox3i RegNonAffineTransform::getROIofVertex(VlData* data, int vertex) const {
   data->boundingBox(box);
   const NmVec3l dims = data->dims();
   const VoxelAxis axes[3] = {{box, dims, 0}, {box, dims, 1}, {box, dims, 2}};
-  int voxels[3][2] = {{0, axes[0].last}, {0, axes[1].last}, {0, axes[2].last}};
+  int voxels[3][2] = {{0, axes[0].last()}, {0, axes[1].last()}, {0, axes[2].last()}};
   const bool exists = vertex >= 0 && vertex < vertexCount();
   const NmVec3i at = exists ? placeOfVertex(numBricks, vertex) : NmVec3i();
   for (int axis = 0; exists && axis < 3; ++axis) {
     const int n = numBricks[axis];
-    const VoxelAxis& voxel = axes[axis];
-    if (n < 2 || voxel.last < 0) continue;
+    if (n < 2) continue;
     const int lower = at[axis] < 2 ? 0 : at[axis] - 1;
     const int upper = std::min(at[axis] + 1, n);
     const float size = referenceBox.extent(axis) / static_cast<float>(n);
-    const auto position = [&](int brick) {
-      return (static_cast<float>(brick) * size + referenceBox.min(axis) - voxel.min) / voxel.size;
-    };
-    voxels[axis][0] = firstVoxel(position(lower), voxel.last);
-    voxels[axis][1] = lastVoxel(position(upper), voxel.last);
+    const float start = referenceBox.min(axis);
+    voxels[axis][0] = axes[axis].firstFrom(static_cast<float>(lower) * size + start);
+    voxels[axis][1] = axes[axis].lastUpTo(static_cast<float>(upper) * size + start);
   }
   return {voxels[0][0], voxels[0][1], voxels[1][0], voxels[1][1], voxels[2][0], voxels[2][1]};
 }

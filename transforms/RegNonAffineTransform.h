@@ -121,6 +121,27 @@ class RegNonAffineTransform : public RegParametricTransform {
   /// Moves the grid to another box and keeps the map. A box without volume changes nothing.
   void adaptReferenceBoundingBox(const NmBox3f& box);
 
+  /// Measures how far the map departs from a rigid motion, at eight points of each brick (the nodes
+  /// of the two-point Gauss-Legendre rule on each axis): of the bricks around `vertex`, or of all
+  /// bricks for a number that no vertex has. The outputs receive an entry for each of these bricks,
+  /// x fastest; all but `minJacobian` may be null:
+  ///   minJacobian   smallest determinant, or the reciprocal of the largest one if that is above 1
+  ///                 and its reciprocal is smaller; negative where the map folds
+  ///   minDiagonal   smallest diagonal element
+  ///   maxStretch    largest deviation of a row's length, made orthogonal, from 1
+  ///   maxShear      largest shear between the rows
+  ///   brickIndices  running index of the brick; left alone unless the vertex exists
+  /// A brick that `emptyBricks` flags, and one whose Jacobians are no numbers, gets 1, 1, 0, 0; the
+  /// flags count only if there is one for each brick of the grid. The plain int is ignored.
+  ///
+  /// Reads the coefficients as they are, and the box. Returns the seconds taken, or -1 with the
+  /// outputs untouched where the box has no volume or the coefficients are not exactly those of the
+  /// grid: they never shrink, so that a coarsened grid can not be analysed.
+  float computeJacobiTransforms(int vertex, int, NmDArray<double>& minJacobian,
+                                NmDArray<unsigned char>* emptyBricks, NmDArray<double>* minDiagonal,
+                                NmDArray<double>* maxStretch, NmDArray<double>* maxShear,
+                                NmDArray<int>* brickIndices) const;
+
   /// Copies box, grid and vertices out.
   void getTransform(NonAffineTransformDescriptor& d) const;
 
