@@ -211,12 +211,12 @@ TEST(RegGradientOptimizer, RestartsAndLoosensOnAGridAsTheNaiveMethodDoes) {
     Search<GridProblem> tested(2, tolerance, bricks, pull);
     Search<GridProblem> twin(2, tolerance, bricks, pull);
     log.lines.clear();
-    tested.functional.maxShapePenalty = 1.0;
+    tested.functional.maxOtherPenalty = 1.0;
     const double value = tested.optimizer.optimize(1.0f, 0.5f);
     NaiveMethods naive = {twin.optimizer, 1.0f, 0.5f};
     const double expected = naive.quasiNewton(static_cast<double>(tolerance * 0.1f), bricks.x > 12);
     expectSame(value, -expected, tested.metric->trials, twin.metric->trials);
-    EXPECT_EQ(tested.functional.maxShapePenalty, 0.0);
+    EXPECT_EQ(tested.functional.maxOtherPenalty, 0.0);
     if (tolerance < 0.0f) continue;  // never converges
     const std::size_t steps = countSteps(log.lines);
     ASSERT_EQ(log.lines.size(), steps + 3);
