@@ -14,6 +14,7 @@
 class NmException;
 class NmProgressInterface;
 class RegFunctional;
+class RegGradientOptimizer;
 class RegMetric;
 class RegOptimizer;
 class RegParametricTransform;
@@ -47,8 +48,10 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   NmVec2f stepRange;           ///< x: largest step, y: smallest; both above 0
   int numGradientLevels;       ///< how many of the finest levels are searched by gradient
   float gradientStep;          ///< tolerance of the gradient searches
-  unsigned int optimizerKind;  ///< 1: best neighbour; others search nothing
-  bool bestDirectionFlag;
+  /// 0 aggressive direction, 1 best neighbour, 2 quasi-Newton, 3 conjugate gradients, 4 best
+  /// direction; others search nothing.
+  unsigned int optimizerKind;
+  bool bestDirectionFlag;   ///< fit one step reduction of the best-direction search to the steps
   bool calculateCoverage;   ///< find maxCoverage; otherwise it is 0 and nothing is penalised
   unsigned int metricKind;  ///< 0: normalised, 1: simple mutual information, 2: mean squared
                             ///< difference, 3: correlation ratio; others have no functional
@@ -216,7 +219,7 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   NmDArray<NmVec3i> planFactors(const NmVec3i& coarsest, const NmVec3f& delta) const;
   RegMetric* createMetric(const VlData* referenceVolume, const VlData* modelVolume) const;
   RegOptimizer* createOptimizer();
-  RegOptimizer* createGradientOptimizer(float tolerance);
+  RegGradientOptimizer* createGradientOptimizer(float tolerance);
 
   bool runLevels();
   void startGradientLevel(int gradientLevelsBefore);

@@ -6,7 +6,7 @@
 #include "foundation/NmProgressInterface.h"
 #include "foundation/NmString.h"
 #include "functional/RegFunctional.h"
-#include "optimizers/RegOptimizer.h"
+#include "optimizers/RegGradientOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
 #include "registration/levelSteps.h"
 #include "registration/stageCode.h"

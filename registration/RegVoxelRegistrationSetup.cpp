@@ -10,7 +10,10 @@
 #include "metrics/RegMeanSquaredDifference.h"
 #include "metrics/RegNormMutualInformation.h"
 #include "metrics/RegSimpleMutualInformation.h"
+#include "optimizers/RegAggressiveDirectionOptimizer.h"
+#include "optimizers/RegBestDirectionOptimizer.h"
 #include "optimizers/RegBestNeighbourOptimizer.h"
+#include "optimizers/RegGradientOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
 #include "registration/stageCode.h"
 
@@ -153,14 +156,28 @@ RegMetric* RegVoxelRegistration::createMetric(const VlData* referenceVolume,
 }
 
 RegOptimizer* RegVoxelRegistration::createOptimizer() {
-  if (optimizerKind == 1) return new RegBestNeighbourOptimizer(this, 0.5f, orientation);
-  getTheLogInstance().errorf("initRegistration: There is no search of kind %u.", optimizerKind);
-  return nullptr;
+  switch (optimizerKind) {
+    case 0:
+      return new RegAggressiveDirectionOptimizer(this, 0.5f, 0.1f, orientation, restrictedMotion);
+    case 1:
+      return new RegBestNeighbourOptimizer(this, 0.5f, orientation);
+    case 2:
+      return createGradientOptimizer(gradientStep);
+    case 3: {
+      RegGradientOptimizer* const conjugate = createGradientOptimizer(gradientStep);
+      conjugate->method = 1;
+      return conjugate;
+    }
+    case 4:
+      return new RegBestDirectionOptimizer(this, 0.5f, 1.0e-8f, bestDirectionFlag);
+    default:
+      getTheLogInstance().errorf("initRegistration: There is no search of kind %u.", optimizerKind);
+      return nullptr;
+  }
 }
 
-RegOptimizer* RegVoxelRegistration::createGradientOptimizer(float /*tolerance*/) {
-  getTheLogInstance().errorf("doRegistration: There is no gradient search.");
-  return nullptr;
+RegGradientOptimizer* RegVoxelRegistration::createGradientOptimizer(float tolerance) {
+  return new RegGradientOptimizer(this, tolerance, restrictedMotion);
 }
 
 bool RegVoxelRegistration::createSchedule() {

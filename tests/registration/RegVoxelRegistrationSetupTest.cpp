@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "functional/RegFunctional.h"
+#include "optimizers/RegAggressiveDirectionOptimizer.h"
+#include "optimizers/RegBestDirectionOptimizer.h"
+#include "optimizers/RegGradientOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
 #include "tests/registration/registrationFixture.h"
 
@@ -40,6 +43,41 @@ TEST(InitRegistration, DecidesAnOpenOrientation) {
   EXPECT_EQ(orientationFor(3, 1, NmVec3l(4, 4, 1)), 3);
   EXPECT_EQ(orientationFor(3, 2, NmVec3l(4, 4, 1)), 4);
   EXPECT_EQ(orientationFor(2, 0, NmVec3l(4, 5, 6)), 2);
+}
+
+TEST(InitRegistration, BuildsTheSearchOfEachKind) {
+  Settings settings;
+  settings.restrictedMotion = true;
+  settings.orientation = 2;
+  const auto build = [&](unsigned int kind) {
+    settings.optimizerKind = kind;
+    auto registration = settings.build();
+    EXPECT_NE(registration->initRegistration(), 0);
+    return registration;
+  };
+  const auto aggressive = build(0);
+  const auto* direction = dynamic_cast<RegAggressiveDirectionOptimizer*>(aggressive->optimizer);
+  ASSERT_NE(direction, nullptr);
+  EXPECT_EQ(direction->stepReduction, 0.5f);
+  EXPECT_EQ(direction->thresholdIncrement, 0.1f);
+  EXPECT_EQ(direction->planeMode, 2);
+  EXPECT_TRUE(direction->restrictedMotion);
+  for (const unsigned int kind : {2u, 3u}) {
+    const auto registration = build(kind);
+    const auto* gradient = dynamic_cast<RegGradientOptimizer*>(registration->optimizer);
+    ASSERT_NE(gradient, nullptr);
+    EXPECT_EQ(gradient->method, kind == 2 ? 2 : 1);
+    EXPECT_EQ(gradient->tolerance, 0.001f);
+    EXPECT_TRUE(gradient->restrictedMotion);
+    EXPECT_EQ(gradient->callback, registration.get());
+  }
+  const auto best = build(4);
+  const auto* along = dynamic_cast<RegBestDirectionOptimizer*>(best->optimizer);
+  ASSERT_NE(along, nullptr);
+  EXPECT_EQ(along->stepReduction, 0.5f);
+  EXPECT_EQ(along->relativeTolerance, 1.0e-8f);
+  EXPECT_FALSE(along->fitStepReduction);
+  EXPECT_EQ(build(5)->optimizer, nullptr);
 }
 
 TEST(InitRegistration, FreesWhatWasBuiltBefore) {

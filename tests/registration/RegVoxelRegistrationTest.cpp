@@ -302,10 +302,26 @@ Settings movedPair() {
   return settings;
 }
 
+/// The largest distance by which a registration of movedPair misses knownMotion at the cube's
+/// corners.
+double worstCornerError(const RegVoxelRegistration& registration) {
+  const NmMat4d truth = knownMotion();
+  NmMat4d found;
+  found.setValue(registration.matrix);
+  double worst = 0.0;
+  for (int corner = 0; corner < 8; ++corner) {
+    const NmVec3d p(corner & 1 ? 31 : 0, corner & 2 ? 31 : 0, corner & 4 ? 31 : 0);
+    NmVec3d a, b;
+    truth.multVecMatrix(p, a);
+    found.multVecMatrix(p, b);
+    worst = std::max(worst, std::hypot(a.x - b.x, a.y - b.y, a.z - b.z));
+  }
+  return worst;
+}
+
 // Anywhere in the cube; trilinear samples flatten blobs as narrow as these. Of three levels the
 // finest one is not run.
 TEST(Compute, RecoversAKnownRigidMotion) {
-  const NmMat4d truth = knownMotion();
   for (const unsigned int metric : {0u, 1u, 2u, 3u})
     for (const int coarsest : {1, 2, 4}) {
       Settings settings = movedPair();
@@ -313,18 +329,20 @@ TEST(Compute, RecoversAKnownRigidMotion) {
       settings.coarsest = NmVec3i(coarsest, coarsest, coarsest);
       const auto registration = settings.build();
       ASSERT_TRUE(registration->compute(2));
-      NmMat4d found;
-      found.setValue(registration->matrix);
-      double worst = 0.0;
-      for (int corner = 0; corner < 8; ++corner) {
-        const NmVec3d p(corner & 1 ? 31 : 0, corner & 2 ? 31 : 0, corner & 4 ? 31 : 0);
-        NmVec3d a, b;
-        truth.multVecMatrix(p, a);
-        found.multVecMatrix(p, b);
-        worst = std::max(worst, std::hypot(a.x - b.x, a.y - b.y, a.z - b.z));
-      }
-      EXPECT_LT(worst, coarsest == 4 ? 0.3 : 0.1) << metric << " " << coarsest;
+      EXPECT_LT(worstCornerError(*registration), coarsest == 4 ? 0.3 : 0.1)
+          << metric << " " << coarsest;
     }
+}
+
+TEST(Compute, RecoversAKnownRigidMotionByEverySearch) {
+  const LogCapture log;
+  Settings settings = movedPair();
+  settings.gradientStep = 1.0e-6f;
+  for (settings.optimizerKind = 0; settings.optimizerKind < 5; ++settings.optimizerKind) {
+    const auto registration = settings.build();
+    ASSERT_TRUE(registration->compute(2));
+    EXPECT_LT(worstCornerError(*registration), 0.1) << "search " << settings.optimizerKind;
+  }
 }
 
 // Whatever the poll, the matrix is that of the transform at the time.

@@ -64,7 +64,8 @@ TEST(Compute, EndsCleanWhereverMemoryRunsOut) {
   Settings settings;
   settings.stepRange = NmVec2f(1.0f, 1.0f);
   settings.calculateCoverage = true;
-  runShortOfMemoryEverywhere(settings, 0);
+  for (settings.optimizerKind = 0; settings.optimizerKind < 5; ++settings.optimizerKind)
+    runShortOfMemoryEverywhere(settings, 0);
 }
 
 TEST(Compute, EndsCleanWhereverMemoryRunsOutOnThreeLevels) {

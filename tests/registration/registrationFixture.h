@@ -73,6 +73,7 @@ struct Settings {
   NmVec4i affineStages = NmVec4i(1, 0, 0, 0);
   NmVec3i nonAffineStages;
   NmVec2f stepRange = NmVec2f(1.0f, 0.25f);
+  float gradientStep = 0.001f;
   unsigned int optimizerKind = 1;
   bool restrictedMotion = false;
   bool keepCoarseAxis = false;
@@ -81,7 +82,7 @@ struct Settings {
     return std::make_unique<RegVoxelRegistration>(
         progress, rethrow, reference, model, orientation, minRef, maxRef, 0.0f, 100.0f, 1,
         metricKind, 64u, 64u, coarsest, dimensionMode, calculateCoverage, affineStages,
-        nonAffineStages, keepCoarseAxis, stepRange, 0, 0.001f, optimizerKind, false,
+        nonAffineStages, keepCoarseAxis, stepRange, 0, gradientStep, optimizerKind, false,
         restrictedMotion);
   }
 };
