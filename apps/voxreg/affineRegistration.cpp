@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "HostError.h"
-#include "resampled.h"
+#include "placeMap.h"
 #include "voxelRegistration.h"
 
 namespace host {

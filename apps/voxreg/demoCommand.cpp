@@ -46,8 +46,10 @@ int runDemo(const std::string& folder) {
   const AffineResult result = registerAffine(reference, model, settings, progress);
   writeMatrix(file("matrix.txt"), result.matrix);
   writeNifti(file("registered.nii.gz"), resampled(reference, model, result.matrix));
-  writePicture(file("registration.png"), reference, model, {settings.start, result.matrix});
-  printResult(result);
+  writePicture(
+      file("registration.png"), reference, model,
+      {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
+  printSearch(result.metric, result.seconds, result.interrupted);
   printTargetError("target error before", targetError(reference, settings.start, truth));
   printTargetError("target error after", targetError(reference, result.matrix, truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;

@@ -7,7 +7,9 @@
 
 #include "HostError.h"
 #include "affineCommand.h"
+#include "applyCommand.h"
 #include "demoCommand.h"
+#include "nonAffineCommand.h"
 #include "resampleCommand.h"
 
 namespace {
@@ -45,6 +47,8 @@ int run(int argc, char** argv) {
   int exitCode = 0;
   host::addAffineCommand(app, exitCode);
   host::addDemoCommand(app, exitCode);
+  host::addNonAffineCommand(app, exitCode);
+  host::addApplyCommand(app, exitCode);
   host::addResampleCommand(app, exitCode);
   try {
     app.parse(argc, argv);

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "affineRegistration.h"
+#include "displacementError.h"
 #include "targetError.h"
 
 namespace host {
@@ -11,9 +11,13 @@ namespace host {
 constexpr int interruptedExitCode = 130;
 
 /// Prints the metric's value and the time to standard output.
-void printResult(const AffineResult& result);
+void printSearch(double metric, double seconds, bool interrupted);
 
-/// Prints mean and maximum.
+/// Prints the smallest value of a transform's Jacobian.
+void printJacobian(double smallest);
+
+/// Print the error, millimetres.
 void printTargetError(const std::string& name, const TargetError& error);
+void printDisplacementError(const DisplacementError& error);
 
 }  // namespace host
