@@ -10,6 +10,7 @@
 #include "metrics/RegMeanSquaredDifference.h"
 #include "metrics/RegSimpleMutualInformation.h"
 #include "tests/functional/functionals.h"
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/grids.h"
 #include "transforms/RegAffineTransform.h"
 
@@ -234,6 +235,21 @@ TEST(Gradient, AnInterruptionAtAnyPollGivesZeroAndLeavesNoTrace) {
       EXPECT_EQ(copyOf(s.transform->params), params) << progress.limit;
       EXPECT_TRUE(!isGrid || copyOf(grid->coefficients) == coefficients) << progress.limit;
     }
+  }
+}
+
+// A walk takes one block for the rows that it works on: six trials and the box at each vertex.
+TEST(Gradient, KeepsNothingAndAllocatesOncePerWalk) {
+  if (!FailingAllocation::isServed()) GTEST_SKIP() << "the library's allocations are its own";
+  Scene s;
+  s.useGrid({5, 5, 5}, information());
+  NmDVector<double> g = s.gradient(1.0f, 0);
+  const long live = FailingAllocation::liveBlocks();
+  for (int call = 0; call < 3; ++call) {
+    const long before = FailingAllocation::allocations();
+    s.functional->evaluateGradient(g, 1.0f, 0, nullptr);
+    EXPECT_LE(FailingAllocation::allocations() - before, 7 * 6 * 6 * 6 + 10);
+    EXPECT_EQ(FailingAllocation::liveBlocks(), live);
   }
 }
 
