@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <vector>
 
+#include "foundation/NmDArray.h"
 #include "foundation/NmHandle.h"
 #include "foundation/VlMemoryData.h"
 
