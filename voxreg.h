@@ -2,6 +2,7 @@
 
 /// Everything that a host of voxreg needs: #include <voxreg.h>
 
+#include "elastic/RegElasticRegistration.h"
 #include "foundation/NmBox.h"
 #include "foundation/NmCPUInfo.h"
 #include "foundation/NmDArray.h"
