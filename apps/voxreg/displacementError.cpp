@@ -35,9 +35,8 @@ DisplacementError displacementError(const GridTransform& transform,
     error.mean += distances.back() / static_cast<double>(points.size());
   }
   std::sort(distances.begin(), distances.end());
-  const std::size_t last = distances.size() - 1;
-  error.percentile95 = distances[last * 95 / 100];
-  error.maximum = distances[last];
+  error.percentile95 = distances[(distances.size() * 95 + 99) / 100 - 1];
+  error.maximum = distances.back();
   return error;
 }
 

@@ -8,6 +8,8 @@ namespace host {
 
 /// What a registration on grids of bricks is to do.
 struct NonAffineSettings {
+  NonAffineSettings() { search.gradientTolerance = 1e-4f; }
+
   MetricSettings metric;
   SearchSettings search;
   std::vector<NmVec3i> grids;  ///< one after the other
