@@ -7,8 +7,11 @@ namespace host {
 
 namespace {
 
-int codeOf(const NmVec3i& grid) {
-  return grid.x * 10000 + grid.y * 100 + grid.z;
+/// The library's code of a grid. Bricks thinner than a flat volume's one voxel would hold each
+/// other back.
+int codeOf(const NmVec3i& grid, const NmVec3l& dims) {
+  const auto bricks = [&](int axis) { return dims[axis] == 1 ? 1 : grid[axis]; };
+  return bricks(0) * 10000 + bricks(1) * 100 + bricks(2);
 }
 
 }  // namespace
@@ -23,7 +26,7 @@ NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolum
   registration.nonAffineResult = GridTransform::start(settings.start, reference, model);
   for (std::size_t i = 0; i < settings.grids.size() && !progress.wasInterrupted(); ++i) {
     progress.beginPart(i, settings.grids.size());
-    registration.nonAffineStages = NmVec3i(codeOf(settings.grids[i]), 0, 0);
+    registration.nonAffineStages = NmVec3i(codeOf(settings.grids[i], reference.frame.dims), 0, 0);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);
     progress.endPart();

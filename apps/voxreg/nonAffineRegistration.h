@@ -12,7 +12,7 @@ struct NonAffineSettings {
 
   MetricSettings metric;
   SearchSettings search;
-  std::vector<NmVec3i> grids;  ///< one after the other
+  std::vector<NmVec3i> grids;  ///< one after the other; a flat axis takes one brick
   NmMat4d start;               ///< model world to reference world
 };
 

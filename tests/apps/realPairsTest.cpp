@@ -14,8 +14,8 @@ class RealPair : public testing::TestWithParam<Case> {};
 
 TEST_P(RealPair, comesIntoLine) {
   VOXREG_SKIP_WITHOUT_SHARED_DATA();
-#ifndef NDEBUG
-  GTEST_SKIP() << "takes minutes without optimisation";
+#ifndef VOXREG_RELEASE_BUILD
+  GTEST_SKIP() << "takes minutes under sanitizers or without optimisation";
 #endif
   const auto& [pair, metric, search, limit] = GetParam();
   const std::string folder = "pairs/" + std::string(pair);
