@@ -58,6 +58,8 @@ TEST(RegAggressiveDirectionOptimizer, WalksAndRefinesPointByPoint) {
               -1.1875, -0.5, -0.8125, 0.5, 0,  -1, -2, -1, -1, 0,  -1, -2});
   expectRoad(places({0, 0, 0, 1, 0, 5, -1, 0, unevaluated}), 1, 1, 1, 0.1f, 0, 0.0, {0, 1, -1});
   expectRoad(places({0, 0, 0, -1, 0, 5, 1, 0, unevaluated}), 1, 1, 1, 0.1f, 0, 0.0, {0, 1, -1});
+  // An infinite difference gives no direction.
+  expectRoad(places({0, 0, 0, 1, 0, HUGE_VAL}), 1, 1, 1, 0.1f, 0, HUGE_VAL, {0, 1, -1, 0, -2});
 }
 
 TEST(RegAggressiveDirectionOptimizer, SuppressesRotationsAndLeavesThePlane) {

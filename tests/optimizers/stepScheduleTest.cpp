@@ -20,8 +20,8 @@ TEST(StepSchedule, MeetsBothEndsInWholeReductions) {
       {8.0f, 1.0f, 0.5f, 3, 0.5f, 8.0f},
       {1.0f, 0.3f, 0.5f, 1, 0.3f, 1.0f},               // truncated: the factor never grows
       {1.0f, 0.08f, 0.3f, 2, std::sqrt(0.08f), 1.0f},  // ln 0.08 / ln 0.3 = 2.1
-      // The quotient of logarithms is 4.9999998 in double, but 5 in float.
-      {1.0f, 0x1.0291fcp-5f, 0x1.008312p-1f, 5, 0.501f, 1.0f},
+      // The quotient of logarithms is 4.9999995 in double, but 5 in float.
+      {1.0f, 0x1.4f8948p-2f, 0x1.999918p-1f, 5, 0x1.999918p-1f, 1.0f},
       {1.0f, 4.0f, 2.0f, 2, 2.0f, 1.0f},
       {1.0f, 2.0f, 0.5f, -1, 0.5f, 1.0f},  // nothing to search
   };
