@@ -1,3 +1,7 @@
 #include "foundation/VlEvaluator.h"
 
 VlEvaluator::~VlEvaluator() = default;
+
+void VlEvaluator::values(float* results) {
+  value(results);
+}

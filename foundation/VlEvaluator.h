@@ -16,6 +16,7 @@ class VlEvaluator : public NmHandableThreaded {
   /// Writes the first data variable at the last accepted location; 0 before there is one.
   virtual void value(float* result) = 0;
 
-  /// Writes every data variable at the last accepted location; zeros before there is one.
-  virtual void values(float* results) = 0;
+  /// Writes every data variable at the last accepted location; zeros before there is one. A sampler
+  /// that knows of one variable only leaves this to `value`.
+  virtual void values(float* results);
 };

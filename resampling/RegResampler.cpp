@@ -6,6 +6,7 @@
 
 #include "foundation/NmException.h"
 #include "foundation/VlMemoryData.h"
+#include "foundation/silently.h"
 #include "resampling/zoomShape.h"
 
 namespace {
@@ -88,7 +89,7 @@ NmHandle<VlData> RegResampler::createVlData(int* dims, NmPrimType primType, int 
     const VlMeta meta(false, true);
     const NmHandle<VlMemoryData> volume = new VlMemoryData(&meta);
     const NmVec3l size(dims[0], dims[1], dims[2]);
-    if (volume->init(size, primType, numDataVars, true, true, true).isOk()) return volume;
+    if (voxreg::detail::initSilently(*volume, {size, numDataVars, primType})) return volume;
   } catch (const NmMemoryException&) {
     return nullptr;
   }
