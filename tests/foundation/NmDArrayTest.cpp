@@ -110,13 +110,10 @@ TEST(NmDArray, OverflowLeavesTheArrayUnchanged) {
 }
 
 TEST(NmDArray, CopiesAndMoves) {
-  const NmDArray<int> source = numbers(4);
-  NmDArray<int> copy = source;
-  copy = *&copy;
-  EXPECT_EQ(contents(copy), contents(source));
-  const int* const block = copy.data;
-  NmDArray<int> moved = std::move(copy);
-  copy = source;
+  NmDArray<int> copy = numbers(4), moved = std::move(copy = *&copy);
+  const int* const block = moved.data;
+  copy = moved;
+  EXPECT_EQ(contents(copy), contents(moved));
   copy = std::move(moved);
   EXPECT_EQ(copy.data, block);
   EXPECT_EQ(copy.size, 4);

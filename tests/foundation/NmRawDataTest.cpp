@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "tests/support/LogCapture.h"
-#include "tests/support/RecordingProgress.h"
 
 namespace {
 
@@ -70,17 +69,6 @@ TEST(NmRawData, AveragesCellsOfEveryType) {
   compare<float>(NmPrimType::Float, -1.0, 1.0);
   compare<double>(NmPrimType::Double, -1.0e300, 1.0e300);
   compare<unsigned short>(NmPrimType::UnsignedShort, 30000.0, 65535.0);
-}
-
-TEST(NmRawData, StopsBetweenSlices) {
-  unsigned char source[] = {10, 20, 30};
-  unsigned char result[] = {1, 1, 1};
-  RecordingProgress progress;
-  progress.onCall = [&] { progress.interrupted = progress.calls.size() > 3; };
-  NmRawData::downSample3D(result, {source, 0}, 1, 1, 3, 1, 1, 1, &progress);
-  EXPECT_EQ(result[0], 10);
-  EXPECT_EQ(result[1], 1);
-  EXPECT_EQ(progress.calls, (std::vector<std::string>{"value 1", "poll", "value 2", "poll"}));
 }
 
 TEST(NmRawData, RefusesWhatItDoesNotServe) {

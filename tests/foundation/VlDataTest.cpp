@@ -75,24 +75,17 @@ TEST(VlDataLock, RefusesWhatTheThreadItselfPrevents) {
   EXPECT_EQ(log.error().rfind("VlData::createEvaluatorLanczos:", 0), 0U);
 }
 
-TEST(VlDataLock, IsReleasedOnWhicheverThreadLetsGo) {
+// The id of a thread that has ended goes to the next one, but its lock is still another's.
+TEST(VlDataLock, OutlivesItsThreadAndGoesWhereverTheAccessGoes) {
   const NmHandle<VlMemoryData> volume = smallVolume();
   for (const bool write : {false, true}) {
-    NmHandle<VlDataAccess> access = volume->lock(write);
-    onAnotherThread([&] { access = nullptr; });
-    EXPECT_TRUE(volume->tryLock(true));
+    NmHandle<VlDataAccess> access;
+    onAnotherThread([&] { access = volume->lock(write); });
+    std::thread writer([&] { EXPECT_TRUE(volume->lock(true)); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    access = nullptr;
+    writer.join();
   }
-}
-
-// The id of a thread that has ended goes to the next one, but its lock is still another's.
-TEST(VlDataLock, BelongsToTheThreadThatHasEnded) {
-  const NmHandle<VlMemoryData> volume = smallVolume();
-  NmHandle<VlDataAccess> access;
-  onAnotherThread([&] { access = volume->lock(false); });
-  std::thread writer([&] { EXPECT_TRUE(volume->lock(true)); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  access = nullptr;
-  writer.join();
 }
 
 TEST(VlDataLock, AReaderReadsOnWhileAWriterWaits) {
