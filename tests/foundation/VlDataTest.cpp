@@ -11,7 +11,7 @@
 #include "foundation/NmException.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/WrappedVolume.h"
+#include "tests/support/RowVolume.h"
 #include "tests/support/volumeValues.h"
 
 namespace {

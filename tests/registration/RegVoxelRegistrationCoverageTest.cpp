@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "tests/registration/registrationFixture.h"
-#include "tests/support/WrappedVolume.h"
+#include "tests/support/RowVolume.h"
 
 namespace {
 

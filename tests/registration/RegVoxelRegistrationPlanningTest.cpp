@@ -32,6 +32,7 @@ TEST(GetMinDelta, OrdersTheAxesByVoxelSize) {
   EXPECT_EQ(axesOf({3, 2, 1}, 2), NmVec3i(1, 0, 2));
   EXPECT_EQ(axesOf({1, 2, 3}, 1), NmVec3i(0, 2, 1));
   EXPECT_EQ(axesOf({0, 0, 0}, 3), NmVec3i(0, 1, 2));  // no size is above 0
+  EXPECT_EQ(axesOf({0, 0, -1}, 3), NmVec3i(1, 0, 2));
 }
 
 TEST(GetMinDelta, TakesTheVolumeThatIsAskedFor) {

@@ -23,19 +23,21 @@ TEST(Filters, AreTheirFormulasWithinSinglePrecisionAndEndWithTheirSupport) {
   }
 }
 
-// Polynomials in double precision over single-precision powers, rounded once; the single-precision
-// forms differ in the last bit here.
+// Polynomials in double precision over single-precision powers, rounded once; other forms differ in
+// the last bit somewhere.
 TEST(Filters, RoundAsTheyAreDefined) {
-  const float t = 0.7f, u = 1.3f, rest = 2.0f - u;
-  const float t2 = t * t, t3 = t2 * t, u2 = u * u, u3 = u2 * u;
-  EXPECT_EQ(B_spline_filter(t), static_cast<float>(0.5 * t3 - t2 + 0.6666666666666666));
-  EXPECT_EQ(B_spline_filter(u), static_cast<float>(rest * rest * rest * 0.16666666666666666));
-  EXPECT_EQ(Mitchell_filter(t),
-            static_cast<float>(7.0 * t3 - 12.0 * t2 + 5.333333333333333) / 6.0f);
-  EXPECT_EQ(Mitchell_filter(-u), static_cast<float>(-2.3333333333333335 * u3 + 12.0 * u2 -
-                                                    20.0 * u + 10.666666666666666) /
-                                     6.0f);
-  EXPECT_EQ(cubic6_filter(u), static_cast<float>(-0.6 * u3 + 3.2 * u2 - 5.4 * u + 2.8));
+  for (float t = 0.02f; t < 1.0f; t += 0.02f) {
+    const float u = 1.0f + t, rest = 2.0f - u;
+    const float t2 = t * t, t3 = t2 * t, u2 = u * u, u3 = u2 * u;
+    EXPECT_EQ(B_spline_filter(t), static_cast<float>(0.5 * t3 - t2 + 0.6666666666666666));
+    EXPECT_EQ(B_spline_filter(u), static_cast<float>(rest * rest * rest * 0.16666666666666666));
+    EXPECT_EQ(Mitchell_filter(t),
+              static_cast<float>(7.0 * t3 - 12.0 * t2 + 5.333333333333333) / 6.0f);
+    EXPECT_EQ(Mitchell_filter(-u), static_cast<float>(-2.3333333333333335 * u3 + 12.0 * u2 -
+                                                      20.0 * u + 10.666666666666666) /
+                                       6.0f);
+    EXPECT_EQ(cubic6_filter(u), static_cast<float>(-0.6 * u3 + 3.2 * u2 - 5.4 * u + 2.8));
+  }
 }
 
 }  // namespace

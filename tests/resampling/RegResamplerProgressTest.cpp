@@ -5,7 +5,7 @@
 
 #include "resampling/RegResampler.h"
 #include "tests/support/RecordingProgress.h"
-#include "tests/support/WrappedVolume.h"
+#include "tests/support/RowVolume.h"
 #include "tests/support/volumeValues.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "foundation/NmException.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/WrappedVolume.h"
+#include "tests/support/RowVolume.h"
 #include "tests/support/volumeValues.h"
 
 namespace {
@@ -150,6 +150,14 @@ TEST(SetUniformCoords, KeepsTheOuterEdges) {
   EXPECT_FLOAT_EQ(box.xmax - box.xmin, 2.0f * 4.0f / 1.5f);
   EXPECT_EQ(box.ymax, 14.0f);
   EXPECT_EQ(box.zmin, 5.75f);
+  // One voxel of 4 about 12 becomes two of 2.
+  const float doubled[3] = {1, 2, 1};
+  const NmHandle<VlMemoryData> single = makeVolume({1, 1, 1}, NmPrimType::Short);
+  single->setBoundingBox({0, 6, 10, 14, 5, 8});
+  const NmHandle<VlMemoryData> pair = makeVolume({1, 2, 1}, NmPrimType::Short);
+  RegResampler::setUniformCoords(pair, single, doubled);
+  pair->boundingBox(box);
+  EXPECT_EQ(box, NmBox3f(0, 6, 11, 13, 5, 8));
 }
 
 TEST(CreateVlData, GivesNullForWhatIsNoVolume) {

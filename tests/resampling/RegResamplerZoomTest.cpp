@@ -7,7 +7,7 @@
 
 #include "resampling/RegResampler.h"
 #include "tests/resampling/filterTable.h"
-#include "tests/support/WrappedVolume.h"
+#include "tests/support/RowVolume.h"
 #include "tests/support/volumeValues.h"
 
 namespace {
@@ -174,6 +174,20 @@ TEST(Zoom3d, AnUnknownFilterIsABoxThatNeverAveragesWholeCells) {
   for (const int other : {11, -1})
     EXPECT_EQ(valuesOf(*zoomed(*source, one, static_cast<RegResampler::FilterType>(other)))[0],
               0.0f);
+}
+
+TEST(Zoom3d, BesideTheVolumeEverythingIsZero) {
+  const NmHandle<VlMemoryData> source =
+      volumeOf({8, 9, 7}, NmPrimType::Float, 1, std::vector<float>(504, 113.0f));
+  RegResampler resampler;
+  resampler.filterShift = 20.0f;
+  for (const NmVec3f& lengths : {NmVec3f(4, 9, 7), NmVec3f(8, 4, 7)}) {
+    NmHandle<VlData> result;
+    EXPECT_TRUE(
+        resampler.doResample(source, result, lengths, nullptr, {}, RegResampler::Bell, 0, 1));
+    const std::vector<float> found = valuesOf(*result);
+    EXPECT_EQ(found, std::vector<float>(found.size(), 0.0f));
+  }
 }
 
 TEST(Zoom3d, ExtremesFollowCellsWhoseEndsAddUp) {

@@ -1,0 +1,18 @@
+#include "resampling/memoryVolume.h"
+
+#include "foundation/NmException.h"
+#include "foundation/silently.h"
+
+namespace voxreg::detail {
+
+NmHandle<VlMemoryData> makeMemoryVolume(const NmVec3l& dims, NmPrimType type, int numDataVars) {
+  try {
+    const VlMeta meta(false, true);
+    NmHandle<VlMemoryData> volume = new VlMemoryData(&meta);
+    if (initSilently(*volume, {dims, numDataVars, type})) return volume;
+  } catch (const NmMemoryException&) {  // NOLINT(bugprone-empty-catch): no volume is the answer
+  }
+  return nullptr;
+}
+
+}  // namespace voxreg::detail
