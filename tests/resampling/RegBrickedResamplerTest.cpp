@@ -8,9 +8,9 @@
 #include "foundation/NmProgressInterface.h"
 #include "resampling/RegVoxelEvaluator.h"
 #include "tests/resampling/naiveBricks.h"
-#include "tests/resampling/volumeValues.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/volumeValues.h"
 
 using naiveBricks::Scene;
 
