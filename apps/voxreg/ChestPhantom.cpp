@@ -26,7 +26,7 @@ ChestPhantom::ChestPhantom(unsigned int seed, std::mt19937 random)
       lesion_{breasts_[seed % 2].place({uniform(random, -0.35, 0.35), uniform(random, 0.0, 0.45),
                                         uniform(random, -0.3, 0.3)}),
               uniform(random, 7, 9)},
-      padding_(uniform(random, 11, 16)),
+      padding_(uniform(random, 14, 19)),
       bumps_(40.0, random),
       lobules_(7.0, random) {}
 
@@ -34,7 +34,7 @@ ChestPhantom::ChestPhantom(unsigned int seed, std::mt19937 random)
 double ChestPhantom::skinDepth(const NmVec3d& point, double aboveWall) const {
   const double side = 1.0 - std::exp(-point.x * point.x / (50.0 * 50.0));
   const double trunk =
-      aboveWall - Thorax::halfWall - padding_ - 13.0 * side - 2.0 * bumps_.at(point);
+      aboveWall - Thorax::halfWall - padding_ - 11.0 * side - 1.5 * bumps_.at(point);
   const double breasts = std::min(breasts_[0].distance(point), breasts_[1].distance(point));
   return -smoothUnion(trunk, breasts, 22.0);
 }

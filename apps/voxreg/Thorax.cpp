@@ -60,7 +60,7 @@ void Thorax::paintOrgans(Signal& signal, const NmVec3d& point) const {
   const double branch = std::hypot(branches_[0].at(point), branches_[1].at(point));
   signal.paint(smoothStep(0.16, 0.06, branch), tissue::blood);
   const NmVec3d p = difference(point, center_);
-  const double mediastinum = std::abs(p.x + 8.0) - (22.0 - 0.15 * p.y + 10.0 * coarse_.at(p));
+  const double mediastinum = std::abs(p.x + 8.0) - (26.0 + 8.0 * coarse_.at(p));
   signal.paint(inside(mediastinum), tissue::innerFat);
   paintHeart(signal, point);
   const double dome =

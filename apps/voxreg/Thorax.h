@@ -19,7 +19,7 @@ class Thorax {
   double wall(double x, double z) const;
 
   /// Half of the wall's thickness.
-  static constexpr double halfWall = 6.5;
+  static constexpr double halfWall = 7.0;
 
   /// Draws the wall and its inside. `above` is aboveWall of the point.
   void paint(Signal& signal, const NmVec3d& point, double above) const;

@@ -3,15 +3,15 @@
 #include <cmath>
 #include <vector>
 
-#include "solidShapes.h"
-
 namespace host {
 
 namespace {
 
-/// The coils lie around the breasts; what is further back shines less.
+/// The coils lie around the breasts and see little of what is far behind them.
 double sensitivity(const NmVec3d& point) {
-  return 0.45 + 0.65 * smoothStep(-150, 130, point.y);
+  constexpr double halfway = 10.0;
+  constexpr double fall = 40.0;
+  return 0.15 + 0.9 / (1.0 + std::exp((halfway - point.y) / fall));
 }
 
 /// Magnitude of a signal with noise in both channels.

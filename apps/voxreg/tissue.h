@@ -27,8 +27,8 @@ constexpr Signal cortex = {0.08, 0.00};
 constexpr Signal marrow = {0.62, 0.03};
 constexpr Signal innerFat = {0.90, 0.02};
 constexpr Signal lung = {0.07, 0.03};
-constexpr Signal myocardium = {0.40, 0.20};
-constexpr Signal blood = {0.48, 0.60};
+constexpr Signal myocardium = {0.42, 0.20};
+constexpr Signal blood = {0.44, 0.60};
 constexpr Signal liver = {0.52, 0.22};
 }  // namespace tissue
 
