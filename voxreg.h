@@ -2,6 +2,7 @@
 
 /// Everything that a host of voxreg needs: #include <voxreg.h>
 
+#include "elastic/RegElasticRegistration.h"
 #include "foundation/NmBox.h"
 #include "foundation/NmCPUInfo.h"
 #include "foundation/NmDArray.h"
@@ -48,9 +49,11 @@
 #include "optimizers/RegOptimizer.h"
 #include "registration/RegDataClass.h"
 #include "registration/RegVoxelRegistration.h"
+#include "resampling/RegBrickedResampler.h"
 #include "resampling/RegResampler.h"
 #include "resampling/RegResamplerContribList.h"
 #include "resampling/RegResamplerFilters.h"
+#include "resampling/RegVoxelEvaluator.h"
 #include "transforms/NonAffineRegistration.h"
 #include "transforms/RegAffineTransform.h"
 #include "transforms/RegNonAffineTransform.h"

@@ -1,5 +1,13 @@
 #include "foundation/NmBox.h"
 
+namespace {
+
+bool isEmpty(const NmBox3f& box) {
+  return box.xmin > box.xmax || box.ymin > box.ymax || box.zmin > box.zmax;
+}
+
+}  // namespace
+
 float NmBox3f::extent(int axis) const {
   return max(axis) - min(axis);
 }
@@ -15,4 +23,10 @@ NmVec3f NmBox3f::getVoxelSize(const NmVec3f& dims) const {
   for (int axis = 0; axis < 3; ++axis)
     size[axis] = extent(axis) / (dims[axis] > 1.0f ? dims[axis] - 1.0f : 1.0f);
   return size;
+}
+
+bool operator==(const NmBox3f& a, const NmBox3f& b) {
+  if (isEmpty(a) || isEmpty(b)) return isEmpty(a) && isEmpty(b);
+  return a.xmin == b.xmin && a.xmax == b.xmax && a.ymin == b.ymin && a.ymax == b.ymax &&
+         a.zmin == b.zmin && a.zmax == b.zmax;
 }

@@ -24,9 +24,11 @@ class NmBox3f {
 
   /// Extent per axis divided by (dims - 1), or by 1 on an axis of one voxel or less.
   NmVec3f getVoxelSize(const NmVec3f& dims) const;
-
-  bool operator==(const NmBox3f&) const = default;
 };
+
+/// True when all six values are equal, or when both boxes are empty: a minimum above its maximum on
+/// some axis, whatever the other values are. No tolerance.
+bool operator==(const NmBox3f& a, const NmBox3f& b);
 
 /// Box of voxels, both ends inclusive. The default holds no voxel.
 class NmBox3i {
@@ -38,6 +40,9 @@ class NmBox3i {
   NmBox3i() = default;
   NmBox3i(int x0, int x1, int y0, int y1, int z0, int z1)
       : xmin(x0), xmax(x1), ymin(y0), ymax(y1), zmin(z0), zmax(z1) {}
+
+  int min(int axis) const { return axis == 0 ? xmin : axis == 1 ? ymin : zmin; }
+  int max(int axis) const { return axis == 0 ? xmax : axis == 1 ? ymax : zmax; }
 
   bool operator==(const NmBox3i&) const = default;
 };

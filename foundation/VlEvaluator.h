@@ -18,4 +18,10 @@ class VlEvaluator : public NmHandableThreaded {
 
   /// Writes every data variable at the last accepted location; zeros before there is one.
   virtual void values(float* results) = 0;
+
+  /// Samples `n` points, given axis by axis in world units, as setLocation and value do one after
+  /// the other, only faster where the volume allows it. A point that setLocation refuses gets
+  /// `outside`. The sampler needs a new location afterwards.
+  virtual void sample(const float* x, const float* y, const float* z, long n, float outside,
+                      float* results);
 };

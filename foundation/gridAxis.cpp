@@ -20,24 +20,40 @@ double flatSlack(const NmBox3f& box) {
 }  // namespace
 
 GridAxis::GridAxis(const NmBox3f& box, int axis, long n)
-    : min_(box.min(axis)), max_(box.max(axis)), n_(n) {
+    : min_(box.min(axis)), max_(box.max(axis)), last_(static_cast<double>(n - 1)), n_(n) {
   const double voxel = (max_ - min_) / static_cast<double>(n > 1 ? n - 1 : 1);
   slack_ = n == 1 && voxel == 0.0 ? flatSlack(box) : 1e-3 * voxel;
 }
 
-bool GridAxis::locate(float coordinate, double& position) const {
-  const double p = coordinate;
-  if (!(p >= min_ - slack_ && p <= max_ + slack_)) return false;
-  if (n_ == 1) {
-    position = 0.0;
-    return true;
-  }
-  const double last = static_cast<double>(n_ - 1);
+// Free of branches, so that compilers turn many of them into vector code.
+inline double GridAxis::positionOf(double p) const {
+  constexpr double outside = -1.0;
+  const bool isInside = (p >= min_ - slack_) & (p <= max_ + slack_);
   // Multiplied first, a voxel's own position comes out whole wherever single precision can name it.
-  const double t = (p - min_) * last / (max_ - min_);
-  if (!(t == t)) return false;
-  position = std::clamp(t, 0.0, last);
+  double t = (p - min_) * last_ / (max_ - min_);
+  const bool isNumber = t == t;
+  t = t < 0.0 ? 0.0 : t;
+  t = t > last_ ? last_ : t;
+  return isInside & isNumber ? t : outside;
+}
+
+bool GridAxis::locate(float coordinate, double& position) const {
+  double found;
+  locate(&coordinate, 1, &found);
+  if (found < 0.0) return false;
+  position = found;
   return true;
+}
+
+void GridAxis::locate(const float* coordinates, long n, double* positions) const {
+  if (n_ == 1) {
+    // One voxel has no length to divide by.
+    for (long i = 0; i < n; ++i)
+      positions[i] =
+          coordinates[i] >= min_ - slack_ && coordinates[i] <= max_ + slack_ ? 0.0 : -1.0;
+    return;
+  }
+  for (long i = 0; i < n; ++i) positions[i] = positionOf(coordinates[i]);
 }
 
 }  // namespace voxreg::detail

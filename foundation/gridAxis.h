@@ -14,12 +14,18 @@ class GridAxis {
   /// untouched, farther out, for NaN, and on an axis where the box has no inside.
   bool locate(float coordinate, double& position) const;
 
+  /// The same for `n` coordinates; a position of -1 stands for false.
+  void locate(const float* coordinates, long n, double* positions) const;
+
   long size() const { return n_; }
 
  private:
+  double positionOf(double coordinate) const;
+
   double min_;
   double max_;
   double slack_;
+  double last_;
   long n_;
 };
 

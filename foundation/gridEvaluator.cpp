@@ -1,20 +1,59 @@
 #include "foundation/gridEvaluator.h"
 
+#include <algorithm>
+#include <cmath>
+#include <type_traits>
+
 #include "foundation/gridAxis.h"
 #include "foundation/voxelTypes.h"
 
 namespace voxreg::detail {
 namespace {
 
+/// The two voxels around a position on one axis and their shares; the upper one is the lower once
+/// more, without a share, at the end of the axis.
+struct LinearCell {
+  long lower;
+  long upper;
+  double share[2];
+
+  LinearCell(double position, long n, long stride) {
+    const int below = static_cast<int>(position);
+    const double fraction = position - below;
+    lower = below * stride;
+    upper = below + 1 < n ? lower + stride : lower;
+    share[0] = 1.0 - fraction;
+    share[1] = fraction;
+  }
+};
+
+/// weightedSum of the linear rule for one data variable, in the same terms and the same order. Not
+/// finite where a voxel isn't, be it one without a share.
 template <class T>
+double trilinearSum(const T* voxels, int numDataVars, const GridAxis (&axes)[3],
+                    const double (&position)[3]) {
+  const long line = numDataVars * axes[0].size();
+  const LinearCell x(position[0], axes[0].size(), numDataVars);
+  const LinearCell y(position[1], axes[1].size(), line);
+  const LinearCell z(position[2], axes[2].size(), line * axes[1].size());
+  const auto lineSum = [&](long from) {
+    return x.share[0] * static_cast<double>(voxels[from + x.lower]) +
+           x.share[1] * static_cast<double>(voxels[from + x.upper]);
+  };
+  double sum = z.share[0] * y.share[0] * lineSum(z.lower + y.lower);
+  sum += z.share[0] * y.share[1] * lineSum(z.lower + y.upper);
+  sum += z.share[1] * y.share[0] * lineSum(z.upper + y.lower);
+  sum += z.share[1] * y.share[1] * lineSum(z.upper + y.upper);
+  return sum;
+}
+
+template <class T, TapRule rule>
 class GridEvaluator : public VlEvaluator {
  public:
-  GridEvaluator(const NmHandle<VlDataAccess>& access, const VoxelGrid& grid, const NmBox3f& box,
-                TapRule rule)
+  GridEvaluator(const NmHandle<VlDataAccess>& access, const VoxelGrid& grid, const NmBox3f& box)
       : access_(access),
         voxels_(static_cast<const T*>(access->dataPtr(0))),
         numDataVars_(grid.numDataVars),
-        rule_(rule),
         axes_{GridAxis(box, 0, grid.dims.x), GridAxis(box, 1, grid.dims.y),
               GridAxis(box, 2, grid.dims.z)} {}
 
@@ -22,22 +61,53 @@ class GridEvaluator : public VlEvaluator {
     double position[3];
     for (int axis = 0; axis < 3; ++axis)
       if (!axes_[axis].locate(point[axis], position[axis])) return false;
-    for (int axis = 0; axis < 3; ++axis) rule_(position[axis], axes_[axis].size(), taps_[axis]);
+    moveTo(position);
     return true;
   }
 
   void value(float* result) override {
-    if (result != nullptr) *result = sample(0);
+    if (result != nullptr) *result = weightedSum(0);
   }
 
   void values(float* results) override {
     if (results == nullptr) return;
     for (int variable = 0; variable < numDataVars_; ++variable)
-      results[variable] = sample(variable);
+      results[variable] = weightedSum(variable);
+  }
+
+  // The places of a portion of points are found first, axis by axis.
+  void sample(const float* x, const float* y, const float* z, long n, float outside,
+              float* results) override {
+    constexpr long portion = 64;
+    double places[3][portion];
+    for (long first = 0; first < n; first += portion) {
+      const long count = std::min(portion, n - first);
+      axes_[0].locate(x + first, count, places[0]);
+      axes_[1].locate(y + first, count, places[1]);
+      axes_[2].locate(z + first, count, places[2]);
+      for (long i = 0; i < count; ++i) {
+        const double position[3] = {places[0][i], places[1][i], places[2][i]};
+        const bool isInside = position[0] >= 0.0 && position[1] >= 0.0 && position[2] >= 0.0;
+        results[first + i] = isInside ? valueAt(position) : outside;
+      }
+    }
   }
 
  private:
-  float sample(int variable) const {
+  void moveTo(const double (&position)[3]) {
+    for (int axis = 0; axis < 3; ++axis) rule(position[axis], axes_[axis].size(), taps_[axis]);
+  }
+
+  float valueAt(const double (&position)[3]) {
+    if constexpr (rule == linearTaps) {
+      const double sum = trilinearSum(voxels_, numDataVars_, axes_, position);
+      if (std::is_integral_v<T> || std::isfinite(sum)) return static_cast<float>(sum);
+    }
+    moveTo(position);
+    return weightedSum(0);
+  }
+
+  float weightedSum(int variable) const {
     const auto& [x, y, z] = taps_;
     double sum = 0.0;
     for (int k = 0; k < z.count; ++k)
@@ -55,21 +125,28 @@ class GridEvaluator : public VlEvaluator {
   NmHandle<VlDataAccess> access_;
   const T* voxels_;
   int numDataVars_;
-  TapRule rule_;
   GridAxis axes_[3];
   AxisTaps taps_[3];
 };
+
+template <TapRule rule>
+NmHandle<VlEvaluator> makeEvaluator(const NmHandle<VlDataAccess>& access, const VoxelGrid& grid,
+                                    const NmBox3f& box) {
+  NmHandle<VlEvaluator> evaluator;
+  withVoxelType(grid.type,
+                [&]<class T>() { evaluator = new GridEvaluator<T, rule>(access, grid, box); });
+  return evaluator;
+}
 
 }  // namespace
 
 NmHandle<VlEvaluator> makeGridEvaluator(const NmHandle<VlDataAccess>& access, const VoxelGrid& grid,
                                         const NmBox3f& box, TapRule rule) {
-  NmHandle<VlEvaluator> evaluator;
   if (!access->isContiguous() || access->dataPtr(0) == nullptr || grid.numValues() < 1)
-    return evaluator;
-  withVoxelType(grid.type,
-                [&]<class T>() { evaluator = new GridEvaluator<T>(access, grid, box, rule); });
-  return evaluator;
+    return nullptr;
+  if (rule == linearTaps) return makeEvaluator<linearTaps>(access, grid, box);
+  if (rule == lanczosTaps) return makeEvaluator<lanczosTaps>(access, grid, box);
+  return makeEvaluator<nearestTap>(access, grid, box);
 }
 
 }  // namespace voxreg::detail

@@ -67,8 +67,10 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   unsigned int dimensionMode;  ///< for orientation 3: 0 takes the shortest axis, 2 a stack along z
   NmMat4f matrix;              ///< start and result of an affine run
   RegNonAffineTransform::NonAffineTransformDescriptor nonAffineResult;  ///< of a non-affine run
-  NmVec4i affineStages;      ///< which of 3, 6, 7 and 12 degrees of freedom to run
-  NmVec3i nonAffineStages;   ///< grids as x*10000 + y*100 + z; below 13 an affine stage, 0 none
+  NmVec4i affineStages;  ///< which of 3, 6, 7 and 12 degrees of freedom to run
+  /// Grids as x*10000 + y*100 + z, 1 to 99 bricks an axis, of which the transform takes 32 at most;
+  /// below 13 an affine stage, 0 none.
+  NmVec3i nonAffineStages;
   double finalMetric = 0.0;  ///< value at which the last search ended
 
   /// Stores the values and copies the handles; nothing is checked before compute.
@@ -224,12 +226,13 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   bool runLevels();
   void startGradientLevel(int gradientLevelsBefore);
   void search(float maxStep, float minStep);
-  void showStage(int level, int numLevels);
+  void showStage(int level, int numLevels, int degreesOfFreedom);
   int currentStage() const;
   void leaveStage();
-  bool prepareStage(int stage, bool runNonAffine, RegFunctional* functional);
-  bool prepareAffineStage(int degreesOfFreedom, RegFunctional* functional);
-  bool prepareNonAffineStage(int code, RegFunctional* functional);
+  /// Degrees of freedom of a stage that is ready to be searched; 0 where it is passed over.
+  int prepareStage(int stage, bool runNonAffine, RegFunctional* functional);
+  int prepareAffineStage(int degreesOfFreedom, RegFunctional* functional);
+  int prepareNonAffineStage(int code, RegFunctional* functional);
   void replaceTransform(bool nonAffine, const NmVec3i& numBricks, RegFunctional* functional);
 
   bool transformIsStale_ = false;  ///< `transform` is where an exception broke a run off

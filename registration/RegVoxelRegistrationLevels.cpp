@@ -74,8 +74,9 @@ bool RegVoxelRegistration::doResolution(int level, int numLevels, int ignoreFine
   const bool isFinest = level == numLevels - 1;
   const bool isLastRun = ignoreFinest != 0 && level == numLevels - 1 - ignoreFinest;
   for (int stage = currentStage(); stage >= 0; stage = currentStage()) {
-    if (prepareStage(stage, isFinest || isLastRun, functional)) {
-      showStage(level + 1, numLevels - ignoreFinest);
+    const int freedoms = prepareStage(stage, isFinest || isLastRun, functional);
+    if (freedoms > 0) {
+      showStage(level + 1, numLevels - ignoreFinest, freedoms);
       search(maxStep, minStep);
       if (progress != nullptr && progress->wasInterrupted()) {
         if (optimizer != nullptr) optimizer->setFunctional(nullptr);
@@ -95,37 +96,39 @@ void RegVoxelRegistration::search(float maxStep, float minStep) {
   applyParameters(transform);
 }
 
-void RegVoxelRegistration::showStage(int level, int numLevels) {
+void RegVoxelRegistration::showStage(int level, int numLevels, int degreesOfFreedom) {
   if (progress == nullptr) return;
   const NmString caption(0, "Registering at resolution level %d out of %d (DOF = %d)", level,
-                         numLevels, transform->getVariableParamVectorDim());
+                         numLevels, degreesOfFreedom);
   progress->setProgressInfo(caption.data);
 }
 
-bool RegVoxelRegistration::prepareStage(int stage, bool runNonAffine, RegFunctional* functional) {
+int RegVoxelRegistration::prepareStage(int stage, bool runNonAffine, RegFunctional* functional) {
   if (!voxreg::detail::isGridCode(stage)) return prepareAffineStage(stage, functional);
-  return runNonAffine && prepareNonAffineStage(stage, functional);
+  return runNonAffine ? prepareNonAffineStage(stage, functional) : 0;
 }
 
-bool RegVoxelRegistration::prepareAffineStage(int degreesOfFreedom, RegFunctional* functional) {
+int RegVoxelRegistration::prepareAffineStage(int degreesOfFreedom, RegFunctional* functional) {
   if (dynamic_cast<RegAffineTransform*>(transform) == nullptr)
     replaceTransform(false, NmVec3i(), functional);
   auto* const affine = dynamic_cast<RegAffineTransform*>(transform);
-  if (affine == nullptr) return false;
+  if (affine == nullptr) return 0;
   affine->setDegreesOfFreedom(degreesOfFreedom);
-  return true;
+  return degreesOfFreedom;
 }
 
 // A transform without vertices, which only a start box at the limits of float leaves, has nothing
-// to search.
-bool RegVoxelRegistration::prepareNonAffineStage(int code, RegFunctional* functional) {
+// to search. A present transform limits the counts of the stage in place; a new one keeps its limit
+// to itself.
+int RegVoxelRegistration::prepareNonAffineStage(int code, RegFunctional* functional) {
   NmVec3i numBricks = voxreg::detail::gridOfCode(code);
   if (auto* const present = dynamic_cast<RegNonAffineTransform*>(transform))
     present->setNumBricks(numBricks);
   else
     replaceTransform(true, numBricks, functional);
   auto* const nonAffine = dynamic_cast<RegNonAffineTransform*>(transform);
-  return nonAffine != nullptr && nonAffine->hasVertices();
+  if (nonAffine == nullptr || !nonAffine->hasVertices()) return 0;
+  return voxreg::detail::freedomsOfGrid(numBricks);
 }
 
 void RegVoxelRegistration::replaceTransform(bool nonAffine, const NmVec3i& numBricks,

@@ -25,10 +25,10 @@ bool isStep(float step) {
   return step > 0.0f && std::isfinite(step);
 }
 
-/// True for 1 to 32 bricks on each axis.
+/// True for 1 to 99 bricks on each axis, of which the transform takes 32 at most.
 bool isGrid(const NmVec3i& bricks) {
   for (int axis = 0; axis < 3; ++axis)
-    if (bricks[axis] < 1 || bricks[axis] > 32) return false;
+    if (bricks[axis] < 1 || bricks[axis] > voxreg::detail::largestCodedCount) return false;
   return true;
 }
 

@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "foundation/NmException.h"
-#include "foundation/VlMemoryData.h"
+#include "resampling/memoryVolume.h"
 #include "resampling/zoomShape.h"
 
 namespace {
@@ -84,15 +84,8 @@ bool RegResampler::doResample(VlData* source, NmHandle<VlData>& result, const Nm
 
 NmHandle<VlData> RegResampler::createVlData(int* dims, NmPrimType primType, int numDataVars) {
   if (dims == nullptr) return nullptr;
-  try {
-    const VlMeta meta(false, true);
-    const NmHandle<VlMemoryData> volume = new VlMemoryData(&meta);
-    const NmVec3l size(dims[0], dims[1], dims[2]);
-    if (volume->init(size, primType, numDataVars, true, true, true).isOk()) return volume;
-  } catch (const NmMemoryException&) {
-    return nullptr;
-  }
-  return nullptr;
+  const NmVec3l size(dims[0], dims[1], dims[2]);
+  return voxreg::detail::makeMemoryVolume(size, primType, numDataVars);
 }
 
 void RegResampler::setUniformCoords(VlData* target, const VlData* source, const float* newDims) {

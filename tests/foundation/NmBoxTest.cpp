@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -29,6 +30,17 @@ TEST(NmBox, VolumeIsThatOfTheExtents) {
 
 TEST(NmBox, VoxelSizeOfAFlatAxisIsItsExtent) {
   EXPECT_EQ(NmBox3f(0, 9, -2, 2, 1, 4).getVoxelSize({10, 5, 1}), NmVec3f(1, 1, 3));
+}
+
+TEST(NmBox, EmptyBoxesAreEqualAndOthersByTheirValues) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const NmBox3f box(0, 1, 2, 3, 4, 5);
+  EXPECT_EQ(box, NmBox3f(-0.0f, 1, 2, 3, 4, 5));
+  EXPECT_NE(box, NmBox3f(0, 1, 2, 3, 4, std::nextafter(5.0f, 6.0f)));
+  EXPECT_NE(box, NmBox3f(0, 1, 2, 3, 4, 3));
+  EXPECT_EQ(NmBox3f(), NmBox3f(7, 6, nan, 0, 0, 1));
+  const NmBox3f unknown(0, 1, 0, nan, 0, 1);
+  EXPECT_NE(unknown, NmBox3f(unknown));
 }
 
 }  // namespace

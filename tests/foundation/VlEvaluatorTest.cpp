@@ -7,6 +7,7 @@
 #include <limits>
 #include <numbers>
 #include <random>
+#include <type_traits>
 #include <vector>
 
 #include "tests/support/LogCapture.h"
@@ -110,6 +111,70 @@ TEST(VlEvaluator, VoxelPositionsGiveTheVoxel) {
       EXPECT_EQ(value, voxels[x]) << kind;
     }
   }
+}
+
+/// Goes one point at a time, whatever the sampler behind it has of its own.
+class PointByPoint : public VlEvaluator {
+ public:
+  explicit PointByPoint(const NmHandle<VlEvaluator>& inner) : inner_(inner) {}
+  bool setLocation(const NmVec3f& point) override { return inner_->setLocation(point); }
+  void value(float* result) override { inner_->value(result); }
+  void values(float* results) override { inner_->values(results); }
+
+ private:
+  NmHandle<VlEvaluator> inner_;
+};
+
+/// Points within and around the box, at voxels and between them, and such as are no points.
+std::vector<float> coordinatesAround(int axis, long count, unsigned seed) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<float> place(-0.2f, 1.2f);
+  const float odd[] = {std::nanf(""), std::numeric_limits<float>::infinity(), -3e38f};
+  std::vector<float> coordinates;
+  for (long i = 0; i < count; ++i) {
+    float share = place(random);
+    if (i % 3 == 0) share = std::round(share * 12.0f) / 12.0f;
+    coordinates.push_back(i % 41 == 0 ? odd[random() % 3]
+                                      : box.min(axis) + share * (box.max(axis) - box.min(axis)));
+  }
+  return coordinates;
+}
+
+template <class T>
+void compareManyWithSingle(int type) {
+  std::mt19937 random(5);
+  std::vector<T> voxels;
+  for (long i = 0; i < n[0] * n[1] * n[2] * 2; ++i) voxels.push_back(static_cast<T>(random()));
+  if constexpr (std::is_floating_point_v<T>) {
+    voxels[40] = std::numeric_limits<T>::quiet_NaN();
+    voxels[100] = -std::numeric_limits<T>::infinity();
+    voxels[102] = std::numeric_limits<T>::max();
+  }
+  const NmHandle<VlMemoryData> volume = wrapVolume({n[0], n[1], n[2]}, type, 2, voxels.data());
+  volume->setBoundingBox(box);
+  constexpr long count = 3001;
+  const auto x = coordinatesAround(0, count, 1);
+  const auto y = coordinatesAround(1, count, 2);
+  const auto z = coordinatesAround(2, count, 3);
+  for (int kind = 0; kind < 3; ++kind) {
+    const NmHandle<VlEvaluator> evaluator = evaluatorOf(volume, kind);
+    std::vector<float> many(count), single(count);
+    evaluator->sample(x.data(), y.data(), z.data(), count, 7.5f, many.data());
+    PointByPoint(evaluator).sample(x.data(), y.data(), z.data(), count, 7.5f, single.data());
+    for (std::size_t i = 0; i < many.size(); ++i)
+      EXPECT_TRUE(many[i] == single[i] || (std::isnan(many[i]) && std::isnan(single[i])))
+          << type << kind << " " << many[i] << " " << single[i];
+    EXPECT_GT(std::count(many.begin(), many.end(), 7.5f), count / 4);
+  }
+}
+
+TEST(VlEvaluator, ManyPointsGiveTheBitsOfSingleOnes) {
+  compareManyWithSingle<unsigned char>(0);
+  compareManyWithSingle<short>(1);
+  compareManyWithSingle<int>(2);
+  compareManyWithSingle<float>(3);
+  compareManyWithSingle<double>(4);
+  compareManyWithSingle<unsigned short>(7);
 }
 
 TEST(VlEvaluator, LanczosKeepsAConstantAtTheBorders) {

@@ -14,6 +14,7 @@
 #include "metrics/RegMeanSquaredDifference.h"
 #include "metrics/RegNormMutualInformation.h"
 #include "metrics/RegSimpleMutualInformation.h"
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/volumes.h"
 #include "transforms/RegAffineTransform.h"
@@ -287,6 +288,21 @@ TEST(Gradient, AnInterruptionAtAnyPollGivesZeroAndLeavesNoTrace) {
         EXPECT_EQ(copyOf(grid->coefficients), coefficients) << limit;
       }
     }
+  }
+}
+
+// A walk takes one block for the rows that it works on: six trials and the box at each vertex.
+TEST(Gradient, KeepsNothingAndAllocatesOncePerWalk) {
+  if (!FailingAllocation::isServed()) GTEST_SKIP() << "the library's allocations are its own";
+  Scene s;
+  s.useGrid({5, 5, 5}, normalisedInformation);
+  NmDVector<double> g = s.gradient(1.0f, 0);
+  const long live = FailingAllocation::liveBlocks();
+  for (int call = 0; call < 3; ++call) {
+    const long before = FailingAllocation::allocations();
+    s.functional->evaluateGradient(g, 1.0f, 0, nullptr);
+    EXPECT_LE(FailingAllocation::allocations() - before, 7 * 6 * 6 * 6 + 10);
+    EXPECT_EQ(FailingAllocation::liveBlocks(), live);
   }
 }
 

@@ -119,6 +119,28 @@ TEST(DoResolution, RunsGridsOnTheLastLevelOfARunOnly) {
   }
 }
 
+// The caption of a new transform tells what was asked for.
+TEST(DoResolution, LimitsAGridToWhatATransformHolds) {
+  Settings settings;
+  settings.affineStages = NmVec4i();
+  settings.nonAffineStages = NmVec3i(330101, 19902, 400101);
+  RecordingProgress progress;
+  settings.progress = &progress;
+  Level level(settings);
+  EXPECT_TRUE(level.run(0, 1, 0));
+  ASSERT_EQ(level.optimizer->runs.size(), 3u);
+  const int held[] = {3 * 33 * 2 * 2, 3 * 2 * 33 * 3, 3 * 33 * 2 * 2};
+  const int told[] = {3 * 34 * 2 * 2, held[1], held[2]};
+  std::vector<std::string> captions;
+  for (const std::string& call : progress.calls)
+    if (call.find("DOF") != std::string::npos) captions.push_back(call);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(level.optimizer->runs[i].parameters, held[i]);
+    EXPECT_EQ(captions[i],
+              "Registering at resolution level 1 out of 1 (DOF = " + std::to_string(told[i]) + ")");
+  }
+}
+
 TEST(DoResolution, SkipsAGridThatHasNoVertices) {
   Settings settings;
   settings.affineStages = NmVec4i();

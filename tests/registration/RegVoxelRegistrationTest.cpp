@@ -128,7 +128,7 @@ TEST(Compute, RefusesWhatItCanNotRunWithOneErrorLine) {
     refused("largest step", [&](Settings& s) { s.stepRange.x = step; });
     refused("smallest step", [&](Settings& s) { s.stepRange.y = step; });
   }
-  for (const int code : {13, 404, 40004, 10100, 330101, 13301, 10133, 2147483647})
+  for (const int code : {13, 404, 40004, 10100, 1000101, 2147483647})
     refused("grid", [&](Settings& s) {
       s.affineStages = NmVec4i();
       s.nonAffineStages = NmVec3i(10101, code, 0);

@@ -10,8 +10,10 @@ namespace {
 thread_local long remaining = 0;
 thread_local bool failed = false;
 thread_local long live = 0;
+thread_local long made = 0;
 
 bool isDue() {
+  ++made;
   if (remaining == 0 || --remaining > 0) return false;
   failed = true;
   return true;
@@ -67,6 +69,10 @@ bool FailingAllocation::hasFailed() const {
 
 long FailingAllocation::liveBlocks() {
   return live;
+}
+
+long FailingAllocation::allocations() {
+  return made;
 }
 
 bool FailingAllocation::isServed() {

@@ -14,6 +14,9 @@ class FailingAllocation {
   /// Blocks that this thread has allocated less those that it has freed.
   static long liveBlocks();
 
+  /// Requests for memory that this thread has made, those that moved a block included.
+  static long allocations();
+
   /// False where the library's allocations can't be reached.
   static bool isServed();
 };

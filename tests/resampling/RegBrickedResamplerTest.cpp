@@ -1,0 +1,425 @@
+#include "resampling/RegBrickedResampler.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "foundation/NmProgressInterface.h"
+#include "resampling/RegVoxelEvaluator.h"
+#include "tests/resampling/naiveBricks.h"
+#include "tests/resampling/volumeValues.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/support/LogCapture.h"
+
+using naiveBricks::Scene;
+
+namespace {
+
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float inf = std::numeric_limits<float>::infinity();
+
+/// Displaced nodes; the map leaves the model on all sides, and nodes of no number are among them.
+Scene irregularScene() {
+  Scene s;
+  s.dims = {37, 9, 8};
+  s.voxelBox = {-4.3f, 31.7f, 10.0f, 27.1f, 0.5f, 7.3f};
+  s.gridBox = {-1.1f, 40.0f, 12.7f, 23.3f, 0.5f, 7.3f};
+  s.gridDims = {6, 3, 4};
+  std::mt19937 random(3);
+  std::uniform_real_distribution<float> shift(-2.5f, 2.5f);
+  for (int k = 0; k < s.gridDims.z; ++k)
+    for (int j = 0; j < s.gridDims.y; ++j)
+      for (int i = 0; i < s.gridDims.x; ++i) {
+        const NmVec3f node(-2.0f + 8.0f * static_cast<float>(i) + shift(random),
+                           12.0f + 5.5f * static_cast<float>(j) + shift(random),
+                           2.2f * static_cast<float>(k) + shift(random));
+        s.nodes.insert(s.nodes.size, 1, &node);
+      }
+  s.nodes[40].y = nan;
+  s.nodes[60].z = inf;
+  return s;
+}
+
+template <class T>
+NmHandle<VlData> modelOf(std::vector<T>& voxels, NmPrimType type) {
+  constexpr long n[3] = {21, 13, 9};
+  std::mt19937 random(8);
+  for (long i = 0; i < n[0] * n[1] * n[2]; ++i)
+    voxels.push_back(std::is_floating_point_v<T> ? static_cast<T>(random()) / T(7)
+                                                 : static_cast<T>(random()));
+  if constexpr (std::is_floating_point_v<T>) {
+    voxels[700] = static_cast<T>(nan);
+    voxels[900] = std::numeric_limits<T>::infinity();
+  } else {
+    voxels[700] = voxels[701] = std::numeric_limits<T>::max();
+  }
+  NmHandle<VlData> model = wrapVolume({n[0], n[1], n[2]}, type, 1, voxels.data());
+  model->setBoundingBox({-2.0f, 33.0f, 9.0f, 25.0f, 0.0f, 6.5f});
+  return model;
+}
+
+NmHandle<VlData> referenceOf(const Scene& s, NmPrimType type) {
+  NmHandle<VlData> reference = makeVolume({s.dims.x, s.dims.y, s.dims.z}, type);
+  reference->setBoundingBox(s.voxelBox);
+  return reference;
+}
+
+NmHandle<VlMemoryData> run(Scene& s, VlData* reference, VlData* model,
+                           RegResampler::FilterType filter = RegResampler::Triangle,
+                           bool zeroBackground = true, NmProgressInterface* progress = nullptr,
+                           int threads = 1) {
+  return RegBrickedResampler().doResampling(reference, model, s.gridBox, s.nodes, s.gridDims,
+                                            filter, threads, zeroBackground, s.clampToGrid,
+                                            s.clampToModel, progress);
+}
+
+template <class T>
+void expectSameVoxels(VlData& result, const std::vector<T>& expected, const std::string& label) {
+  const NmHandle<VlDataAccess> access = result.lock(false);
+  const T* const voxels = static_cast<const T*>(access->dataPtr(0));
+  long different = 0;
+  for (std::size_t i = 0; i < expected.size(); ++i)
+    if (!(voxels[i] == expected[i] || (voxels[i] != voxels[i] && expected[i] != expected[i])))
+      ++different;
+  EXPECT_EQ(different, 0) << label << " of " << expected.size();
+}
+
+template <class T>
+void compareWithNaive(NmPrimType type, Scene& s) {
+  std::vector<T> voxels;
+  const NmHandle<VlData> model = modelOf(voxels, type);
+  const NmHandle<VlData> reference = referenceOf(s, type);
+  float least = 0.0f, most = 0.0f;
+  model->range(least, most, true);
+  for (const auto filter : {RegResampler::Lanczos3, RegResampler::LanczosTest})
+    for (int flags = 0; flags < 8; ++flags) {
+      s.clampToGrid = (flags & 1) != 0;
+      s.clampToModel = (flags & 2) != 0;
+      const bool zeroBackground = (flags & 4) != 0;
+      const NmHandle<VlEvaluator> evaluator = filter == RegResampler::Lanczos3
+                                                  ? model->createEvaluatorLanczos()
+                                                  : model->createEvaluator(VlData::Trilinear);
+      const NmHandle<VlMemoryData> result = run(s, reference, model, filter, zeroBackground);
+      ASSERT_NE(result, nullptr);
+      NmBox3f box;
+      result->boundingBox(box);
+      EXPECT_EQ(box, s.voxelBox);
+      EXPECT_EQ(result->primType(), type);
+      expectSameVoxels(
+          *result, naiveBricks::resample<T>(s, *model, *evaluator, zeroBackground ? 0.0f : least),
+          "type " + std::to_string(type) + " filter " + std::to_string(filter) + " flags " +
+              std::to_string(flags));
+    }
+}
+
+void compareAllTypes(Scene s) {
+  const LogCapture log;
+  compareWithNaive<unsigned char>(NmPrimType::UnsignedChar, s);
+  compareWithNaive<short>(NmPrimType::Short, s);
+  compareWithNaive<int>(NmPrimType::Int, s);
+  compareWithNaive<float>(NmPrimType::Float, s);
+  compareWithNaive<double>(NmPrimType::Double, s);
+  compareWithNaive<unsigned short>(NmPrimType::UnsignedShort, s);
+}
+
+TEST(BrickedResampling, EqualsTheNaiveWalk) {
+  compareAllTypes(irregularScene());
+}
+
+TEST(BrickedResampling, EqualsTheNaiveWalkWithBoxesOfAllKinds) {
+  Scene s = irregularScene();
+  s.dims = {5, 1, 70};
+  s.voxelBox = {31.0f, -2.0f, 20.0f, 20.0f, 9.0f, -3.0f};  // two axes the wrong way round
+  compareAllTypes(s);
+  s.gridBox = {-1.1f, 40.0f, 12.7f, inf, 0.5f, 7.3f};
+  compareAllTypes(s);
+}
+
+TEST(BrickedResampling, NodesOnTheirOwnPlacesAreTheIdentity) {
+  const LogCapture log;
+  Scene s;
+  s.dims = {9, 5, 7};
+  s.voxelBox = s.gridBox = {0, 8, -2, 2, 1, 4};
+  s.gridDims = {3, 2, 4};
+  for (int i = 0; i < 24; ++i) {
+    const NmVec3f node(4.0f * static_cast<float>(i % 3),
+                       -2.0f + 4.0f * static_cast<float>(i / 3 % 2),
+                       1.0f + static_cast<float>(i / 6));
+    s.nodes.insert(s.nodes.size, 1, &node);
+  }
+  std::vector<float> values = generate(315, [](long i) { return i * i % 1009; });
+  const NmHandle<VlData> volume = volumeOf({9, 5, 7}, NmPrimType::UnsignedShort, 1, values);
+  volume->setBoundingBox(s.voxelBox);
+  for (const auto filter : {RegResampler::Lanczos3, RegResampler::Box}) {
+    const NmHandle<VlMemoryData> result = run(s, volume, volume, filter);
+    EXPECT_EQ(valuesOf(*result), values);
+  }
+  EXPECT_EQ(log.lines.size(), 2u);
+  EXPECT_EQ(log.lines[0].substr(0, 23), "bricked resampling took");
+  // A voxel beside the grid keeps its distance: the half grid maps what lies beyond it as well.
+  s.gridBox.xmax = 4.0f;
+  for (long i = 0; i < s.nodes.size; ++i) s.nodes[i].x /= 2.0f;
+  s.clampToGrid = true;
+  EXPECT_EQ(valuesOf(*run(s, volume, volume)), values);
+  s.clampToGrid = false;
+  EXPECT_EQ(valuesOf(*run(s, volume, volume))[5], 0.0f);
+}
+
+TEST(BrickedResampling, RefusesInSilence) {
+  Scene s = irregularScene();
+  const NmHandle<VlData> reference = referenceOf(s, NmPrimType::Short);
+  const NmHandle<VlData> model = makeVolume({4, 4, 4}, NmPrimType::Short);
+  const auto refuses = [&](const Scene& changed) {
+    Scene copy = changed;
+    return run(copy, reference, model) == nullptr;
+  };
+  {
+    const LogCapture log;
+    EXPECT_FALSE(refuses(s));
+    EXPECT_EQ(log.lines.size(), 1u);
+  }
+  const LogCapture log;
+  EXPECT_EQ(run(s, nullptr, model), nullptr);
+  EXPECT_EQ(run(s, reference, nullptr), nullptr);
+  EXPECT_EQ(run(s, reference, makeVolume({4, 4, 4}, NmPrimType::UnsignedShort)), nullptr);
+  EXPECT_EQ(run(s, reference, makeVolume({4, 4, 4}, NmPrimType::Short, 2)), nullptr);
+  EXPECT_EQ(run(s, makeVolume({4, 4, 4}, NmPrimType::Short, 2), model), nullptr);
+  for (int axis = 0; axis < 3; ++axis)
+    for (const int count : {1, 0, -6, 65536}) {
+      Scene changed = s;
+      changed.gridDims[axis] = count;
+      EXPECT_TRUE(refuses(changed));
+      changed.gridDims = {65536, 65536, 65536};
+      changed.nodes.resize(0);
+      EXPECT_TRUE(refuses(changed));
+    }
+  Scene longer = s;
+  longer.nodes.insert(0, 1, s.nodes.data);
+  EXPECT_TRUE(refuses(longer));
+  for (const float max : {-1.1f, -5.0f, nan}) {
+    Scene changed = s;
+    changed.gridBox.xmax = max;
+    EXPECT_TRUE(refuses(changed));
+  }
+  EXPECT_TRUE(log.lines.empty() && log.errors.empty());
+  EXPECT_TRUE(isUnlocked(reference) && isUnlocked(model));
+  const NmHandle<VlDataAccess> held = model->lock(true);
+  EXPECT_EQ(run(s, reference, model), nullptr);
+}
+
+TEST(BrickedResampling, IntegersSaturateAtTheBackground) {
+  const LogCapture log;
+  Scene s = irregularScene();
+  std::vector<int> voxels(8, 2147483647);
+  const NmHandle<VlData> model = wrapVolume({2, 2, 2}, NmPrimType::Int, 1, voxels.data());
+  const auto result = run(s, referenceOf(s, NmPrimType::Int), model, RegResampler::Box, false);
+  EXPECT_EQ(*static_cast<int*>(result->lock(false)->dataPtr(0)), 2147483647);
+}
+
+/// Interrupts at slices of the test's choice.
+class SliceProgress : public NmProgressInterface {
+ public:
+  std::vector<int> values;
+  int interruptAt = -1;
+
+  void startWorking(int, const std::string&) override { ADD_FAILURE(); }
+  void stopWorking() override { ADD_FAILURE(); }
+  void setProgressValue(int value) override { values.push_back(value); }
+  bool wasInterrupted() override { return values.back() == interruptAt; }
+};
+
+TEST(BrickedResampling, SkipsInterruptedSlicesAndGoesOn) {
+  const LogCapture log;
+  Scene s = irregularScene();
+  s.clampToGrid = s.clampToModel = true;
+  s.nodes[40].y = s.nodes[60].z = 1.0f;
+  std::vector<float> ones(27, 1.0f);
+  const NmHandle<VlData> model = wrapVolume({3, 3, 3}, NmPrimType::Float, 1, ones.data());
+  SliceProgress progress;
+  progress.interruptAt = 38;
+  const auto result =
+      run(s, referenceOf(s, NmPrimType::Float), model, RegResampler::Box, true, &progress, -3);
+  EXPECT_EQ(progress.values, (std::vector<int>{13, 25, 38, 50, 63, 75, 88, 100}));
+  const std::vector<float> values = valuesOf(*result);
+  for (std::size_t i = 0; i < values.size(); ++i)
+    ASSERT_EQ(values[i], i / (37 * 9) == 2 ? 0.0f : 1.0f) << i;
+  EXPECT_EQ(log.lines.size(), 1u);
+}
+
+TEST(BrickedResampling, EndsCleanWhereverMemoryRunsOut) {
+  if (!FailingAllocation::isServed()) GTEST_SKIP();
+  const LogCapture log;
+  Scene s = irregularScene();
+  const NmHandle<VlData> reference = referenceOf(s, NmPrimType::Short);
+  const NmHandle<VlData> model = makeVolume({4, 4, 4}, NmPrimType::Short);
+  model->lock(false);  // keeps the room in which it notes its readers
+  bool hasFailed = true;
+  long k = 1;
+  for (; hasFailed && k < 1000; ++k) {
+    const long before = FailingAllocation::liveBlocks();
+    {
+      NmHandle<VlMemoryData> result;
+      {
+        const FailingAllocation shortage(k);
+        result = run(s, reference, model, RegResampler::Lanczos3, false);
+        hasFailed = shortage.hasFailed();
+      }
+      EXPECT_EQ(result == nullptr, hasFailed) << k;
+    }
+    EXPECT_EQ(FailingAllocation::liveBlocks(), before) << k;
+    EXPECT_TRUE(isUnlocked(model) && isUnlocked(reference)) << k;
+  }
+  EXPECT_GT(k, 15);
+}
+
+/// Counts what it is asked, and knows only one value.
+class CountingEvaluator : public VlEvaluator {
+ public:
+  std::vector<NmVec3f> asked;
+
+  bool setLocation(const NmVec3f& point) override {
+    asked.push_back(point);
+    return true;
+  }
+  void value(float* result) override { *result = 3.5f; }
+  void values(float* results) override { *results = 3.5f; }
+};
+
+/// The arguments of the typed worker for four voxels in a row, of which the first lies beside a
+/// grid that maps (x, y, z) to (z, x, y).
+struct Worker {
+  NmVec3i dims{4, 1, 1};
+  NmBox3f voxelBox{0, 3, 0, 1, 0, 1};
+  NmBox3f gridBox{1, 3, 0, 1, 0, 1};
+  NmVec3i gridDims{2, 2, 2};
+  NmDArray<NmVec3f> nodes;
+  NmDArray<int> indices[3];
+  NmDArray<float> weights[3];
+  NmDArray<NmHandle<VlEvaluator>> evaluators;
+  NmMat4f matrix;
+  NmBox3f modelBox{0, 1, 0, 2.5f, 0, 1};
+  CountingEvaluator* evaluator = new CountingEvaluator;
+
+  Worker() {
+    for (int i = 0; i < 8; ++i) {
+      const NmVec3f node(static_cast<float>(i / 4), 1.0f + 2.0f * static_cast<float>(i % 2),
+                         static_cast<float>(i / 2 % 2));
+      nodes.insert(i, 1, &node);
+    }
+    RegBrickedResampler::getIndicesAndWeights(dims, voxelBox, gridBox, gridDims, false, indices[0],
+                                              weights[0], indices[1], weights[1], indices[2],
+                                              weights[2]);
+    const NmHandle<VlEvaluator> handle = evaluator;
+    evaluators.insert(0, 1, &handle);
+  }
+
+  template <class T>
+  std::vector<T> run(bool isInteger, T lowest, T highest, bool clampToModel = false) {
+    std::vector<T> output(4, T(77));
+    brickedResampling<T>(output.data(), dims, voxelBox, 1, -9.0f, false, clampToModel, evaluators,
+                         gridDims, gridBox, nodes, indices[0], weights[0], indices[1], weights[1],
+                         indices[2], weights[2], matrix, modelBox, isInteger, lowest, highest,
+                         nullptr);
+    return output;
+  }
+};
+
+TEST(BrickedResamplingWorker, AsksForMappedPositionsOnly) {
+  Worker worker;
+  worker.matrix.m[3][1] = 0.25f;
+  EXPECT_EQ(worker.run<float>(false, 0, 0, true), (std::vector<float>{-9.0f, 3.5f, 3.5f, 3.5f}));
+  EXPECT_EQ(worker.evaluator->asked,
+            (std::vector<NmVec3f>{{0, 1.25f, 0}, {0, 2.25f, 0}, {0, 2.5f, 0}}));
+}
+
+TEST(BrickedResamplingWorker, RoundsAndLimitsIntegersOnly) {
+  Worker worker;
+  EXPECT_EQ(worker.run<short>(true, -5, 3), (std::vector<short>{-5, 3, 3, 3}));
+  EXPECT_EQ(worker.run<int>(true, -100, 100), (std::vector<int>{-9, 4, 4, 4}));
+  EXPECT_EQ(worker.run<int>(false, -5, 3), (std::vector<int>{-9, 3, 3, 3}));
+  EXPECT_EQ(worker.run<double>(true, -5, 100), (std::vector<double>{-5, 4, 4, 4}));
+  EXPECT_EQ(worker.run<double>(false, -5, 3), (std::vector<double>{-9, 3.5, 3.5, 3.5}));
+  using Bytes = std::vector<unsigned char>;
+  EXPECT_EQ(worker.run<unsigned char>(false, 1, 2), (Bytes{0, 3, 3, 3}));
+}
+
+TEST(BrickedResamplingWorker, ArraysThatDoNotFitChangeNothing) {
+  const auto changesNothing = [](auto&& spoil) {
+    Worker worker;
+    spoil(worker);
+    return worker.run<int>(true, -100, 100) == std::vector<int>(4, 77);
+  };
+  EXPECT_FALSE(changesNothing([](Worker&) {}));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.indices[0].resize(3); }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.weights[2].resize(0); }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.indices[0][1] = 1; }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.indices[1][0] = 1; }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.indices[2][0] = -2; }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.nodes.resize(7); }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.gridDims = {4, 2, 1}; }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.dims.y = -1; }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.evaluators[0] = nullptr; }));
+  EXPECT_TRUE(changesNothing([](Worker& w) { w.evaluators.resize(0); }));
+}
+
+/// Indices and weights of 5 voxels at 0, 1, 2, 3, 4 on the x axis.
+std::vector<std::pair<int, float>> lookups(float gridMin, float gridMax, const NmVec3i& gridDims,
+                                           bool clampToGrid, int axis = 0) {
+  NmDArray<int> indices[3];
+  NmDArray<float> weights[3];
+  RegBrickedResampler::getIndicesAndWeights({5, 5, 5}, {0, 4, 0, 4, 0, 4},
+                                            {gridMin, gridMax, gridMin, gridMax, gridMin, gridMax},
+                                            gridDims, clampToGrid, indices[0], weights[0],
+                                            indices[1], weights[1], indices[2], weights[2]);
+  std::vector<std::pair<int, float>> found;
+  for (long i = 0; i < indices[axis].size; ++i)
+    found.emplace_back(indices[axis][i], weights[axis][i]);
+  return found;
+}
+
+TEST(GetIndicesAndWeights, FindTheNodeBelowAndTheShareOfTheOneAbove) {
+  using Found = std::vector<std::pair<int, float>>;
+  const std::pair<int, float> none(-1, 0.0f);
+  // Nodes at 1, 2.25 and 3.5, later at 0, 1, 2, 3 and 4.
+  EXPECT_EQ(lookups(1, 3.5f, {3, 4, 5}, false),
+            (Found{none, {0, 0.0f}, {0, 0.8f}, {1, 0.6f}, none}));
+  EXPECT_EQ(lookups(1, 3.5f, {3, 4, 5}, true),
+            (Found{{0, 0.0f}, {0, 0.0f}, {0, 0.8f}, {1, 0.6f}, {1, 1.0f}}));
+  EXPECT_EQ(lookups(0, 4, {3, 4, 5}, false, 2),
+            (Found{{0, 0.0f}, {0, 1.0f}, {12, 1.0f}, {24, 1.0f}, {36, 1.0f}}));
+  EXPECT_EQ(lookups(0, 4, {2, 3, 3}, false, 1)[3], std::make_pair(2, 0.5f));
+  const Found allNone(5, none);
+  EXPECT_EQ(lookups(0, 4, {1, 4, 5}, true), allNone);
+  EXPECT_EQ(lookups(0, 4, {-7, 4, 5}, true, 2), allNone);
+  EXPECT_EQ(lookups(0, 4, {65536, 65536, 4}, true, 2), allNone);
+  EXPECT_EQ(lookups(nan, 4, {3, 4, 5}, false), allNone);
+  EXPECT_EQ(lookups(4, 0, {3, 4, 5}, false), allNone);
+  for (const auto& [index, weight] : lookups(nan, 4, {3, 4, 5}, true)) EXPECT_EQ(index, 1);
+}
+
+TEST(VoxelEvaluator, OnlyLanczos3IsLanczos) {
+  std::vector<float> values = generate(64, [](long i) { return i * i % 37; });
+  const NmHandle<VlMemoryData> volume = volumeOf({4, 4, 4}, NmPrimType::Float, 1, values);
+  const auto valueOf = [](const NmHandle<VlEvaluator>& evaluator) {
+    float value = 0.0f;
+    EXPECT_TRUE(evaluator->setLocation({1.5f, 1.25f, 2.0f}));
+    evaluator->value(&value);
+    return value;
+  };
+  const float linear = valueOf(volume->createEvaluator(VlData::Trilinear));
+  const float lanczos = valueOf(volume->createEvaluatorLanczos());
+  ASSERT_NE(linear, lanczos);
+  for (int filter = -1; filter <= 11; ++filter) {
+    RegVoxelEvaluator chooser(volume, static_cast<RegResampler::FilterType>(filter));
+    NmHandle<VlEvaluator> evaluator;
+    chooser.createEvalModel(evaluator);
+    EXPECT_EQ(valueOf(evaluator), filter == RegResampler::Lanczos3 ? lanczos : linear) << filter;
+    EXPECT_EQ(chooser.evaluator, nullptr);
+    chooser.createEval(nullptr, evaluator);
+    EXPECT_EQ(evaluator, nullptr);
+  }
+  EXPECT_TRUE(isUnlocked(volume));
+}
+
+}  // namespace
