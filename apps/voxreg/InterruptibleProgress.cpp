@@ -74,10 +74,10 @@ bool InterruptibleProgress::wasInterrupted() {
   return interrupted != 0;
 }
 
-void InterruptibleProgress::beginPart(double first, double last) {
-  partFirst_ = first;
-  partLast_ = last;
-  share_ = first;
+void InterruptibleProgress::beginPart(std::size_t part, std::size_t parts) {
+  partFirst_ = static_cast<double>(part) / static_cast<double>(parts);
+  partLast_ = static_cast<double>(part + 1) / static_cast<double>(parts);
+  share_ = partFirst_;
 }
 
 void InterruptibleProgress::endPart(double metric) {
