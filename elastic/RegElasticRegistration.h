@@ -30,11 +30,61 @@ class RegElasticRegistration {
   NmHandle<VlData> reference;
   NmHandle<VlData> model;
   RegNonAffineTransform::NonAffineTransformDescriptor transform;  ///< the result
-  int numThreads = 1;
+  int numThreads = 1;  ///< below 1 counts as 1; starts no thread
 
   static NmVec3f defaultWeights() { return {1.0f, 1.0f, 1.0f}; }
   static float defaultInnerMaskRadius() { return 192.0f; }
   static float defaultOuterMaskRadius() { return 205.0f; }
+
+  /// Registers `model` onto `reference` in up to four levels, with finer and finer grids of bricks,
+  /// and leaves the result in `transform`: the region that it covers and where its vertices go,
+  /// from reference to model. Each registration starts from what the one before has reached.
+  ///   referenceRange, modelRange  intensities (raw values) that count; y below x takes each
+  ///                               volume's own
+  ///   metricFlag      0 for the normalised mutual information, else the correlation ratio
+  ///   useMasking      blanks all levels by applyMasking, with the arguments from the rescales to
+  ///                   outerRadius
+  ///   roi             voxels to cover; null or without volume stands for all
+  ///   maxBricks       bricks on bricksAxis at the end, limited to 12 to 40; below 18 the finest
+  ///                   level is left out if there is a coarser one
+  ///   bricksAxis      limited to 0 to 2; the others take as many bricks as make them nearly cubic
+  /// True without vertices where the volumes allow no level. False, with an error line, without a
+  /// volume or for different grids, and where a registration failed or was interrupted; `transform`
+  /// is then what was reached. Hands an NmException of a registration on. On return no level is
+  /// left, and neither volume locked.
+  bool doRegistration(const NmVec2f& referenceRange, const NmVec2f& modelRange,
+                      unsigned int metricFlag, bool useMasking, const NmVec2f& referenceRescale,
+                      const NmVec2f& modelRescale, const NmVec3f& maskCenter,
+                      const NmVec3f& maskWeights, float innerRadius, float outerRadius,
+                      const NmBox3i* roi, int maxBricks, int bricksAxis);
+
+  /// A new volume of `dims` voxels over the extent of `source`, resampled with the Lanczos kernel;
+  /// equal dimensions give a copy. The flag is ignored. False, `result` as it was, for an empty
+  /// source, a dimension below 1, a voxel size that is not above 0, dimensions that reduce no axis,
+  /// and where RegResampler::doResample fails.
+  bool downsample(const NmHandle<VlData>& source, NmHandle<VlData>& result, NmVec3i& dims,
+                  const NmVec3f& voxelSize, bool) const;
+
+  /// Plans the next coarser level: half the voxels in plane, or 256 on the longer axis where that
+  /// has more than 512; z is halved where its voxels are then no larger than those in plane. False,
+  /// both outputs 0, for fewer than 65 voxels along x.
+  bool specifyDownsampling(const NmVec3i& dims, const NmVec3f& voxelSize, NmVec3i& newDims,
+                           NmVec3f& newVoxelSize) const;
+
+  /// A grid of `bricks` (at least 1) on `axis` (limited to 0 to 2) whose bricks are nearly cubic
+  /// for a volume of `dims` voxels; 1 where a voxel size tells nothing.
+  NmVec3i getNumBricks(int bricks, int axis, const NmVec3i& dims, const NmVec3f& voxelSize) const;
+
+  /// One registration on a grid of `bricks`, limited to 99 an axis (the transform itself holds 32),
+  /// from `transform` to `transform`. A result whose box has no volume is ignored, of one whose
+  /// vertices don't fit its grid only the box is taken. `metricValue` may be null; it receives the
+  /// value at the end, and -1000 on failure. False, `transform` as it was, for an empty volume, a
+  /// count below 1, and where RegVoxelRegistration::compute fails, whose NmException passes.
+  bool invokeVoxelRegistration(const NmHandle<VlData>& referenceVolume,
+                               const NmHandle<VlData>& modelVolume, const NmVec3i& bricks,
+                               const NmVec2f& stepRange, const NmVec2f& referenceRange,
+                               const NmVec2f& modelRange, unsigned int metricFlag,
+                               double* metricValue);
 
   /// Mean physical value at each place along axes.y, in a cylinder of `radius` around `centerA` on
   /// axes.x and `centerB` on axes.z (world units), ordered from the outside in. Where the cylinder
