@@ -8,6 +8,7 @@
 #include "HostError.h"
 #include "affineCommand.h"
 #include "demoCommand.h"
+#include "elasticCommand.h"
 #include "resampleCommand.h"
 
 namespace {
@@ -45,6 +46,7 @@ int run(int argc, char** argv) {
   int exitCode = 0;
   host::addAffineCommand(app, exitCode);
   host::addDemoCommand(app, exitCode);
+  host::addElasticCommand(app, exitCode);
   host::addResampleCommand(app, exitCode);
   try {
     app.parse(argc, argv);
