@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "foundation/NmLogFile.h"
 #include "foundation/voxelTypes.h"
@@ -19,7 +20,11 @@ VlData* first(const NmDArray<NmHandle<VlData>>& volumes) {
 
 NmVec3i dimsOf(const VlData& volume) {
   const NmVec3l dims = volume.dims();
-  return {static_cast<int>(dims.x), static_cast<int>(dims.y), static_cast<int>(dims.z)};
+  NmVec3i limited;
+  for (int axis = 0; axis < 3; ++axis)
+    limited[axis] =
+        static_cast<int>(std::clamp<long>(dims[axis], 0, std::numeric_limits<int>::max()));
+  return limited;
 }
 
 NmBox3f boxOf(const VlData& volume) {
@@ -30,22 +35,25 @@ NmBox3f boxOf(const VlData& volume) {
 
 double bytesOf(const VlData& volume) {
   const NmVec3l dims = volume.dims();
-  const int type = volume.primType();
+  double bytes = 0.0;
+  voxreg::detail::withVoxelType(volume.primType(), [&]<class T>() { bytes = sizeof(T); });
   return static_cast<double>(dims.x) * static_cast<double>(dims.y) * static_cast<double>(dims.z) *
-         NmPrimType::primTypeSize[type];
+         bytes;
 }
 
-/// A read lock on voxels that the kernels can walk: one block, one data variable.
-NmHandle<VlDataAccess> lockForKernels(VlData* volume) {
+NmHandle<VlDataAccess> lockForReading(VlData* volume) {
   if (volume == nullptr) return {};
-  if (volume->numDataVars() != 1) {
+  if (volume->numDataVars() != 1)
     getTheLogInstance().errorf("RegFunctional: a volume of %d data variables can not be registered",
                                volume->numDataVars());
-    return {};
-  }
-  NmHandle<VlDataAccess> access = volume->lock(false);
-  if (access == nullptr || !access->isContiguous() || access->dataPtr(0) == nullptr) return {};
-  return access;
+  return volume->lock(false);
+}
+
+/// True for a volume whose voxels the kernels can walk: the one behind the access, in one block, of
+/// one data variable.
+bool isWalkable(const VlData* volume, const VlData* locked, const VlDataAccess* access) {
+  return volume != nullptr && volume == locked && access != nullptr && volume->numDataVars() == 1 &&
+         access->isContiguous() && access->dataPtr(0) != nullptr;
 }
 
 struct Bounds {
@@ -140,10 +148,12 @@ RegFunctional::RegFunctional(const NmDArray<NmHandle<VlData>>& referenceVolumes,
       metric(metricToOwn),
       callback(callbackToAsk),
       modelSize(RegTools::getBoundingBoxSize(first(model))),
-      referenceAccess(lockForKernels(first(reference))),
-      modelAccess(lockForKernels(first(model))),
+      referenceAccess(lockForReading(first(reference))),
+      modelAccess(lockForReading(first(model))),
       orientation(orientationCode),
-      numThreads(threadCount) {}
+      numThreads(threadCount),
+      lockedReference_(first(reference)),
+      lockedModel_(first(model)) {}
 
 RegFunctional::~RegFunctional() {
   delete metric;
@@ -211,7 +221,10 @@ double RegFunctional::evaluateNoClip(const NmBox3i* box, int vertex, bool margin
                                           : dynamic_cast<RegNonAffineTransform*>(transform);
   resetEval(grid);
   if (affine == nullptr && grid == nullptr) return 0.0;
-  if (!walkReferences(box, affine, grid, *accumulator)) return 0.0;
+  if (!walkReferences(box, affine, grid, *accumulator)) {
+    accumulator->reset();
+    return 0.0;
+  }
   double result = 0.0;
   if (box == nullptr || reference.size > 1)
     result = accumulator->getResult();
@@ -225,10 +238,14 @@ double RegFunctional::evaluateNoClip(const NmBox3i* box, int vertex, bool margin
   return result - penalty;
 }
 
+bool RegFunctional::canWalk() const {
+  return isWalkable(first(model), lockedModel_, modelAccess) &&
+         (reference.size == 0 || isWalkable(first(reference), lockedReference_, referenceAccess));
+}
+
 bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affine,
                                    RegNonAffineTransform* grid, RegMetric& accumulator) {
-  VlData* const modelVolume = first(model);
-  if (modelVolume == nullptr || modelAccess == nullptr) return false;
+  if (!canWalk()) return false;
   NmMat4d worldToPosition;
   if (affine != nullptr) {
     const RegAffineTransform* const inverse = affine->getInverse();
@@ -238,7 +255,7 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
   }
   for (long i = 0; i < reference.size; ++i) {
     VlData* const volume = reference[i];
-    if (volume == nullptr || referenceAccess == nullptr) return false;
+    if (volume == nullptr) return false;
     // Every walk reads the voxels of the first reference, whatever volume lends its grid.
     if (bytesOf(*volume) > bytesOf(*reference[0])) {
       getTheLogInstance().errorf("evaluateNoClip: reference %ld is larger than the first", i);
@@ -254,8 +271,7 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
     if (i == 0 && grid != nullptr && !(grid->referenceBox.volume() > 0.0f))
       grid->adaptReferenceBoundingBox(worldBox);
     const WalkFrame frame(worldToPosition, worldBox, dims);
-    if (!walk(*volume, *modelVolume, clip, frame, grid, box != nullptr ? 1 : numThreads,
-              accumulator))
+    if (!walk(*volume, *model[0], clip, frame, grid, box != nullptr ? 1 : numThreads, accumulator))
       return false;
   }
   return true;

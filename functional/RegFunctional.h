@@ -59,7 +59,8 @@ class RegFunctional : public NmAllocated {
   /// replaced is the result. `nonAffine` and `boxMetric` stand in for the members only together
   /// with a box. `update` applies the transform's parameters first. `penalty` receives the
   /// regularity penalty, `time` the seconds that it took. 0.0 when a volume, its lock or the
-  /// transform is missing or a voxel type is not served.
+  /// transform is missing, a first volume is not the one that was locked, is not in one block or
+  /// has several data variables, or a voxel type is not served; the metric then is empty.
   double evaluate(bool update, const NmBox3i* box, int vertex, bool marginal,
                   RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
                   double& time);
@@ -109,6 +110,8 @@ class RegFunctional : public NmAllocated {
 
   void resetEval(RegNonAffineTransform* grid);
 
+  /// True when the kernels can walk the voxels of both first volumes.
+  bool canWalk() const;
   bool walkReferences(const NmBox3i* box, RegAffineTransform* affine, RegNonAffineTransform* grid,
                       RegMetric& accumulator);
   bool walk(VlData& volume, VlData& modelVolume, const NmBox3i& clip, const WalkFrame& frame,
@@ -125,4 +128,6 @@ class RegFunctional : public NmAllocated {
                            const RegMetric& accumulator, double& time);
 
   JacobianMeasures measures_;
+  const VlData* lockedReference_;  ///< what the accesses belong to
+  const VlData* lockedModel_;
 };

@@ -186,6 +186,7 @@ void RegFunctional::orderVertices(const NmVec3i& numBricks, int numVertices) {
 // One box and its present contribution serve all three coordinates.
 int RegFunctional::vertexGradient(VertexTrials& trials, int vertex, bool marginal,
                                   const GradientTask& task) {
+  if (vertex < 0 || vertex >= task.steps.size / 3) return 0;  // a host's order
   const bool unused = unusedVertices.size * 3 == task.steps.size && unusedVertices[vertex] == 1;
   int numPenalised = 0;
   trials.startVertex();

@@ -141,7 +141,7 @@ int RegFunctional::findEmptyBricks(RegNonAffineTransform* grid) {
     return 0;
   const NmVec3i& n = grid->numBricks;
   int empty = 0;
-  if (reference.size > 0 && reference[0] != nullptr) {
+  if (reference.size > 0 && reference[0] != nullptr && reference[0] == lockedReference_) {
     BrickScan scan(*grid, *reference[0], *referenceAccess, range);
     unsigned char* flags = emptyBricks.data;
     for (int bk = 0; bk < n.z; ++bk)

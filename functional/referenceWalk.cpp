@@ -124,7 +124,7 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineT
   bricks.vStep = high ? stepY / y : 1.0;
   bricks.zMin = box.zmin;
   bricks.zExtent = box.zmin < box.zmax ? static_cast<double>(box.extent(2)) : 1.0;
-  takeScratch();
+  if (canEvaluate(grid)) takeScratch();
 }
 
 void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box) {

@@ -39,8 +39,8 @@ class ReferenceWalk {
   ReferenceWalk(const WalkArguments& arguments, const NmBox3i& box);
 
   /// A walk of the arguments' box, cut to the reference, through a grid of bricks whose
-  /// coefficients are current. `stepX` and `stepY` are the effective steps along the reference's x
-  /// and y.
+  /// coefficients are current; one that can not be evaluated gets no scratch memory. `stepX` and
+  /// `stepY` are the effective steps along the reference's x and y.
   ReferenceWalk(const WalkArguments& arguments, const RegNonAffineTransform& grid, double stepX,
                 double stepY);
 

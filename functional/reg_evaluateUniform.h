@@ -19,9 +19,8 @@ class RegNonAffineTransform;
 ///   reference, model  voxels, x fastest; one data variable
 ///   referenceDims     nx, ny, nz of the reference
 ///   box               voxels of the reference to walk, both ends inclusive; cut to the reference
-///   signs             per model axis, the direction of stepX on it: 1, -1, 2 no movement, 0 no
-///   clip start             position of reference voxel (0, 0, 0): model voxel coordinates in an
-///   affine
+///   signs             direction of stepX per model axis: 1, -1, 2 no movement, 0 no clip
+///   start             position of reference voxel (0, 0, 0): model voxel coordinates in an affine
 ///                     walk, world units in one through a brick grid
 ///   stepX/Y/Z         change of that position per reference voxel
 ///   bounds            lower and upper bound of a position per model axis, six values

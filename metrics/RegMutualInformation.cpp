@@ -11,11 +11,11 @@ namespace {
 /// Two histograms of this many bins a side, and their snapshots, can still be held in memory.
 constexpr int largestNumBins = 8192;
 
-/// The integer part, limited to the range of T; NaN gives 0.
+/// The integer part, limited to -limit - 1 to limit; NaN gives 0.
 template <class T>
 T integerPart(double value, double limit) {
   if (!(value == value)) return 0;
-  return static_cast<T>(std::clamp(value, -limit, limit));
+  return static_cast<T>(std::clamp(value, -limit - 1.0, limit));
 }
 
 int forLog(double value) {

@@ -30,7 +30,7 @@ bool hasBalancedEigenvalues(const double (&f)[3][3], double det) {
   const double magnitude = std::fabs(first);
   if (magnitude < 1e-20) return false;
   const double product = det / first;
-  const double discriminant = 0.25 * (trace - first) * (trace - first) - product;
+  const double discriminant = 0.25 * ((trace - first) * (trace - first)) - product;
   if (!std::isfinite(discriminant)) return false;
   if (discriminant < 0.0) {
     const double modulus = std::sqrt(std::fabs(product));

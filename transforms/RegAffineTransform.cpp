@@ -99,7 +99,7 @@ RegParametricTransform* RegAffineTransform::makeInverse() {
 void RegAffineTransform::update() {}
 
 int RegAffineTransform::getVariableParamVectorDim() {
-  return static_cast<int>(std::min<long>(degreesOfFreedom, params.size));
+  return static_cast<int>(std::clamp<long>(degreesOfFreedom, 0, params.size));
 }
 
 double RegAffineTransform::getParamStep(int i, NmVec3d* size) {
@@ -168,8 +168,9 @@ void RegAffineTransform::makeIdentityTransform() {
 }
 
 void RegAffineTransform::changeCenter(const double* center) {
-  completeParameters(params);
+  if (center == nullptr) return;
   const NmVec3d target(center[0], center[1], center[2]);
+  completeParameters(params);
   double shift[3];
   double moved[3];
   for (int j = 0; j < 3; ++j) shift[j] = target[j] - params[12 + j];
@@ -182,6 +183,7 @@ void RegAffineTransform::changeCenter(const double* center) {
 }
 
 void RegAffineTransform::rotateScaleShear(double* out, const double* in) const {
+  if (out == nullptr || in == nullptr) return;
   const auto& m = relativeMatrix.m;
   const double x = in[0];
   const double y = in[1];

@@ -34,7 +34,7 @@ class RegAffineTransform : public RegParametricTransform {
   RegParametricTransform* makeInverse() override;
   void update() override;
 
-  /// degreesOfFreedom, and never more than there are parameters.
+  /// degreesOfFreedom, limited to the number of parameters that there are.
   int getVariableParamVectorDim() override;
 
   /// 1 for a translation, the angle that moves the box's rim by about three world units for a
@@ -66,10 +66,10 @@ class RegAffineTransform : public RegParametricTransform {
   void makeIdentityTransform();
 
   /// Moves the center, in world units relative to the model's minimum corner, without changing the
-  /// map. relativeMatrix must be up to date.
+  /// map. relativeMatrix must be up to date. Null changes nothing.
   void changeCenter(const double* center);
 
-  /// out = in * A, A being the upper 3 x 3 of relativeMatrix.
+  /// out = in * A, A being the upper 3 x 3 of relativeMatrix. Null changes nothing.
   void rotateScaleShear(double* out, const double* in) const;
 
   /// The inverse, brought up to date; owned by this object.

@@ -3,58 +3,41 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
-#include <memory>
-#include <vector>
 
-#include "foundation/VlMemoryData.h"
 #include "metrics/RegMeanSquaredDifference.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/volumes.h"
+#include "tests/functional/functionals.h"
+#include "tests/support/RowVolume.h"
+#include "tests/support/grids.h"
 #include "transforms/RegAffineTransform.h"
 
 namespace {
 
-using Volumes = NmDArray<NmHandle<VlData>>;
-
 /// A volume whose voxels follow `value(x, y, z)` in world units.
-NmHandle<VlMemoryData> sampledVolume(const NmVec3l& dims, NmPrimType type, const NmBox3f& box,
-                                     const std::function<double(double, double, double)>& value) {
-  const NmHandle<VlMemoryData> volume = makeVolume(dims, type);
+NmHandle<VlData> sampledVolume(const NmVec3l& dims, NmPrimType type, const NmBox3f& box,
+                               const Field& value) {
+  const NmVec3f step = box.getVoxelSize(
+      {static_cast<float>(dims.x), static_cast<float>(dims.y), static_cast<float>(dims.z)});
+  const NmHandle<VlData> volume = makeVolume(
+      dims,
+      [&](double x, double y, double z) {
+        return value(box.xmin + x * step.x, box.ymin + y * step.y, box.zmin + z * step.z);
+      },
+      type);
   EXPECT_TRUE(volume->setBoundingBox(box).isOk());
-  const NmHandle<VlDataAccess> access = volume->lock(true);
-  std::vector<float> row(static_cast<unsigned long>(dims.x));
-  const NmVec3f spacing = volume->voxelSpacing();
-  for (long z = 0; z < dims.z; ++z)
-    for (long y = 0; y < dims.y; ++y) {
-      for (long x = 0; x < dims.x; ++x)
-        row[static_cast<unsigned long>(x)] =
-            static_cast<float>(value(box.xmin + static_cast<double>(x) * spacing.x,
-                                     box.ymin + static_cast<double>(y) * spacing.y,
-                                     box.zmin + static_cast<double>(z) * spacing.z));
-      EXPECT_TRUE(access->putRow(-1, y, z, row.data()).isOk());
-    }
   return volume;
+}
+
+NmHandle<VlData> constantVolume(long n, double value) {
+  return sampledVolume({n, n, n}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
+                       [=](double, double, double) { return value; });
 }
 
 double linear(double x, double y, double z) {
   return 100.0 + 3.0 * x - 2.0 * y + 1.5 * z;
 }
 
-Volumes listOf(std::initializer_list<NmHandle<VlData>> volumes) {
-  Volumes list;
-  for (const NmHandle<VlData>& volume : volumes) list.insert(list.size, 1, &volume);
-  return list;
-}
-
-std::unique_ptr<RegFunctional> makeFunctional(const Volumes& references, Volumes models,
-                                              RegParametricTransform* transform) {
-  return std::make_unique<RegFunctional>(references, models, -1, true, transform,
-                                         new RegMeanSquaredDifference(0.0, false), nullptr, 3, 1);
-}
-
 /// Reference and model of different grids, boxes and types that sample one linear function of world
-/// space, moved by a translation.
+/// space.
 class RegFunctionalTest : public testing::Test {
  protected:
   NmHandle<VlData> reference =
@@ -64,155 +47,171 @@ class RegFunctionalTest : public testing::Test {
   Volumes references = listOf({reference});
   Volumes models = listOf({model});
   RegAffineTransform transform{references, model, NmMat4f(), 12};
+  LogCapture log;
+  double penalty = -1.0;
+  double time = -1.0;
+
+  static std::unique_ptr<RegFunctional> functionalOf(const Volumes& references,
+                                                     const Volumes& models,
+                                                     RegParametricTransform* transform) {
+    return makeFunctional(references, models, transform, new RegMeanSquaredDifference(0.0, false));
+  }
+
+  double evaluate(RegFunctional& functional, bool update) {
+    return functional.evaluate(update, nullptr, -1, false, nullptr, nullptr, penalty, time);
+  }
+
+  void expectZeroAndAnEmptyMetric(RegFunctional& functional) {
+    auto& metric = dynamic_cast<RegMeanSquaredDifference&>(*functional.metric);
+    metric.increment(1.0, 5.0);
+    penalty = time = -1.0;
+    EXPECT_EQ(evaluate(functional, true), 0.0);
+    EXPECT_EQ(metric.numTotalSamples, 0);
+    EXPECT_EQ(metric.sumNegSquaredDiff, 0.0);
+    EXPECT_EQ(penalty, 0.0);
+    EXPECT_EQ(time, 0.0);
+  }
 };
 
 TEST_F(RegFunctionalTest, SamplesTheModelWhereTheInverseTransformPoints) {
-  const auto functional = makeFunctional(references, models, &transform);
+  const auto functional = functionalOf(references, models, &transform);
   EXPECT_NEAR(functional->evaluate(), 0.0, 1e-20);
-  EXPECT_EQ(functional->metric->numSamples, 9 * 8 * 7);
   EXPECT_EQ(functional->metric->numTotalSamples, 9 * 8 * 7);
-  // The model moves by (2, -1, 4): a reference point shows what lies at p - t.
-  transform.params[0] += 2.0;
-  transform.params[1] += -1.0;
-  transform.params[2] += 4.0;
-  const double difference = 3.0 * 2.0 - 2.0 * -1.0 + 1.5 * 4.0;
-  EXPECT_NEAR(functional->evaluate(), -difference * difference, 1e-9);
-}
-
-TEST_F(RegFunctionalTest, SamplesUnderRotationAndScale) {
-  const auto functional = makeFunctional(references, models, &transform);
   transform.params[5] = 90.0;  // left-handed about z: (1, 0, 0) goes to (0, -1, 0)
   transform.params[6] = 2.0;   // the model's x is doubled first
-  // The centre c of the model's box stays; p = c + ((q - c) scaled, then turned).
+  const double shift[3] = {2.0, -1.0, 4.0};
+  for (int j = 0; j < 3; ++j) transform.params[j] += shift[j];
+  // The centre c of the model's box only shifts; p = c + shift + ((q - c) scaled, then turned).
   const double c[3] = {20.0, 7.5, 10.0};
   double sum = 0.0;
   for (int k = 0; k < 7; ++k)
     for (int j = 0; j < 8; ++j)
       for (int i = 0; i < 9; ++i) {
         const double p[3] = {10 + 2.0 * i, -5 + 2.0 * j, 2 + 2.0 * k};
-        const double q[3] = {c[0] - (p[1] - c[1]) / 2.0, c[1] + (p[0] - c[0]), p[2]};
+        const double q[3] = {c[0] - (p[1] - shift[1] - c[1]) / 2.0, c[1] + (p[0] - shift[0] - c[0]),
+                             p[2] - shift[2]};
         const double d = linear(q[0], q[1], q[2]) - linear(p[0], p[1], p[2]);
         sum -= d * d;
       }
-  EXPECT_NEAR(functional->evaluate(), sum / (9 * 8 * 7), 1e-7);
+  EXPECT_NEAR(evaluate(*functional, false), 0.0, 1e-20) << "the matrix is still the old one";
+  EXPECT_NEAR(evaluate(*functional, true), sum / (9 * 8 * 7), 1e-7);
   EXPECT_EQ(functional->metric->numSamples, 9 * 8 * 7);
-}
-
-TEST_F(RegFunctionalTest, WithoutUpdateTheOldMatrixIsEvaluated) {
-  const auto functional = makeFunctional(references, models, &transform);
-  const double before = functional->evaluate();
-  transform.params[0] += 5.0;
-  double penalty = -1.0;
-  double time = -1.0;
-  EXPECT_EQ(functional->evaluate(false, nullptr, -1, false, nullptr, nullptr, penalty, time),
-            before);
   EXPECT_EQ(penalty, 0.0);
   EXPECT_EQ(time, 0.0);
-  EXPECT_NEAR(functional->evaluate(true, nullptr, -1, false, nullptr, nullptr, penalty, time),
-              -225.0, 1e-9);
 }
 
 TEST_F(RegFunctionalTest, SamplesReachHalfAVoxelBeyondTheModelAndNoFurther) {
-  // Model voxels are 1 apart: the reference's rows end 0.4 and 0.6 voxels beyond the model.
-  const auto value = [](double x, double, double) { return x; };
-  const auto small = sampledVolume({5, 5, 5}, NmPrimType::Float, {0, 4, 0, 4, 0, 4}, value);
+  // Model voxels are 1 apart: both voxels of the row lie 0.4 and 0.6 voxels beyond the model.
+  const Volumes small = listOf({makeVolume({5, 5, 5}, NmPrimType::Short)});
   for (const float beyond : {0.4f, 0.6f}) {
-    const auto row =
-        sampledVolume({2, 1, 1}, NmPrimType::Float, {2, 4 + beyond, 2, 2, 2, 2}, value);
-    Volumes rows = listOf({row});
-    Volumes smalls = listOf({small});
-    RegAffineTransform identity(rows, small, NmMat4f(), 12);
-    const auto functional = makeFunctional(rows, smalls, &identity);
+    Volumes row = listOf({makeVolume({2, 1, 1}, NmPrimType::Short)});
+    EXPECT_TRUE(row[0]->setBoundingBox({-beyond, 4 + beyond, 2, 2, 2, 2}).isOk());
+    RegAffineTransform identity(row, small[0], NmMat4f(), 12);
+    const auto functional = functionalOf(row, small, &identity);
     functional->evaluate();
-    EXPECT_EQ(functional->metric->numSamples, beyond < 0.5f ? 2 : 1);
+    EXPECT_EQ(functional->metric->numSamples, beyond < 0.5f ? 2 : 0);
     EXPECT_EQ(functional->metric->numTotalSamples, 2);
   }
 }
 
 TEST_F(RegFunctionalTest, MissingPiecesGiveZeroAndAnEmptyMetric) {
-  const auto expectZero = [](RegFunctional& functional) {
-    auto& metric = dynamic_cast<RegMeanSquaredDifference&>(*functional.metric);
-    metric.increment(1.0, 5.0);
-    double penalty = -1.0;
-    double time = -1.0;
-    EXPECT_EQ(functional.evaluate(true, nullptr, -1, false, nullptr, nullptr, penalty, time), 0.0);
-    EXPECT_EQ(metric.numTotalSamples, 0);
-    EXPECT_EQ(metric.sumNegSquaredDiff, 0.0);
-    EXPECT_EQ(penalty, 0.0);
-    EXPECT_EQ(time, 0.0);
-  };
-  expectZero(*makeFunctional(references, models, nullptr));
-  expectZero(*makeFunctional(references, {}, &transform));
-  expectZero(*makeFunctional(references, listOf({{}}), &transform));
-  expectZero(*makeFunctional(listOf({{}}), models, &transform));
+  expectZeroAndAnEmptyMetric(*functionalOf(references, models, nullptr));
+  expectZeroAndAnEmptyMetric(*functionalOf(references, {}, &transform));
+  expectZeroAndAnEmptyMetric(*functionalOf(references, listOf({{}}), &transform));
+  expectZeroAndAnEmptyMetric(*functionalOf(listOf({{}}), models, &transform));
+  expectZeroAndAnEmptyMetric(*functionalOf(listOf({reference, {}}), models, &transform));
+  expectZeroAndAnEmptyMetric(*functionalOf(listOf({new RowVolume(reference)}), models, &transform));
+  EXPECT_TRUE(log.errors.empty());
   {
-    LogCapture log;
     const NmHandle<VlDataAccess> writing = model->lock(true);
-    expectZero(*makeFunctional(references, models, &transform));
+    expectZeroAndAnEmptyMetric(*functionalOf(references, models, &transform));
   }
-  RegFunctional withoutMetric(references, models, -1, true, &transform, nullptr, nullptr, 3, 1);
-  EXPECT_EQ(withoutMetric.evaluate(), 0.0);
-  const auto empty = makeFunctional({}, models, &transform);
-  EXPECT_EQ(empty->evaluate(), -1000.0);
+  EXPECT_EQ(makeFunctional(references, models, &transform, nullptr)->evaluate(), 0.0);
+  EXPECT_EQ(functionalOf({}, models, &transform)->evaluate(), -1000.0);
 }
 
-TEST_F(RegFunctionalTest, ManyDataVariablesAreRefusedOnceWhenTheLevelIsBuilt) {
-  const NmHandle<VlMemoryData> coloured = makeVolume({9, 8, 7}, NmPrimType::Float, 3);
-  LogCapture log;
-  const auto functional = makeFunctional(listOf({coloured}), models, &transform);
-  EXPECT_EQ(functional->evaluate(), 0.0);
-  EXPECT_EQ(functional->evaluate(), 0.0);
+TEST_F(RegFunctionalTest, OnlyTheLockedVolumesOfOneDataVariableAreWalked) {
+  const auto coloured = makeVolume({9, 8, 7}, NmPrimType::Float, 3);
+  const auto colours = functionalOf(listOf({coloured}), models, &transform);
+  expectZeroAndAnEmptyMetric(*colours);
+  expectZeroAndAnEmptyMetric(*colours);
   EXPECT_EQ(log.error(), "RegFunctional: a volume of 3 data variables can not be registered");
-  EXPECT_NE(coloured->tryLock(true), nullptr);
+  // The grid of a volume that is not locked would be walked on the voxels of another one.
+  const auto functional = functionalOf(references, models, &transform);
+  functional->reference[0] = model;
+  expectZeroAndAnEmptyMetric(*functional);
+  functional->reference[0] = reference;
+  functional->model[0] = constantVolume(99, 0.0);
+  expectZeroAndAnEmptyMetric(*functional);
 }
 
 TEST_F(RegFunctionalTest, FurtherReferencesLendTheirGridToTheFirstOnesVoxels) {
-  const auto flat = sampledVolume({4, 4, 4}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
-                                  [](double, double, double) { return 7.0; });
-  const auto sparse = sampledVolume({3, 3, 3}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
-                                    [](double, double, double) { return 1000.0; });
-  const auto zero = sampledVolume({4, 4, 4}, NmPrimType::Float, {0, 3, 0, 3, 0, 3},
-                                  [](double, double, double) { return 0.0; });
+  const auto flat = constantVolume(4, 7.0);
+  const auto sparse = constantVolume(3, 1000.0);
+  const Volumes zero = listOf({constantVolume(4, 0.0)});
   Volumes two = listOf({flat, sparse});
-  RegAffineTransform identity(two, zero, NmMat4f(), 12);
-  const auto functional = makeFunctional(two, listOf({zero}), &identity);
+  RegAffineTransform identity(two, zero[0], NmMat4f(), 12);
+  const auto functional = functionalOf(two, zero, &identity);
   EXPECT_EQ(functional->evaluate(), -49.0);
   EXPECT_EQ(functional->metric->numSamples, 64 + 27);
-
-  LogCapture log;
-  const auto larger = makeFunctional(listOf({sparse, flat}), listOf({zero}), &identity);
-  EXPECT_EQ(larger->evaluate(), 0.0);
+  expectZeroAndAnEmptyMetric(*functionalOf(listOf({sparse, flat}), zero, &identity));
   EXPECT_EQ(log.error(), "evaluateNoClip: reference 1 is larger than the first");
 }
 
 TEST_F(RegFunctionalTest, ABoxIsCutToTheGridAndTakesTheMarginalRoute) {
-  const auto functional = makeFunctional(references, models, &transform);
-  double penalty = 0.0;
-  double time = 0.0;
-  const auto evaluateBox = [&](const NmBox3i& box, bool marginal) {
-    return functional->evaluateMarginal(&box, 0, marginal, nullptr, nullptr, penalty, time);
-  };
+  const auto functional = functionalOf(references, models, &transform);
   functional->evaluate();
-  evaluateBox({0, 1, 0, 1, 2, 3}, false);
-  EXPECT_EQ(functional->metric->numTotalSamples, 9 * 8 * 2);
-  evaluateBox({0, 1, 0, 1, 5, 99}, false);
-  EXPECT_EQ(functional->metric->numTotalSamples, 9 * 8 * 2);
-  evaluateBox({0, 1, 0, 1, 3, 2}, false);
-  EXPECT_EQ(functional->metric->numTotalSamples, 9 * 8 * 7) << "an inverted box is no box";
-  evaluateBox({0, 1, 0, 1, 7, 9}, false);
-  EXPECT_EQ(functional->metric->numTotalSamples, 0) << "a box beside the grid";
-  EXPECT_EQ(evaluateBox({0, 1, 0, 1, 2, 3}, true), 0.0);
+  const struct {
+    int first, last;  // slices
+    long voxels;
+  } boxes[] = {{2, 3, 9 * 8 * 2},
+               {5, 99, 9 * 8 * 2},
+               {3, 2, 9 * 8 * 7},  // inverted: no box
+               {7, 9, 0}};         // beside the grid
+  for (const auto& b : boxes) {
+    const NmBox3i box(0, 1, 0, 1, b.first, b.last);
+    functional->evaluateMarginal(&box, 0, false, nullptr, nullptr, penalty, time);
+    EXPECT_EQ(functional->metric->numTotalSamples, b.voxels) << b.first;
+    EXPECT_EQ(functional->evaluateMarginal(&box, 0, true, nullptr, nullptr, penalty, time), 0.0);
+  }
+}
+
+TEST_F(RegFunctionalTest, AGridWithoutVerticesVisitsVoxelsInVain) {
+  RegNonAffineTransform grid({{10, 26, -5, 9, 2, 14}, {}, {}}, NmVec3i(2, 2, 2));
+  for (RegMetric* const metric : {correlation(), information(),
+                                  static_cast<RegMetric*>(new RegMeanSquaredDifference(0, true))}) {
+    const auto functional = makeFunctional(references, models, &grid, metric);
+    grid.numBricks = NmVec3i(100000000, 100000000, 2);
+    EXPECT_EQ(functional->evaluate(), -1000.0);
+    EXPECT_EQ(functional->metric->numTotalSamples, 9 * 8 * 7);
+    grid.numBricks = NmVec3i(2, 2, 2);
+    EXPECT_NE(functional->evaluate(), -1000.0);
+  }
+}
+
+TEST_F(RegFunctionalTest, ABoxMayBringAGridAndAMetric) {
+  const NmBox3f box(10, 26, -5, 9, 2, 14);
+  RegNonAffineTransform moved = jittered(NmVec3i(2, 1, 2), 0.3, box);
+  const auto expected = functionalOf(references, models, &moved);
+  const auto functional = functionalOf(references, models, &transform);
+  functional->transform = nullptr;
+  RegMeanSquaredDifference metric(0.0, false);
+  const NmBox3i all(0, 8, 0, 7, 0, 6);
+  RegNonAffineTransform fresh(moved);
+  fresh.setScaleToModel(NmVec3d(), 1, 1, 1);
+  const double value =
+      functional->evaluateNoClip(&all, 0, false, &fresh, &metric, penalty, time) + penalty;
+  EXPECT_EQ(value, evaluate(*expected, true) + penalty);
+  EXPECT_EQ(metric.numSamples, 9 * 8 * 7);
 }
 
 TEST_F(RegFunctionalTest, ReadLocksLastAsLongAsTheFunctional) {
-  const NmHandle<VlData> other =
-      sampledVolume({4, 4, 4}, NmPrimType::Short, {0, 3, 0, 3, 0, 3}, linear);
   {
-    const auto functional = makeFunctional(listOf({other}), listOf({other}), &transform);
-    EXPECT_EQ(other->tryLock(true), nullptr);
-    EXPECT_NE(other->tryLock(false), nullptr);
+    const auto functional = functionalOf(references, references, &transform);
+    EXPECT_EQ(reference->tryLock(true), nullptr);
+    EXPECT_NE(reference->tryLock(false), nullptr);
   }
-  EXPECT_NE(other->tryLock(true), nullptr);
+  EXPECT_NE(reference->tryLock(true), nullptr);
 }
 
 }  // namespace

@@ -8,30 +8,26 @@
 
 namespace {
 
-RegMeanSquaredDifference withCounts(double minCoverage, bool smooth, long samples, long total) {
-  RegMeanSquaredDifference metric(minCoverage, smooth);
-  metric.numSamples = samples;
-  metric.numTotalSamples = total;
-  return metric;
-}
-
 TEST(RegMetric, CoveragePenaltyFallsBelowOneFifthOfTheWantedCoverage) {
-  EXPECT_EQ(withCounts(1.0, false, 20, 100).penaltyFactorForCoverage(0.001), 1.0);
-  EXPECT_DOUBLE_EQ(withCounts(1.0, false, 10, 100).penaltyFactorForCoverage(0.001), 0.5);
-  EXPECT_DOUBLE_EQ(withCounts(0.5, false, 5, 100).penaltyFactorForCoverage(0.0), 0.5);
-  EXPECT_EQ(withCounts(1.0, false, 0, 100).penaltyFactorForCoverage(0.001), 0.001);
-  EXPECT_EQ(withCounts(1.0, true, 0, 100).penaltyFactorForCoverage(0.001), 0.001);
-  // 0.2 * (1 - 0.5^2) + 0.8
-  EXPECT_DOUBLE_EQ(withCounts(1.0, true, 50, 100).penaltyFactorForCoverage(0.8), 0.95);
-  EXPECT_EQ(withCounts(0.5, true, 80, 100).penaltyFactorForCoverage(0.0), 1.0);
-}
-
-TEST(RegMetric, CoveragePenaltyIsOffOrLimited) {
-  EXPECT_EQ(withCounts(0.0, false, 0, 100).penaltyFactorForCoverage(0.001), 1.0);
-  EXPECT_EQ(withCounts(std::nan(""), true, 0, 100).penaltyFactorForCoverage(0.001), 1.0);
-  EXPECT_EQ(withCounts(1.0, false, 0, 0).penaltyFactorForCoverage(0.0), 1.0);
-  EXPECT_EQ(withCounts(1.0, false, 0, 100).penaltyFactorForCoverage(7.0), 1.0);
-  EXPECT_EQ(withCounts(1.0, false, 0, 100).penaltyFactorForCoverage(-7.0), 0.0);
+  const auto factorOf = [](double minCoverage, bool smooth, double minFactor, long samples,
+                           long total = 100) {
+    RegMeanSquaredDifference metric(minCoverage, smooth);
+    metric.numSamples = samples;
+    metric.numTotalSamples = total;
+    return metric.penaltyFactorForCoverage(minFactor);
+  };
+  EXPECT_EQ(factorOf(1.0, false, 0.001, 20), 1.0);
+  EXPECT_DOUBLE_EQ(factorOf(1.0, false, 0.001, 10), 0.5);
+  EXPECT_DOUBLE_EQ(factorOf(0.5, false, 0.0, 5), 0.5);
+  EXPECT_EQ(factorOf(1.0, false, 0.001, 0), 0.001);
+  EXPECT_EQ(factorOf(1.0, true, 0.001, 0), 0.001);
+  EXPECT_DOUBLE_EQ(factorOf(1.0, true, 0.8, 50), 0.95);  // 0.2 * (1 - 0.5^2) + 0.8
+  EXPECT_EQ(factorOf(0.5, true, 0.0, 80), 1.0);
+  EXPECT_EQ(factorOf(0.0, false, 0.001, 0), 1.0);
+  EXPECT_EQ(factorOf(std::nan(""), true, 0.001, 0), 1.0);
+  EXPECT_EQ(factorOf(1.0, false, 0.0, 0, 0), 1.0);
+  EXPECT_EQ(factorOf(1.0, false, 7.0, 0), 1.0);
+  EXPECT_EQ(factorOf(1.0, false, -7.0, 0), 0.0);
 }
 
 TEST(RegMeanSquaredDifference, IsTheNegatedMeanOfSquares) {

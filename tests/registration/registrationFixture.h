@@ -1,35 +1,16 @@
 #pragma once
 
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "foundation/NmProgressInterface.h"
-#include "foundation/VlMemoryData.h"
 #include "optimizers/RegOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/volumes.h"
 #include "transforms/RegParametricTransform.h"
-
-using Volumes = NmDArray<NmHandle<VlData>>;
-using Field = std::function<double(double, double, double)>;
-
-/// A float volume of unit voxels from the origin on, with the values of `field` at their centres.
-inline NmHandle<VlData> makeVolume(const NmVec3l& dims, const Field& field) {
-  const NmHandle<VlMemoryData> volume(new VlMemoryData(nullptr));
-  volume->init(dims, NmPrimType::Float, 1, true, true, true);
-  const NmHandle<VlDataAccess> access = volume->lock(true);
-  auto* voxel = static_cast<float*>(access->dataPtr(0));
-  for (long z = 0; z < dims.z; ++z)
-    for (long y = 0; y < dims.y; ++y)
-      for (long x = 0; x < dims.x; ++x)
-        *voxel++ = static_cast<float>(
-            field(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)));
-  return volume;
-}
 
 inline NmHandle<VlData> emptyVolume(const NmVec3l& dims) {
   return makeVolume(dims, [](double, double, double) { return 0.0; });
@@ -41,12 +22,6 @@ inline NmHandle<VlData> makeBall(double x0) {
     const double squared = (x - x0) * (x - x0) + (y - 4) * (y - 4) + (z - 4) * (z - 4);
     return 100.0 / (1.0 + 0.2 * squared);
   });
-}
-
-inline Volumes listOf(std::initializer_list<NmHandle<VlData>> handles) {
-  Volumes volumes;
-  for (const NmHandle<VlData>& handle : handles) volumes.insert(volumes.size, 1, &handle);
-  return volumes;
 }
 
 inline bool isUnlocked(VlData* volume) {

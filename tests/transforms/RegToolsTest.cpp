@@ -7,12 +7,9 @@
 #include <limits>
 #include <random>
 
-#include "foundation/VlMemoryData.h"
+#include "tests/support/expectNear.h"
 
 namespace {
-
-const double sin30 = 0.5;
-const double cos30 = std::sqrt(0.75);
 
 NmDVector<double> parameters(std::initializer_list<double> values) {
   NmDVector<double> p;
@@ -43,52 +40,24 @@ void expectParameters(const NmDVector<double>& p, std::initializer_list<double> 
   for (; i < 15; ++i) EXPECT_NEAR(p[i], 0.0, tolerance) << "parameter " << i;
 }
 
-void expectNear(const NmMat4d& a, const NmMat4d& b, double tolerance) {
-  for (int i = 0; i < 4; ++i)
-    for (int j = 0; j < 4; ++j) EXPECT_NEAR(a.m[i][j], b.m[i][j], tolerance) << i << ", " << j;
-}
-
-TEST(RegTools, AnglesAAndBTurnRightHandedAndCLeftHanded) {
-  EXPECT_NEAR(composed({0, 0, 0, 30}).m[1][2], sin30, 1e-15);
-  EXPECT_NEAR(composed({0, 0, 0, 0, 30}).m[0][2], -sin30, 1e-15);
-  const NmMat4d c = composed({0, 0, 0, 0, 0, 30});
-  EXPECT_NEAR(c.m[0][1], -sin30, 1e-15);
-  EXPECT_NEAR(c.m[1][0], sin30, 1e-15);
-  EXPECT_NEAR(c.m[0][0], cos30, 1e-15);
-}
-
 // X(90) takes z to -y and y to z, Y(90) then z to x and x to -z; scale and shear act before, on
-// rows.
+// rows. Angle c turns left-handed.
 TEST(RegTools, PointsAreShearedThenScaledThenRotated) {
   expectNear(composed({0, 0, 0, 90, 90, 0, 2, 3, 4}),
              NmMat4d(0, 0, -2, 0, 3, 0, 0, 0, 0, -4, 0, 0, 0, 0, 0, 1), 1e-15);
   expectNear(composed({0, 0, 0, 0, 0, 0, 2, 3, 4, 0.1, 0.2, 0.3}),
              NmMat4d(2, 0.3, 1.2, 0, 0.2, 3, 0.8, 0, 0.6, 0.6, 4, 0, 0, 0, 0, 1), 1e-15);
+  const double cos30 = std::sqrt(0.75);
+  expectNear(composed({0, 0, 0, 0, 0, 30}),
+             NmMat4d(cos30, -0.5, 0, 0, 0.5, cos30, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1), 1e-15);
 }
 
 TEST(RegTools, TheCenterStaysWhereTheTranslationPutsIt) {
   const NmMat4d m = composed({1, 2, 3, 20, -30, 40, 1.5, 0.5, 2, 0.1, 0, 0.2, 10, 20, 30});
   NmVec3d p(10, 20, 30);
   m.multVecMatrix(p, p);
-  EXPECT_NEAR(p.x, 11.0, 1e-12);
-  EXPECT_NEAR(p.y, 22.0, 1e-12);
-  EXPECT_NEAR(p.z, 33.0, 1e-12);
-  EXPECT_EQ(composed({1, 2, 3, 0, 0, 0, 1, 1, 1, 0, 0, 0, 7, 8, 9}).m[3][1], 2.0);
-}
-
-TEST(RegTools, MissingParametersAreThoseOfTheIdentity) {
-  expectNear(composed({}), NmMat4d::identity(), 0.0);
-  EXPECT_EQ(composed({5, 0, 0, 0, 0, 0, 3}).m[1][1], 1.0);
-}
-
-TEST(RegTools, SimpleMatricesComeBackAsOneParameter) {
-  expectParameters(decomposed(NmMat4d::identity()), {0, 0, 0, 0, 0, 0, 1, 1, 1}, 0.0);
-  expectParameters(decomposed(composed({0, 0, 0, 30})), {0, 0, 0, 30, 0, 0, 1, 1, 1}, 1e-12);
-  expectParameters(decomposed(composed({0, 0, 0, 0, 30})), {0, 0, 0, 0, 30, 0, 1, 1, 1}, 1e-12);
-  expectParameters(decomposed(composed({4, 5, 6, 0, 0, 30})), {4, 5, 6, 0, 0, 30, 1, 1, 1}, 1e-12);
-  expectParameters(decomposed(composed({0, 0, 0, 0, 0, 0, 2, 3, 4})), {0, 0, 0, 0, 0, 0, 2, 3, 4},
-                   1e-15);
-  EXPECT_NEAR(decomposed(composed({0, 0, 0, 0, 0, 0, 1, 1, 1, 0.1}))[9], 0.1, 2e-6);
+  expectNear(p, NmVec3d(11, 22, 33), 1e-12);
+  EXPECT_EQ(composed({5, 0, 0, 0, 0, 0, 3}).m[1][1], 1.0) << "the identity's where none is given";
 }
 
 TEST(RegTools, DecomposedParametersComposeToTheSameMatrix) {
@@ -101,7 +70,7 @@ TEST(RegTools, DecomposedParametersComposeToTheSameMatrix) {
       p[i] = 50 * unit(random);
       p[3 + i] = (i == 1 ? 85 : 175) * unit(random);
       p[6 + i] = 1 + 0.5 * unit(random);
-      p[9 + i] = 0.15 * unit(random);
+      p[9 + i] = n % 2 * 0.15 * unit(random);
       p[12 + i] = 100 * unit(random);
     }
     NmMat4d m;
@@ -109,8 +78,9 @@ TEST(RegTools, DecomposedParametersComposeToTheSameMatrix) {
     const NmDVector<double> found = decomposed(m);
     NmMat4d again;
     RegTools::composeMatrix(found, again);
-    expectNear(again, m, 1e-5);
-    for (int i = 3; i < 9; ++i) EXPECT_NEAR(found[i], p[i], 1e-3) << "parameter " << i;
+    const double tolerance = n % 2 == 0 ? 1e-11 : 1e-3;  // shears are found by iteration
+    expectNear(again, m, 1e-2 * tolerance);
+    for (int i = 3; i < 12; ++i) EXPECT_NEAR(found[i], p[i], tolerance) << "parameter " << i;
     for (int i = 12; i < 15; ++i) EXPECT_EQ(found[i], 0.0);
   }
 }
@@ -119,12 +89,13 @@ TEST(RegTools, DegenerateMatricesGiveFiniteParameters) {
   NmMat4d zero;
   zero.setScale(0.0);
   expectParameters(decomposed(zero), {0, 0, 0, 0, 0, 0, 0.001, 0.001, 0.001}, 0.0);
-
+  expectParameters(decomposed(NmMat4d::identity()), {0, 0, 0, 0, 0, 0, 1, 1, 1}, 0.0);
   NmMat4d mirror;
   mirror.setScale(NmVec3d(1, 1, -1));
   for (int i = 6; i < 9; ++i) EXPECT_EQ(decomposed(mirror)[i], 1.0);
 
   EXPECT_EQ(decomposed(composed({0, 0, 0, 25, 90, 40}))[5], 0.0);
+  EXPECT_NEAR(decomposed(composed({0, 0, 0, 0, 90.03}))[4], 90.03, 1e-9) << "x0 keeps its sign";
 
   NmMat4d parallel(1, 1, 0, 0, 1, 1, 0, 0, 1, 1, 0, 0, 0, 0, 0, 1);
   const NmDVector<double> p = decomposed(parallel);
@@ -145,15 +116,6 @@ TEST(RegTools, EqualRowsEndAtTheIterationLimit) {
   const double scale = 1.0 / (1.0 + x);
   expectParameters(decomposed(NmMat4d(1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1)),
                    {0, 0, 0, 0, 0, 0, scale, scale, 1, x}, 1e-9);
-}
-
-TEST(RegTools, CornersOfAVolume) {
-  const NmHandle<VlMemoryData> volume(new VlMemoryData(nullptr));
-  ASSERT_TRUE(volume->setBoundingBox(NmBox3f(-1, 2, 10, 14, 0.5f, 6)).isOk());
-  EXPECT_EQ(RegTools::getBoundingBoxOrigin(volume), NmVec3f(-1, 10, 0.5f));
-  EXPECT_EQ(RegTools::getBoundingBoxSize(volume), NmVec3f(3, 4, 5.5f));
-  EXPECT_EQ(RegTools::getBoundingBoxOrigin(nullptr), NmVec3f());
-  EXPECT_EQ(RegTools::getBoundingBoxSize(nullptr), NmVec3f());
 }
 
 }  // namespace
