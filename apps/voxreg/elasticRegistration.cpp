@@ -130,6 +130,7 @@ ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& m
   const NmWatch watch(true);
   RegElasticRegistration elastic;
   elastic.progress = &progress;
+  progress.beginPart(0, 1);
   const Preparation made = prepare(elastic, reference, model, settings);
   const ChestMask mask = made.mask.value_or(ChestMask{});
   const bool done = elastic.doRegistration(
