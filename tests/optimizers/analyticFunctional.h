@@ -7,6 +7,7 @@
 #include "functional/RegFunctional.h"
 #include "metrics/RegMetric.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/grids.h"
 #include "tests/support/volumes.h"
 #include "transforms/RegAffineTransform.h"
 #include "transforms/RegNonAffineTransform.h"
@@ -22,16 +23,13 @@ inline Point pointOf(const RegAffineTransform& transform) {
 /// The vertices of a grid of bricks, as its coefficients place them.
 inline Point pointOf(const RegNonAffineTransform& grid) {
   const NmVec3i n = grid.numBricks;
-  NmDArray<NmVec3d> slice, row;
-  slice.resize(4L * n.x * n.y);
-  row.resize(2L * n.x);
-  NmVec3d at;
   Point all;
   for (int v = 0; v < grid.vertexCount(); ++v) {
-    grid.setW(static_cast<double>(v / ((n.x + 1) * (n.y + 1))) / n.z, slice);
-    grid.setV(static_cast<double>(v / (n.x + 1) % (n.y + 1)) / n.y, slice, row);
-    grid.setU(static_cast<double>(v % (n.x + 1)) / n.x, row, at);
-    all.insert(all.end(), {at.x, at.y, at.z});
+    const NmVec3d at(static_cast<double>(v % (n.x + 1)) / n.x,
+                     static_cast<double>(v / (n.x + 1) % (n.y + 1)) / n.y,
+                     static_cast<double>(v / ((n.x + 1) * (n.y + 1))) / n.z);
+    const NmVec3d vertex = evaluated(grid, at);
+    all.insert(all.end(), {vertex.x, vertex.y, vertex.z});
   }
   return all;
 }
