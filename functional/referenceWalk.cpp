@@ -8,7 +8,6 @@
 #include "metrics/RegMeanSquaredDifference.h"
 #include "metrics/RegMutualInformation.h"
 #include "transforms/RegNonAffineTransform.h"
-#include "transforms/brickStages.h"
 
 namespace voxreg::detail {
 namespace {
@@ -17,10 +16,14 @@ NmBox3i wholeGrid(const NmVec3i& dims) {
   return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
 }
 
+/// The box's voxels that the reference has; the default box where there are none.
 NmBox3i cut(const NmBox3i& box, const NmVec3i& dims) {
-  return {std::max(box.xmin, 0), std::min(box.xmax, dims.x - 1),
-          std::max(box.ymin, 0), std::min(box.ymax, dims.y - 1),
-          std::max(box.zmin, 0), std::min(box.zmax, dims.z - 1)};
+  const NmBox3i inside(std::max(box.xmin, 0), std::min(box.xmax, dims.x - 1), std::max(box.ymin, 0),
+                       std::min(box.ymax, dims.y - 1), std::max(box.zmin, 0),
+                       std::min(box.zmax, dims.z - 1));
+  const bool isEmpty =
+      inside.xmax < inside.xmin || inside.ymax < inside.ymin || inside.zmax < inside.zmin;
+  return isEmpty ? NmBox3i() : inside;
 }
 
 bool canEvaluate(const RegNonAffineTransform& grid) {
@@ -37,6 +40,14 @@ double rangedStepY(const WalkArguments& a) {
   const int ny = a.referenceDims.y;
   if (ny < 2) return 1.0;
   return (a.stepX.y * (a.referenceDims.x - 1) + a.stepY.y * (ny - 1)) / (ny - 1);
+}
+
+BrickSpan touchedBy(const NmDArray<BrickPlace>& places) {
+  if (places.size == 0) return {0, 0};
+  const auto [first, last] = std::minmax_element(
+      places.data, places.data + places.size,
+      [](const BrickPlace& a, const BrickPlace& b) { return a.brick < b.brick; });
+  return {first->brick, last->brick - first->brick + 1};
 }
 
 CorrelationSums emptySums(const RegCorrelationRatio& metric) {
@@ -95,11 +106,12 @@ bool WalkArguments::isComplete(bool needsBounds) const {
 ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const NmBox3i& box) {
   setFrame(arguments, box);
   for (int axis = 0; axis < 3; ++axis) {
+    walk.rowStep[axis] = walk.step[1][axis];
     walk.signs[axis] = arguments.signs[axis];
     walk.bounds[axis][0] = arguments.bounds[2 * axis];
     walk.bounds[axis][1] = arguments.bounds[2 * axis + 1];
   }
-  takeScratch();
+  takeMemory();
 }
 
 ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineTransform& grid,
@@ -112,19 +124,21 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineT
     bricks.numBricks[axis] = grid.numBricks[axis];
     bricks.offset[axis] = grid.offsetToModel[axis];
     bricks.scale[axis] = grid.scaleToModel[axis];
+    walk.rowStep[axis] = walk.step[1][axis] * bricks.scale[axis];
   }
   const double x = box.extent(0);
   const double y = box.extent(1);
   const double nx = grid.numBricks.x;
   const bool wide = x > 0.0;
   const bool high = y > 0.0;
-  bricks.uFirst = wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0;
-  bricks.uStep = wide ? stepX * nx / x : 1.0;
-  bricks.vFirst = high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0;
-  bricks.vStep = high ? stepY / y : 1.0;
   bricks.zMin = box.zmin;
   bricks.zExtent = box.zmin < box.zmax ? static_cast<double>(box.extent(2)) : 1.0;
-  if (canEvaluate(grid)) takeScratch();
+  if (!canEvaluate(grid)) return;
+  placeInGrid(wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0,
+              wide ? stepX * nx / x : 1.0,
+              high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0,
+              high ? stepY / y : 1.0);
+  takeMemory();
 }
 
 void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box) {
@@ -142,16 +156,35 @@ void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box)
   }
 }
 
-void ReferenceWalk::takeScratch() {
+// A voxel's place runs by repeated additions: in brick units along x, normalised to the box along
+// y.
+void ReferenceWalk::placeInGrid(double u, double uStep, double v, double vStep) {
+  BrickGrid& grid = walk.grid;
+  columns_.resize(walk.box.xmax - walk.box.xmin + 1L);
+  for (long x = 0; x < columns_.size; ++x, u += uStep)
+    columns_[x] = placeInBricks(u, grid.numBricks[0]);
+  rows_.resize(walk.box.ymax - walk.box.ymin + 1L);
+  for (long y = 0; y < rows_.size; ++y, v += vStep)
+    rows_[y] = placeInBricks(grid.numBricks[1] * v, grid.numBricks[1]);
+  grid.columns = columns_.data;
+  grid.rows = rows_.data;
+  grid.touched[0] = touchedBy(columns_);
+  grid.touched[1] = touchedBy(rows_);
+}
+
+void ReferenceWalk::takeMemory() {
   constexpr long alignment = 64 / sizeof(double);
-  scratch_.resize(scratchDoubles(walk.referenceDims, walk.grid.numBricks) + alignment);
-  const auto address = reinterpret_cast<std::uintptr_t>(scratch_.data);
-  walk.scratch = scratch_.data + (64 - address % 64) % 64 / sizeof(double);
+  const BrickSpan* const touched = walk.grid.touched;
+  const long kept = keptDoubles * (walk.box.xmax - walk.box.xmin + 1 + maxLanes);
+  // Reserved but not filled: what a kernel reads, it has written.
+  memory_.remax(kept + stageDoubles(touched[0].count, touched[1].count) + alignment, 0);
+  const auto address = reinterpret_cast<std::uintptr_t>(memory_.data);
+  walk.kept = memory_.data + (64 - address % 64) % 64 / sizeof(double);
+  walk.stages = walk.kept + kept;
 }
 
 long ReferenceWalk::numVoxels() const {
   const NmBox3i& box = walk.box;
-  if (box.xmax < box.xmin || box.ymax < box.ymin || box.zmax < box.zmin) return 0;
   return (box.xmax - box.xmin + 1L) * (box.ymax - box.ymin + 1L) * (box.zmax - box.zmin + 1L);
 }
 
@@ -162,7 +195,7 @@ void walkAffine(const WalkArguments& arguments, RegMeanSquaredDifference& metric
   slices.zmax = arguments.box.zmax;
   const ReferenceWalk reference(arguments, slices);
   DifferenceSums sums;
-  kernels().affineDifference[arguments.modelType](reference.walk, sums);
+  arguments.table.affineDifference[arguments.modelType](reference.walk, sums);
   addTo(metric, sums, reference.numVoxels());
 }
 
@@ -170,7 +203,7 @@ void walkAffine(const WalkArguments& arguments, RegCorrelationRatio& metric) {
   if (!arguments.isComplete(true)) return;
   const ReferenceWalk reference(arguments, wholeGrid(arguments.referenceDims));
   CorrelationSums sums = emptySums(metric);
-  kernels().affineCorrelation[arguments.modelType](reference.walk, sums);
+  arguments.table.affineCorrelation[arguments.modelType](reference.walk, sums);
   addTo(metric, sums, reference.numVoxels());
 }
 
@@ -178,7 +211,7 @@ void walkAffine(const WalkArguments& arguments, RegMutualInformation& metric, in
   if (!arguments.isComplete(true) || !metric.canAccumulate()) return;
   const ReferenceWalk reference(arguments, wholeGrid(arguments.referenceDims));
   WorkHistogram work(metric, numHistograms);
-  kernels().affineHistogram[arguments.modelType](reference.walk, work.sums);
+  arguments.table.affineHistogram[arguments.modelType](reference.walk, work.sums);
   work.finish(reference.numVoxels());
 }
 
@@ -198,7 +231,7 @@ void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& gri
   const double y = ny > 1 ? ((rowY + start.y + columnY) - start.y) / (ny - 1) : 1.0;
   const ReferenceWalk reference(arguments, grid, x, y);
   DifferenceSums sums;
-  if (canEvaluate(grid)) kernels().brickDifference[arguments.modelType](reference.walk, sums);
+  if (canEvaluate(grid)) arguments.table.brickDifference[arguments.modelType](reference.walk, sums);
   addTo(metric, sums, reference.numVoxels());
 }
 
@@ -207,7 +240,8 @@ void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& gri
   if (!arguments.isComplete(false)) return;
   const ReferenceWalk reference(arguments, grid, rangedStepX(arguments), rangedStepY(arguments));
   CorrelationSums sums = emptySums(metric);
-  if (canEvaluate(grid)) kernels().brickCorrelation[arguments.modelType](reference.walk, sums);
+  if (canEvaluate(grid))
+    arguments.table.brickCorrelation[arguments.modelType](reference.walk, sums);
   addTo(metric, sums, reference.numVoxels());
 }
 
@@ -216,7 +250,8 @@ void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& gri
   if (!arguments.isComplete(false) || !metric.canAccumulate()) return;
   const ReferenceWalk reference(arguments, grid, rangedStepX(arguments), rangedStepY(arguments));
   WorkHistogram work(metric, numHistograms);
-  if (canEvaluate(grid)) kernels().brickHistogram[arguments.modelType](reference.walk, work.sums);
+  if (canEvaluate(grid))
+    arguments.table.brickHistogram[arguments.modelType](reference.walk, work.sums);
   work.finish(reference.numVoxels());
 }
 
