@@ -51,6 +51,7 @@ InterruptibleProgress::~InterruptibleProgress() {
 
 void InterruptibleProgress::startWorking(int steps, const std::string& text) {
   steps_ = std::max(steps, 1);
+  share_ = plainShare_ = partFirst_;
   setProgressInfo(text.c_str());
 }
 
@@ -74,10 +75,10 @@ bool InterruptibleProgress::wasInterrupted() {
   return interrupted != 0;
 }
 
-void InterruptibleProgress::beginPart(double first, double last) {
-  partFirst_ = first;
-  partLast_ = last;
-  share_ = first;
+void InterruptibleProgress::beginPart(std::size_t part, std::size_t parts) {
+  partFirst_ = static_cast<double>(part) / static_cast<double>(parts);
+  partLast_ = static_cast<double>(part + 1) / static_cast<double>(parts);
+  share_ = partFirst_;
 }
 
 void InterruptibleProgress::endPart(double metric) {

@@ -22,8 +22,8 @@ class InterruptibleProgress : public NmProgressInterface {
   void progressInfoChanged(const std::string& text) override;
   bool wasInterrupted() override;
 
-  /// The task that follows is this part (0 to 1) of the whole work.
-  void beginPart(double first, double last);
+  /// The task that follows is the part of this number, counted from 0, of `parts` equal ones.
+  void beginPart(std::size_t part, std::size_t parts);
 
   /// The part is done, with this value of the metric.
   void endPart(double metric);

@@ -1,6 +1,6 @@
 #include "affineCommand.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,6 +8,7 @@
 #include "OutputFile.h"
 #include "affineRegistration.h"
 #include "matrixFile.h"
+#include "pairOptions.h"
 #include "picture.h"
 #include "report.h"
 #include "resampled.h"
@@ -18,64 +19,58 @@ namespace host {
 namespace {
 
 struct AffineOptions {
-  std::string reference;
-  std::string model;
-  int degreesOfFreedom = 6;
-  std::string metric = "msd";
-  std::string optimizer = "best-neighbour";
-  int levels = 1;
+  PairFiles files;
+  AffineSettings settings;
+  int degreesOfFreedom = 0;
   std::string start;
   std::string matrix;
-  std::string output;
-  std::string picture;
   std::string truth;
 };
 
-void addOptions(CLI::App& command, AffineOptions& options) {
-  command.add_option("--reference", options.reference, "Volume that stays (NIfTI-1)")->required();
-  command.add_option("--model", options.model, "Volume to move (NIfTI-1)")->required();
-  command.add_option("--dof", options.degreesOfFreedom, "Degrees of freedom")
-      ->check(CLI::IsMember({3, 6, 7, 9, 12}))
-      ->required();
-  command.add_option("--metric", options.metric, "Similarity: msd, mean squared difference")
-      ->check(CLI::IsMember({"msd"}))
-      ->capture_default_str();
-  command.add_option("--optimizer", options.optimizer, "Search method")
-      ->check(CLI::IsMember({"best-neighbour"}))
-      ->capture_default_str();
-  command.add_option("--levels", options.levels, "Resolution levels")
-      ->check(CLI::IsMember({1}))
-      ->capture_default_str();
-  command.add_option("--start", options.start, "Matrix file to start from (default: identity)");
-  command.add_option("--matrix", options.matrix, "Matrix file to write")->required();
-  command.add_option("--output", options.output, "Model on the reference's grid (.nii, .nii.gz)")
-      ->required();
-  command.add_option("--picture", options.picture, "Middle slices before and after (.png)")
-      ->required();
-  command.add_option("--truth", options.truth, "Matrix file to print the target error against");
+void addStages(CLI::App& command, AffineOptions& options) {
+  CLI::App* const stages = command.add_option_group("stages");
+  stages
+      ->add_option("--dof", options.degreesOfFreedom,
+                   "Degrees of freedom: translation 3, rigid 6, one scale 7, three 9, affine 12")
+      ->check(CLI::IsMember({3, 6, 7, 9, 12}));
+  stages->add_option("--stages", options.settings.stages, "Degrees of freedom of several searches")
+      ->check(CLI::IsMember({3, 6, 7, 12}));
+  stages->require_option(1);
 }
 
-void requireWritableOutputs(const AffineOptions& options) {
-  OutputFile::requireWritable(options.matrix);
-  requireWritableNifti(options.output);
-  OutputFile::requireWritable(options.picture);
+void addOptions(CLI::App& command, AffineOptions& options) {
+  addPairOptions(command, options.files);
+  command.add_option("--matrix", options.matrix, "Matrix file to write")->required();
+  command.add_option("--start", options.start, "Matrix file to start from (default: identity)");
+  command.add_option("--truth", options.truth, "Matrix file to print the target error against");
+  addStages(command, options);
+  addMetricOptions(command, options.settings.metric);
+  addSearchOptions(command, options.settings.search);
+  addLevelOptions(command, options.settings.levels);
+}
+
+AffineSettings settingsOf(const AffineOptions& options) {
+  AffineSettings settings = options.settings;
+  if (settings.stages.empty()) settings.stages = stagesFor(options.degreesOfFreedom);
+  std::sort(settings.stages.begin(), settings.stages.end());
+  if (!options.start.empty()) settings.start = readMatrix(options.start);
+  return settings;
 }
 
 int runAffine(const AffineOptions& options) {
-  requireWritableOutputs(options);
-  AffineSettings settings;
-  settings.stages = stagesFor(options.degreesOfFreedom);
-  if (!options.start.empty()) settings.start = readMatrix(options.start);
+  requireWritable(options.files);
+  OutputFile::requireWritable(options.matrix);
+  const AffineSettings settings = settingsOf(options);
   std::optional<NmMat4d> truth;
   if (!options.truth.empty()) truth = readMatrix(options.truth);
-  const NiftiVolume reference = readNifti(options.reference);
-  const NiftiVolume model = readNifti(options.model);
+  const NiftiVolume reference = readNifti(options.files.reference);
+  const NiftiVolume model = readNifti(options.files.model);
 
   InterruptibleProgress progress;
   const AffineResult result = registerAffine(reference, model, settings, progress);
   writeMatrix(options.matrix, result.matrix);
-  writeNifti(options.output, resampled(reference, model, result.matrix));
-  writePicture(options.picture, reference, model, {settings.start, result.matrix});
+  writeNifti(options.files.output, resampled(reference, model, result.matrix));
+  writePicture(options.files.picture, reference, model, {settings.start, result.matrix});
   printResult(result);
   if (truth) printTargetError("target error", targetError(reference, result.matrix, *truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;

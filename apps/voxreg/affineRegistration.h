@@ -4,15 +4,19 @@
 
 #include "InterruptibleProgress.h"
 #include "niftiVolume.h"
+#include "searchOptions.h"
 
 namespace host {
 
 /// What a rigid or affine registration is to do.
 struct AffineSettings {
-  std::vector<int> stages;     ///< degrees of freedom of one search after the other: 3, 6, 7, 9, 12
-  NmMat4d start;               ///< model world to reference world
-  float largestStep = 8.0f;    ///< a search halves its steps, which are about millimetres,
-  float smallestStep = 0.03f;  ///< from the largest to just above the smallest
+  AffineSettings();
+
+  MetricSettings metric;
+  SearchSettings search;
+  LevelSettings levels;
+  std::vector<int> stages;  ///< degrees of freedom of the searches of a level: 3, 6, 7, 9, 12
+  NmMat4d start;            ///< model world to reference world
 };
 
 struct AffineResult {

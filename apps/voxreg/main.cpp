@@ -8,15 +8,30 @@
 #include "HostError.h"
 #include "affineCommand.h"
 #include "demoCommand.h"
+#include "elasticCommand.h"
+#include "resampleCommand.h"
 
 namespace {
 
-/// Information stays out of the way of the progress line.
-void keepOnlyErrors() {
-  getTheLogInstance().setSink([](bool isError, const std::string& line) {
-    if (isError) (void)std::fprintf(stderr, "voxreg: %s\n", line.c_str());
-  });
-}
+/// Keeps the library's last error line, which explains what the host has to tell. Information stays
+/// out of the way of the progress line.
+class LibraryErrors {
+ public:
+  LibraryErrors() {
+    before_ = getTheLogInstance().setSink([this](bool isError, const std::string& line) {
+      if (isError) last_ = line;
+    });
+  }
+  LibraryErrors(const LibraryErrors&) = delete;
+  LibraryErrors& operator=(const LibraryErrors&) = delete;
+  ~LibraryErrors() { getTheLogInstance().setSink(before_); }
+
+  std::string last() const { return last_; }
+
+ private:
+  NmLogFile::Sink before_;
+  std::string last_;
+};
 
 int complain(std::string text, int exitCode) {
   std::replace(text.begin(), text.end(), '\n', ' ');
@@ -31,6 +46,8 @@ int run(int argc, char** argv) {
   int exitCode = 0;
   host::addAffineCommand(app, exitCode);
   host::addDemoCommand(app, exitCode);
+  host::addElasticCommand(app, exitCode);
+  host::addResampleCommand(app, exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -43,12 +60,15 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const LibraryErrors errors;
+  const auto explained = [&](const std::exception& error) {
+    return errors.last().empty() ? error.what() : error.what() + (" (" + errors.last() + ")");
+  };
   try {
-    keepOnlyErrors();
     return run(argc, argv);
   } catch (const host::HostError& error) {
-    return complain(error.what(), error.exitCode);
+    return complain(explained(error), error.exitCode);
   } catch (const std::exception& error) {
-    return complain(error.what(), host::HostError::failedRun);
+    return complain(explained(error), host::HostError::failedRun);
   }
 }

@@ -82,12 +82,32 @@ void placeInWorld(const std::string& name, NiftiVolume& volume) {
   volume.frame = *frame;
 }
 
-/// Gives the volume zeroed voxels of a type, and its box.
+/// Gives the volume zeroed voxels of a type, and its box. Throws NmMemoryException.
 void allocate(NiftiVolume& volume, NmPrimType type) {
   volume.data = new VlMemoryData(nullptr);
   const bool done = volume.data->init(volume.frame.dims, type, 1, true, true, true).isOk() &&
                     volume.data->setBoundingBox(volume.frame.box).isOk();
-  if (!done) throw HostError("no room for the voxels", HostError::failedRun);
+  if (!done) throw NmMemoryException();
+}
+
+/// Gives an axis of the file ceil(newDim) voxels, the scale being that of newDim; the volume's
+/// edges stay where they are where newDim is a whole number.
+void scaleAxis(nifti_image& header, int axis, float newDim) {
+  const double oldDim = std::max(header.dim[axis + 1], 1);
+  const double ratio = oldDim / static_cast<double>(newDim);
+  const int dim = static_cast<int>(std::ceil(newDim));
+  const double shift = 0.5 * ((oldDim - 1.0) - (dim - 1.0) * ratio);  // in old voxels
+  for (mat44* const toWorld : {&header.sto_xyz, &header.qto_xyz})
+    for (auto& row : toWorld->m) {
+      row[3] = static_cast<float>(row[3] + shift * static_cast<double>(row[axis]));
+      row[axis] = static_cast<float>(row[axis] * ratio);
+    }
+  header.qoffset_x = header.qto_xyz.m[0][3];
+  header.qoffset_y = header.qto_xyz.m[1][3];
+  header.qoffset_z = header.qto_xyz.m[2][3];
+  header.pixdim[axis + 1] = static_cast<float>(header.pixdim[axis + 1] * ratio);
+  header.dim[axis + 1] = dim;
+  if (dim > 1) header.dim[0] = std::max(header.dim[0], axis + 1);
 }
 
 ValueScale scaleOf(const nifti_image& header) {
@@ -227,6 +247,17 @@ NiftiVolume newVolume(const NmVec3l& dims, const NmBox3f& box, NmPrimType type) 
   header.sto_xyz.m[3][3] = 1.0f;
   placeInWorld("the new volume", volume);
   allocate(volume, type);
+  return volume;
+}
+
+NiftiVolume scaledVolume(const NiftiVolume& original, const NmVec3f& newDims) {
+  NiftiVolume volume = original;
+  volume.header = owned(nifti_copy_nim_info(original.header.get()));
+  if (volume.header == nullptr) throw NmMemoryException();
+  for (int a = 0; a < 3; ++a) scaleAxis(*volume.header, original.order.fileAxis[a], newDims[a]);
+  nifti_update_dims_from_array(volume.header.get());
+  placeInWorld("the new volume", volume);
+  allocate(volume, original.data->primType());
   return volume;
 }
 

@@ -26,6 +26,10 @@ NiftiVolume readNifti(const std::string& path);
 /// A new zeroed volume of a voxel type on the grid of another.
 NiftiVolume volumeLike(const NiftiVolume& grid, NmPrimType type);
 
+/// A new zeroed volume around the same centre, of ceil(newDims) voxels along the axes of the frame.
+/// A voxel grows by the ratio of the dimensions to newDims. Throws NmMemoryException.
+NiftiVolume scaledVolume(const NiftiVolume& original, const NmVec3f& newDims);
+
 /// A new zeroed volume along the world's axes.
 NiftiVolume newVolume(const NmVec3l& dims, const NmBox3f& box, NmPrimType type);
 

@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "elastic/RegElasticRegistration.h"
-#include "tests/resampling/volumeValues.h"
+#include "tests/support/volumeValues.h"
 #include "tests/support/LogCapture.h"
 
 namespace {

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+
+#include "BrickMap.h"
+#include "InterruptibleProgress.h"
+
+namespace host {
+
+/// The part of a chest that is left out: an ellipsoid in the reference's frame.
+struct ChestMask {
+  NmVec3f center;
+  NmVec3f weights;  ///< of the squared distances along the axes
+  float innerRadius;
+  float outerRadius;
+
+  bool holds(const NmVec3f& place) const;
+};
+
+/// What an elastic registration is to do.
+struct ElasticSettings {
+  enum class Masking { whereFound, required, none };
+
+  Masking masking = Masking::whereFound;
+  std::vector<float> levels;   ///< values of air and of the darkest tissue; empty: measured
+  std::optional<NmBox3i> roi;  ///< voxels of the frame; none: found with the mask
+  int maxBricks = 12;          ///< along the body's x axis
+  bool correlationRatio = false;
+};
+
+struct ElasticResult {
+  BrickTransform transform;  ///< reference's frame to model's frame
+  std::optional<ChestMask> mask;
+  double seconds = 0.0;
+  bool interrupted = false;
+};
+
+/// Registers two volumes on one grid, coarse to fine, without what lies behind the chest wall. An
+/// interruption leaves what was reached. Throws HostError for volumes on different grids.
+ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& model,
+                              const ElasticSettings& settings, InterruptibleProgress& progress);
+
+}  // namespace host

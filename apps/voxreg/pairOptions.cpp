@@ -1,0 +1,22 @@
+#include "pairOptions.h"
+
+#include "OutputFile.h"
+#include "niftiVolume.h"
+
+namespace host {
+
+void addPairOptions(CLI::App& command, PairFiles& files) {
+  command.add_option("--reference", files.reference, "Volume that stays (NIfTI-1)")->required();
+  command.add_option("--model", files.model, "Volume to move (NIfTI-1)")->required();
+  command.add_option("--output", files.output, "Model on the reference's grid (.nii, .nii.gz)")
+      ->required();
+  command.add_option("--picture", files.picture, "Middle slices before and after (.png)")
+      ->required();
+}
+
+void requireWritable(const PairFiles& files) {
+  requireWritableNifti(files.output);
+  OutputFile::requireWritable(files.picture);
+}
+
+}  // namespace host

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace host {
+
+/// Adds `resample`: scales a volume along its own axes.
+void addResampleCommand(CLI::App& app, int& exitCode);
+
+}  // namespace host

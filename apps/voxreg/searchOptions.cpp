@@ -1,0 +1,122 @@
+#include "searchOptions.h"
+
+#include <cmath>
+#include <limits>
+
+#include "HostError.h"
+
+namespace host {
+
+namespace {
+
+struct Kind {
+  const char* name;
+  unsigned int number;
+};
+
+constexpr Kind metrics[] = {{"msd", 2}, {"cr", 3}, {"nmi", 0}, {"mi", 1}};
+
+constexpr Kind searches[] = {{"best-neighbour", 1},
+                             {"aggressive", 0},
+                             {"best-direction", 4},
+                             {"gradient", 2},
+                             {"conjugate", 3}};
+
+template <std::size_t n>
+std::vector<std::string> namesOf(const Kind (&kinds)[n]) {
+  std::vector<std::string> names;
+  for (const Kind& kind : kinds) names.emplace_back(kind.name);
+  return names;
+}
+
+template <std::size_t n>
+unsigned int numberOf(const Kind (&kinds)[n], const std::string& name) {
+  for (const Kind& kind : kinds)
+    if (kind.name == name) return kind.number;
+  throw HostError("there is no " + name);
+}
+
+constexpr double anything = -std::numeric_limits<double>::infinity();
+
+void addRange(CLI::App& command, const std::string& name, std::vector<float>& range,
+              const std::string& volume) {
+  command.add_option(name, range, "Values of the " + volume + " that count (default: all)")
+      ->expected(2)
+      ->type_name("MIN MAX")
+      ->check(numberAbove(anything));
+}
+
+}  // namespace
+
+CLI::Validator numberAbove(double limit) {
+  const auto complaintAbout = [limit](const std::string& text) -> std::string {
+    float value = 0.0f;
+    if (!CLI::detail::lexical_cast(text, value) || !std::isfinite(value))
+      return text + " is not a number";
+    return value > limit ? "" : text + " is too small";
+  };
+  return {complaintAbout, ""};
+}
+
+unsigned int MetricSettings::kind() const {
+  return numberOf(metrics, name);
+}
+
+unsigned int SearchSettings::kind() const {
+  return numberOf(searches, optimizer);
+}
+
+void addMetricOptions(CLI::App& command, MetricSettings& settings) {
+  command
+      .add_option("--metric", settings.name,
+                  "Similarity: mean squared difference, correlation ratio, normalised or simple "
+                  "mutual information")
+      ->check(CLI::IsMember(namesOf(metrics)))
+      ->capture_default_str();
+  command.add_option("--bins", settings.bins, "Bins of nmi and mi (default: by the ranges)")
+      ->check(CLI::Range(1, 4096));
+  addRange(command, "--range-reference", settings.referenceRange, "reference");
+  addRange(command, "--range-model", settings.modelRange, "model");
+}
+
+void addSearchOptions(CLI::App& command, SearchSettings& settings) {
+  command.add_option("--optimizer", settings.optimizer, "Search method")
+      ->check(CLI::IsMember(namesOf(searches)))
+      ->capture_default_str();
+  command.add_option("--steps", settings.steps, "Largest and smallest step of the search")
+      ->expected(2)
+      ->type_name("MAX MIN")
+      ->check(numberAbove(0.0))
+      ->capture_default_str();
+  command
+      .add_option("--gradient-levels", settings.gradientLevels,
+                  "So many of the finest levels are left to the gradient search")
+      ->check(CLI::Range(0, 16))
+      ->capture_default_str();
+  command
+      .add_option("--gradient-tolerance", settings.gradientTolerance,
+                  "Relative gain at which gradient and conjugate searches end")
+      ->check(numberAbove(0.0))
+      ->capture_default_str();
+  command.add_flag("--fit-steps", settings.fitSteps,
+                   "Let the best-direction search reduce its step by one factor throughout");
+  command.add_flag("--restricted-motion", settings.restrictedMotion,
+                   "Hold rotations back, and lower the value gently where the volumes part");
+}
+
+void addLevelOptions(CLI::App& command, LevelSettings& settings) {
+  CLI::Option* const coarsest =
+      command
+          .add_option("--coarsest", settings.coarsest,
+                      "Reduction on the coarsest level (default: to about 64 voxels)")
+          ->expected(3)
+          ->type_name("X Y Z")
+          ->check(CLI::Range(1, 1024));
+  command
+      .add_option("--levels", settings.levels,
+                  "Levels from 1 (full resolution only) on, each twice as coarse")
+      ->check(CLI::Range(1, 10))
+      ->excludes(coarsest);
+}
+
+}  // namespace host

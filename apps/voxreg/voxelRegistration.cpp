@@ -1,0 +1,92 @@
+#include "voxelRegistration.h"
+
+#include <algorithm>
+
+#include "HostError.h"
+
+namespace host {
+
+namespace {
+
+NmDArray<NmHandle<VlData>> listOf(const NiftiVolume& volume) {
+  NmHandle<VlData> handle = volume.data;
+  NmDArray<NmHandle<VlData>> list;
+  list.insert(0, 1, &handle);
+  return list;
+}
+
+/// The axis on which a volume has one voxel; 3 where there is none.
+int flatAxis(const NiftiVolume& volume) {
+  int axis = 0;
+  while (axis < 3 && volume.frame.dims[axis] != 1) ++axis;
+  return axis;
+}
+
+NmVec2f rangeOf(const NiftiVolume& volume, const std::vector<float>& asked) {
+  NmVec2f range;
+  if (asked.empty()) {
+    (void)volume.data->range(range.x, range.y, true);
+    return range;
+  }
+  if (!(asked[0] < asked[1])) throw HostError("a range of values ends below its beginning");
+  return {asked[0], asked[1]};
+}
+
+unsigned int binsFor(const NiftiVolume& volume, const NmVec2f& range, int asked) {
+  const int type = volume.data->primType();
+  const bool holdsIntegers = type != NmPrimType::Float && type != NmPrimType::Double;
+  return static_cast<unsigned int>(
+      asked > 0 ? asked : RegVoxelRegistration::getNumBins(range.x, range.y, holdsIntegers));
+}
+
+NmVec2f stepRangeOf(const SearchSettings& search) {
+  if (search.steps[0] < search.steps[1])
+    throw HostError("the largest step is smaller than the smallest");
+  return {search.steps[0], search.steps[1]};
+}
+
+}  // namespace
+
+RegVoxelRegistration makeRegistration(const NiftiVolume& reference, const NiftiVolume& model,
+                                      const MetricSettings& metric, const SearchSettings& search,
+                                      NmProgressInterface& progress) {
+  if (flatAxis(reference) != flatAxis(model))
+    throw HostError("reference and model are not flat on the same axis");
+  constexpr int orientationByDimensionMode = 3;
+  const unsigned int dimensionMode = flatAxis(reference) < 3 ? 0 : 1;
+  const NmVec2f ranges[2] = {rangeOf(reference, metric.referenceRange),
+                             rangeOf(model, metric.modelRange)};
+  NmDArray<NmHandle<VlData>> references = listOf(reference);
+  NmDArray<NmHandle<VlData>> models = listOf(model);
+  NmVec4i affineStages;
+  NmVec3i nonAffineStages;
+  return RegVoxelRegistration(
+      &progress, /*rethrow=*/true, references, models, orientationByDimensionMode, ranges[0].x,
+      ranges[0].y, ranges[1].x, ranges[1].y, /*threads=*/1, metric.kind(),
+      binsFor(reference, ranges[0], metric.bins), binsFor(model, ranges[1], metric.bins),
+      /*coarsest=*/NmVec3i(1, 1, 1), dimensionMode, /*findCoverage=*/true, affineStages,
+      nonAffineStages, /*keepCoarse=*/false, stepRangeOf(search), search.gradientLevels,
+      search.gradientTolerance, search.kind(), search.fitSteps, search.restrictedMotion);
+}
+
+NmVec3i coarsestFactors(const NiftiVolume& reference, const NiftiVolume& model,
+                        const LevelSettings& settings) {
+  NmVec3i factors(1, 1, 1);
+  if (!settings.coarsest.empty()) {
+    factors = NmVec3i(settings.coarsest[0], settings.coarsest[1], settings.coarsest[2]);
+  } else if (settings.levels > 0) {
+    const int factor = 1 << (settings.levels - 1);
+    factors = NmVec3i(factor, factor, factor);
+  } else {
+    constexpr float voxelsAlongTheLongestSide = 64.0f;
+    const NmBox3f& box = reference.frame.box;
+    const float voxel =
+        std::max({box.extent(0), box.extent(1), box.extent(2)}) / voxelsAlongTheLongestSide;
+    factors = RegVoxelRegistration::findIsotropicSampling(voxel, reference.data->voxelSpacing(),
+                                                          NmVec3i(1, 1, 1), NmVec3i(0, 0, 0));
+  }
+  RegVoxelRegistration::restrictCoarsestResampling(reference.data, model.data, false, factors);
+  return factors;
+}
+
+}  // namespace host

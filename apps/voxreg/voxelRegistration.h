@@ -1,0 +1,21 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include "niftiVolume.h"
+#include "searchOptions.h"
+
+namespace host {
+
+/// A registration of two volumes in their own frames, which still needs its stages. It tells
+/// `progress`, and hands exceptions on. Throws HostError for a pair that does not go together and
+/// for settings that no run can take.
+RegVoxelRegistration makeRegistration(const NiftiVolume& reference, const NiftiVolume& model,
+                                      const MetricSettings& metric, const SearchSettings& search,
+                                      NmProgressInterface& progress);
+
+/// The reduction of the coarsest level.
+NmVec3i coarsestFactors(const NiftiVolume& reference, const NiftiVolume& model,
+                        const LevelSettings& settings);
+
+}  // namespace host

@@ -1,0 +1,36 @@
+#include "zoomed.h"
+
+#include <cmath>
+
+#include "HostError.h"
+
+namespace host {
+
+namespace {
+
+void requireDims(const NmVec3f& dims) {
+  constexpr float largest = 32767.0f;  // of a NIfTI-1 header
+  for (int a = 0; a < 3; ++a)
+    if (!(dims[a] > 0.0f && dims[a] <= largest))
+      throw HostError("no file can have that many voxels on an axis");
+}
+
+}  // namespace
+
+NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
+                   RegResampler::FilterType filter, NmProgressInterface& progress) {
+  requireDims(newDims);
+  try {
+    NiftiVolume result = scaledVolume(volume, newDims);
+    NmHandle<VlData> target = result.data;
+    RegResampler resampler;
+    resampler.progress = &progress;
+    if (!resampler.doResample(volume.data, target, newDims, nullptr, NmVec3f(), filter, 0.0f, 1))
+      throw NmMemoryException();
+    return result;
+  } catch (const NmMemoryException&) {
+    throw HostError("there is no room for a volume of this size");
+  }
+}
+
+}  // namespace host

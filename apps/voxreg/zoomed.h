@@ -1,0 +1,14 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include "niftiVolume.h"
+
+namespace host {
+
+/// The volume scaled to ceil(newDims) voxels along the axes of its frame. Throws HostError for
+/// dimensions that no file can have, and where memory is short.
+NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
+                   RegResampler::FilterType filter, NmProgressInterface& progress);
+
+}  // namespace host
