@@ -12,6 +12,15 @@
 namespace voxreg::detail {
 namespace {
 
+/// Where the voxels along one axis lie in a grid of bricks.
+struct PlacesInGrid {
+  double first;
+  double step;
+  long count;
+  double bricksPerUnit;
+  int numBricks;
+};
+
 NmBox3i wholeGrid(const NmVec3i& dims) {
   return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
 }
@@ -42,12 +51,23 @@ double rangedStepY(const WalkArguments& a) {
   return (a.stepX.y * (a.referenceDims.x - 1) + a.stepY.y * (ny - 1)) / (ny - 1);
 }
 
-BrickSpan touchedBy(const NmDArray<BrickPlace>& places) {
-  if (places.size == 0) return {0, 0};
-  const auto [first, last] = std::minmax_element(
-      places.data, places.data + places.size,
-      [](const BrickPlace& a, const BrickPlace& b) { return a.brick < b.brick; });
-  return {first->brick, last->brick - first->brick + 1};
+/// Calls f(i, place) for the places of voxels 0 .. count - 1 along an axis, which run by repeated
+/// additions.
+template <class F>
+void forEachPlace(const PlacesInGrid& run, F f) {
+  double at = run.first;
+  for (long i = 0; i < run.count; ++i, at += run.step)
+    f(i, placeInBricks(run.bricksPerUnit * at, run.numBricks));
+}
+
+BrickSpan touchedBy(const PlacesInGrid& run) {
+  int first = run.numBricks;
+  int last = -1;
+  forEachPlace(run, [&](long, const BrickPlace& place) {
+    first = std::min(first, place.brick);
+    last = std::max(last, place.brick);
+  });
+  return {first, std::max(last - first + 1, 0)};
 }
 
 CorrelationSums emptySums(const RegCorrelationRatio& metric) {
@@ -111,7 +131,7 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const NmBox3i& box)
     walk.bounds[axis][0] = arguments.bounds[2 * axis];
     walk.bounds[axis][1] = arguments.bounds[2 * axis + 1];
   }
-  takeMemory();
+  takeMemory(0);
 }
 
 ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineTransform& grid,
@@ -134,11 +154,20 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineT
   bricks.zMin = box.zmin;
   bricks.zExtent = box.zmin < box.zmax ? static_cast<double>(box.extent(2)) : 1.0;
   if (!canEvaluate(grid)) return;
-  placeInGrid(wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0,
-              wide ? stepX * nx / x : 1.0,
-              high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0,
-              high ? stepY / y : 1.0);
-  takeMemory();
+  // In brick units along x, normalised to the box along y.
+  const PlacesInGrid columns = {
+      wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0,
+      wide ? stepX * nx / x : 1.0, walk.box.xmax - walk.box.xmin + 1L, 1.0, bricks.numBricks[0]};
+  const PlacesInGrid rows = {high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0,
+                             high ? stepY / y : 1.0, walk.box.ymax - walk.box.ymin + 1L,
+                             static_cast<double>(bricks.numBricks[1]), bricks.numBricks[1]};
+  bricks.touched[0] = touchedBy(columns);
+  bricks.touched[1] = touchedBy(rows);
+  auto* const places = reinterpret_cast<BrickPlace*>(takeMemory(columns.count + rows.count));
+  forEachPlace(columns, [&](long i, const BrickPlace& place) { places[i] = place; });
+  forEachPlace(rows, [&](long i, const BrickPlace& place) { places[columns.count + i] = place; });
+  bricks.columns = places;
+  bricks.rows = places + columns.count;
 }
 
 void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box) {
@@ -156,31 +185,18 @@ void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box)
   }
 }
 
-// A voxel's place runs by repeated additions: in brick units along x, normalised to the box along
-// y.
-void ReferenceWalk::placeInGrid(double u, double uStep, double v, double vStep) {
-  BrickGrid& grid = walk.grid;
-  columns_.resize(walk.box.xmax - walk.box.xmin + 1L);
-  for (long x = 0; x < columns_.size; ++x, u += uStep)
-    columns_[x] = placeInBricks(u, grid.numBricks[0]);
-  rows_.resize(walk.box.ymax - walk.box.ymin + 1L);
-  for (long y = 0; y < rows_.size; ++y, v += vStep)
-    rows_[y] = placeInBricks(grid.numBricks[1] * v, grid.numBricks[1]);
-  grid.columns = columns_.data;
-  grid.rows = rows_.data;
-  grid.touched[0] = touchedBy(columns_);
-  grid.touched[1] = touchedBy(rows_);
-}
-
-void ReferenceWalk::takeMemory() {
+double* ReferenceWalk::takeMemory(long numPlaces) {
   constexpr long alignment = 64 / sizeof(double);
+  constexpr long placeDoubles = sizeof(BrickPlace) / sizeof(double);
   const BrickSpan* const touched = walk.grid.touched;
   const long kept = keptDoubles * (walk.box.xmax - walk.box.xmin + 1 + maxLanes);
+  const long stages = stageDoubles(touched[0].count, touched[1].count);
   // Reserved but not filled: what a kernel reads, it has written.
-  memory_.remax(kept + stageDoubles(touched[0].count, touched[1].count) + alignment, 0);
+  memory_.remax(kept + stages + placeDoubles * numPlaces + alignment, 0);
   const auto address = reinterpret_cast<std::uintptr_t>(memory_.data);
   walk.kept = memory_.data + (64 - address % 64) % 64 / sizeof(double);
   walk.stages = walk.kept + kept;
+  return walk.stages + stages;
 }
 
 long ReferenceWalk::numVoxels() const {

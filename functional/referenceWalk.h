@@ -53,11 +53,10 @@ class ReferenceWalk {
 
  private:
   void setFrame(const WalkArguments& arguments, const NmBox3i& box);
-  void placeInGrid(double u, double uStep, double v, double vStep);
-  void takeMemory();
 
-  NmDArray<BrickPlace> columns_;
-  NmDArray<BrickPlace> rows_;
+  /// Takes what the kernel works in, in one block; returns the room for the places of voxels.
+  double* takeMemory(long numPlaces);
+
   NmDArray<double> memory_;
 };
 
