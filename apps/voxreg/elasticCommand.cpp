@@ -22,7 +22,6 @@ namespace {
 struct ElasticOptions {
   PairFiles files;
   ElasticSettings settings;
-  std::string metric = "nmi";
   std::vector<int> roi;
   std::string transform;
   std::string subtraction;
@@ -72,8 +71,10 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
       ->type_name("I0 I1 J0 J1 K0 K1")
       ->check(CLI::NonNegativeNumber);
   command
-      .add_option("--metric", options.metric,
-                  "Similarity: normalised mutual information or correlation ratio")
+      .add_option(
+          "--metric", options.settings.metric,
+          "Similarity: correlation ratio, or normalised mutual information, which is slow and "
+          "needs many voxels")
       ->check(CLI::IsMember({"nmi", "cr"}))
       ->capture_default_str();
   command.add_option("--truth", options.truth,
@@ -108,7 +109,6 @@ int runElastic(const ElasticOptions& options) {
   const NiftiVolume reference = readNifti(options.files.reference);
   const NiftiVolume model = readNifti(options.files.model);
   ElasticSettings settings = options.settings;
-  settings.correlationRatio = options.metric == "cr";
   if (!options.roi.empty()) settings.roi = roiInFrame(options.roi, reference);
 
   std::optional<LogOnStandardError> log;

@@ -134,7 +134,7 @@ ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& m
   const Preparation made = prepare(elastic, reference, model, settings);
   const ChestMask mask = made.mask.value_or(ChestMask{});
   const bool done = elastic.doRegistration(
-      made.referenceRange, made.modelRange, settings.correlationRatio ? 1u : 0u,
+      made.referenceRange, made.modelRange, settings.metric == "cr" ? 1u : 0u,
       made.mask.has_value(), made.reference.rescale, made.model.rescale, mask.center, mask.weights,
       mask.innerRadius, mask.outerRadius, &made.roi, settings.maxBricks, made.body.axes.x);
   progress.wipe();

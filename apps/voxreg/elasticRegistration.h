@@ -1,6 +1,8 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "BrickMap.h"
 #include "InterruptibleProgress.h"
@@ -25,7 +27,7 @@ struct ElasticSettings {
   std::vector<float> levels;   ///< values of air and of the darkest tissue; empty: measured
   std::optional<NmBox3i> roi;  ///< voxels of the frame; none: found with the mask
   int maxBricks = 12;          ///< along the body's x axis
-  bool correlationRatio = false;
+  std::string metric = "cr";   ///< or nmi, which takes ten times as long and needs fine grids
 };
 
 struct ElasticResult {
