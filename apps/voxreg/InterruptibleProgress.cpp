@@ -81,9 +81,8 @@ void InterruptibleProgress::beginPart(std::size_t part, std::size_t parts) {
   share_ = partFirst_;
 }
 
-void InterruptibleProgress::endPart(double metric) {
+void InterruptibleProgress::endPart() {
   share_ = partLast_;
-  metric_ = formatted("%.6g", metric);
   if (onTerminal_) {
     paint();
   } else {
@@ -107,7 +106,8 @@ void InterruptibleProgress::writePlainLine() {
 
 std::string InterruptibleProgress::line() const {
   std::string result = formatted("%3.0f %%", 100.0 * share_);
-  if (!metric_.empty()) result += "  metric " + metric_;
+  const bool isKnown = metric_ != nullptr && *metric_ != 0.0;  // 0 until the first search is over
+  if (isKnown) result += formatted("  metric %.6g", *metric_);
   return result + "  " + progressInfo();
 }
 

@@ -25,8 +25,21 @@ class InterruptibleProgress : public NmProgressInterface {
   /// The task that follows is the part of this number, counted from 0, of `parts` equal ones.
   void beginPart(std::size_t part, std::size_t parts);
 
-  /// The part is done, with this value of the metric.
-  void endPart(double metric);
+  void endPart();
+
+  /// Shows a value of the metric beside the progress as long as it lives.
+  class Metric {
+   public:
+    Metric(InterruptibleProgress& progress, const double& value) : progress_(progress) {
+      progress_.metric_ = &value;
+    }
+    Metric(const Metric&) = delete;
+    Metric& operator=(const Metric&) = delete;
+    ~Metric() { progress_.metric_ = nullptr; }
+
+   private:
+    InterruptibleProgress& progress_;
+  };
 
   /// Clears the terminal's line for what follows.
   void wipe() const;
@@ -42,7 +55,7 @@ class InterruptibleProgress : public NmProgressInterface {
   double share_ = 0.0;
   double plainShare_ = 0.0;  ///< share at the last plain line
   int steps_ = 100;
-  std::string metric_;
+  const double* metric_ = nullptr;
 };
 
 }  // namespace host

@@ -70,8 +70,10 @@ int runAffine(const AffineOptions& options) {
   const AffineResult result = registerAffine(reference, model, settings, progress);
   writeMatrix(options.matrix, result.matrix);
   writeNifti(options.files.output, resampled(reference, model, result.matrix));
-  writePicture(options.files.picture, reference, model, {settings.start, result.matrix});
-  printResult(result);
+  writePicture(
+      options.files.picture, reference, model,
+      {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
+  printSearch(result.metric, result.seconds, result.interrupted);
   if (truth) printTargetError("target error", targetError(reference, result.matrix, *truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }

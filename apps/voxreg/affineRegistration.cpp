@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "HostError.h"
-#include "resampled.h"
+#include "placeMap.h"
 #include "voxelRegistration.h"
 
 namespace host {
@@ -14,11 +14,11 @@ namespace {
 struct LevelRun {
   NmVec3i coarsest;         ///< 1 for full resolution
   std::vector<int> stages;  ///< one for full resolution
-};
+  bool isRefinement;        ///< of a result of the same stage on coarser levels
 
-bool isFullResolution(const NmVec3i& factors) {
-  return factors == NmVec3i(1, 1, 1);
-}
+  bool isPyramid() const { return !(coarsest == NmVec3i(1, 1, 1)); }
+  int levels() const { return isPyramid() ? 2 : 1; }
+};
 
 /// The library has a switch for each of these stages; others come by another way, without a
 /// pyramid.
@@ -36,16 +36,19 @@ std::vector<int> pyramidStagesOf(const std::vector<int>& stages) {
 std::vector<LevelRun> planRuns(NmVec3i factors, const std::vector<int>& stages) {
   std::vector<LevelRun> runs;
   bool reachesFullResolution = false;
-  while (!isFullResolution(factors)) {
-    runs.push_back({factors, pyramidStagesOf(stages)});
+  std::vector<int> onLevels = pyramidStagesOf(stages);
+  for (; !(factors == NmVec3i(1, 1, 1)); onLevels = {onLevels.back()}) {
+    runs.push_back({factors, onLevels, !runs.empty()});
     reachesFullResolution = std::max({factors.x, factors.y, factors.z}) == 2;
     for (int a = 0; a < 3; ++a) factors[a] = std::max(factors[a] / 4, 1);
   }
-  const NmVec3i full(1, 1, 1);
-  if (runs.empty())
-    for (const int stage : stages) runs.push_back({full, {stage}});
-  else if (!reachesFullResolution || runs.back().stages.back() != stages.back())
-    runs.push_back({full, {stages.back()}});
+  if (runs.empty()) {
+    for (const int stage : stages) runs.push_back({factors, {stage}, false});
+    return runs;
+  }
+  const bool isRefinement = onLevels.back() == stages.back();
+  if (!reachesFullResolution || !isRefinement)
+    runs.push_back({factors, {stages.back()}, isRefinement});
   return runs;
 }
 
@@ -53,19 +56,30 @@ void setStages(RegVoxelRegistration& registration, const LevelRun& run) {
   const auto isOn = [&](int stage) {
     return std::find(run.stages.begin(), run.stages.end(), stage) != run.stages.end() ? 1 : 0;
   };
-  const bool alone = isFullResolution(run.coarsest);
-  registration.affineStages = alone ? NmVec4i() : NmVec4i(isOn(3), isOn(6), isOn(7), isOn(12));
-  registration.nonAffineStages = alone ? NmVec3i(run.stages.front(), 0, 0) : NmVec3i();
+  const bool pyramid = run.isPyramid();
+  registration.affineStages = pyramid ? NmVec4i(isOn(3), isOn(6), isOn(7), isOn(12)) : NmVec4i();
+  registration.nonAffineStages = pyramid ? NmVec3i() : NmVec3i(run.stages.front(), 0, 0);
   registration.coarsestResampling = run.coarsest;
 }
 
-}  // namespace
-
-AffineSettings::AffineSettings() {
-  search.optimizer = "aggressive";
-  search.steps = {8.0f, 0.03f};
-  search.gradientTolerance = 1e-5f;
+/// A refinement makes small steps, and fewer of them: an evaluation is dear by then.
+void setSearch(RegVoxelRegistration& registration, const LevelRun& run, int levelsAfter,
+               const SearchSettings& search) {
+  const int gradientLevels = search.gradientLevels - levelsAfter;
+  registration.numGradientLevels = gradientLevels;
+  registration.optimizerKind =
+      gradientLevels >= run.levels() ? SearchSettings::gradientKind : search.kind();
+  registration.stepRange = run.isRefinement ? search.refiningSteps() : search.stepRange();
+  registration.gradientStep = search.gradientTolerance * (run.isRefinement ? 100.0f : 1.0f);
 }
+
+int levelsFrom(const std::vector<LevelRun>& runs, std::size_t first) {
+  int levels = 0;
+  for (std::size_t i = first; i < runs.size(); ++i) levels += runs[i].levels();
+  return levels;
+}
+
+}  // namespace
 
 std::vector<int> stagesFor(int degreesOfFreedom) {
   if (degreesOfFreedom <= 6) return {degreesOfFreedom};
@@ -77,15 +91,17 @@ AffineResult registerAffine(const NiftiVolume& reference, const NiftiVolume& mod
   const NmWatch watch(true);
   RegVoxelRegistration registration =
       makeRegistration(reference, model, settings.metric, settings.search, progress);
+  const InterruptibleProgress::Metric metric(progress, registration.finalMetric);
   worldToFrames(settings.start, reference, model).getValue(registration.matrix);
   const std::vector<LevelRun> runs =
       planRuns(coarsestFactors(reference, model, settings.levels), settings.stages);
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
     progress.beginPart(i, runs.size());
     setStages(registration, runs[i]);
+    setSearch(registration, runs[i], levelsFrom(runs, i + 1), settings.search);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);
-    progress.endPart(registration.finalMetric);
+    progress.endPart();
   }
   progress.wipe();
   NmMat4d frames;

@@ -10,8 +10,6 @@ namespace host {
 
 /// What a rigid or affine registration is to do.
 struct AffineSettings {
-  AffineSettings();
-
   MetricSettings metric;
   SearchSettings search;
   LevelSettings levels;

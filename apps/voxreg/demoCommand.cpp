@@ -15,7 +15,6 @@
 #include "resampled.h"
 #include "subtraction.h"
 #include "targetError.h"
-#include "transformFile.h"
 
 namespace host {
 
@@ -50,8 +49,10 @@ void registerHead(const std::string& folder, InterruptibleProgress& progress) {
   const AffineResult result = registerAffine(reference, model, settings, progress);
   writeMatrix(file("matrix.txt"), result.matrix);
   writeNifti(file("registered.nii.gz"), resampled(reference, model, result.matrix));
-  writePicture(file("registration.png"), reference, model, {settings.start, result.matrix});
-  printResult(result);
+  writePicture(
+      file("registration.png"), reference, model,
+      {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
+  printSearch(result.metric, result.seconds, result.interrupted);
   printTargetError("target error before", targetError(reference, settings.start, truth));
   printTargetError("target error after", targetError(reference, result.matrix, truth));
 }
@@ -74,17 +75,17 @@ void registerChest(const std::string& folder, InterruptibleProgress& progress) {
 
   const ElasticResult result = registerElastic(reference, model, {}, progress);
   const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
-  writeTransform(file("chest-bricks.json"), result.transform, reference, model);
+  const GridTransform transform = result.inWorld(reference, model);
+  writeGridTransform(file("chest-bricks.json"), transform);
   writeNifti(file("chest-registered.nii.gz"), volumes.registered);
   writeNifti(file("chest-subtraction.nii.gz"), volumes.subtraction);
   writeElasticPicture(file("chest.png"), volumes, result.mask);
-  printResult(result);
+  printElastic(result);
   const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
-  const BrickTransform identity = identityOver(reference.frame.box);
-  printDisplacementError("displacement before",
-                         displacementError(truth, identity, reference, model));
-  printDisplacementError("displacement after",
-                         displacementError(truth, result.transform, reference, model));
+  const GridTransform identity = GridTransform::fromFrames(
+      GridTransform::start(NmMat4d(), reference, model), reference, model);
+  printDisplacementError("displacement before", displacementError(identity, truth));
+  printDisplacementError("displacement after", displacementError(transform, truth));
   printLesion("lesion before", lesionContrast(phantom, subtraction(model, reference)));
   printLesion("lesion after", lesionContrast(phantom, volumes.subtraction));
 }

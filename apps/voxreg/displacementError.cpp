@@ -1,49 +1,50 @@
 #include "displacementError.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <sstream>
 
 #include "HostError.h"
-#include "solidShapes.h"
 
 namespace host {
 
+namespace {
+
+bool isFinite(double number) {
+  return std::isfinite(number);
+}
+
+}  // namespace
+
 std::vector<PointPair> readPointPairs(const std::string& path) {
   std::ifstream file(path);
-  if (!file) throw HostError(path + " does not exist");
+  if (!file) throw HostError("cannot read " + path);
   std::vector<PointPair> pairs;
   for (std::string text; std::getline(file, text);) {
     std::istringstream line(text);
-    PointPair p;
-    line >> p.reference.x >> p.reference.y >> p.reference.z >> p.model.x >> p.model.y >> p.model.z;
-    if (!line || !(line >> std::ws).eof())
-      throw HostError(path + " is not a file of lines with six numbers");
-    pairs.push_back(p);
+    double numbers[6];
+    for (double& number : numbers) line >> number;
+    if (!line || !(line >> std::ws).eof() || !std::all_of(numbers, numbers + 6, isFinite))
+      throw HostError(path + " does not hold lines of six numbers");
+    pairs.push_back({{numbers[0], numbers[1], numbers[2]}, {numbers[3], numbers[4], numbers[5]}});
   }
   if (pairs.empty()) throw HostError(path + " holds no points");
   return pairs;
 }
 
-DisplacementError displacementError(const std::vector<PointPair>& truth,
-                                    const BrickTransform& transform, const NiftiVolume& reference,
-                                    const NiftiVolume& model) {
-  const BrickMap map(transform);
-  const NmMat4d toReference = reference.frame.toWorld.inverse();
+DisplacementError displacementError(const GridTransform& transform,
+                                    const std::vector<PointPair>& points) {
   std::vector<double> distances;
-  for (const PointPair& pair : truth) {
-    NmVec3d place;
-    toReference.multVecMatrix(pair.reference, place);
-    place = map.at(place);
-    model.frame.toWorld.multVecMatrix(place, place);
-    distances.push_back(length(difference(place, pair.model)));
-  }
   DisplacementError error;
-  if (distances.empty()) return error;
+  for (const PointPair& pair : points) {
+    const NmVec3d found = transform.ofWorld(pair.reference);
+    distances.push_back(
+        std::hypot(found.x - pair.model.x, found.y - pair.model.y, found.z - pair.model.z));
+    error.mean += distances.back() / static_cast<double>(points.size());
+  }
   std::sort(distances.begin(), distances.end());
-  for (const double distance : distances) error.mean += distance;
-  error.mean /= static_cast<double>(distances.size());
-  error.percentile95 = distances[(distances.size() - 1) * 95 / 100];
+  error.percentile95 = distances[(distances.size() * 95 + 99) / 100 - 1];
   error.maximum = distances.back();
   return error;
 }

@@ -3,29 +3,28 @@
 #include <string>
 #include <vector>
 
-#include "BrickMap.h"
+#include "gridTransform.h"
 
 namespace host {
 
-/// A place in the reference's world, and the place in the model's that shows the same tissue.
+/// A place of the reference's world, and the one of the model's that shows the same.
 struct PointPair {
   NmVec3d reference;
   NmVec3d model;
 };
 
-/// Reads lines of six numbers, x, y and z of the reference's place and of the model's. Throws
-/// HostError for anything else.
-std::vector<PointPair> readPointPairs(const std::string& path);
-
-/// How far a map sends places from where they belong, millimetres.
+/// How far a transform sends points from where they belong, millimetres.
 struct DisplacementError {
   double mean = 0.0;
   double percentile95 = 0.0;
   double maximum = 0.0;
 };
 
-DisplacementError displacementError(const std::vector<PointPair>& truth,
-                                    const BrickTransform& transform, const NiftiVolume& reference,
-                                    const NiftiVolume& model);
+/// Reads lines of six numbers, xr yr zr xm ym zm. Throws HostError for anything else.
+std::vector<PointPair> readPointPairs(const std::string& path);
+
+/// There must be points.
+DisplacementError displacementError(const GridTransform& transform,
+                                    const std::vector<PointPair>& points);
 
 }  // namespace host

@@ -13,7 +13,6 @@
 #include "pairOptions.h"
 #include "report.h"
 #include "searchOptions.h"
-#include "transformFile.h"
 
 namespace host {
 
@@ -116,14 +115,14 @@ int runElastic(const ElasticOptions& options) {
   InterruptibleProgress progress;
   const ElasticResult result = registerElastic(reference, model, settings, progress);
   const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
-  writeTransform(options.transform, result.transform, reference, model);
+  const GridTransform transform = result.inWorld(reference, model);
+  writeGridTransform(options.transform, transform);
   writeNifti(options.files.output, volumes.registered);
   writeNifti(options.subtraction, volumes.subtraction);
   writeElasticPicture(options.files.picture, volumes, result.mask);
-  printResult(result);
+  printElastic(result);
   if (!truth.empty())
-    printDisplacementError("displacement error",
-                           displacementError(truth, result.transform, reference, model));
+    printDisplacementError("displacement error", displacementError(transform, truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 

@@ -7,6 +7,7 @@
 #include "PictureSheet.h"
 #include "intensity.h"
 #include "subtraction.h"
+#include "warped.h"
 
 namespace host {
 
@@ -109,7 +110,7 @@ class BlockMeans {
 }  // namespace
 
 ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& model,
-                              const BrickTransform& transform) {
+                              const GridTransform::Grid& transform) {
   const NiftiVolume registered = warped(reference, model, transform);
   return {reference, model, registered, subtraction(registered, reference)};
 }

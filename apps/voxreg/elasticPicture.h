@@ -15,7 +15,7 @@ struct ElasticVolumes {
 };
 
 ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& model,
-                              const BrickTransform& transform);
+                              const GridTransform::Grid& transform);
 
 /// Writes a PNG file with a row for each of three slices, which pass through the place of the
 /// strongest uptake outside the mask: reference, model, registered model, and the subtraction

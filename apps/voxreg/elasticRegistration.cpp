@@ -140,7 +140,8 @@ ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& m
   progress.wipe();
   if (!done && !progress.wasInterrupted())
     throw HostError("the registration failed", HostError::failedRun);
-  if (elastic.transform.vertices.size == 0) elastic.transform = identityOver(reference.frame.box);
+  if (elastic.transform.vertices.size == 0)
+    elastic.transform = GridTransform::start(NmMat4d(), reference, model);
   return {elastic.transform, made.mask, watch.getTime(), progress.wasInterrupted()};
 }
 

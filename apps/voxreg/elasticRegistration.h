@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "BrickMap.h"
 #include "InterruptibleProgress.h"
+#include "gridTransform.h"
 
 namespace host {
 
@@ -31,10 +31,16 @@ struct ElasticSettings {
 };
 
 struct ElasticResult {
-  BrickTransform transform;  ///< reference's frame to model's frame
+  GridTransform::Grid transform;  ///< reference's frame to model's frame
   std::optional<ChestMask> mask;
   double seconds = 0.0;
   bool interrupted = false;
+
+  /// Beside the grid the displacement of its nearest point holds.
+  GridTransform inWorld(const NiftiVolume& reference, const NiftiVolume& model) const {
+    return GridTransform::fromFrames(transform, reference, model,
+                                     GridTransform::Beyond::displacement);
+  }
 };
 
 /// Registers two volumes on one grid, coarse to fine, without what lies behind the chest wall. An

@@ -7,8 +7,10 @@
 
 #include "HostError.h"
 #include "affineCommand.h"
+#include "applyCommand.h"
 #include "demoCommand.h"
 #include "elasticCommand.h"
+#include "nonAffineCommand.h"
 #include "resampleCommand.h"
 
 namespace {
@@ -47,6 +49,8 @@ int run(int argc, char** argv) {
   host::addAffineCommand(app, exitCode);
   host::addDemoCommand(app, exitCode);
   host::addElasticCommand(app, exitCode);
+  host::addNonAffineCommand(app, exitCode);
+  host::addApplyCommand(app, exitCode);
   host::addResampleCommand(app, exitCode);
   try {
     app.parse(argc, argv);

@@ -12,16 +12,20 @@ void printTime(double seconds, bool interrupted) {
 
 }  // namespace
 
-void printResult(const AffineResult& result) {
-  std::printf("%-24s %.6g\n", "metric", result.metric);
-  printTime(result.seconds, result.interrupted);
+void printSearch(double metric, double seconds, bool interrupted) {
+  std::printf("%-24s %.6g\n", "metric", metric);
+  printTime(seconds, interrupted);
 }
 
-void printResult(const ElasticResult& result) {
+void printElastic(const ElasticResult& result) {
   const NmVec3i& bricks = result.transform.numBricks;
   std::printf("%-24s %d x %d x %d\n", "bricks", bricks.x, bricks.y, bricks.z);
   std::printf("%-24s %s\n", "chest wall", result.mask ? "masked" : "not masked");
   printTime(result.seconds, result.interrupted);
+}
+
+void printJacobian(double smallest) {
+  std::printf("%-24s %.3f smallest\n", "Jacobian", smallest);
 }
 
 void printTargetError(const std::string& name, const TargetError& error) {

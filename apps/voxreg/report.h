@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "affineRegistration.h"
 #include "displacementError.h"
 #include "elasticRegistration.h"
 #include "targetError.h"
@@ -13,15 +12,16 @@ namespace host {
 constexpr int interruptedExitCode = 130;
 
 /// Prints the metric's value and the time to standard output.
-void printResult(const AffineResult& result);
+void printSearch(double metric, double seconds, bool interrupted);
 
 /// Prints the grid, whether there is a mask, and the time.
-void printResult(const ElasticResult& result);
+void printElastic(const ElasticResult& result);
 
-/// Prints mean and maximum.
+/// Prints the smallest value of a transform's Jacobian.
+void printJacobian(double smallest);
+
+/// Print the error, millimetres.
 void printTargetError(const std::string& name, const TargetError& error);
-
-/// Prints mean, 95th percentile and maximum.
 void printDisplacementError(const std::string& name, const DisplacementError& error);
 
 }  // namespace host

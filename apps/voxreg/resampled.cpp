@@ -21,25 +21,12 @@ NmVec3f pulledIn(NmVec3f point, const NmBox3f& box, const NmVec3f& spacing) {
 
 }  // namespace
 
-NmMat4d worldToFrames(const NmMat4d& world, const NiftiVolume& reference,
-                      const NiftiVolume& model) {
-  NmMat4d frames = world;
-  frames.multLeft(model.frame.toWorld);
-  frames.multRight(reference.frame.toWorld.inverse());
-  return frames;
-}
-
-NmMat4d framesToWorld(const NmMat4d& frames, const NiftiVolume& reference,
-                      const NiftiVolume& model) {
-  NmMat4d world = frames;
-  world.multLeft(model.frame.toWorld.inverse());
-  world.multRight(reference.frame.toWorld);
-  return world;
-}
-
 NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model,
                       const NmMat4d& modelToReference) {
-  const NmMat4d toModel = worldToFrames(modelToReference, reference, model).inverse();
+  return resampled(reference, model, placeMap(modelToReference, reference, model));
+}
+
+NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model, const PlaceMap& map) {
   float background = 0.0f;
   float highest = 0.0f;
   (void)model.data->range(background, highest, true);
@@ -58,10 +45,9 @@ NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model,
   for (long z = 0; z < dims.z; ++z)
     for (long y = 0; y < dims.y; ++y) {
       for (long x = 0; x < dims.x; ++x) {
-        NmVec3f point(box.xmin + static_cast<float>(x) * spacing.x,
-                      box.ymin + static_cast<float>(y) * spacing.y,
-                      box.zmin + static_cast<float>(z) * spacing.z);
-        toModel.multVecMatrix(point, point);
+        const NmVec3f point = map(NmVec3f(box.xmin + static_cast<float>(x) * spacing.x,
+                                          box.ymin + static_cast<float>(y) * spacing.y,
+                                          box.zmin + static_cast<float>(z) * spacing.z));
         float& voxel = row[static_cast<std::size_t>(x)];
         voxel = background;
         if (sampler->setLocation(pulledIn(point, model.frame.box, modelSpacing)))

@@ -19,7 +19,7 @@ constexpr Kind metrics[] = {{"msd", 2}, {"cr", 3}, {"nmi", 0}, {"mi", 1}};
 constexpr Kind searches[] = {{"best-neighbour", 1},
                              {"aggressive", 0},
                              {"best-direction", 4},
-                             {"gradient", 2},
+                             {"gradient", SearchSettings::gradientKind},
                              {"conjugate", 3}};
 
 template <std::size_t n>
@@ -66,6 +66,24 @@ unsigned int SearchSettings::kind() const {
   return numberOf(searches, optimizer);
 }
 
+/// The others make each of their steps in turn, down to the smallest; those that search lines take
+/// their gradients at it.
+bool SearchSettings::followsLines() const {
+  return optimizer == "gradient" || optimizer == "conjugate";
+}
+
+NmVec2f SearchSettings::stepRange() const {
+  if (steps.empty()) return followsLines() ? NmVec2f(8.0f, 1.0f) : NmVec2f(8.0f, 0.03f);
+  if (steps[0] < steps[1]) throw HostError("the largest step is smaller than the smallest");
+  return {steps[0], steps[1]};
+}
+
+NmVec2f SearchSettings::refiningSteps() const {
+  const float smallest = stepRange().y;
+  return followsLines() ? NmVec2f(0.2f * smallest, 0.1f * smallest)
+                        : NmVec2f(16.0f * smallest, smallest);
+}
+
 void addMetricOptions(CLI::App& command, MetricSettings& settings) {
   command
       .add_option("--metric", settings.name,
@@ -73,7 +91,8 @@ void addMetricOptions(CLI::App& command, MetricSettings& settings) {
                   "mutual information")
       ->check(CLI::IsMember(namesOf(metrics)))
       ->capture_default_str();
-  command.add_option("--bins", settings.bins, "Bins of nmi and mi (default: by the ranges)")
+  command
+      .add_option("--bins", settings.bins, "Bins of nmi and mi (default: by the ranges, up to 64)")
       ->check(CLI::Range(1, 4096));
   addRange(command, "--range-reference", settings.referenceRange, "reference");
   addRange(command, "--range-model", settings.modelRange, "model");
@@ -83,11 +102,12 @@ void addSearchOptions(CLI::App& command, SearchSettings& settings) {
   command.add_option("--optimizer", settings.optimizer, "Search method")
       ->check(CLI::IsMember(namesOf(searches)))
       ->capture_default_str();
-  command.add_option("--steps", settings.steps, "Largest and smallest step of the search")
+  command
+      .add_option("--steps", settings.steps,
+                  "Largest and smallest step of the search (default: what suits it)")
       ->expected(2)
       ->type_name("MAX MIN")
-      ->check(numberAbove(0.0))
-      ->capture_default_str();
+      ->check(numberAbove(0.0));
   command
       .add_option("--gradient-levels", settings.gradientLevels,
                   "So many of the finest levels are left to the gradient search")
@@ -108,7 +128,7 @@ void addLevelOptions(CLI::App& command, LevelSettings& settings) {
   CLI::Option* const coarsest =
       command
           .add_option("--coarsest", settings.coarsest,
-                      "Reduction on the coarsest level (default: to about 64 voxels)")
+                      "Reduction on the coarsest level (default: to about 32 voxels)")
           ->expected(3)
           ->type_name("X Y Z")
           ->check(CLI::Range(1, 1024));

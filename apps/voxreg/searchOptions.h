@@ -19,18 +19,29 @@ struct MetricSettings {
   unsigned int kind() const;
 };
 
-/// How a search goes about it. The meaning of the step lengths is the transform's: about
-/// millimetres for a matrix, quarters of a millimetre for a grid of bricks.
+/// How a search goes about it. A step of 1 moves a matrix by about a millimetre, and a vertex of a
+/// grid of bricks by a quarter of one.
 struct SearchSettings {
-  std::string optimizer;
-  std::vector<float> steps;  ///< the largest and the smallest
-  int gradientLevels = 0;    ///< how many of the finest levels are left to the gradient search
-  float gradientTolerance = 0.0f;  ///< relative gain of a line at which gradient searches end
-  bool fitSteps = false;           ///< one reduction of the best-direction search's step throughout
-  bool restrictedMotion = false;   ///< smaller rotations and translations along z
+  static constexpr unsigned int gradientKind = 2;  ///< the quasi-Newton search
+
+  std::string optimizer = "gradient";
+  std::vector<float> steps;         ///< the largest and the smallest; empty: what suits the search
+  int gradientLevels = 0;           ///< how many of the finest levels are left to quasi-Newton
+  float gradientTolerance = 1e-6f;  ///< relative gain of a line at which gradient searches end
+  bool fitSteps = false;            ///< one reduction of the best-direction search's step
+  bool restrictedMotion = false;    ///< smaller rotations and translations along z
 
   /// The library's number of the search.
   unsigned int kind() const;
+
+  /// Largest and smallest step of a search that begins; throws HostError for a range that falls.
+  NmVec2f stepRange() const;
+
+  /// The same of a search that goes on from a good result.
+  NmVec2f refiningSteps() const;
+
+ private:
+  bool followsLines() const;
 };
 
 /// The resolutions that a search runs through.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "volumeFrame.h"
@@ -14,6 +15,9 @@ struct Slice {
   NmVec3f corner;
   NmVec3f right;
   NmVec3f down;
+
+  /// Side of a pixel, millimetres.
+  float pixel() const { return std::max({right[0], right[1], right[2]}); }
 
   NmVec3f place(int x, int y) const {
     NmVec3f point;

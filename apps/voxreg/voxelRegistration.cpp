@@ -32,17 +32,13 @@ NmVec2f rangeOf(const NiftiVolume& volume, const std::vector<float>& asked) {
   return {asked[0], asked[1]};
 }
 
+/// More bins than 64 leave too few voxels for each of their pairs on coarse levels.
 unsigned int binsFor(const NiftiVolume& volume, const NmVec2f& range, int asked) {
+  constexpr int most = 64;
   const int type = volume.data->primType();
   const bool holdsIntegers = type != NmPrimType::Float && type != NmPrimType::Double;
-  return static_cast<unsigned int>(
-      asked > 0 ? asked : RegVoxelRegistration::getNumBins(range.x, range.y, holdsIntegers));
-}
-
-NmVec2f stepRangeOf(const SearchSettings& search) {
-  if (search.steps[0] < search.steps[1])
-    throw HostError("the largest step is smaller than the smallest");
-  return {search.steps[0], search.steps[1]};
+  const int fitting = RegVoxelRegistration::getNumBins(range.x, range.y, holdsIntegers);
+  return static_cast<unsigned int>(asked > 0 ? asked : std::min(fitting, most));
 }
 
 }  // namespace
@@ -65,7 +61,7 @@ RegVoxelRegistration makeRegistration(const NiftiVolume& reference, const NiftiV
       ranges[0].y, ranges[1].x, ranges[1].y, /*threads=*/1, metric.kind(),
       binsFor(reference, ranges[0], metric.bins), binsFor(model, ranges[1], metric.bins),
       /*coarsest=*/NmVec3i(1, 1, 1), dimensionMode, /*findCoverage=*/true, affineStages,
-      nonAffineStages, /*keepCoarse=*/false, stepRangeOf(search), search.gradientLevels,
+      nonAffineStages, /*keepCoarse=*/false, search.stepRange(), search.gradientLevels,
       search.gradientTolerance, search.kind(), search.fitSteps, search.restrictedMotion);
 }
 
@@ -78,7 +74,7 @@ NmVec3i coarsestFactors(const NiftiVolume& reference, const NiftiVolume& model,
     const int factor = 1 << (settings.levels - 1);
     factors = NmVec3i(factor, factor, factor);
   } else {
-    constexpr float voxelsAlongTheLongestSide = 64.0f;
+    constexpr float voxelsAlongTheLongestSide = 32.0f;
     const NmBox3f& box = reference.frame.box;
     const float voxel =
         std::max({box.extent(0), box.extent(1), box.extent(2)}) / voxelsAlongTheLongestSide;

@@ -2,14 +2,11 @@
 
 #include <cmath>
 
-#include "BrickMap.h"
-#include "HostError.h"
-#include "displacementError.h"
 #include "shortVolume.h"
 #include "subtraction.h"
 #include "tests/apps/testFiles.h"
 #include "tests/apps/voxelsOf.h"
-#include "transformFile.h"
+#include "warped.h"
 
 namespace {
 
@@ -36,8 +33,8 @@ NiftiVolume volumeOf(const NmBox3f& box, NmPrimType type, const Show& show) {
 const NmBox3f box(-8, 8, 0, 14, 2, 14);
 
 /// Moves by 1, -2 and 0.5 mm and stretches x by a tenth.
-host::BrickTransform stretch() {
-  host::BrickTransform transform;
+host::GridTransform::Grid stretch() {
+  host::GridTransform::Grid transform;
   transform.box = box;
   RegNonAffineTransform grid(transform, NmVec3i(4, 3, 2));
   grid.getTransform(transform);
@@ -49,24 +46,11 @@ host::BrickTransform stretch() {
   return transform;
 }
 
-TEST(BrickMapTest, interpolatesWithinTheGridAndShiftsBesideIt) {
-  const host::BrickTransform transform = stretch();
-  const host::BrickMap map(transform);
-  for (const NmVec3d& p : {NmVec3d(-8, 0, 2), NmVec3d(3.3, 7.7, 11.1), NmVec3d(8, 14, 14)}) {
-    const NmVec3d q = map.at(p);
-    EXPECT_NEAR(q.x, 1.1 * p.x + 1.0, 1e-9);
-    EXPECT_NEAR(q.y, p.y - 2.0, 1e-9);
-    EXPECT_NEAR(q.z, p.z + 0.5, 1e-9);
-  }
-  EXPECT_NEAR(map.at(NmVec3d(20, 20, 0)).x, 20 + 0.8 + 1.0, 1e-9);
-  EXPECT_EQ(host::BrickMap({}).at(NmVec3d(1, 2, 3)), NmVec3d(1, 2, 3));
-}
-
-TEST(BrickMapTest, warpsAVolumeOfAnotherTypeTheSameWay) {
+TEST(WarpedTest, takesAVolumeOfAnotherTypeTheSameWay) {
   const NiftiVolume reference = volumeOf(box, NmPrimType::Short, [](NmVec3f) { return 0.0f; });
   const auto ramp = [](const NmVec3f& p) { return p.x + 0.1f * p.y; };
   const NiftiVolume model = volumeOf(NmBox3f(-20, 20, -20, 40, -20, 40), NmPrimType::Float, ramp);
-  const host::BrickTransform transform = stretch();
+  const host::GridTransform::Grid transform = stretch();
   const NiftiVolume result = warped(reference, model, transform);
   EXPECT_EQ(result.data->primType(), NmPrimType::Float);
   EXPECT_EQ(result.frame.box, box);
@@ -77,32 +61,6 @@ TEST(BrickMapTest, warpsAVolumeOfAnotherTypeTheSameWay) {
   const std::vector<float> values = voxelsOf(*result.data);
   // The Lanczos kernel is no exact interpolator of a ramp.
   for (std::size_t i = 0; i < values.size(); ++i) EXPECT_NEAR(values[i], expected[i], 0.25);
-}
-
-TEST(DisplacementErrorTest, measuresAgainstLinesOfPoints) {
-  const TestFolder folder;
-  const NiftiVolume volume = volumeOf(box, NmPrimType::Float, [](NmVec3f) { return 0.0f; });
-  writeFile(folder.file("truth.txt"), "0 5 5 1 3 5.5\n0 5 5 1 3 9.5\n");
-  const host::DisplacementError error =
-      displacementError(host::readPointPairs(folder.file("truth.txt")), stretch(), volume, volume);
-  EXPECT_NEAR(error.mean, 2.0, 1e-6);
-  EXPECT_NEAR(error.maximum, 4.0, 1e-6);
-  for (const char* const bad : {"", "1 2 3 4 5\n", "1 2 3 4 5 6 7\n", "1 2 3 4 5 x\n"}) {
-    writeFile(folder.file("bad.txt"), bad);
-    EXPECT_THROW(host::readPointPairs(folder.file("bad.txt")), host::HostError) << bad;
-  }
-  EXPECT_THROW(host::readPointPairs(folder.file("none.txt")), host::HostError);
-}
-
-TEST(TransformFileTest, listsEveryVertex) {
-  const TestFolder folder;
-  const NiftiVolume volume = volumeOf(box, NmPrimType::Float, [](NmVec3f) { return 0.0f; });
-  writeTransform(folder.file("t.json"), stretch(), volume, volume);
-  const std::string text = contentOf(folder.file("t.json"));
-  EXPECT_NE(text.find("\"box\": [-8, 8, 0, 14, 2, 14]"), std::string::npos);
-  EXPECT_NE(text.find("\"bricks\": [4, 3, 2]"), std::string::npos);
-  EXPECT_NE(text.find("\n    [-7.8, -2, 2.5],\n"), std::string::npos);
-  EXPECT_EQ(std::count(text.begin(), text.end(), '['), 3 + 2 * 5 + 60);
 }
 
 struct Values {

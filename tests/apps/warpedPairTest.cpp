@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <valarray>
 #include <vector>
 
+#include "displacementError.h"
 #include "niftiVolume.h"
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
@@ -24,23 +24,9 @@ struct SilentProgress : NmProgressInterface, RegOptimizerCallback {
   NmProgressInterface* getProgressInterface() override { return this; }
 };
 
-struct PointPair {
-  NmVec3d reference;
-  NmVec3d model;
-};
-
-std::vector<PointPair> readPoints(const std::string& path) {
-  std::vector<PointPair> points;
-  std::ifstream file(path);
-  for (PointPair p; file >> p.reference.x >> p.reference.y >> p.reference.z >> p.model.x >>
-                    p.model.y >> p.model.z;)
-    points.push_back(p);
-  return points;
-}
-
 /// Moves each vertex of an identity grid by the mean displacement of the points around it, a point
 /// counting by its trilinear weight; vertices without points take the mean of their neighbours.
-void fitToPoints(Grid& grid, const std::vector<PointPair>& points) {
+void fitToPoints(Grid& grid, const std::vector<host::PointPair>& points) {
   const int n[3] = {grid.numBricks.x + 1, grid.numBricks.y + 1, grid.numBricks.z + 1};
   const long stride[3] = {1, n[0], static_cast<long>(n[0]) * n[1]};
   const NmBox3f& box = grid.referenceBox;
@@ -49,7 +35,7 @@ void fitToPoints(Grid& grid, const std::vector<PointPair>& points) {
   using Shift = std::valarray<double>;
   std::vector<Shift> moved(static_cast<std::size_t>(grid.vertexCount()), Shift(3));
   std::vector<double> weights(moved.size());
-  for (const PointPair& point : points) {
+  for (const host::PointPair& point : points) {
     const NmVec3d p = point.reference;
     const Shift shift = {point.model.x - p.x, point.model.y - p.y, point.model.z - p.z};
     long first = 0;
@@ -137,7 +123,7 @@ TEST_P(WarpedPairTest, TheTrueWarpBeatsTheIdentity) {
   VOXREG_SKIP_WITHOUT_SHARED_DATA();
   const WarpedPair pair(GetParam(), NmVec3i(12, 14, 12));
   const double identity = pair.functional->evaluate();
-  fitToPoints(*pair.grid, readPoints(sharedData("pairs/warped_truth.txt")));
+  fitToPoints(*pair.grid, host::readPointPairs(sharedData("pairs/warped_truth.txt")));
   EXPECT_GT(pair.functional->evaluate(), identity);
 }
 

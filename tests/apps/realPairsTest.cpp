@@ -1,0 +1,41 @@
+#include <tuple>
+
+#include "affineRegistration.h"
+#include "matrixFile.h"
+#include "targetError.h"
+#include "tests/apps/sharedData.h"
+
+namespace {
+
+/// Pair, metric, search, and the mean error in millimetres that the result must stay below.
+using Case = std::tuple<const char*, const char*, const char*, double>;
+
+class RealPair : public testing::TestWithParam<Case> {};
+
+TEST_P(RealPair, comesIntoLine) {
+  VOXREG_SKIP_WITHOUT_SHARED_DATA();
+#ifndef NDEBUG
+  GTEST_SKIP() << "takes minutes without optimisation";
+#endif
+  const auto& [pair, metric, search, limit] = GetParam();
+  const std::string folder = "pairs/" + std::string(pair);
+  const host::NiftiVolume reference = host::readNifti(sharedData("pairs/reference.nii.gz"));
+  const host::NiftiVolume model = host::readNifti(sharedData(folder + "_model.nii.gz"));
+  host::AffineSettings settings;
+  settings.metric.name = metric;
+  settings.search.optimizer = search;
+  settings.stages = host::stagesFor(pair == std::string("rigid") ? 6 : 12);
+  host::InterruptibleProgress progress;
+  const auto result = host::registerAffine(reference, model, settings, progress);
+  const NmMat4d truth = host::readMatrix(sharedData(folder + "_truth.txt"));
+  EXPECT_LT(host::targetError(reference, result.matrix, truth).mean, limit);
+}
+
+INSTANTIATE_TEST_SUITE_P(MetricsAndSearches, RealPair,
+                         testing::Values(Case("rigid", "msd", "gradient", 0.5),
+                                         Case("rigid", "cr", "aggressive", 0.2),
+                                         Case("rigid", "mi", "best-direction", 0.2),
+                                         Case("affine", "nmi", "gradient", 0.5),
+                                         Case("affine", "cr", "conjugate", 0.5)));
+
+}  // namespace
