@@ -1,58 +1,33 @@
-#include <benchmark/benchmark.h>
-#include <voxreg.h>
-
-#include <array>
-#include <cmath>
 #include <memory>
 #include <string>
 
-#include "benchmarks/headPair.h"
+#include "benchmarks/evaluation.h"
 #include "benchmarks/plainLoop.h"
+#include "functional/referenceWalk.h"
 
 // One evaluation of the objective function under a matrix of 8 degrees in each angle, for each
 // metric family, beside a plain scalar loop that does the same in the same run. Nanoseconds per
-// voxel of the reference; `share` is the part of them that has a sample within the model.
+// voxel of the reference; `share` is the part of them that has a sample within the model. `kernel`
+// is the walk alone on each instruction set that the machine has.
 
 namespace {
 
 using headPair::HeadPair;
 
 constexpr double degrees = 8.0;
-constexpr int bins = 64;
-
-std::unique_ptr<RegMetric> makeMetric(const std::string& family, const HeadPair& pair) {
-  if (family == "difference") return std::make_unique<RegMeanSquaredDifference>(0.0, false);
-  if (family == "correlation")
-    return std::make_unique<RegCorrelationRatio>(pair.referenceRange.x, pair.referenceRange.y,
-                                                 pair.modelRange.x, pair.modelRange.y, 0.0, false);
-  return std::make_unique<RegNormMutualInformation>(
-      pair.reference->primType(), pair.model->primType(), pair.referenceRange.x,
-      pair.referenceRange.y, pair.modelRange.x, pair.modelRange.y, bins, bins, 0.0, false);
-}
-
 /// A functional on the pair, and the transform that it evaluates.
 struct Turned {
-  Turned(const HeadPair& pair, const std::string& family) {
-    references.insert(0, 1, &pair.reference);
-    models.insert(0, 1, &pair.model);
-    transform = std::make_unique<RegAffineTransform>(references, pair.model, NmMat4f(), 12);
-    for (int angle = 3; angle < 6; ++angle) transform->params[angle] = degrees;
-    functional = std::make_unique<RegFunctional>(references, models, -1, true, transform.get(),
-                                                 makeMetric(family, pair).release(), nullptr, 3, 1);
-  }
+  Turned(const HeadPair& pair, const std::string& family)
+      : transform(evaluation::turned(pair, degrees)),
+        functional(evaluation::makeFunctional(pair, family, *transform)) {}
 
-  NmDArray<NmHandle<VlData>> references;
-  NmDArray<NmHandle<VlData>> models;
   std::unique_ptr<RegAffineTransform> transform;
   std::unique_ptr<RegFunctional> functional;
 };
 
 void report(benchmark::State& state, const HeadPair& pair, double samples) {
-  const double voxels = pair.numReferenceVoxels();
-  state.counters["per_voxel"] = benchmark::Counter(
-      voxels, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-  state.counters["share"] = samples / voxels;
-  state.SetLabel(pair.name);
+  evaluation::reportPerVoxel(state, pair, pair.numReferenceVoxels());
+  state.counters["share"] = samples / pair.numReferenceVoxels();
 }
 
 void evaluate(benchmark::State& state, const std::string& family) {
@@ -76,11 +51,56 @@ void plain(benchmark::State& state, const std::string& family) {
   report(state, pair, static_cast<double>(samples));
 }
 
-BENCHMARK_CAPTURE(plain, difference, "difference")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(evaluate, difference, "difference")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(plain, correlation, "correlation")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(evaluate, correlation, "correlation")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(plain, information, "information")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(evaluate, information, "information")->Unit(benchmark::kMillisecond);
+void kernel(benchmark::State& state, const std::string& family,
+            const voxreg::detail::KernelTable& table) {
+  const HeadPair& pair = headPair::get();
+  const Turned turned(pair, family);
+  turned.functional->evaluate();
+  const plainLoop::Walk walk(*turned.functional);
+  const NmVec3i dims(walk.dims[0], walk.dims[1], walk.dims[2]);
+  const NmBox3i box(0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1);
+  NmVec3i signs;
+  double bounds[6];
+  for (int axis = 0; axis < 3; ++axis) {
+    signs[axis] = walk.step[0][axis] > 0.0 ? 1 : -1;
+    bounds[2 * axis] = -0.5;
+    bounds[2 * axis + 1] = walk.modelDims[axis] - 0.5;
+  }
+  const auto vector = [](const double* v) { return NmVec3d(v[0], v[1], v[2]); };
+  const NmVec3d frame[4] = {vector(walk.start), vector(walk.step[0]), vector(walk.step[1]),
+                            vector(walk.step[2])};
+  const voxreg::detail::WalkArguments arguments = {
+      walk.reference, voxreg::detail::voxelTypeIndex<short>,
+      walk.model,     voxreg::detail::voxelTypeIndex<unsigned char>,
+      dims,           box,
+      signs,          frame[0],
+      frame[1],       frame[2],
+      frame[3],       bounds,
+      walk.modelDims, table};
+  RegMetric* const metric = turned.functional->metric;
+  for (auto _ : state) {
+    metric->reset();
+    if (auto* const difference = dynamic_cast<RegMeanSquaredDifference*>(metric))
+      voxreg::detail::walkAffine(arguments, *difference);
+    if (auto* const correlation = dynamic_cast<RegCorrelationRatio*>(metric))
+      voxreg::detail::walkAffine(arguments, *correlation);
+    if (auto* const information = dynamic_cast<RegMutualInformation*>(metric))
+      voxreg::detail::walkAffine(arguments, *information, 1);
+  }
+  report(state, pair, static_cast<double>(metric->numSamples));
+}
+
+[[maybe_unused]] const bool isRegistered = [] {
+  for (const std::string name : evaluation::families) {
+    evaluation::add("plain/" + name, [=](benchmark::State& state) { plain(state, name); });
+    evaluation::add("evaluate/" + name, [=](benchmark::State& state) { evaluate(state, name); });
+    constexpr const char* setNames[] = {"portable", "avx2", "avx512"};
+    for (const auto set : voxreg::detail::instructionSets)
+      if (const auto* const table = voxreg::detail::kernelsFor(set))
+        evaluation::add("kernel/" + name + "/" + setNames[static_cast<int>(set)],
+                        [=](benchmark::State& state) { kernel(state, name, *table); });
+  }
+  return true;
+}();
 
 }  // namespace

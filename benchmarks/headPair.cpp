@@ -36,17 +36,18 @@ NmHandle<VlData> ellipsoid(const NmVec3l& dims, NmPrimType type, float spacing, 
   return volume;
 }
 
-HeadPair load() {
+/// The two files, or two ellipsoids where they are missing.
+template <class Ellipsoids>
+HeadPair load(const char* name, const char* reference, const char* model, Ellipsoids ellipsoids) {
   const std::filesystem::path folder = VOXREG_SHARED_DATA;
   HeadPair pair;
-  if (std::filesystem::exists(folder / "mni152_2009.nii.gz")) {
-    pair.name = "chris_t1 in mni152_2009";
-    pair.reference = host::readNifti(folder / "mni152_2009.nii.gz").data;
-    pair.model = host::readNifti(folder / "chris_t1.nii.gz").data;
+  if (std::filesystem::exists(folder / reference)) {
+    pair.name = name;
+    pair.reference = host::readNifti(folder / reference).data;
+    pair.model = host::readNifti(folder / model).data;
   } else {
     pair.name = "ellipsoids";
-    pair.reference = ellipsoid({193, 229, 193}, NmPrimType::Short, 1.0f, 8000.0f);
-    pair.model = ellipsoid({188, 256, 190}, NmPrimType::UnsignedChar, 0.88f, 250.0f);
+    ellipsoids(pair);
   }
   pair.reference->range(pair.referenceRange.x, pair.referenceRange.y, true);
   pair.model->range(pair.modelRange.x, pair.modelRange.y, true);
@@ -61,7 +62,20 @@ double HeadPair::numReferenceVoxels() const {
 }
 
 const HeadPair& get() {
-  static const HeadPair pair = load();
+  static const HeadPair pair =
+      load("chris_t1 in mni152_2009", "mni152_2009.nii.gz", "chris_t1.nii.gz", [](HeadPair& heads) {
+        heads.reference = ellipsoid({193, 229, 193}, NmPrimType::Short, 1.0f, 8000.0f);
+        heads.model = ellipsoid({188, 256, 190}, NmPrimType::UnsignedChar, 0.88f, 250.0f);
+      });
+  return pair;
+}
+
+const HeadPair& warped() {
+  static const HeadPair pair = load(
+      "warped pair", "pairs/reference.nii.gz", "pairs/warped_model.nii.gz", [](HeadPair& heads) {
+        heads.reference = ellipsoid({97, 115, 97}, NmPrimType::UnsignedShort, 2.0f, 4000.0f);
+        heads.model = ellipsoid({97, 115, 97}, NmPrimType::UnsignedShort, 2.0f, 3000.0f);
+      });
   return pair;
 }
 

@@ -22,4 +22,8 @@ struct HeadPair {
 /// Read once and kept.
 const HeadPair& get();
 
+/// A head at 2 mm and the same one under a smooth warp, with another contrast and noise; ellipsoids
+/// of 2 mm otherwise. Read once and kept.
+const HeadPair& warped();
+
 }  // namespace headPair

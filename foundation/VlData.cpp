@@ -5,6 +5,7 @@
 #include "foundation/NmLogFile.h"
 #include "foundation/axisTaps.h"
 #include "foundation/gridEvaluator.h"
+#include "foundation/silently.h"
 #include "foundation/voxelHold.h"
 #include "foundation/voxelLock.h"
 #include "foundation/voxelRange.h"
@@ -51,15 +52,20 @@ NmHandle<VlDataAccess> VlData::tryLock(bool write) {
 }
 
 NmHandle<VlDataAccess> VlData::lockFor(const char* operation, bool write) {
+  NmHandle<VlDataAccess> access;
+  const char* reason = "this thread's own lock on the volume is in the way";
   VoxelLease lease(*lock_, write, true);
-  if (!lease.isGranted()) {
-    getTheLogInstance().errorf("%s: this thread's own lock on the volume is in the way", operation);
-    return nullptr;
+  if (lease.isGranted()) {
+    access = open(std::move(lease));
+    reason = "the volume has no voxels to give access to";
   }
-  NmHandle<VlDataAccess> access = open(std::move(lease));
-  if (access == nullptr)
-    getTheLogInstance().errorf("%s: the volume has no voxels to give access to", operation);
+  if (access == nullptr && operation != nullptr)
+    getTheLogInstance().errorf("%s: %s", operation, reason);
   return access;
+}
+
+NmHandle<VlDataAccess> voxreg::detail::lockSilently(VlData& volume, bool write) {
+  return volume.lockFor(nullptr, write);
 }
 
 NmHandle<VlDataAccess> VlData::open(VoxelLease lease) {

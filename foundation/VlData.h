@@ -9,9 +9,12 @@
 #include "foundation/VlDataAccess.h"
 #include "foundation/VlEvaluator.h"
 
+class VlData;
+
 namespace voxreg::detail {
 class VoxelLock;
 class VoxelLease;
+NmHandle<VlDataAccess> lockSilently(VlData& volume, bool write);
 }  // namespace voxreg::detail
 
 /// A volume: a grid of voxels, x fastest, each of one or more interleaved data variables of one
@@ -87,7 +90,10 @@ class VlData : public virtual NmHandableThreaded {
   };
 
  private:
-  /// lock under another operation's name, which stands at the head of the error line.
+  friend NmHandle<VlDataAccess> voxreg::detail::lockSilently(VlData& volume, bool write);
+
+  /// lock under another operation's name, which stands at the head of the error line; null for
+  /// none, and no line.
   NmHandle<VlDataAccess> lockFor(const char* operation, bool write);
 
   /// Lets openAccess make the access and ties the lease to its life.

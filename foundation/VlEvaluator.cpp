@@ -2,6 +2,10 @@
 
 VlEvaluator::~VlEvaluator() = default;
 
+void VlEvaluator::values(float* results) {
+  value(results);
+}
+
 void VlEvaluator::sample(const float* x, const float* y, const float* z, long n, float outside,
                          float* results) {
   for (long i = 0; i < n; ++i) {

@@ -16,8 +16,9 @@ class VlEvaluator : public NmHandableThreaded {
   /// Writes the first data variable at the last accepted location; 0 before there is one.
   virtual void value(float* result) = 0;
 
-  /// Writes every data variable at the last accepted location; zeros before there is one.
-  virtual void values(float* results) = 0;
+  /// Writes every data variable at the last accepted location; zeros before there is one. A sampler
+  /// that knows of one variable only leaves this to `value`.
+  virtual void values(float* results);
 
   /// Samples `n` points, given axis by axis in world units, as setLocation and value do one after
   /// the other, only faster where the volume allows it. A point that setLocation refuses gets

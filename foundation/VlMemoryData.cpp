@@ -7,6 +7,7 @@
 #include "foundation/NmException.h"
 #include "foundation/NmLogFile.h"
 #include "foundation/memoryAccess.h"
+#include "foundation/silently.h"
 #include "foundation/voxelGrid.h"
 #include "foundation/voxelTypes.h"
 
@@ -15,6 +16,8 @@ using voxreg::detail::VoxelGrid;
 namespace {
 
 constexpr long largestDimension = 2147483647;
+constexpr const char* noSuchVolume = "there is no volume of such a shape or type";
+constexpr const char* volumeIsLocked = "the volume is locked";
 
 float defaultMaximum(long n) {
   return n == 1 ? 1.0f : static_cast<float>(n - 1);
@@ -57,28 +60,35 @@ VlMemoryData::~VlMemoryData() {
 
 NmResult VlMemoryData::init(const NmVec3l& dims, NmPrimType type, int numDataVars, bool, bool,
                             bool) {
-  constexpr const char* operation = "VlMemoryData::init";
-  const VoxelGrid grid = {dims, numDataVars, type};
-  if (!isServed(grid)) return refuse(operation, "there is no volume of such a shape or type");
+  const char* const reason = allocate({dims, numDataVars, type});
+  return reason == nullptr ? NmResult() : refuse("VlMemoryData::init", reason);
+}
+
+const char* VlMemoryData::allocate(const VoxelGrid& grid) {
+  if (!isServed(grid)) return noSuchVolume;
   const ExclusiveUse use(*this);
-  if (!use.isHeld()) return refuse(operation, "the volume is locked");
+  if (!use.isHeld()) return volumeIsLocked;
   void* const voxels =
       allocateZeroed(static_cast<unsigned long>(grid.numValues()) * voxelBytes(grid));
-  if (voxels == nullptr) return refuse(operation, "memory is exhausted");
+  if (voxels == nullptr) return "memory is exhausted";
   adopt(grid, voxels, true);
-  return NmResult();
+  return nullptr;
+}
+
+bool voxreg::detail::initSilently(VlMemoryData& volume, const VoxelGrid& grid) {
+  return volume.allocate(grid) == nullptr;
 }
 
 NmResult VlMemoryData::initShared(const NmVec3l& dims, NmPrimType type, int numDataVars,
                                   void* voxels) {
   constexpr const char* operation = "VlMemoryData::initShared";
   const VoxelGrid grid = {dims, numDataVars, type};
-  if (!isServed(grid)) return refuse(operation, "there is no volume of such a shape or type");
+  if (!isServed(grid)) return refuse(operation, noSuchVolume);
   if (voxels == nullptr) return refuse(operation, "there are no voxels");
   if (!isAligned(voxels, grid))
     return refuse(operation, "the voxels are not aligned to their size");
   const ExclusiveUse use(*this);
-  if (!use.isHeld()) return refuse(operation, "the volume is locked");
+  if (!use.isHeld()) return refuse(operation, volumeIsLocked);
   adopt(grid, voxels, false);
   return NmResult();
 }

@@ -3,9 +3,12 @@
 #include "foundation/VlData.h"
 #include "foundation/VlMeta.h"
 
+class VlMemoryData;
+
 namespace voxreg::detail {
 struct VoxelGrid;
-}
+bool initSilently(VlMemoryData& volume, const VoxelGrid& grid);
+}  // namespace voxreg::detail
 
 /// A volume whose voxels lie in one block of memory, its own or the host's. It starts without
 /// voxels; init and initShared give it some, and may be called again while nobody holds a lock.
@@ -36,6 +39,11 @@ class VlMemoryData : public VlData {
   NmHandle<VlDataAccess> openAccess(bool write) override;
 
  private:
+  friend bool voxreg::detail::initSilently(VlMemoryData& volume,
+                                           const voxreg::detail::VoxelGrid& grid);
+
+  /// init without a line; the reason of a failure, or null.
+  const char* allocate(const voxreg::detail::VoxelGrid& grid);
   void adopt(const voxreg::detail::VoxelGrid& grid, void* voxels, bool owned);
   void freeVoxels();
 

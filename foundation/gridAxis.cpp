@@ -34,7 +34,7 @@ inline double GridAxis::positionOf(double p) const {
   const bool isNumber = t == t;
   t = t < 0.0 ? 0.0 : t;
   t = t > last_ ? last_ : t;
-  return isInside & isNumber ? t : outside;
+  return (isInside & isNumber) ? t : outside;
 }
 
 bool GridAxis::locate(float coordinate, double& position) const {

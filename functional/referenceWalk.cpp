@@ -8,19 +8,31 @@
 #include "metrics/RegMeanSquaredDifference.h"
 #include "metrics/RegMutualInformation.h"
 #include "transforms/RegNonAffineTransform.h"
-#include "transforms/brickStages.h"
 
 namespace voxreg::detail {
 namespace {
+
+/// Where the voxels along one axis lie in a grid of bricks.
+struct PlacesInGrid {
+  double first;
+  double step;
+  long count;
+  double bricksPerUnit;
+  int numBricks;
+};
 
 NmBox3i wholeGrid(const NmVec3i& dims) {
   return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
 }
 
+/// The box's voxels that the reference has; the default box where there are none.
 NmBox3i cut(const NmBox3i& box, const NmVec3i& dims) {
-  return {std::max(box.xmin, 0), std::min(box.xmax, dims.x - 1),
-          std::max(box.ymin, 0), std::min(box.ymax, dims.y - 1),
-          std::max(box.zmin, 0), std::min(box.zmax, dims.z - 1)};
+  const NmBox3i inside(std::max(box.xmin, 0), std::min(box.xmax, dims.x - 1), std::max(box.ymin, 0),
+                       std::min(box.ymax, dims.y - 1), std::max(box.zmin, 0),
+                       std::min(box.zmax, dims.z - 1));
+  const bool isEmpty =
+      inside.xmax < inside.xmin || inside.ymax < inside.ymin || inside.zmax < inside.zmin;
+  return isEmpty ? NmBox3i() : inside;
 }
 
 bool canEvaluate(const RegNonAffineTransform& grid) {
@@ -37,6 +49,25 @@ double rangedStepY(const WalkArguments& a) {
   const int ny = a.referenceDims.y;
   if (ny < 2) return 1.0;
   return (a.stepX.y * (a.referenceDims.x - 1) + a.stepY.y * (ny - 1)) / (ny - 1);
+}
+
+/// Calls f(i, place) for the places of voxels 0 .. count - 1 along an axis, which run by repeated
+/// additions.
+template <class F>
+void forEachPlace(const PlacesInGrid& run, F f) {
+  double at = run.first;
+  for (long i = 0; i < run.count; ++i, at += run.step)
+    f(i, placeInBricks(run.bricksPerUnit * at, run.numBricks));
+}
+
+BrickSpan touchedBy(const PlacesInGrid& run) {
+  int first = run.numBricks;
+  int last = -1;
+  forEachPlace(run, [&](long, const BrickPlace& place) {
+    first = std::min(first, place.brick);
+    last = std::max(last, place.brick);
+  });
+  return {first, std::max(last - first + 1, 0)};
 }
 
 CorrelationSums emptySums(const RegCorrelationRatio& metric) {
@@ -95,11 +126,12 @@ bool WalkArguments::isComplete(bool needsBounds) const {
 ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const NmBox3i& box) {
   setFrame(arguments, box);
   for (int axis = 0; axis < 3; ++axis) {
+    walk.rowStep[axis] = walk.step[1][axis];
     walk.signs[axis] = arguments.signs[axis];
     walk.bounds[axis][0] = arguments.bounds[2 * axis];
     walk.bounds[axis][1] = arguments.bounds[2 * axis + 1];
   }
-  takeScratch();
+  takeMemory(0);
 }
 
 ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineTransform& grid,
@@ -112,19 +144,30 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineT
     bricks.numBricks[axis] = grid.numBricks[axis];
     bricks.offset[axis] = grid.offsetToModel[axis];
     bricks.scale[axis] = grid.scaleToModel[axis];
+    walk.rowStep[axis] = walk.step[1][axis] * bricks.scale[axis];
   }
   const double x = box.extent(0);
   const double y = box.extent(1);
   const double nx = grid.numBricks.x;
   const bool wide = x > 0.0;
   const bool high = y > 0.0;
-  bricks.uFirst = wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0;
-  bricks.uStep = wide ? stepX * nx / x : 1.0;
-  bricks.vFirst = high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0;
-  bricks.vStep = high ? stepY / y : 1.0;
   bricks.zMin = box.zmin;
   bricks.zExtent = box.zmin < box.zmax ? static_cast<double>(box.extent(2)) : 1.0;
-  if (canEvaluate(grid)) takeScratch();
+  if (!canEvaluate(grid)) return;
+  // In brick units along x, normalised to the box along y.
+  const PlacesInGrid columns = {
+      wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0,
+      wide ? stepX * nx / x : 1.0, walk.box.xmax - walk.box.xmin + 1L, 1.0, bricks.numBricks[0]};
+  const PlacesInGrid rows = {high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0,
+                             high ? stepY / y : 1.0, walk.box.ymax - walk.box.ymin + 1L,
+                             static_cast<double>(bricks.numBricks[1]), bricks.numBricks[1]};
+  bricks.touched[0] = touchedBy(columns);
+  bricks.touched[1] = touchedBy(rows);
+  auto* const places = reinterpret_cast<BrickPlace*>(takeMemory(columns.count + rows.count));
+  forEachPlace(columns, [&](long i, const BrickPlace& place) { places[i] = place; });
+  forEachPlace(rows, [&](long i, const BrickPlace& place) { places[columns.count + i] = place; });
+  bricks.columns = places;
+  bricks.rows = places + columns.count;
 }
 
 void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box) {
@@ -142,16 +185,22 @@ void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box)
   }
 }
 
-void ReferenceWalk::takeScratch() {
+double* ReferenceWalk::takeMemory(long numPlaces) {
   constexpr long alignment = 64 / sizeof(double);
-  scratch_.resize(scratchDoubles(walk.referenceDims, walk.grid.numBricks) + alignment);
-  const auto address = reinterpret_cast<std::uintptr_t>(scratch_.data);
-  walk.scratch = scratch_.data + (64 - address % 64) % 64 / sizeof(double);
+  constexpr long placeDoubles = sizeof(BrickPlace) / sizeof(double);
+  const BrickSpan* const touched = walk.grid.touched;
+  const long kept = keptDoubles * (walk.box.xmax - walk.box.xmin + 1 + maxLanes);
+  const long stages = stageDoubles(touched[0].count, touched[1].count);
+  // Reserved but not filled: what a kernel reads, it has written.
+  memory_.remax(kept + stages + placeDoubles * numPlaces + alignment, 0);
+  const auto address = reinterpret_cast<std::uintptr_t>(memory_.data);
+  walk.kept = memory_.data + (64 - address % 64) % 64 / sizeof(double);
+  walk.stages = walk.kept + kept;
+  return walk.stages + stages;
 }
 
 long ReferenceWalk::numVoxels() const {
   const NmBox3i& box = walk.box;
-  if (box.xmax < box.xmin || box.ymax < box.ymin || box.zmax < box.zmin) return 0;
   return (box.xmax - box.xmin + 1L) * (box.ymax - box.ymin + 1L) * (box.zmax - box.zmin + 1L);
 }
 
@@ -162,7 +211,7 @@ void walkAffine(const WalkArguments& arguments, RegMeanSquaredDifference& metric
   slices.zmax = arguments.box.zmax;
   const ReferenceWalk reference(arguments, slices);
   DifferenceSums sums;
-  kernels().affineDifference[arguments.modelType](reference.walk, sums);
+  arguments.table.affineDifference[arguments.modelType](reference.walk, sums);
   addTo(metric, sums, reference.numVoxels());
 }
 
@@ -170,7 +219,7 @@ void walkAffine(const WalkArguments& arguments, RegCorrelationRatio& metric) {
   if (!arguments.isComplete(true)) return;
   const ReferenceWalk reference(arguments, wholeGrid(arguments.referenceDims));
   CorrelationSums sums = emptySums(metric);
-  kernels().affineCorrelation[arguments.modelType](reference.walk, sums);
+  arguments.table.affineCorrelation[arguments.modelType](reference.walk, sums);
   addTo(metric, sums, reference.numVoxels());
 }
 
@@ -178,7 +227,7 @@ void walkAffine(const WalkArguments& arguments, RegMutualInformation& metric, in
   if (!arguments.isComplete(true) || !metric.canAccumulate()) return;
   const ReferenceWalk reference(arguments, wholeGrid(arguments.referenceDims));
   WorkHistogram work(metric, numHistograms);
-  kernels().affineHistogram[arguments.modelType](reference.walk, work.sums);
+  arguments.table.affineHistogram[arguments.modelType](reference.walk, work.sums);
   work.finish(reference.numVoxels());
 }
 
@@ -198,7 +247,7 @@ void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& gri
   const double y = ny > 1 ? ((rowY + start.y + columnY) - start.y) / (ny - 1) : 1.0;
   const ReferenceWalk reference(arguments, grid, x, y);
   DifferenceSums sums;
-  if (canEvaluate(grid)) kernels().brickDifference[arguments.modelType](reference.walk, sums);
+  if (canEvaluate(grid)) arguments.table.brickDifference[arguments.modelType](reference.walk, sums);
   addTo(metric, sums, reference.numVoxels());
 }
 
@@ -207,7 +256,8 @@ void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& gri
   if (!arguments.isComplete(false)) return;
   const ReferenceWalk reference(arguments, grid, rangedStepX(arguments), rangedStepY(arguments));
   CorrelationSums sums = emptySums(metric);
-  if (canEvaluate(grid)) kernels().brickCorrelation[arguments.modelType](reference.walk, sums);
+  if (canEvaluate(grid))
+    arguments.table.brickCorrelation[arguments.modelType](reference.walk, sums);
   addTo(metric, sums, reference.numVoxels());
 }
 
@@ -216,7 +266,8 @@ void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& gri
   if (!arguments.isComplete(false) || !metric.canAccumulate()) return;
   const ReferenceWalk reference(arguments, grid, rangedStepX(arguments), rangedStepY(arguments));
   WorkHistogram work(metric, numHistograms);
-  if (canEvaluate(grid)) kernels().brickHistogram[arguments.modelType](reference.walk, work.sums);
+  if (canEvaluate(grid))
+    arguments.table.brickHistogram[arguments.modelType](reference.walk, work.sums);
   work.finish(reference.numVoxels());
 }
 

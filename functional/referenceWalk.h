@@ -3,6 +3,7 @@
 #include "foundation/NmBox.h"
 #include "foundation/NmDArray.h"
 #include "foundation/NmVec.h"
+#include "functional/kernels/kernelChoice.h"
 #include "functional/kernels/walk.h"
 
 class RegCorrelationRatio;
@@ -27,12 +28,13 @@ struct WalkArguments {
   const NmVec3d& stepZ;
   const double* bounds;
   const int* modelDims;
+  const KernelTable& table = kernels();
 
   /// False where there is nothing to walk or to sample, or no bounds although the walk needs them.
   bool isComplete(bool needsBounds) const;
 };
 
-/// A walk with the scratch memory of the rows that a kernel works on.
+/// A walk with the memory that a kernel works in.
 class ReferenceWalk {
  public:
   /// An affine walk of `box`, cut to the reference.
@@ -51,9 +53,11 @@ class ReferenceWalk {
 
  private:
   void setFrame(const WalkArguments& arguments, const NmBox3i& box);
-  void takeScratch();
 
-  NmDArray<double> scratch_;
+  /// Takes what the kernel works in, in one block; returns the room for the places of voxels.
+  double* takeMemory(long numPlaces);
+
+  NmDArray<double> memory_;
 };
 
 /// Affine walks that feed a metric.

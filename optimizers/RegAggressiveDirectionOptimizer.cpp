@@ -109,8 +109,6 @@ void RegAggressiveDirectionOptimizer::Run::takeSteps() {
   const long dim = steps_.size;
   if (dim <= 12 && search_.restrictedMotion)
     for (long i = 0; i < std::min(dim, 6L); ++i) steps_[i] *= suppressionFactors[i];
-  // A volume without extent has infinite steps; such a parameter stays where it is.
-  voxreg::detail::dropNonFinite(steps_);
   diffs_.resize(dim);
   direction_.resize(dim);
   std::fill_n(direction_.data, dim, 0.0);

@@ -4,6 +4,7 @@
 
 #include "foundation/NmLogFile.h"
 #include "functional/RegFunctional.h"
+#include "optimizers/vectorArithmetic.h"
 #include "transforms/RegParametricTransform.h"
 
 RegOptimizer::RegOptimizer(RegOptimizerCallback* callbackToAsk) : callback(callbackToAsk) {}
@@ -37,4 +38,5 @@ void RegOptimizer::getParamSteps(NmDVector<double>& steps) const {
   steps.resize(numFreeParameters());
   for (int i = 0; i < static_cast<int>(steps.size); ++i)
     steps[i] = transform->getParamStep(i, &sampling);
+  voxreg::detail::dropNonFinite(steps);
 }

@@ -46,6 +46,7 @@ class RegOptimizer : public NmAllocated {
   /// The transform's free parameters, as far as its vector holds them.
   int numFreeParameters() const;
 
-  /// The change of each free parameter that counts as one unit of step length.
+  /// The change of each free parameter that counts as one unit of step length. 0, so that it stays
+  /// where it is, for a parameter whose step a volume without extent makes infinite.
   void getParamSteps(NmDVector<double>& steps) const;
 };

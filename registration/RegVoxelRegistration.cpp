@@ -102,6 +102,7 @@ bool RegVoxelRegistration::run(int mode) {
 }
 
 void RegVoxelRegistration::harvest() {
+  if (transformIsStale_) return deleteTransform();
   if (const auto* affine = dynamic_cast<RegAffineTransform*>(transform)) {
     affine->absoluteMatrix.getValue(matrix);
   } else if (auto* nonAffine = dynamic_cast<RegNonAffineTransform*>(transform)) {
@@ -147,5 +148,6 @@ void RegVoxelRegistration::releaseFunctionals() {
 void RegVoxelRegistration::deleteTransform() {
   delete transform;
   transform = nullptr;
+  transformModel_ = nullptr;
   transformIsStale_ = false;
 }

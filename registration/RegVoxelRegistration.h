@@ -235,5 +235,6 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   int prepareNonAffineStage(int code, RegFunctional* functional);
   void replaceTransform(bool nonAffine, const NmVec3i& numBricks, RegFunctional* functional);
 
-  bool transformIsStale_ = false;  ///< `transform` is where an exception broke a run off
+  bool transformIsStale_ = false;    ///< `transform` is where an exception broke a run off
+  NmHandle<VlData> transformModel_;  ///< an affine `transform` points to it without a count
 };

@@ -65,6 +65,7 @@ void RegVoxelRegistration::createTransform(bool nonAffine, const NmVec3i& numBri
   }
   deleteTransform();
   transform = created.release();
+  if (transform != nullptr) transformModel_ = model[0];
 }
 
 void RegVoxelRegistration::decomposeMatrix(const NmMat4f& m, NmDVector<double>& params) {

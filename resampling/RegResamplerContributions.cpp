@@ -11,9 +11,9 @@ using voxreg::detail::ContribLists;
 
 namespace {
 
-// Kernels are asked about positions beside the axis too, as far as single precision tells whole
-// numbers apart.
-constexpr double reach = 16777216.0;
+// Kernels are asked about positions beside the axis too, but no farther than this, so that a
+// support without bounds comes to an end.
+constexpr double reach = 65536.0;
 
 template <class T>
 T* callocOrThrow(double count) {
@@ -34,7 +34,7 @@ struct FilteredAxis {
 
   FilteredAxis(int numOut, int inputs, float scaleValue, float (*filter)(float), float support,
                float shiftValue)
-      : numIn(inputs),
+      : numIn(std::max(inputs, 0)),
         scale(scaleValue),
         kernel(filter),
         inverse(1.0f / scale),

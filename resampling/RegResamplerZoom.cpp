@@ -5,7 +5,7 @@
 
 #include "foundation/NmRawData.h"
 #include "foundation/ProgressScope.h"
-#include "foundation/VlData.h"
+#include "foundation/silently.h"
 #include "foundation/voxelGrid.h"
 #include "foundation/voxelTypes.h"
 #include "resampling/RegResampler.h"
@@ -19,6 +19,7 @@
 using voxreg::detail::ContribLists;
 using voxreg::detail::Extreme;
 using voxreg::detail::LineTaps;
+using voxreg::detail::lockSilently;
 using voxreg::detail::VoxelGrid;
 using voxreg::detail::ZoomProgress;
 using voxreg::detail::ZoomShape;
@@ -34,8 +35,8 @@ struct LinearPair {
   void* from = nullptr;
   void* to = nullptr;
 
-  LinearPair(VlData& source, VlData& target) : in(source.lock(false)) {
-    if (in != nullptr) out = target.lock(true);
+  LinearPair(VlData& source, VlData& target) : in(lockSilently(source, false)) {
+    if (in != nullptr) out = lockSilently(target, true);
     if (out == nullptr || !in->isLinear() || !out->isLinear()) return;
     from = in->dataPtr(0);
     to = out->dataPtr(0);

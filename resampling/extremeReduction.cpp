@@ -7,7 +7,7 @@
 
 #include "foundation/NmDArray.h"
 #include "foundation/ProgressScope.h"
-#include "foundation/VlData.h"
+#include "foundation/silently.h"
 #include "resampling/zoomShape.h"
 
 namespace voxreg::detail {
@@ -98,9 +98,9 @@ void reduce(const VlDataAccess& source, const VlDataAccess& target, const ZoomSh
 
 bool reduceToExtremes(VlData& source, VlData& target, const ZoomShape& shape, Extreme extreme,
                       NmProgressInterface* progress) {
-  const NmHandle<VlDataAccess> in = source.lock(false);
+  const NmHandle<VlDataAccess> in = lockSilently(source, false);
   if (in == nullptr) return false;
-  const NmHandle<VlDataAccess> out = target.lock(true);
+  const NmHandle<VlDataAccess> out = lockSilently(target, true);
   if (out == nullptr) return false;
   const long numDataVars = source.numDataVars();
   if (extreme == Extreme::maximum)

@@ -1,6 +1,7 @@
 #include "resampling/memoryVolume.h"
 
 #include "foundation/NmException.h"
+#include "foundation/silently.h"
 
 namespace voxreg::detail {
 
@@ -8,7 +9,7 @@ NmHandle<VlMemoryData> makeMemoryVolume(const NmVec3l& dims, NmPrimType type, in
   try {
     const VlMeta meta(false, true);
     NmHandle<VlMemoryData> volume = new VlMemoryData(&meta);
-    if (volume->init(dims, type, numDataVars, true, true, true).isOk()) return volume;
+    if (initSilently(*volume, {dims, numDataVars, type})) return volume;
   } catch (const NmMemoryException&) {  // NOLINT(bugprone-empty-catch): no volume is the answer
   }
   return nullptr;

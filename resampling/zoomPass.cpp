@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "foundation/VlData.h"
+#include "foundation/silently.h"
 #include "foundation/voxelLines.h"
 
 namespace voxreg::detail {
@@ -17,7 +17,7 @@ struct LockedVolume {
   void* block = nullptr;
 
   LockedVolume(VlData& volume, bool write)
-      : access(volume.lock(write)),
+      : access(lockSilently(volume, write)),
         dims(volume.dims()),
         numDataVars(volume.numDataVars()),
         type(volume.primType()) {

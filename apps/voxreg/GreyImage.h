@@ -25,6 +25,7 @@ class GreyImage {
   /// Writes capital letters and spaces in white, `glyphHeight` pixels tall.
   void write(const std::string& text, int left, int top);
   static constexpr int glyphHeight = 10;
+  static constexpr int glyphWidth = 8;  ///< four pixels, each painted two wide
 
   /// Writes a PNG file, or throws HostError.
   void save(const std::string& path) const;

@@ -51,6 +51,7 @@ InterruptibleProgress::~InterruptibleProgress() {
 
 void InterruptibleProgress::startWorking(int steps, const std::string& text) {
   steps_ = std::max(steps, 1);
+  share_ = plainShare_ = partFirst_;
   setProgressInfo(text.c_str());
 }
 

@@ -3,32 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
-#include <random>
 #include <vector>
+
+#include "randomNumbers.h"
 
 namespace host {
 
 namespace {
 
 constexpr double edgeWidth = 1.0;  // millimetres over which one tissue gives way to the next
-
-/// The standard's distributions differ from library to library; this one does not.
-double uniform(std::mt19937& random, double low, double high) {
-  return low + (high - low) * (static_cast<double>(random()) / 4294967295.0);
-}
-
-NmVec3d uniformVector(std::mt19937& random, double low, double high) {
-  const double x = uniform(random, low, high);
-  const double y = uniform(random, low, high);
-  return {x, y, uniform(random, low, high)};
-}
-
-/// Close to normal, with mean 0 and standard deviation 1: the sum of twelve uniform numbers.
-double normal(std::mt19937& random) {
-  double sum = -6.0;
-  for (int i = 0; i < 12; ++i) sum += uniform(random, 0.0, 1.0);
-  return sum;
-}
 
 }  // namespace
 

@@ -1,15 +1,19 @@
 #include "demoCommand.h"
 
+#include <cstdio>
 #include <memory>
 #include <string>
 
 #include "OutputFile.h"
 #include "Phantom.h"
 #include "affineRegistration.h"
+#include "chestTruth.h"
+#include "elasticPicture.h"
 #include "matrixFile.h"
 #include "picture.h"
 #include "report.h"
 #include "resampled.h"
+#include "subtraction.h"
 #include "targetError.h"
 
 namespace host {
@@ -29,8 +33,8 @@ NmMat4d movement() {
   return matrix;
 }
 
-int runDemo(const std::string& folder) {
-  makeFolder(folder);
+/// A head phantom and the same head moved, brought into line by a rigid matrix.
+void registerHead(const std::string& folder, InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
   const NmMat4d truth = movement();
   const Phantom phantom(seed);
@@ -42,7 +46,6 @@ int runDemo(const std::string& folder) {
 
   AffineSettings settings;
   settings.stages = stagesFor(6);
-  InterruptibleProgress progress;
   const AffineResult result = registerAffine(reference, model, settings, progress);
   writeMatrix(file("matrix.txt"), result.matrix);
   writeNifti(file("registered.nii.gz"), resampled(reference, model, result.matrix));
@@ -52,13 +55,54 @@ int runDemo(const std::string& folder) {
   printSearch(result.metric, result.seconds, result.interrupted);
   printTargetError("target error before", targetError(reference, settings.start, truth));
   printTargetError("target error after", targetError(reference, result.matrix, truth));
+}
+
+void printLesion(const std::string& name, const LesionContrast& contrast) {
+  std::printf("%-24s %.0f, %.0f around it\n", name.c_str(), contrast.uptake, contrast.residual);
+}
+
+/// A chest before contrast agent, and after it with the breasts sagged, brought into line by
+/// bricks.
+void registerChest(const std::string& folder, InterruptibleProgress& progress) {
+  const auto file = [&](const char* name) { return folder + "/" + name; };
+  const NmVec3l dims(192, 192, 48);
+  const ChestPhantom phantom(seed);
+  const ChestMotion motion(phantom, seed);
+  const NiftiVolume reference = chestBefore(phantom, dims, 1);
+  const NiftiVolume model = chestAfter(phantom, motion, dims, 2);
+  writeNifti(file("chest-before.nii.gz"), reference);
+  writeNifti(file("chest-after.nii.gz"), model);
+
+  const ElasticResult result = registerElastic(reference, model, {}, progress);
+  const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
+  const GridTransform transform = result.inWorld(reference, model);
+  writeGridTransform(file("chest-bricks.json"), transform);
+  writeNifti(file("chest-registered.nii.gz"), volumes.registered);
+  writeNifti(file("chest-subtraction.nii.gz"), volumes.subtraction);
+  writeElasticPicture(file("chest.png"), volumes, result.mask);
+  printElastic(result);
+  const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
+  const GridTransform identity = GridTransform::fromFrames(
+      GridTransform::start(NmMat4d(), reference, model), reference, model);
+  printDisplacementError("displacement before", displacementError(identity, truth));
+  printDisplacementError("displacement after", displacementError(transform, truth));
+  printLesion("lesion before", lesionContrast(phantom, subtraction(model, reference)));
+  printLesion("lesion after", lesionContrast(phantom, volumes.subtraction));
+}
+
+int runDemo(const std::string& folder) {
+  makeFolder(folder);
+  InterruptibleProgress progress;
+  registerHead(folder, progress);
+  if (!progress.wasInterrupted()) registerChest(folder, progress);
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 
 }  // namespace
 
 void addDemoCommand(CLI::App& app, int& exitCode) {
-  CLI::App* const command = app.add_subcommand("demo", "Register a moved head phantom");
+  CLI::App* const command =
+      app.add_subcommand("demo", "Register a moved head phantom and a chest phantom");
   const auto folder = std::make_shared<std::string>();
   command->add_option("folder", *folder, "Where to write")->required();
   command->callback([folder, &exitCode] { exitCode = runDemo(*folder); });

@@ -3,25 +3,34 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <sstream>
 
 #include "HostError.h"
 
 namespace host {
 
+namespace {
+
+bool isFinite(double number) {
+  return std::isfinite(number);
+}
+
+}  // namespace
+
 std::vector<PointPair> readPointPairs(const std::string& path) {
   std::ifstream file(path);
   if (!file) throw HostError("cannot read " + path);
-  std::vector<PointPair> points;
-  std::vector<double> numbers;
-  for (double number; file >> number && std::isfinite(number);) {
-    numbers.push_back(number);
-    if (numbers.size() < 6) continue;
-    points.push_back({{numbers[0], numbers[1], numbers[2]}, {numbers[3], numbers[4], numbers[5]}});
-    numbers.clear();
+  std::vector<PointPair> pairs;
+  for (std::string text; std::getline(file, text);) {
+    std::istringstream line(text);
+    double numbers[6];
+    for (double& number : numbers) line >> number;
+    if (!line || !(line >> std::ws).eof() || !std::all_of(numbers, numbers + 6, isFinite))
+      throw HostError(path + " does not hold lines of six numbers");
+    pairs.push_back({{numbers[0], numbers[1], numbers[2]}, {numbers[3], numbers[4], numbers[5]}});
   }
-  if (!file.eof() || !numbers.empty() || points.empty())
-    throw HostError(path + " does not hold lines of six numbers");
-  return points;
+  if (pairs.empty()) throw HostError(path + " holds no points");
+  return pairs;
 }
 
 DisplacementError displacementError(const GridTransform& transform,

@@ -96,11 +96,23 @@ NmMat4d matrixOf(const json& document) {
   return matrix;
 }
 
+const char* nameOf(GridTransform::Beyond beyond) {
+  return beyond == GridTransform::Beyond::bricks ? "bricks" : "displacement";
+}
+
+GridTransform::Beyond beyondOf(const json& document) {
+  const auto name = document.at("beyond").get<std::string>();
+  for (const auto beyond : {GridTransform::Beyond::bricks, GridTransform::Beyond::displacement})
+    if (name == nameOf(beyond)) return beyond;
+  throw HostError("what holds beyond the box is neither bricks nor displacement");
+}
+
 GridTransform transformOf(const json& document) {
   GridTransform transform;
   transform.grid.box = boxOf(document);
   transform.grid.numBricks = bricksOf(document);
   transform.boxToWorld = matrixOf(document);
+  transform.beyond = beyondOf(document);
   const auto count = static_cast<std::size_t>(3 * vertexCount(transform.grid.numBricks));
   for (const double x : numbersOf(document, "vertices", count))
     transform.grid.vertices.insert(transform.grid.vertices.size, 1, &x);
@@ -114,6 +126,7 @@ json documentOf(const GridTransform& transform) {
   const NmDArray<double>& vertices = transform.grid.vertices;
   return {{"box", {box.xmin, box.xmax, box.ymin, box.ymax, box.zmin, box.zmax}},
           {"boxToWorld", std::vector<double>(matrix, matrix + 16)},
+          {"beyond", nameOf(transform.beyond)},
           {"bricks", {bricks.x, bricks.y, bricks.z}},
           {"vertices", std::vector<double>(vertices.data, vertices.data + vertices.size)}};
 }
@@ -121,8 +134,8 @@ json documentOf(const GridTransform& transform) {
 }  // namespace
 
 GridTransform GridTransform::fromFrames(const Grid& frames, const NiftiVolume& reference,
-                                        const NiftiVolume& model) {
-  GridTransform transform = {frames, reference.frame.toWorld};
+                                        const NiftiVolume& model, Beyond beyond) {
+  GridTransform transform = {frames, reference.frame.toWorld, beyond};
   moveVertices(transform.grid, model.frame.toWorld);
   return transform;
 }
@@ -148,6 +161,17 @@ NmVec3d GridTransform::ofWorld(const NmVec3d& point) const {
 }
 
 NmVec3d GridTransform::ofBox(const NmVec3d& point) const {
+  if (beyond == Beyond::bricks) return byBricks(point);
+  NmVec3d nearest;
+  for (int a = 0; a < 3; ++a)
+    nearest[a] = std::clamp<double>(point[a], grid.box.min(a), grid.box.max(a));
+  NmVec3d found = byBricks(nearest);
+  for (int a = 0; a < 3; ++a)
+    for (int c = 0; c < 3; ++c) found[c] += (point[a] - nearest[a]) * boxToWorld.m[a][c];
+  return found;
+}
+
+NmVec3d GridTransform::byBricks(const NmVec3d& point) const {
   const NmVec3i& n = grid.numBricks;
   Brick bricks[3];
   for (int a = 0; a < 3; ++a) {

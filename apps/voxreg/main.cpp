@@ -9,6 +9,7 @@
 #include "affineCommand.h"
 #include "applyCommand.h"
 #include "demoCommand.h"
+#include "elasticCommand.h"
 #include "nonAffineCommand.h"
 #include "resampleCommand.h"
 
@@ -47,6 +48,7 @@ int run(int argc, char** argv) {
   int exitCode = 0;
   host::addAffineCommand(app, exitCode);
   host::addDemoCommand(app, exitCode);
+  host::addElasticCommand(app, exitCode);
   host::addNonAffineCommand(app, exitCode);
   host::addApplyCommand(app, exitCode);
   host::addResampleCommand(app, exitCode);

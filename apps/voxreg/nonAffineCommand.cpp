@@ -78,7 +78,8 @@ int runNonAffine(const NonAffineOptions& options) {
                {placeMap(settings.start, reference, model), map}, MapPanels::shown);
   printSearch(result.metric, result.seconds, result.interrupted);
   printJacobian(result.transform.smallestJacobian());
-  if (!truth.empty()) printDisplacementError(displacementError(result.transform, truth));
+  if (!truth.empty())
+    printDisplacementError("displacement error", displacementError(result.transform, truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 

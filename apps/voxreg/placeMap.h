@@ -14,7 +14,7 @@ using PlaceMap = std::function<NmVec3f(const NmVec3f& place)>;
 PlaceMap placeMap(const NmMat4d& modelToReference, const NiftiVolume& reference,
                   const NiftiVolume& model);
 
-/// By a grid of bricks. Its outermost bricks go on beyond its box.
+/// By a grid of bricks.
 PlaceMap placeMap(const GridTransform& transform, const NiftiVolume& reference,
                   const NiftiVolume& model);
 

@@ -4,9 +4,24 @@
 
 namespace host {
 
+namespace {
+
+void printTime(double seconds, bool interrupted) {
+  std::printf("%-24s %.1f s%s\n", "time", seconds, interrupted ? " (interrupted)" : "");
+}
+
+}  // namespace
+
 void printSearch(double metric, double seconds, bool interrupted) {
   std::printf("%-24s %.6g\n", "metric", metric);
-  std::printf("%-24s %.1f s%s\n", "time", seconds, interrupted ? " (interrupted)" : "");
+  printTime(seconds, interrupted);
+}
+
+void printElastic(const ElasticResult& result) {
+  const NmVec3i& bricks = result.transform.numBricks;
+  std::printf("%-24s %d x %d x %d\n", "bricks", bricks.x, bricks.y, bricks.z);
+  std::printf("%-24s %s\n", "chest wall", result.mask ? "masked" : "not masked");
+  printTime(result.seconds, result.interrupted);
 }
 
 void printJacobian(double smallest) {
@@ -17,9 +32,9 @@ void printTargetError(const std::string& name, const TargetError& error) {
   std::printf("%-24s %.3f mm mean, %.3f mm maximum\n", name.c_str(), error.mean, error.maximum);
 }
 
-void printDisplacementError(const DisplacementError& error) {
-  std::printf("%-24s %.3f mm mean, %.3f mm 95th percentile, %.3f mm maximum\n",
-              "displacement error", error.mean, error.percentile95, error.maximum);
+void printDisplacementError(const std::string& name, const DisplacementError& error) {
+  std::printf("%-24s %.3f mm mean, %.3f mm 95th percentile, %.3f mm maximum\n", name.c_str(),
+              error.mean, error.percentile95, error.maximum);
 }
 
 }  // namespace host

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "displacementError.h"
+#include "elasticRegistration.h"
 #include "targetError.h"
 
 namespace host {
@@ -13,11 +14,14 @@ constexpr int interruptedExitCode = 130;
 /// Prints the metric's value and the time to standard output.
 void printSearch(double metric, double seconds, bool interrupted);
 
+/// Prints the grid, whether there is a mask, and the time.
+void printElastic(const ElasticResult& result);
+
 /// Prints the smallest value of a transform's Jacobian.
 void printJacobian(double smallest);
 
 /// Print the error, millimetres.
 void printTargetError(const std::string& name, const TargetError& error);
-void printDisplacementError(const DisplacementError& error);
+void printDisplacementError(const std::string& name, const DisplacementError& error);
 
 }  // namespace host

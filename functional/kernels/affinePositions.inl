@@ -1,32 +1,32 @@
-/// Positions of reference rows under an affine map. Row r of a block lies in lane r. A position is
-/// reached by adding the step of one voxel over and over, from voxel 0 of the row, so that it
-/// rounds the same wherever a row is entered.
+/// Positions of reference rows under an affine map. A position is reached by adding the step of one
+/// voxel over and over, from voxel 0 of the row, so that it rounds the same wherever a row is
+/// entered.
+template <int laneAxis>
 class AffinePositions {
  public:
   /// The row clip leaves only samples that lie inside the model.
   static constexpr bool samplesNeedTest = false;
 
-  /// `scratch` is not needed.
-  AffinePositions(const Walk& walk, double* /*scratch*/) : walk_(walk) {
+  explicit AffinePositions(const Walk& walk) : walk_(walk) {
     for (int axis = 0; axis < 3; ++axis) step_[axis] = Lanes::all(walk.step[0][axis]);
   }
 
   static RowSpan rowRange(const Walk& walk) { return {0, walk.referenceDims[1] - 1}; }
 
-  void startSlice(int z) { z_ = z; }
+  void startSlices(int /*z*/, int /*count*/) {}
 
-  /// Puts rows y .. y + rows - 1 into the lanes and tells the voxels that each of them samples;
-  /// lanes beyond `rows` repeat the last row.
-  void startRows(int y, int rows, RowSpan spans[Lanes::width]) {
+  /// Puts the rows of a block into the lanes and tells the voxels that each of them samples.
+  void startRows(const RowBlock<laneAxis>& block, BlockSpan& span) {
     double first[3][Lanes::width];
     for (int r = 0; r < Lanes::width; ++r) {
       double p[3];
-      const double row = y + (r < rows ? r : rows - 1);
+      const double y = block.yOf(r);
+      const double z = block.zOf(r);
       for (int axis = 0; axis < 3; ++axis) {
-        p[axis] = (walk_.start[axis] + row * walk_.step[1][axis]) + z_ * walk_.step[2][axis];
+        p[axis] = (walk_.start[axis] + y * walk_.step[1][axis]) + z * walk_.step[2][axis];
         first[axis][r] = p[axis];
       }
-      spans[r] = r < rows ? clipRow(walk_, p, walk_.referenceDims[0]) : RowSpan{0, -1};
+      span.rows[r] = r < block.count ? clipRow(walk_, p, walk_.referenceDims[0]) : RowSpan{0, -1};
     }
     for (int axis = 0; axis < 3; ++axis) position_[axis] = Lanes::load(first[axis]);
   }
@@ -48,7 +48,6 @@ class AffinePositions {
   }
 
   const Walk& walk_;
-  double z_ = 0.0;
   typename Lanes::Doubles position_[3];
   typename Lanes::Doubles step_[3];
 };

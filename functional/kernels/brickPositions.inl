@@ -1,70 +1,46 @@
 /// Positions of reference rows through a grid of bricks. The map is taken apart in stages: the
 /// slice removes z, once per slice; the row removes y, once per row; what is left along x is linear
-/// within a brick. Only bricks that the walked box touches are evaluated. All rows of a box share
-/// the places of their voxels along x.
+/// within a brick. Only bricks that the walked box touches are evaluated.
+template <int laneAxis>
 class BrickPositions {
  public:
   /// Nothing has been clipped.
   static constexpr bool samplesNeedTest = true;
 
-  BrickPositions(const Walk& walk, double* scratch) : walk_(walk) {
-    const BrickGrid& grid = walk.grid;
-    columns_ = reinterpret_cast<BrickPlace*>(scratch);
-    rows_ = columns_ + walk.referenceDims[0];
-    slice_ = reinterpret_cast<double*>(rows_ + walk.referenceDims[1]);
-    table_ = slice_ + sliceDoubles * grid.numBricks[0] * grid.numBricks[1];
-    double u = grid.uFirst;
-    for (int x = walk.box.xmin; x <= walk.box.xmax; ++x, u += grid.uStep)
-      columns_[x] = placeInBricks(u, grid.numBricks[0]);
-    double v = grid.vFirst;
-    for (int y = walk.box.ymin; y <= walk.box.ymax; ++y, v += grid.vStep)
-      rows_[y] = placeInBricks(grid.numBricks[1] * v, grid.numBricks[1]);
-    columnBricks_ = span(columns_, walk.box.xmin, walk.box.xmax);
-    rowBricks_ = span(rows_, walk.box.ymin, walk.box.ymax);
-  }
+  explicit BrickPositions(const Walk& walk)
+      : walk_(walk),
+        row_(walk.stages),
+        slices_(walk.stages +
+                static_cast<long>(rowDoubles) * Lanes::width * walk.grid.touched[0].count) {}
 
   static RowSpan rowRange(const Walk& walk) { return {walk.box.ymin, walk.box.ymax}; }
 
-  void startSlice(int z) {
-    const BrickGrid& grid = walk_.grid;
-    double w = (z * walk_.step[2][2] + walk_.start[2] - grid.zMin) / grid.zExtent;
-    w = w < 0.0 ? 0.0 : w > 1.0 ? 1.0 : w;
-    const int nx = grid.numBricks[0];
-    const int ny = grid.numBricks[1];
-    const BrickPlace layer = placeInBricks(grid.numBricks[2] * w, grid.numBricks[2]);
-    for (int j = rowBricks_.first; j <= rowBricks_.last; ++j)
-      for (int i = columnBricks_.first; i <= columnBricks_.last; ++i) {
-        const long brick = i + static_cast<long>(nx) * j;
-        double* const slice = slice_ + sliceDoubles * brick;
-        takeSlice(
-            grid.coefficients + brickDoubles * (brick + static_cast<long>(nx) * ny * layer.brick),
-            layer.fraction, slice);
-        scaleSlice(grid.offset, grid.scale, slice);
-      }
+  /// Evaluates the bricks of slices z .. z + count - 1.
+  void startSlices(int z, int count) {
+    for (int s = 0; s < slicesAtOnce; ++s) startSlice(z + (s < count ? s : count - 1), s);
   }
 
-  /// Puts rows y .. y + rows - 1 into the lanes; each samples the whole box along x. Lanes beyond
-  /// `rows` repeat the last row.
-  void startRows(int y, int rows, RowSpan spans[Lanes::width]) {
-    for (int r = 0; r < Lanes::width; ++r) {
-      const BrickPlace place = rows_[y + (r < rows ? r : rows - 1)];
-      const double* const slices = slice_ + sliceDoubles * walk_.grid.numBricks[0] * place.brick;
-      for (int i = columnBricks_.first; i <= columnBricks_.last; ++i) {
-        double row[rowDoubles];
-        takeRow(slices + sliceDoubles * i, place.fraction, row);
-        for (int e = 0; e < rowDoubles; ++e)
-          table_[(rowDoubles * i + e) * Lanes::width + r] = row[e];
-      }
-      spans[r] = r < rows ? RowSpan{walk_.box.xmin, walk_.box.xmax} : RowSpan{0, -1};
+  /// Puts the rows of a block into the lanes; each samples the whole box along x.
+  void startRows(const RowBlock<laneAxis>& block, BlockSpan& span) {
+    const int columns = walk_.grid.touched[0].count;
+    for (int i = 0; i < columns; ++i) {
+      double* const row = row_ + static_cast<long>(rowDoubles) * Lanes::width * i;
+      if constexpr (laneAxis == 2)
+        takeRows(block.y, i, row);
+      else
+        for (int r = 0; r < Lanes::width; ++r) takeLane(block.yOf(r), i, row + r);
     }
+    for (int r = 0; r < Lanes::width; ++r)
+      span.rows[r] = r < block.count ? RowSpan{walk_.box.xmin, walk_.box.xmax} : RowSpan{0, -1};
   }
 
   void seek(int x) { x_ = x; }
 
   /// Hands out the positions, in model voxel coordinates, and moves on to the next voxel.
   void take(typename Lanes::Doubles position[3]) {
-    const BrickPlace& place = columns_[x_++];
-    const double* const row = table_ + rowDoubles * Lanes::width * place.brick;
+    const BrickPlace& place = walk_.grid.columns[x_++ - walk_.box.xmin];
+    const double* const row = row_ + static_cast<long>(rowDoubles) * Lanes::width *
+                                         (place.brick - walk_.grid.touched[0].first);
     const auto t = Lanes::all(place.fraction);
     for (int axis = 0; axis < 3; ++axis)
       position[axis] =
@@ -72,22 +48,56 @@ class BrickPositions {
   }
 
  private:
-  static RowSpan span(const BrickPlace* places, int first, int last) {
-    RowSpan bricks = {0, -1};
-    for (int i = first; i <= last; ++i) {
-      const int brick = places[i].brick;
-      if (i == first || brick < bricks.first) bricks.first = brick;
-      if (i == first || brick > bricks.last) bricks.last = brick;
-    }
-    return bricks;
+  static constexpr int slicesAtOnce = laneAxis == 2 ? Lanes::width : 1;
+
+  /// The terms of a touched brick, a value per slice.
+  double* sliceOf(int i, int j) const {
+    return slices_ +
+           sliceDoubles * slicesAtOnce * (i + static_cast<long>(walk_.grid.touched[0].count) * j);
+  }
+
+  void startSlice(int z, int s) {
+    const BrickGrid& grid = walk_.grid;
+    double w = (z * walk_.step[2][2] + walk_.start[2] - grid.zMin) / grid.zExtent;
+    w = w < 0.0 ? 0.0 : w > 1.0 ? 1.0 : w;
+    const BrickPlace layer = placeInBricks(grid.numBricks[2] * w, grid.numBricks[2]);
+    for (int j = 0; j < grid.touched[1].count; ++j)
+      for (int i = 0; i < grid.touched[0].count; ++i) {
+        const long brick =
+            i + grid.touched[0].first +
+            static_cast<long>(grid.numBricks[0]) *
+                (j + grid.touched[1].first + static_cast<long>(grid.numBricks[1]) * layer.brick);
+        double terms[sliceDoubles];
+        takeSlice(grid.coefficients + brickDoubles * brick, layer.fraction, terms);
+        scaleSlice(grid.offset, grid.scale, terms);
+        double* const slice = sliceOf(i, j) + s;
+        for (int e = 0; e < sliceDoubles; ++e) slice[e * slicesAtOnce] = terms[e];
+      }
+  }
+
+  const BrickPlace& placeOfRow(int y) const { return walk_.grid.rows[y - walk_.box.ymin]; }
+
+  /// One row of one slice.
+  void takeLane(int y, int i, double* row) const {
+    const BrickPlace& place = placeOfRow(y);
+    double terms[rowDoubles];
+    takeRow(sliceOf(i, place.brick - walk_.grid.touched[1].first), place.fraction, terms);
+    for (int e = 0; e < rowDoubles; ++e) row[e * Lanes::width] = terms[e];
+  }
+
+  /// The same row of all slices.
+  void takeRows(int y, int i, double* row) const {
+    const BrickPlace& place = placeOfRow(y);
+    const double* const slice = sliceOf(i, place.brick - walk_.grid.touched[1].first);
+    const auto fraction = Lanes::all(place.fraction);
+    for (int e = 0; e < rowDoubles; ++e)
+      Lanes::store(row + e * Lanes::width,
+                   Lanes::load(slice + e * Lanes::width) +
+                       fraction * Lanes::load(slice + (e + rowDoubles) * Lanes::width));
   }
 
   const Walk& walk_;
-  BrickPlace* columns_;  ///< of the voxels along x
-  BrickPlace* rows_;     ///< of the rows
-  double* slice_;        ///< sliceDoubles per brick of the layer
-  double* table_;        ///< rowDoubles per brick along x, each a value per lane
-  RowSpan columnBricks_;
-  RowSpan rowBricks_;
+  double* row_;     ///< rowDoubles per touched brick along x, each a value per lane
+  double* slices_;  ///< sliceDoubles per touched brick of the layer, each a value per slice
   int x_ = 0;
 };

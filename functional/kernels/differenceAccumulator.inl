@@ -1,26 +1,67 @@
-/// One running sum of negated squared differences over the whole walk.
+/// One running sum of negated squared differences over the whole walk. The squares of a block are
+/// kept, and summed row after row while the next block is sampled.
 class DifferenceAccumulator {
  public:
-  explicit DifferenceAccumulator(DifferenceSums& sums) : sums_(sums) {}
+  static constexpr int laneAxis = 1;
 
-  void startSlice() {}
-  void endSlice() {}
+  DifferenceAccumulator(DifferenceSums& sums, const Walk& walk)
+      : sums_(sums),
+        squares_(walk.kept),
+        spare_(walk.kept + Lanes::width * (walk.box.xmax - walk.box.xmin + 1L + Lanes::width)) {}
 
-  /// Takes samples i of 0 .. n - 1 that `accepted(i)` admits, in rising order.
-  template <class Accepted>
-  void addRow(const double* reference, const double* model, int stride, int n, Accepted accepted) {
-    double sum = sums_.negSquaredDiff;
-    long count = 0;
-    for (int i = 0; i < n; ++i) {
-      if (!accepted(i)) continue;
-      const double d = model[static_cast<long>(i) * stride] - reference[i];
-      sum -= d * d;
-      ++count;
+  void startSlices() {}
+  void endSlices(int /*count*/) {}
+  void startRows() { count_ = 0; }
+
+  typename Lanes::Mask accepted(typename Lanes::Mask counts, const double* /*reference*/) const {
+    return counts;
+  }
+
+  /// What may be done in between.
+  OrderedSum& background() { return sum_; }
+
+  template <class Columns>
+  void add(const Columns& columns) {
+    const auto zero = Lanes::all(0.0);
+    auto number = zero;
+    double* const squares = squares_ + count_ * Lanes::width;
+    for (int i = 0; i < columns.count; ++i) {
+      const auto d = Lanes::load(columns.model + i * Lanes::width) -
+                     Lanes::load(columns.reference + i * Lanes::width);
+      Lanes::store(squares + i * Lanes::width, Lanes::select(columns.counts[i], d * d, zero));
+      number = number + Lanes::select(columns.counts[i], Lanes::all(1.0), zero);
     }
-    sums_.negSquaredDiff = sum;
-    sums_.count += count;
+    count_ += columns.count;
+    sums_.count += sumOf(number);
+  }
+
+  void endRows(int rows) {
+    for (; count_ % Lanes::width != 0; ++count_)
+      Lanes::store(squares_ + count_ * Lanes::width, Lanes::all(0.0));
+    sum_.finish();
+    sum_.start(squares_, count_, rows);
+    double* const done = spare_;
+    spare_ = squares_;
+    squares_ = done;
+  }
+
+  void finish() {
+    sum_.finish();
+    sums_.negSquaredDiff = sum_.sum;
   }
 
  private:
+  static long sumOf(typename Lanes::Doubles v) {
+    double lanes[Lanes::width];
+    Lanes::store(lanes, v);
+    double sum = 0.0;
+    for (const double lane : lanes) sum += lane;
+    return static_cast<long>(sum);
+  }
+
   DifferenceSums& sums_;
+  double* squares_;  ///< of the block that is being sampled
+  double* spare_;    ///< those being summed
+  long count_ = 0;   ///< columns of squares
+  OrderedSum sum_;
 };

@@ -1,56 +1,103 @@
 /// Partial-volume joint histogram: each sample spreads a weight of 1 over the four bins around its
-/// place between rows (reference) and columns (model).
+/// place between rows (reference) and columns (model). The places of a block are kept until the
+/// bins can be raised row after row.
 template <bool ranged>
 class HistogramAccumulator {
  public:
-  explicit HistogramAccumulator(HistogramSums& sums) : sums_(sums) {}
+  static constexpr int laneAxis = 1;
 
-  void startSlice() {}
-  void endSlice() {}
+  HistogramAccumulator(HistogramSums& sums, const Walk& walk)
+      : sums_(sums), rows_(sums.rows), columns_(sums.columns), places_(walk.kept) {}
 
-  /// Takes samples i of 0 .. n - 1 that `accepted(i)` admits, in rising order; only those whose two
-  /// values lie in their ranges, if the ranges count.
-  template <class Accepted>
-  void addRow(const double* reference, const double* model, int stride, int n, Accepted accepted) {
-    long count = 0;
+  void startSlices() {}
+  void endSlices(int /*count*/) {}
+  void startRows() { end_ = places_; }
+  void finish() {}
+  Idle background() const { return {}; }
+
+  typename Lanes::Mask accepted(typename Lanes::Mask counts, const double* reference) const {
+    return ranged ? Lanes::both(counts, rows_.holds(Lanes::load(reference))) : counts;
+  }
+
+  template <class Columns>
+  void add(const Columns& columns) {
+    for (int i = 0; i < columns.count; ++i) {
+      const auto model = Lanes::load(columns.model + i * Lanes::width);
+      auto counts = columns.counts[i];
+      if constexpr (ranged) counts = Lanes::both(counts, columns_.holds(model));
+      typename Lanes::Doubles row;
+      typename Lanes::Doubles column;
+      const auto rowShare = rows_.split(Lanes::load(columns.reference + i * Lanes::width), row);
+      const auto columnShare = columns_.split(model, column);
+      const auto bin = row * Lanes::all(sums_.columns.count) + column;
+      Lanes::storeWhole(reinterpret_cast<long*>(end_),
+                        Lanes::select(counts, bin, Lanes::all(-1.0)));
+      Lanes::store(end_ + Lanes::width, rowShare);
+      Lanes::store(end_ + 2 * Lanes::width, columnShare);
+      end_ += placeDoubles;
+    }
+  }
+
+  void endRows(int rows) {
+    for (int r = 0; r < rows; ++r) raiseBins(r);
+  }
+
+ private:
+  static constexpr int placeDoubles = 3 * Lanes::width;
+
+  /// One axis of the histogram.
+  class Axis {
+   public:
+    using Doubles = typename Lanes::Doubles;
+
+    explicit Axis(const HistogramAxis& axis)
+        : min_(Lanes::all(axis.min)),
+          max_(Lanes::all(axis.max)),
+          scale_(Lanes::all(axis.scale)),
+          top_(Lanes::all(axis.count - 1)),
+          lastLower_(Lanes::all(axis.count - 2)) {}
+
+    typename Lanes::Mask holds(Doubles value) const { return Lanes::within(value, min_, max_); }
+
+    /// The lower one of the two bins of a value; returns the share of the upper one. NaN counts as
+    /// the minimum.
+    Doubles split(Doubles value, Doubles& lower) const {
+      const Doubles x =
+          Lanes::smaller(Lanes::larger((value - min_) * scale_, Lanes::all(0.0)), top_);
+      lower = Lanes::whole(Lanes::smaller(x, lastLower_));
+      return x - lower;
+    }
+
+   private:
+    Doubles min_;
+    Doubles max_;
+    Doubles scale_;
+    Doubles top_;
+    Doubles lastLower_;
+  };
+
+  void raiseBins(int r) {
     const long columns = sums_.columns.count;
-    for (int i = 0; i < n; ++i) {
-      const double r = reference[i];
-      const double m = model[static_cast<long>(i) * stride];
-      if (!accepted(i)) continue;
-      if (ranged && !(holds(sums_.rows, r) && holds(sums_.columns, m))) continue;
-      const Bin row(sums_.rows, r);
-      const Bin column(sums_.columns, m);
-      double* const bin = sums_.histogram + row.lower * columns + column.lower;
-      bin[0] += (1.0 - row.fraction) * (1.0 - column.fraction);
-      bin[columns] += row.fraction * (1.0 - column.fraction);
-      bin[1] += (1.0 - row.fraction) * column.fraction;
-      bin[columns + 1] += row.fraction * column.fraction;
+    long count = 0;
+    for (const double* place = places_ + r; place < end_; place += placeDoubles) {
+      long offset;
+      __builtin_memcpy(&offset, place, sizeof offset);
+      if (offset < 0) continue;
+      double* const bin = sums_.histogram + offset;
+      const double row = place[Lanes::width];
+      const double column = place[2 * Lanes::width];
+      bin[0] += (1.0 - row) * (1.0 - column);
+      bin[columns] += row * (1.0 - column);
+      bin[1] += (1.0 - row) * column;
+      bin[columns + 1] += row * column;
       ++count;
     }
     sums_.count += count;
   }
 
- private:
-  /// Lower one of the two bins of a value, and the share of the upper one. NaN counts as the
-  /// minimum.
-  struct Bin {
-    long lower;
-    double fraction;
-
-    Bin(const HistogramAxis& axis, double value) {
-      double x = (value - axis.min) * axis.scale;
-      x = x > 0.0 ? x : 0.0;
-      x = x < axis.count - 1 ? x : axis.count - 1;
-      const int i = static_cast<int>(x);
-      lower = i < axis.count - 2 ? i : axis.count - 2;
-      fraction = x - static_cast<double>(lower);
-    }
-  };
-
-  static bool holds(const HistogramAxis& axis, double value) {
-    return value >= axis.min && value <= axis.max;
-  }
-
   HistogramSums& sums_;
+  Axis rows_;
+  Axis columns_;
+  double* places_;  ///< of a column: the bins as integers, the two shares, each a value per lane
+  double* end_ = nullptr;
 };

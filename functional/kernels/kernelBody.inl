@@ -3,9 +3,12 @@
 
 // clang-format off
 #include "functional/kernels/rowClip.inl"
+#include "functional/kernels/rowBlock.inl"
 #include "functional/kernels/affinePositions.inl"
 #include "functional/kernels/brickPositions.inl"
 #include "functional/kernels/trilinear.inl"
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/orderedSum.inl"
 #include "functional/kernels/differenceAccumulator.inl"
 #include "functional/kernels/correlationAccumulator.inl"
 #include "functional/kernels/histogramAccumulator.inl"

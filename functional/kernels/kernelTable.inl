@@ -1,11 +1,12 @@
 /// One kernel: a source of positions, a sampler and an accumulator of sums, composed.
-template <class Positions, class U, class Accumulator, class Sums>
+template <template <int> class Positions, class U, class Accumulator, class Sums>
 static void walkModel(const Walk& walk, Sums& sums) {
-  Accumulator accumulator(sums);
-  walkRowBlocks<Positions, TrilinearSampler<U>>(walk, accumulator);
+  Accumulator accumulator(sums, walk);
+  walkBlocks<Positions, TrilinearSampler<U>>(walk, accumulator);
+  Lanes::leave();
 }
 
-template <class Positions, class Accumulator, class Sums>
+template <template <int> class Positions, class Accumulator, class Sums>
 static constexpr void fillRow(void (*(&row)[numVoxelTypes])(const Walk&, Sums&)) {
   row[voxelTypeIndex<unsigned char>] = walkModel<Positions, unsigned char, Accumulator, Sums>;
   row[voxelTypeIndex<short>] = walkModel<Positions, short, Accumulator, Sums>;

@@ -1,6 +1,5 @@
 #include "functional/kernels/lanesPortable.h"
 #include "functional/kernels/walk.h"
-#include "transforms/brickStages.h"
 
 namespace voxreg::detail {
 
@@ -11,9 +10,5 @@ namespace {
 }  // namespace portable
 
 constexpr KernelTable portableKernels = portable::makeKernelTable();
-
-const KernelTable& kernels() {
-  return portableKernels;
-}
 
 }  // namespace voxreg::detail

@@ -15,7 +15,10 @@ namespace voxreg::detail::portable {
 struct Lanes {
   static constexpr int width = 2;
   using Doubles = double __attribute__((vector_size(16)));
-  using Cells = int __attribute__((vector_size(8)));
+  using Mask = decltype(Doubles() < Doubles());
+
+  /// To be called last.
+  static void leave() {}
 
   static Doubles all(double value) { return Doubles{value, value}; }
   static Doubles load(const double* p) {
@@ -25,39 +28,55 @@ struct Lanes {
   }
   static void store(double* p, Doubles v) { std::memcpy(p, &v, sizeof v); }
 
-  /// Limits to [lower, upper]; NaN becomes `lower`.
-  static Doubles limit(Doubles v, Doubles lower, Doubles upper) {
-    v = v > lower ? v : lower;
-    return v < upper ? v : upper;
-  }
+  /// The larger or smaller one; `b` where one of them is NaN.
+  static Doubles larger(Doubles a, Doubles b) { return a > b ? a : b; }
   static Doubles smaller(Doubles a, Doubles b) { return a < b ? a : b; }
-  static Cells truncate(Doubles v) { return __builtin_convertvector(v, Cells); }
-  static Doubles toDoubles(Cells c) { return __builtin_convertvector(c, Doubles); }
 
-  /// Bit r is set where lane r lies in [lower, upper]; NaN lies nowhere.
-  static unsigned inside(Doubles v, Doubles lower, Doubles upper) {
-    const auto in = (v >= lower) & (v <= upper);
-    return static_cast<unsigned>(in[0] & 1) | static_cast<unsigned>(in[1] & 2);
+  /// Rounds towards zero, within the range of int.
+  static Doubles whole(Doubles v) {
+    return __builtin_convertvector(__builtin_convertvector(v, Ints), Doubles);
+  }
+  /// Stores whole numbers as integers, which the sum with 1.5 * 2^52 holds in its low bits.
+  static void storeWhole(long* p, Doubles v) {
+    const Doubles shift = all(0x1.8p52);
+    const Mask integers = reinterpret_cast<Mask>(v + shift) - reinterpret_cast<Mask>(shift);
+    std::memcpy(p, &integers, sizeof integers);
   }
 
-  /// The cells as integers, one per lane.
-  static void spread(Cells c, long out[width]) {
-    unsigned long both;
-    std::memcpy(&both, &c, sizeof both);
-    out[0] = static_cast<long>(both & 0xffffffffu);
-    out[1] = static_cast<long>(both >> 32);
+  /// Lanes that lie in [lower, upper]; NaN lies nowhere.
+  static Mask within(Doubles v, Doubles lower, Doubles upper) {
+    return (v >= lower) & (v <= upper);
   }
+  static Mask both(Mask a, Mask b) { return a & b; }
+  static bool any(Mask mask) { return (mask[0] | mask[1]) != 0; }
 
-  /// The voxels at `p[lane] + offset`, widened.
+  /// `v` in the lanes of the mask and `other` in the rest.
+  static Doubles select(Mask mask, Doubles v, Doubles other) { return mask ? v : other; }
+
+  /// The voxels that stand at `lane`, widened.
   template <class U>
-  static Doubles voxels(const U* const p[width], long offset) {
+  static Doubles widen(const U* voxels) {
     if constexpr (std::is_integral_v<U>)
-      return integers(static_cast<int>(p[0][offset]), static_cast<int>(p[1][offset]));
+      return integers(static_cast<int>(voxels[0]), static_cast<int>(voxels[1]));
     else
-      return Doubles{static_cast<double>(p[0][offset]), static_cast<double>(p[1][offset])};
+      return Doubles{static_cast<double>(voxels[0]), static_cast<double>(voxels[1])};
+  }
+
+  /// The two voxels that stand at 2 * lane, widened.
+  template <class U>
+  static void widenPairs(const U* pairs, Doubles& first, Doubles& second) {
+    if constexpr (std::is_integral_v<U>) {
+      first = integers(static_cast<int>(pairs[0]), static_cast<int>(pairs[2]));
+      second = integers(static_cast<int>(pairs[1]), static_cast<int>(pairs[3]));
+    } else {
+      first = Doubles{static_cast<double>(pairs[0]), static_cast<double>(pairs[2])};
+      second = Doubles{static_cast<double>(pairs[1]), static_cast<double>(pairs[3])};
+    }
   }
 
  private:
+  using Ints = int __attribute__((vector_size(8)));
+
   static Doubles integers(int first, int second) {
 #if defined(__SSE2__)
     // Both through one register: GCC converts a vector built of two integers one by one.
@@ -65,7 +84,7 @@ struct Lanes {
                                static_cast<unsigned long>(static_cast<unsigned>(second)) << 32;
     return _mm_cvtepi32_pd(_mm_cvtsi64_si128(static_cast<long long>(both)));
 #else
-    return toDoubles(Cells{first, second});
+    return __builtin_convertvector(Ints{first, second}, Doubles);
 #endif
   }
 };

@@ -6,62 +6,121 @@ class TrilinearSampler {
  public:
   using Doubles = typename Lanes::Doubles;
 
+  /// One sample per lane: its fractions, and the two voxels along x on each of four lines, which
+  /// are copied first and widened later so that the loads of many samples overlap.
+  struct alignas(64) Located {
+    double fraction[3][Lanes::width];
+    long corner[Lanes::width];
+    U pairs[4][2 * Lanes::width];
+  };
+
   explicit TrilinearSampler(const Walk& walk) : voxels_(static_cast<const U*>(walk.model)) {
     long stride = 1;
     for (int axis = 0; axis < 3; ++axis) {
       const int n = walk.modelDims[axis];
-      stride_[axis] = stride;
       neighbour_[axis] = n > 1 ? stride : 0;
+      stride_[axis] = Lanes::all(static_cast<double>(stride));
       top_[axis] = Lanes::all(n - 1);
       lastCell_[axis] = Lanes::all(n > 1 ? n - 2 : n - 1);
       stride *= n;
     }
+    long ahead = 0;
+    for (int axis = 2; axis >= 0; --axis)
+      ahead = ahead * walk.modelDims[axis] + wholeNear(prefetchRows * walk.rowStep[axis]);
+    ahead_[0] = addressOf(voxels_) + ahead * static_cast<long>(sizeof(U));
+    ahead_[1] = ahead_[0] + (neighbour_[1] + neighbour_[2]) * static_cast<long>(sizeof(U));
   }
 
-  /// Bit r is set where the position in lane r lies within half a voxel of the model.
-  unsigned inside(const Doubles position[3]) const {
+  /// Lanes whose position lies within half a voxel of the model.
+  typename Lanes::Mask inside(const Doubles position[3]) const {
     const Doubles lower = Lanes::all(-0.5);
     const Doubles half = Lanes::all(0.5);
-    unsigned in = ~0u;
-    for (int axis = 0; axis < 3; ++axis)
-      in &= Lanes::inside(position[axis], lower, top_[axis] + half);
-    return in;
+    return Lanes::both(Lanes::within(position[0], lower, top_[0] + half),
+                       Lanes::both(Lanes::within(position[1], lower, top_[1] + half),
+                                   Lanes::within(position[2], lower, top_[2] + half)));
   }
 
-  Doubles at(const Doubles position[3]) const {
-    Doubles f[3];
-    long cell[3][Lanes::width];
+  [[gnu::always_inline]] void locate(const Doubles position[3], Located& out) const {
+    Doubles cell[3];
     for (int axis = 0; axis < 3; ++axis) {
-      const Doubles p = Lanes::limit(position[axis], Lanes::all(0.0), top_[axis]);
-      const auto cells = Lanes::truncate(Lanes::smaller(p, lastCell_[axis]));
-      Lanes::spread(cells, cell[axis]);
-      f[axis] = p - Lanes::toDoubles(cells);
+      const Doubles p = Lanes::smaller(Lanes::larger(position[axis], Lanes::all(0.0)), top_[axis]);
+      cell[axis] = Lanes::whole(Lanes::smaller(p, lastCell_[axis]));
+      Lanes::store(out.fraction[axis], p - cell[axis]);
     }
-    const U* corner[Lanes::width];
-    for (int r = 0; r < Lanes::width; ++r)
-      corner[r] = voxels_ + (cell[0][r] + cell[1][r] * stride_[1] + cell[2][r] * stride_[2]);
+    Lanes::storeWhole(out.corner, (cell[0] + cell[1] * stride_[1]) + cell[2] * stride_[2]);
+  }
+
+  /// Copies the voxels that the located samples read in the first lanes, and calls background()
+  /// after each column.
+  template <class Background>
+  void fetch(Located* columns, int count, int lanes, Background& background) const {
+    for (int c = 0; c < count; c += prefetchColumns) prefetchAhead(columns[c].corner);
+    if (neighbour_[0] == 0)
+      copyPairs<1>(columns, count, lanes, background);
+    else if (lanes < Lanes::width)
+      copyPairs<2>(columns, count, lanes, background);
+    else
+      copyPairs<2>(columns, count, Lanes::width, background);
+  }
+
+  [[gnu::always_inline]] static Doubles interpolate(const Located& at) {
+    const Doubles f0 = Lanes::load(at.fraction[0]);
+    const Doubles f1 = Lanes::load(at.fraction[1]);
     const Doubles one = Lanes::all(1.0);
-    const Doubles g0 = one - f[0];
-    const Doubles g1 = one - f[1];
-    const Doubles a = plane(corner, 0, f[0], g0, f[1], g1);
-    const Doubles b = plane(corner, neighbour_[2], f[0], g0, f[1], g1);
-    return (b - a) * f[2] + a;
+    const Doubles g0 = one - f0;
+    const Doubles g1 = one - f1;
+    const auto line = [&](int i) {
+      Doubles first;
+      Doubles second;
+      Lanes::widenPairs(at.pairs[i], first, second);
+      return second * f0 + first * g0;
+    };
+    const Doubles a = line(1) * f1 + line(0) * g1;
+    const Doubles b = line(3) * f1 + line(2) * g1;
+    return (b - a) * Lanes::load(at.fraction[2]) + a;
   }
 
  private:
-  Doubles plane(const U* const corner[Lanes::width], long offset, Doubles f0, Doubles g0,
-                Doubles f1, Doubles g1) const {
-    const long ox = neighbour_[0];
-    const long oy = neighbour_[1];
-    return (Lanes::voxels(corner, offset + ox + oy) * f0 +
-            Lanes::voxels(corner, offset + oy) * g0) *
-               f1 +
-           (Lanes::voxels(corner, offset + ox) * f0 + Lanes::voxels(corner, offset) * g0) * g1;
+  /// Copies the voxels behind the corners, `along` of them differing along x. Everything stands in
+  /// locals: a store through a char pointer may alter any member.
+  template <int along, class Background>
+  [[gnu::always_inline]] void copyPairs(Located* columns, int count, int lanes,
+                                        Background& background) const {
+    Background inBackground = background;
+    const U* const line[4] = {voxels_, voxels_ + neighbour_[1], voxels_ + neighbour_[2],
+                              voxels_ + (neighbour_[1] + neighbour_[2])};
+    for (int c = 0; c < count; ++c) {
+      for (int r = 0; r < lanes; ++r)
+        for (int i = 0; i < 4; ++i) {
+          U pair[2];
+          __builtin_memcpy(pair, line[i] + columns[c].corner[r], along * sizeof(U));
+          if constexpr (along == 1) pair[1] = pair[0];
+          __builtin_memcpy(columns[c].pairs[i] + 2 * r, pair, sizeof pair);
+        }
+      inBackground();
+    }
+    background = inBackground;
   }
 
+  /// Asks for what the rows some way ahead will read: the cache lines that a slice reads do not
+  /// stay in the nearest cache until the next slice comes by, and an oblique row enters new ones
+  /// every few voxels.
+  void prefetchAhead(const long corner[Lanes::width]) const {
+    for (int r = 0; r < Lanes::width; ++r)
+      for (const long ahead : ahead_) prefetch(ahead + corner[r] * static_cast<long>(sizeof(U)));
+  }
+
+  static long wholeNear(double v) {
+    return v > -1.0e3 && v < 1.0e3 ? static_cast<long>(v < 0.0 ? v - 0.5 : v + 0.5) : 0;
+  }
+
+  static constexpr int prefetchColumns = 8;
+  static constexpr int prefetchRows = 8;
+
   const U* voxels_;
-  long stride_[3];
   long neighbour_[3];
+  long ahead_[2];  ///< lowest and highest line of voxel 0's cell, moved ahead
+  Doubles stride_[3];
   Doubles top_[3];
   Doubles lastCell_[3];
 };

@@ -2,6 +2,7 @@
 
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
+#include "transforms/brickStages.h"
 
 namespace voxreg::detail {
 
@@ -23,19 +24,23 @@ inline constexpr int voxelTypeIndex<float> = 4;
 template <>
 inline constexpr int voxelTypeIndex<double> = 5;
 
-/// A grid of bricks as a source of positions. A voxel's place runs by repeated additions: in brick
-/// units along x, normalised to the box along y.
+/// Successive bricks along one axis.
+struct BrickSpan {
+  int first;
+  int count;
+};
+
+/// A grid of bricks as a source of positions.
 struct BrickGrid {
   const double* coefficients;
   int numBricks[3];
   double offset[3];  ///< from world units to model voxels: (position + offset) * scale
   double scale[3];
-  double uFirst;  ///< of voxel box.xmin
-  double uStep;
-  double vFirst;  ///< of row box.ymin
-  double vStep;
-  double zMin;     ///< of the grid's box, world units
-  double zExtent;  ///< above 0
+  double zMin;                ///< of the grid's box, world units
+  double zExtent;             ///< above 0
+  const BrickPlace* columns;  ///< of voxels box.xmin and on
+  const BrickPlace* rows;     ///< of rows box.ymin and on
+  BrickSpan touched[2];       ///< bricks that the columns and the rows fall into
 };
 
 /// One walk of reference voxels through a model, as the kernels see it: bare values and pointers,
@@ -50,23 +55,23 @@ struct Walk {
   int modelDims[3];
   double start[3];      ///< position of reference voxel (0, 0, 0)
   double step[3][3];    ///< position change per reference voxel along x, y, z
+  double rowStep[3];    ///< about how far the next row lies, in model voxels: a hint
   int signs[3];         ///< direction of step[0] per model axis: 1, -1, 2 no movement, 0 no clip
   double bounds[3][2];  ///< lower and upper bound of a position per model axis
   BrickGrid grid;       ///< of a walk through bricks, unused otherwise
-  double* scratch;      ///< room for scratchDoubles(), aligned to 64 bytes
+  double* kept;         ///< keptDoubles for each voxel of a row, aligned to 64 bytes
+  double* stages;  ///< of a walk through bricks: stageDoubles for the touched bricks, aligned alike
 };
 
-/// Rows that a kernel works on side by side, at most; sizes the scratch memory.
-inline constexpr int maxRowsInFlight = 8;
+/// Rows that a kernel works on side by side, at most; sizes the memory that it works in.
+inline constexpr int maxLanes = 8;
 
-/// Doubles that a walk needs in Walk::scratch: model values of the rows in flight, one row of the
-/// reference and the flags of its samples, and for a walk through bricks the places of voxels and
-/// rows, one slice and the rows of the grid.
-inline long scratchDoubles(const int referenceDims[3], const int numBricks[3]) {
-  const long rows = (maxRowsInFlight + 2L) * referenceDims[0];
-  const long places = 2L * (static_cast<long>(referenceDims[0]) + referenceDims[1]);
-  const long bricks = 12L * numBricks[0] * numBricks[1] + 6L * maxRowsInFlight * numBricks[0];
-  return rows + (numBricks[0] > 0 ? places + bricks : 0);
+/// What an accumulator keeps of a voxel of the rows in flight.
+inline constexpr long keptDoubles = 3L * maxLanes;
+
+/// What the stages of a brick grid take for `columns` times `rows` bricks.
+constexpr long stageDoubles(long columns, long rows) {
+  return maxLanes * columns * (rowDoubles + sliceDoubles * rows);
 }
 
 struct DifferenceSums {
@@ -112,9 +117,8 @@ struct KernelTable {
   void (*brickHistogram[numVoxelTypes])(const Walk& walk, HistogramSums& sums);
 };
 
-/// The table for the processor at hand.
-const KernelTable& kernels();
-
 extern const KernelTable portableKernels;
+extern const KernelTable avx2Kernels;
+extern const KernelTable avx512Kernels;
 
 }  // namespace voxreg::detail

@@ -11,6 +11,7 @@
 #include "matrixFile.h"
 #include "niftiVolume.h"
 #include "testFiles.h"
+#include "voxelsOf.h"
 
 namespace {
 
@@ -348,6 +349,93 @@ TEST_F(CommandLine, theSecondInterruptionEndsTheProgram) {
   child.interrupt();
   const int code = child.wait();
   EXPECT_TRUE(code == -1 || code == 130) << code;
+}
+
+/// A thin slab of waves, moved along x, in values from 10 to 11.
+void writeWaves(const std::string& path, double shift) {
+  nifti_1_header header = makeHeader(48, 48, 4, DT_FLOAT32, 32);
+  for (float* const row : {header.srow_x, header.srow_y, header.srow_z})
+    for (int i = 0; i < 3; ++i) row[i] *= 3.0f;
+  std::vector<float> voxels;
+  for (int k = 0; k < 4; ++k)
+    for (int j = 0; j < 48; ++j)
+      for (int i = 0; i < 48; ++i) {
+        const double x = 3 * i - shift;
+        const double waves = std::sin(x / 10) * std::sin(j / 3.5) + std::sin(x / 14 + j / 6.0);
+        voxels.push_back(static_cast<float>(10.5 + 0.2 * waves));
+      }
+  writeFile(path, bytesOf(header, voxels));
+}
+
+class ElasticCommandLine : public CommandLine {
+ protected:
+  void SetUp() override {
+    writeWaves(folder.file("r.nii"), 0.0);
+    writeWaves(folder.file("m.nii"), 3.0);
+    writeFile(folder.file("points.txt"), "70 70 3 73 70 3\n50 80 6 53 80 6\n");
+  }
+
+  std::vector<std::string> elasticArguments(std::vector<std::string> more = {}) const {
+    more.insert(more.begin(),
+                {"elastic", "--reference", folder.file("r.nii"), "--model", folder.file("m.nii"),
+                 "--transform", folder.file("out.json"), "--output", folder.file("out.nii"),
+                 "--picture", folder.file("out.png"), "--subtraction", folder.file("out-s.nii"),
+                 "--levels", "10", "10.05"});
+    return more;
+  }
+
+  /// Apart from the edges, at which the model shows something else.
+  double meanSquare(const std::vector<float>& values) const {
+    double sum = 0.0;
+    const auto isInner = [](std::size_t place) { return place > 5 && place < 42; };
+    for (std::size_t i = 0; i < values.size(); ++i)
+      if (isInner(i % 48) && isInner(i / 48 % 48))
+        sum += std::pow(static_cast<double>(values[i]), 2);
+    return sum;
+  }
+};
+
+TEST_F(ElasticCommandLine, bringsThePairTogetherInItsOwnUnits) {
+  Child child(folder, elasticArguments({"--no-mask", "--truth", folder.file("points.txt")}));
+  ASSERT_EQ(child.wait(), 0) << child.errors();
+  EXPECT_NE(child.output().find("displacement error"), std::string::npos);
+  EXPECT_TRUE(wrote("out.json") && wrote("out.png"));
+  const auto voxels = [&](const char* name) {
+    const host::NiftiVolume volume = host::readNifti(folder.file(name));
+    EXPECT_EQ(volume.data->primType(), NmPrimType::Float);
+    return voxelsOf(*volume.data);
+  };
+  const std::vector<float> reference = voxels("r.nii");
+  const std::vector<float> registered = voxels("out.nii");
+  std::vector<float> before = voxels("m.nii");
+  std::vector<float> after = voxels("out-s.nii");
+  for (std::size_t i = 0; i < after.size(); ++i) {
+    before[i] -= reference[i];
+    EXPECT_NEAR(after[i], registered[i] - reference[i], 1e-5);
+  }
+  EXPECT_LT(meanSquare(after), 0.5 * meanSquare(before));
+}
+
+TEST_F(ElasticCommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
+  expectRefused(elasticArguments({"--mask", "--no-mask"}), "--no-mask");
+  expectRefused(elasticArguments({"--max-bricks", "41"}), "--max-bricks");
+  expectRefused(elasticArguments({"--roi", "0", "48", "0", "47", "0", "3"}), "--roi");
+  expectRefused(elasticArguments({"--roi", "9", "9", "0", "47", "0", "3"}), "--roi");
+  expectRefused(elasticArguments({"--truth", folder.file("r.nii")}), "six numbers");
+  expectRefused(elasticArguments({"--levels", "1"}), "--levels");
+  std::vector<std::string> other = elasticArguments();
+  std::filesystem::rename(folder.file("points.txt"), folder.file("other.nii"));
+  writeImage(folder.file("other.nii"), 0, 0);
+  *(std::find(other.begin(), other.end(), "--model") + 1) = folder.file("other.nii");
+  expectRefused(other, "voxel grid");
+}
+
+TEST_F(ElasticCommandLine, anInterruptionWritesWhatWasReached) {
+  Child child(folder, elasticArguments({"--no-mask"}));
+  child.awaitLine();
+  child.interrupt();
+  EXPECT_EQ(child.wait(), 130);
+  EXPECT_TRUE(wrote("out.json") && wrote("out.nii") && wrote("out-s.nii") && wrote("out.png"));
 }
 
 }  // namespace

@@ -34,13 +34,24 @@ TEST(GridTransform, sendsPointsWithinTheBoxAndBesideItWhereTheLibrarySendsThem) 
   }
 }
 
+TEST(GridTransform, shiftsWhatLiesBeyondIfAsked) {
+  GridTransform transform = someTransform();
+  const NmVec3d rim = transform.ofBox(NmVec3d(30, 10, 5));
+  transform.beyond = GridTransform::Beyond::displacement;
+  // The frame's x is the world's y, and its z the world's.
+  expectNear(transform.ofBox(NmVec3d(32, 10, 1)), NmVec3d(rim.x, rim.y + 2, rim.z - 4), 1e-9);
+  expectNear(transform.ofBox(NmVec3d(30, 10, 5)), rim, 0.0);
+}
+
 TEST(GridTransform, comesBackFromItsFile) {
   const TestFolder folder;
-  const GridTransform transform = someTransform();
+  GridTransform transform = someTransform();
+  transform.beyond = GridTransform::Beyond::displacement;
   host::writeGridTransform(folder.file("t.json"), transform);
   const GridTransform read = host::readGridTransform(folder.file("t.json"));
   EXPECT_EQ(read.grid.box, transform.grid.box);
   EXPECT_EQ(read.grid.numBricks, transform.grid.numBricks);
+  EXPECT_EQ(read.beyond, transform.beyond);
   expectNear(read.boxToWorld, transform.boxToWorld, 0.0);
   ASSERT_EQ(read.grid.vertices.size, transform.grid.vertices.size);
   for (long i = 0; i < read.grid.vertices.size; ++i)
@@ -68,6 +79,7 @@ TEST(GridTransform, refusesFilesThatDescribeNone) {
                              with("\"box\":[-10.0,30.0", "\"box\":[30.0,-10.0"),
                              with("\"box\":[-10.0", "\"box\":[null"),
                              with("\"boxToWorld\":[0.0,1.0", "\"boxToWorld\":[0.0,0.0"),
+                             with("\"beyond\":\"bricks", "\"beyond\":\"water"),
                              with("\"vertices\"", "\"corners\"")};
   for (const std::string& content : bad) {
     writeFile(folder.file("bad.json"), content);
@@ -110,7 +122,8 @@ TEST(DisplacementError, ranksTheDistancesOfTheFilesPoints) {
   EXPECT_NEAR(error.mean, 50.0, 1e-9);
   EXPECT_NEAR(error.percentile95, 95.0, 1e-9);
   EXPECT_NEAR(error.maximum, 100.0, 1e-9);
-  for (const char* const content : {"", "1 2 3 4 5\n", "1 2 3 4 5 x\n", "1 2 3 4 5 nan\n"}) {
+  for (const char* const content :
+       {"", "1 2 3 4 5\n", "1 2 3 4 5 x\n", "1 2 3 4 5 nan\n", "1 2 3 4 5 6 7\n"}) {
     writeFile(folder.file("points.txt"), content);
     EXPECT_THROW((void)host::readPointPairs(folder.file("points.txt")), host::HostError) << content;
   }

@@ -3,8 +3,8 @@
 #include <limits>
 
 #include "elastic/RegElasticRegistration.h"
-#include "tests/resampling/volumeValues.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/volumeValues.h"
 
 namespace {
 

@@ -106,32 +106,9 @@ TEST(FindRanges, MatchesTheShareInTheModel) {
   }
 }
 
-TEST(FindRanges, TellsWhichVolumeHasNoHistogram) {
-  LogCapture log;
-  NmVec2f range;
-  NmVec2f modelRange;
-  const auto fails = [&](const NmHandle<VlData>& reference, const NmHandle<VlData>& model) {
-    const RegElasticRegistration elastic{nullptr, reference, model, {}, 1};
-    EXPECT_FALSE(elastic.findRanges(true, 10, 1000, {1, 0}, {1, 0}, range, modelRange));
-    return log.error();
-  };
-  const NmHandle<VlData> good = volumeOf({{0, 60}, {50, 30}, {900, 10}});
-  const NmHandle<VlMemoryData> bytes = makeVolume({2, 2, 2}, NmPrimType::UnsignedChar);
-  const NmHandle<VlMemoryData> pairs = makeVolume({2, 2, 2}, NmPrimType::UnsignedShort, 2);
-  EXPECT_EQ(fails(nullptr, good), "findRanges: Reference or model volume is undefined.");
-  EXPECT_EQ(fails(good, nullptr), "findRanges: Reference or model volume is undefined.");
-  EXPECT_EQ(fails(bytes, good), "findRanges: Failed computing histogram for reference volume.");
-  EXPECT_EQ(fails(pairs, good), "findRanges: Failed computing histogram for reference volume.");
-  EXPECT_TRUE(log.lines.empty());
-  EXPECT_EQ(fails(good, bytes), "findRanges: Failed computing histogram for model volume.");
-  EXPECT_EQ(modelRange, NmVec2f(40, 900));
-}
-
 TEST(GetHistogram, CountsEveryValueUpToTheHighest) {
-  const LogCapture log;
   const RegElasticRegistration elastic;
-  int min = 0;
-  int max = 0;
+  int min = 0, max = 0;
   double total = 0;
   NmDArray<unsigned long> bins;
   EXPECT_TRUE(elastic.getHistogram(volumeOf({{3, 4}, {5, 1}, {65535, 2}}), min, max, total, bins));
@@ -143,13 +120,9 @@ TEST(GetHistogram, CountsEveryValueUpToTheHighest) {
   };
   EXPECT_TRUE(count(5, 8));
   EXPECT_TRUE(min == 1 && max == 1 && total == 2 && bins.size == 2 && bins[1] == 2);
-  for (const NmVec3i& dims : {NmVec3i(1, 1, 1), NmVec3i(2, -1, 5), NmVec3i()}) {
-    EXPECT_TRUE(count(5, 8, dims));
-    EXPECT_TRUE(min == 4 && max == 0 && total == 0 && bins.size == 1 && bins[0] == 0);
-  }
+  EXPECT_TRUE(count(5, 8, {2, -1, 5}));
+  EXPECT_TRUE(min == 4 && max == 0 && total == 0 && bins.size == 1 && bins[0] == 0);
   EXPECT_FALSE(count(5, 4) || count(INT_MIN, INT_MAX));
-  EXPECT_FALSE(elastic.getHistogram(nullptr, min, max, total, bins));
-  EXPECT_TRUE(log.lines.empty() && log.errors.empty());
 }
 
 }  // namespace

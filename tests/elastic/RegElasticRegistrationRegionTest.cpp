@@ -4,12 +4,8 @@
 
 #include "elastic/RegElasticRegistration.h"
 #include "tests/elastic/shortVolume.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/RowVolume.h"
 
 namespace {
-
-constexpr NmPrimType::Value shortType = NmPrimType::UnsignedShort;
 
 RegElasticRegistration over(const NmHandle<VlData>& reference) {
   return {nullptr, reference, nullptr, {}, 1};
@@ -65,32 +61,11 @@ TEST(FindRegionOfInterest, FollowsTheAxes) {
   EXPECT_EQ(roi, NmBox3i(4, 39, 0, 3, 0, 1));
 }
 
-TEST(FindRegionOfInterest, TellsWhatItCannotScan) {
-  LogCapture log;
-  NmBox3i roi;
-  const auto fails = [&](const NmHandle<VlData>& volume, const NmVec3i& axes = {0, 1, 2}) {
-    roi = NmBox3i(7, 7, 7, 7, 7, 7);
-    EXPECT_FALSE(over(volume).findRegionOfInterest(1, axes, false, roi));
-    return log.error();
-  };
-  const NmHandle<VlMemoryData> volume = makeVolume({4, 4, 4}, shortType);
+TEST(FindRegionOfInterest, LeavesAShallowVolumeWhole) {
   const NmHandle<VlMemoryData> bytes = makeVolume({5, 4, 4}, NmPrimType::UnsignedChar);
-  const NmHandle<VlData> rows = new RowVolume(volume);
-  const char* const noAccess =
-      "findRegionOfInterest: Failed getting data access or data are not contiguous.";
-  EXPECT_EQ(fails(nullptr), "findRegionOfInterest: Reference volume is undefined.");
-  EXPECT_EQ(fails(rows), noAccess);
-  EXPECT_EQ(fails(makeVolume({4, 4, 4}, shortType, 2)), noAccess);
-  EXPECT_EQ(roi, NmBox3i(7, 7, 7, 7, 7, 7));
-  EXPECT_EQ(fails(volume, {2, 1, 2}),
-            "findRegionOfInterest: axes are not 0, 1 and 2 in some order.");
-  EXPECT_EQ(roi, NmBox3i(0, 3, 0, 3, 0, 3));
-  bytes->setBoundingBox({0, 4, 0, 3.5f, 0, 3});
-  EXPECT_EQ(fails(bytes), "findRegionOfInterest: Data type not yet implemented.");
-  bytes->setBoundingBox({0, 4, 0, 3, 0, 3});
-  EXPECT_TRUE(over(bytes).findRegionOfInterest(1, {0, 1, 2}, false, roi));
+  NmBox3i roi;
+  EXPECT_TRUE(over(bytes).findRegionOfInterest(0, {0, 1, 2}, false, roi));
   EXPECT_EQ(roi, NmBox3i(0, 4, 0, 3, 0, 3));
-  EXPECT_TRUE(log.lines.empty() && log.errors.empty());
 }
 
 TEST(ScanCoronalSlices, FlagsAsManySlicesAsItIsAskedFor) {

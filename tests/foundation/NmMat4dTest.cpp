@@ -6,6 +6,8 @@
 #include <limits>
 #include <random>
 
+#include "tests/support/expectNear.h"
+
 namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -22,31 +24,22 @@ NmMat4d product(NmMat4d a, const NmMat4d& b) {
   return a.multRight(b);
 }
 
-void expectNear(const NmMat4d& a, const NmMat4d& b, double tolerance) {
-  for (int i = 0; i < 4; ++i)
-    for (int j = 0; j < 4; ++j) EXPECT_NEAR(a.m[i][j], b.m[i][j], tolerance) << i << ", " << j;
-}
-
-bool isFinite(const NmMat4d& a) {
-  for (int i = 0; i < 4; ++i)
-    for (int j = 0; j < 4; ++j)
-      if (!std::isfinite(a.m[i][j])) return false;
-  return true;
+NmMat4d diagonal(double x, double y, double z) {
+  NmMat4d a;
+  a.setScale(NmVec3d(x, y, z));
+  return a;
 }
 
 TEST(NmMat4d, FirstFactorActsFirst) {
   NmMat4d move;
   move.setTranslate(NmVec3d(1, 2, 3));
-  NmMat4d scale;
-  scale.setScale(NmVec3d(2, 3, 4));
   NmVec3d p;
-  product(move, scale).multVecMatrix(NmVec3d(1, 1, 1), p);
+  product(move, diagonal(2, 3, 4)).multVecMatrix(NmVec3d(1, 1, 1), p);
   EXPECT_EQ(p, NmVec3d(4, 9, 16));
-  NmMat4d a = move;
-  a.multLeft(scale).multVecMatrix(NmVec3d(1, 1, 1), p);
+  move.multLeft(diagonal(2, 3, 4)).multVecMatrix(NmVec3d(1, 1, 1), p);
   EXPECT_EQ(p, NmVec3d(3, 5, 7));
-  a.setTranslate(NmVec3f(1, 0, 0));
-  a.multRight(a).multLeft(a).multVecMatrix(NmVec3d(), p);
+  move.setTranslate(NmVec3f(1, 0, 0));
+  move.multRight(move).multLeft(move).multVecMatrix(NmVec3d(), p);
   EXPECT_EQ(p, NmVec3d(4, 0, 0));
 }
 
@@ -75,8 +68,7 @@ TEST(NmMat4d, PointsAreDividedByWDirectionsAndHomogeneousPointsAreNot) {
 
 // 4097^2 = 16785409 is odd and above 2^24, so single precision makes it 16785408.
 TEST(NmMat4d, DeterminantsAreFormedInSinglePrecision) {
-  NmMat4d a;
-  a.setScale(NmVec3d(1.0 + 1e-9, 4097, 4097));
+  const NmMat4d a = diagonal(1.0 + 1e-9, 4097, 4097);
   EXPECT_EQ(a.det3(), 16785408.0);
   EXPECT_EQ(a.det3(1, 0, 2, 0, 1, 2), -16785408.0);
   EXPECT_EQ(a.det4(), (1.0 + 1e-9) * 16785408.0);
@@ -90,64 +82,47 @@ TEST(NmMat4d, InverseUndoesAffineAndProjectiveMatrices) {
     expectNear(product(a, a.inverse()), NmMat4d::identity(), 1e-11);
     expectNear(product(a.inverse(), a), NmMat4d::identity(), 1e-11);
   }
-  NmMat4d twoBelow;
-  twoBelow.m[3][3] = 2.0;
-  EXPECT_EQ(twoBelow.inverse().m[3][3], 0.5);
 }
 
 TEST(NmMat4d, AffineInverseJudgesTheDeterminantRelatively) {
-  NmMat4d out;
-  out.m[0][0] = 7.0;
-  NmMat4d small;
-  small.setScale(1e-4);
+  NmMat4d small = diagonal(1e-4, 1e-4, 1e-4);
   small.m[3][0] = 2.0;
   EXPECT_TRUE(small.affine_inverse(small, small));
   EXPECT_NEAR(small.m[0][0], 1e4, 1e-8);
   EXPECT_NEAR(small.m[3][0], -2e4, 1e-8);
 
-  NmMat4d projective;
+  NmMat4d projective, scaledW, notANumber;
   projective.m[0][3] = 1e-30;
-  NmMat4d noRow;
-  noRow.setScale(NmVec3d(1, 1, 0));
-  NmMat4d notANumber;
+  scaledW.m[3][3] = 2.0;
   notANumber.m[0][1] = nan;
   const NmMat4d deficient(1e-4, 2e-4, 3e-4, 0, 2e-4, 4e-4, 6e-4, 0, 0, 1e-4, 0, 0, 0, 0, 0, 1);
-  for (const NmMat4d& refused : {projective, noRow, notANumber, deficient})
+  NmMat4d out = diagonal(7, 1, 1);
+  for (const NmMat4d& refused : {projective, scaledW, diagonal(1, 1, 0), notANumber, deficient})
     EXPECT_FALSE(out.affine_inverse(refused, out));
   EXPECT_EQ(out.m[0][0], 7.0);
-  EXPECT_TRUE(isFinite(deficient.inverse()));
   EXPECT_GT(std::fabs(deficient.inverse().m[0][0]), 1e9);
-}
-
-TEST(NmMat4d, EmptyRowsGetASmallDiagonal) {
-  const NmMat4d zero(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
-  const NmMat4d inverse = zero.inverse();
+  EXPECT_LT(std::fabs(deficient.inverse().m[0][0]), 1e300);
+  const NmMat4d empty(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
   for (int i = 0; i < 4; ++i)
     for (int j = 0; j < 4; ++j)
-      EXPECT_DOUBLE_EQ(inverse.m[i][j], i == j ? 1.0 / 9.999999974752427e-07 : 0.0);
+      EXPECT_DOUBLE_EQ(empty.inverse().m[i][j], i == j ? 1.0 / 9.999999974752427e-07 : 0.0);
 }
 
-TEST(NmMat4d, PivotTiesGoToTheLaterRowAndNaNKeepsTheDiagonal) {
+void expectPivots(NmMat4d a, const int (&rows)[4], double expectedSign) {
   int index[4];
   double sign;
-  NmMat4d tie(1, 0, 0, 0, 1, 1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1);
-  EXPECT_EQ(tie.LUDecomposition(index, sign), 1);
-  EXPECT_EQ(index[0], 3);
-  NmMat4d none(nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan);
-  none.LUDecomposition(index, sign);
-  for (int j = 0; j < 4; ++j) EXPECT_EQ(index[j], j);
-  EXPECT_EQ(sign, 1.0);
+  EXPECT_EQ(a.LUDecomposition(index, sign), 1);
+  for (int j = 0; j < 4; ++j) EXPECT_EQ(index[j], rows[j]) << j;
+  EXPECT_EQ(sign, expectedSign);
 }
 
-// Row 0 leaves for place 3 and takes its scale of 1/100 along: 50 / 100 against 2 / 2 of row 1.
-TEST(NmMat4d, ImplicitScalesFollowTheirRows) {
-  NmMat4d a(0, 50, 0, 100, 0, 2, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0);
-  int index[4];
-  double sign;
-  a.LUDecomposition(index, sign);
-  const int expected[4] = {3, 1, 2, 3};
-  for (int j = 0; j < 4; ++j) EXPECT_EQ(index[j], expected[j]);
-  EXPECT_EQ(sign, -1.0);
+TEST(NmMat4d, PivotsAreChosenByImplicitScales) {
+  // All rows tie; then the first one, moved to the end, is as good as the two between.
+  expectPivots({1, 0, 0, 0, 1, 1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1}, {3, 1, 2, 3}, -1.0);
+  expectPivots({nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan},
+               {0, 1, 2, 3}, 1.0);
+  // Row 0 leaves for place 3 and takes its scale of 1/100 along: 50 / 100 against 2 / 2 of row 1.
+  expectPivots({0, 50, 0, 100, 0, 2, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0}, {3, 1, 2, 3}, -1.0);
 }
 
 TEST(NmMat4d, JacobiCountsSweepsAndFindsEigenvectorsInColumns) {
@@ -161,7 +136,6 @@ TEST(NmMat4d, JacobiCountsSweepsAndFindsEigenvectorsInColumns) {
   oneTurn.jacobi3(values, vectors, rots);
   EXPECT_EQ(rots, 3);
   EXPECT_DOUBLE_EQ(values[0], 1.0);
-  EXPECT_DOUBLE_EQ(values[1], 3.0);
   EXPECT_EQ(vectors[0][0], static_cast<float>(std::sqrt(0.5)));
   EXPECT_EQ(vectors[1][0], -vectors[0][0]);
 
@@ -170,25 +144,21 @@ TEST(NmMat4d, JacobiCountsSweepsAndFindsEigenvectorsInColumns) {
     const NmMat4d root = randomMatrix(random, true);
     const NmMat4d a = product(root, root.transpose());
     a.jacobi3(values, vectors, rots);
-    for (int k = 0; k < 3; ++k)
-      for (int i = 0; i < 3; ++i) {
-        double image = 0.0;
-        for (int j = 0; j < 3; ++j) image += a.m[i][j] * vectors[j][k];
-        EXPECT_NEAR(image, values[k] * vectors[i][k], 1e-5);
-      }
+    for (int k = 0; k < 3; ++k) {
+      const NmVec3d v(vectors[0][k], vectors[1][k], vectors[2][k]);
+      NmVec3d image;
+      a.multDirMatrix(v, image);
+      expectNear(image, NmVec3d(values[k] * v.x, values[k] * v.y, values[k] * v.z), 1e-5);
+    }
   }
 }
 
 TEST(NmMat4d, FactorPutsAMirrorIntoTheScales) {
-  NmMat4d r;
-  NmMat4d u;
-  NmMat4d proj;
-  NmVec3f s;
-  NmVec3f t;
+  NmMat4d r, u, proj;
+  NmVec3f s, t;
   std::mt19937 random(3);
   for (int n = 0; n < 100; ++n) {
-    NmMat4d a = randomMatrix(random, true);
-    if (n == 0) a.setScale(NmVec3d(-1, 1, 1));
+    const NmMat4d a = n == 0 ? diagonal(-1, 1, 1) : randomMatrix(random, true);
     const double determinant = a.det3();
     if (std::fabs(determinant) < 0.1) continue;
     ASSERT_TRUE(a.factor(r, s, u, t, proj));
@@ -207,21 +177,15 @@ TEST(NmMat4d, FactorPutsAMirrorIntoTheScales) {
 }
 
 TEST(NmMat4d, FactorRefusesASmallDeterminantAndGetTransformReadsTheIdentity) {
-  NmMat4d small;
-  small.setScale(1e-5);
+  NmMat4d small = diagonal(1e-5, 1e-5, 1e-5);
   small.m[3][1] = 4.0;
-  NmMat4d r;
-  NmMat4d u;
-  NmMat4d proj;
-  r.m[0][0] = u.m[0][0] = 7.0;
-  NmVec3f s(7, 7, 7);
-  NmVec3f t;
+  NmMat4d r = diagonal(7, 1, 1), u = r, proj;
+  NmVec3f s(7, 7, 7), t;
   EXPECT_FALSE(small.factor(r, s, u, t, proj));
   EXPECT_EQ(t, NmVec3f(0, 4, 0));
   EXPECT_EQ(s, NmVec3f(7, 7, 7));
   EXPECT_EQ(r.m[0][0] + u.m[0][0], 14.0);
-  NmRotation rotation(1, 0, 0, 0);
-  NmRotation orientation(1, 0, 0, 0);
+  NmRotation rotation(1, 0, 0, 0), orientation(1, 0, 0, 0);
   small.getTransform(t, rotation, s, orientation, NmVec3f());
   EXPECT_EQ(s, NmVec3f(1, 1, 1));
   EXPECT_EQ(rotation, NmRotation());
@@ -237,14 +201,11 @@ TEST(NmMat4d, SetTransformScalesThenRotatesThenMoves) {
   a.setTransform(NmVec3f(0, 0, 5), quarter, NmVec3f(3, 1, 1), NmRotation(), NmVec3f(1, 0, 0));
   NmVec3d p;
   a.multVecMatrix(NmVec3d(2, 0, 0), p);
-  EXPECT_NEAR(p.x, 1.0, 1e-6);
-  EXPECT_NEAR(p.y, 3.0, 1e-6);
-  EXPECT_NEAR(p.z, 5.0, 1e-6);
+  expectNear(p, NmVec3d(1, 3, 5), 1e-6);
   // With the axes of scale turned by 90 degrees, the factor of x stretches y instead.
   a.setTransform(NmVec3f(), NmRotation(), NmVec3f(3, 1, 1), quarter, NmVec3f());
   a.multVecMatrix(NmVec3d(1, 1, 1), p);
-  EXPECT_NEAR(p.x, 1.0, 1e-6);
-  EXPECT_NEAR(p.y, 3.0, 1e-6);
+  expectNear(p, NmVec3d(1, 3, 1), 1e-6);
 }
 
 TEST(NmMat4d, GetTransformGivesThePartsThatBuildTheMatrix) {
@@ -253,10 +214,8 @@ TEST(NmMat4d, GetTransformGivesThePartsThatBuildTheMatrix) {
   for (int n = 0; n < 50; ++n) {
     const NmMat4d a = randomMatrix(random, true);
     if (std::fabs(a.det3()) < 0.3) continue;
-    NmVec3f move;
-    NmVec3f scale;
-    NmRotation rotation;
-    NmRotation orientation;
+    NmVec3f move, scale;
+    NmRotation rotation, orientation;
     a.getTransform(move, rotation, scale, orientation, center);
     NmMat4d again;
     again.setTransform(move, rotation, scale, orientation, center);

@@ -4,45 +4,33 @@
 
 namespace {
 
-class Item {
- public:
-  explicit Item(int& alive) : alive_(alive) { ++alive_; }
-  ~Item() { --alive_; }
-
- private:
-  int& alive_;
+struct Item {
+  explicit Item(int& count) : alive(count) { ++alive; }
+  ~Item() { --alive; }
+  int& alive;
 };
 
-TEST(RegStack, PopsInReverseOrder) {
-  int alive = 0;
-  RegStack<Item*> stack;
-  Item first(alive);
-  Item second(alive);
-  stack.push(&first);
-  stack.push(nullptr);
-  stack.push(&second);
-  EXPECT_EQ(stack.pop(), &second);
-  EXPECT_EQ(stack.pop(), nullptr);
-  EXPECT_FALSE(stack.isEmpty());
-  EXPECT_EQ(stack.pop(), &first);
-  EXPECT_TRUE(stack.isEmpty());
-  EXPECT_EQ(stack.pop(), nullptr);
-  EXPECT_EQ(stack.size, 0);
-}
-
-TEST(RegStack, DestructorLeavesTheBottomObject) {
+// One object alone stays too, and nulls are nothing to stumble over.
+TEST(RegStack, PopsInReverseOrderAndLeavesTheBottomObject) {
   int alive = 0;
   Item bottom(alive);
   {
-    RegStack<Item*> one;
+    RegStack<Item*> one, stack;
     one.push(&bottom);
-    RegStack<Item*> many;
-    many.push(&bottom);
-    many.push(new Item(alive));
-    many.push(nullptr);
-    many.push(new Item(alive));
+    stack.push(&bottom);
+    stack.push(new Item(alive));
+    stack.push(nullptr);
+    Item* const top = new Item(alive);
+    stack.push(top);
+    EXPECT_EQ(stack.pop(), top);
+    EXPECT_EQ(stack.pop(), nullptr);
+    EXPECT_EQ(stack.size, 2);
+    stack.push(top);
   }
   EXPECT_EQ(alive, 1);
+  RegStack<Item*> empty;
+  EXPECT_EQ(empty.pop(), nullptr);
+  EXPECT_EQ(empty.size, 0);
 }
 
 }  // namespace

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <condition_variable>
 #include <limits>
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -14,7 +12,7 @@
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/RowVolume.h"
-#include "tests/support/volumes.h"
+#include "tests/support/volumeValues.h"
 
 namespace {
 
@@ -22,45 +20,34 @@ NmHandle<VlMemoryData> smallVolume() {
   return makeVolume({2, 2, 2}, NmPrimType::Int);
 }
 
-/// A volume with the voxels of another one, whose access it hands out; it can fail to.
-class Wrapper : public VlData {
+template <class F>
+void onAnotherThread(F&& f) {
+  std::thread(f).join();
+}
+
+/// Opens no access but one that its inner volume gives.
+class FailingVolume : public WrappedVolume {
  public:
   enum Mode { passes, fails, throws };
-  explicit Wrapper(NmHandle<VlData> inner) : inner_(std::move(inner)) {}
-
-  NmPrimType primType() const override { return inner_->primType(); }
-  int numDataVars() const override { return inner_->numDataVars(); }
-  NmVec3l dims() const override { return inner_->dims(); }
-  void boundingBox(NmBox3f& box) const override { inner_->boundingBox(box); }
-  NmResult setBoundingBox(const NmBox3f& box) override { return inner_->setBoundingBox(box); }
-
+  using WrappedVolume::WrappedVolume;
   Mode mode = passes;
 
  protected:
   NmHandle<VlDataAccess> openAccess(bool write) override {
     if (mode == throws) throw std::runtime_error("openAccess");
-    if (mode == fails) return nullptr;
-    return inner_->lock(write);
+    return mode == fails ? nullptr : WrappedVolume::openAccess(write);
   }
-
- private:
-  NmHandle<VlData> inner_;
 };
 
 TEST(VlDataLock, ReadersShareAndAWriterIsAlone) {
   const NmHandle<VlMemoryData> volume = smallVolume();
-  NmHandle<VlDataAccess> mine = volume->lock(false);
-  std::thread([&] {
-    EXPECT_TRUE(volume->tryLock(false));
-    EXPECT_FALSE(volume->tryLock(true));
-  }).join();
-  mine = nullptr;
-  mine = volume->lock(true);
-  std::thread([&] {
-    EXPECT_FALSE(volume->tryLock(false));
-    EXPECT_FALSE(volume->tryLock(true));
-  }).join();
-  mine = nullptr;
+  for (const bool write : {false, true}) {
+    const NmHandle<VlDataAccess> mine = volume->lock(write);
+    onAnotherThread([&] {
+      EXPECT_EQ(volume->tryLock(false) != nullptr, !write);
+      EXPECT_FALSE(volume->tryLock(true));
+    });
+  }
   EXPECT_TRUE(volume->tryLock(true));
 }
 
@@ -80,35 +67,25 @@ TEST(VlDataLock, RefusesWhatTheThreadItselfPrevents) {
   EXPECT_FALSE(volume->lock(false));
   EXPECT_EQ(log.errors.size(), 2U);
   log.errors.clear();
-  float min = 1.0f;
-  float max = 1.0f;
+  float min = 1.0f, max = 1.0f;
   EXPECT_FALSE(volume->range(min, max, true).isOk());
   EXPECT_EQ(log.error().rfind("VlData::range:", 0), 0U);
-  EXPECT_EQ(min, 0.0f);
+  EXPECT_TRUE(min == 0.0f && max == 0.0f);
   EXPECT_FALSE(volume->createEvaluatorLanczos());
   EXPECT_EQ(log.error().rfind("VlData::createEvaluatorLanczos:", 0), 0U);
 }
 
-TEST(VlDataLock, IsReleasedOnWhicheverThreadLetsGo) {
+// The id of a thread that has ended goes to the next one, but its lock is still another's.
+TEST(VlDataLock, OutlivesItsThreadAndGoesWhereverTheAccessGoes) {
   const NmHandle<VlMemoryData> volume = smallVolume();
   for (const bool write : {false, true}) {
-    NmHandle<VlDataAccess> access = volume->lock(write);
-    std::thread([&] { access = nullptr; }).join();
-    EXPECT_TRUE(volume->tryLock(true));
+    NmHandle<VlDataAccess> access;
+    onAnotherThread([&] { access = volume->lock(write); });
+    std::thread writer([&] { EXPECT_TRUE(volume->lock(true)); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    access = nullptr;
+    writer.join();
   }
-}
-
-// The id of a thread that has ended goes to the next one, but its lock is still another's.
-TEST(VlDataLock, BelongsToTheThreadThatHasEnded) {
-  const NmHandle<VlMemoryData> volume = smallVolume();
-  NmHandle<VlDataAccess> access;
-  std::thread([&] { access = volume->lock(false); }).join();
-  NmHandle<VlDataAccess> written;
-  std::thread writer([&] { written = volume->lock(true); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  access = nullptr;
-  writer.join();
-  EXPECT_TRUE(written);
 }
 
 TEST(VlDataLock, AReaderReadsOnWhileAWriterWaits) {
@@ -117,7 +94,7 @@ TEST(VlDataLock, AReaderReadsOnWhileAWriterWaits) {
   std::thread writer([&] { EXPECT_TRUE(volume->lock(true)); });
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
   EXPECT_TRUE(volume->lock(false));
-  std::thread([&] { EXPECT_TRUE(volume->lock(false)); }).join();
+  onAnotherThread([&] { EXPECT_TRUE(volume->lock(false)); });
   first = nullptr;
   writer.join();
 }
@@ -143,40 +120,35 @@ TEST(VlDataLock, OrdersReadersAndWriters) {
   std::thread threads[] = {std::thread(count), std::thread(watch), std::thread(count)};
   watch();
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(static_cast<int*>(volume->lock(false)->dataPtr(0))[0], 2 * rounds);
+  EXPECT_EQ(valuesOf(*volume)[0], 2.0f * rounds);
 }
 
 TEST(VlDataLock, GoesBackWhenNoAccessOpens) {
   LogCapture log;
-  const NmHandle<Wrapper> volume = new Wrapper(smallVolume());
-  volume->mode = Wrapper::throws;
+  const NmHandle<FailingVolume> volume = new FailingVolume(smallVolume());
+  volume->mode = FailingVolume::throws;
   EXPECT_THROW(volume->lock(true), std::runtime_error);
   EXPECT_THROW(volume->tryLock(false), std::runtime_error);
-  volume->mode = Wrapper::fails;
+  volume->mode = FailingVolume::fails;
   EXPECT_FALSE(volume->lock(true));
   EXPECT_FALSE(volume->tryLock(true));
   EXPECT_EQ(log.errors.size(), 1U);
-  volume->mode = Wrapper::passes;
-  std::thread([&] { EXPECT_TRUE(volume->tryLock(true)); }).join();
+  volume->mode = FailingVolume::passes;
+  onAnotherThread([&] { EXPECT_TRUE(volume->tryLock(true)); });
 }
 
-TEST(VlDataLock, OneAccessCarriesTheLocksOfAllItsVolumes) {
-  const NmHandle<VlMemoryData> inner = smallVolume();
-  const NmHandle<VlData> outer = new Wrapper(new Wrapper(inner));
+TEST(VlDataLock, OneAccessCarriesTheLocksOfAllItsVolumesAndKeepsThemAlive) {
+  NmHandle<VlMemoryData> inner = smallVolume();
+  NmHandle<VlData> outer = new WrappedVolume(new WrappedVolume(inner));
   NmHandle<VlDataAccess> access = outer->lock(true);
-  std::thread([&] {
+  onAnotherThread([&] {
     EXPECT_FALSE(inner->tryLock(false));
     EXPECT_FALSE(outer->tryLock(false));
-  }).join();
+  });
   access = nullptr;
-  EXPECT_TRUE(outer->tryLock(true));
-  EXPECT_TRUE(inner->tryLock(true));
-}
-
-TEST(VlDataLock, AnAccessKeepsItsVolumesAlive) {
-  NmHandle<VlMemoryData> inner = smallVolume();
-  NmHandle<VlData> outer = new Wrapper(NmHandle<VlData>(inner));
-  NmHandle<VlDataAccess> access = outer->lock(true);
+  EXPECT_TRUE(isUnlocked(outer));
+  EXPECT_TRUE(isUnlocked(inner));
+  access = outer->lock(true);
   inner = nullptr;
   outer = nullptr;
   static_cast<int*>(access->dataPtr(0))[7] = 5;
@@ -187,31 +159,28 @@ TEST(VlDataLock, AnAccessKeepsItsVolumesAlive) {
 
 TEST(VlDataLock, NothingStaysLockedWhenMemoryIsExhausted) {
   if (!FailingAllocation::isServed()) GTEST_SKIP();
-  const NmHandle<VlData> volume = new Wrapper(smallVolume());
-  const auto attempt = [&](long k, auto&& operation) {
+  const auto attempt = [](VlData& volume, int operation, long k) {
     const FailingAllocation failure(k);
+    float min, max;
     try {
-      operation();
+      if (operation == 0) volume.lock(false);
+      if (operation == 1) volume.range(min, max, true);
+      if (operation == 2) volume.createEvaluatorLanczos();
     } catch (const NmMemoryException&) {
     }
     return failure.hasFailed();
   };
-  float min, max;
-  for (long k = 1; attempt(k, [&] { volume->lock(false); }); ++k) EXPECT_TRUE(volume->lock(true));
-  for (long k = 1; attempt(k, [&] { volume->range(min, max, true); }); ++k)
-    EXPECT_TRUE(volume->lock(true));
-  for (long k = 1; attempt(k, [&] { volume->createEvaluatorLanczos(); }); ++k)
-    EXPECT_TRUE(volume->lock(true));
+  const NmHandle<VlData> volume = new WrappedVolume(smallVolume());
+  for (int operation = 0; operation < 3; ++operation)
+    for (long k = 1; attempt(*volume, operation, k); ++k) EXPECT_TRUE(isUnlocked(volume));
 }
 
 template <class T>
 void expectRange(int type, std::vector<T> voxels, float low, float high) {
   const NmVec3l dims(static_cast<long>(voxels.size()) / 2, 1, 1);
-  const NmHandle<VlMemoryData> volume = wrapVolume(dims, type, 2, voxels.data());
-  for (const NmHandle<VlData>& form :
-       {NmHandle<VlData>(volume), NmHandle<VlData>(new RowVolume(volume))}) {
-    float min = 7.0f;
-    float max = 7.0f;
+  const NmHandle<VlData> volume = wrapVolume(dims, type, 2, voxels.data());
+  for (const NmHandle<VlData>& form : {volume, NmHandle<VlData>(new RowVolume(volume))}) {
+    float min = 7.0f, max = 7.0f;
     EXPECT_TRUE(form->range(min, max, true).isOk());
     EXPECT_EQ(min, low) << type;
     EXPECT_EQ(max, high) << type;
@@ -235,40 +204,34 @@ TEST(VlDataRange, CoversEveryTypeAndVariable) {
   expectRange<float>(3, {nan, 3.0f, -infinity, 1.0f}, -infinity, 3.0f);
 }
 
-TEST(VlDataRange, FollowsEveryWrite) {
-  const NmHandle<VlMemoryData> volume = smallVolume();
-  for (const int value : {4, 7, -3}) {
-    static_cast<int*>(volume->lock(true)->dataPtr(0))[3] = value;
-    float min, max;
-    EXPECT_TRUE(volume->range(min, max, false).isOk());
-    EXPECT_EQ(min + max, static_cast<float>(value));
-  }
-}
-
-TEST(VlDataRange, FailsWhereThereIsNoNumber) {
+TEST(VlDataRange, FollowsEveryWriteAndFailsWhereThereIsNoNumber) {
   LogCapture log;
-  std::vector<double> voxels(5, std::nan(""));
-  const NmHandle<VlMemoryData> volume = wrapVolume({5, 1, 1}, 4, 1, voxels.data());
-  float min = 7.0f;
-  float max = 7.0f;
-  EXPECT_FALSE(volume->range(min, max, true).isOk());
-  EXPECT_EQ(log.error().rfind("VlData::range:", 0), 0U);
-  EXPECT_EQ(min, 0.0f);
-  EXPECT_EQ(max, 0.0f);
-  EXPECT_FALSE(NmHandle<VlData>(new RowVolume(volume))->range(min, max, true).isOk());
-  EXPECT_FALSE(NmHandle<VlData>(new VlMemoryData(nullptr))->range(min, max, true).isOk());
+  double voxels[3] = {};
+  const NmHandle<VlData> volume = wrapVolume({3, 1, 1}, NmPrimType::Double, 1, voxels);
+  float min, max;
+  for (const double value : {4.0, 7.0, -3.0}) {
+    static_cast<double*>(volume->lock(true)->dataPtr(0))[1] = value;
+    EXPECT_TRUE(volume->range(min, max, false).isOk());
+    EXPECT_EQ(min + max, value);
+  }
+  EXPECT_TRUE(log.errors.empty());
+  for (double& voxel : voxels) voxel = std::nan("");
+  for (const NmHandle<VlData>& form : {volume, NmHandle<VlData>(new RowVolume(volume))}) {
+    EXPECT_FALSE(form->range(min, max, true).isOk());
+    EXPECT_EQ(log.error().rfind("VlData::range:", 0), 0U);
+    EXPECT_TRUE(min == 0.0f && max == 0.0f);
+  }
 }
 
 TEST(VlDataEvaluator, NeedsOneBlockAndAKnownFilter) {
   LogCapture log;
-  const NmHandle<VlData> sliced = new RowVolume(smallVolume());
-  EXPECT_FALSE(sliced->createEvaluator(VlData::Trilinear));
-  EXPECT_EQ(log.error().rfind("VlData::createEvaluator:", 0), 0U);
-  EXPECT_TRUE(sliced->tryLock(true));
-  const NmHandle<VlData> plain = smallVolume();
-  EXPECT_FALSE(plain->createEvaluator(static_cast<VlData::EvaluatorFilter>(2)));
-  EXPECT_EQ(log.error().rfind("VlData::createEvaluator:", 0), 0U);
-  EXPECT_TRUE(plain->tryLock(true));
+  const auto refused = [&](const NmHandle<VlData>& volume, int filter) {
+    EXPECT_FALSE(volume->createEvaluator(static_cast<VlData::EvaluatorFilter>(filter)));
+    EXPECT_EQ(log.error().rfind("VlData::createEvaluator:", 0), 0U);
+    EXPECT_TRUE(isUnlocked(volume));
+  };
+  refused(new RowVolume(smallVolume()), 1);
+  refused(smallVolume(), 2);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <limits>
 #include <random>
 
+#include "functional/referenceWalk.h"
 #include "functional/reg_evaluateUniform.h"
 #include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
@@ -15,8 +16,13 @@
 
 namespace {
 
+using kernelCases::forEachPath;
 using kernelCases::forEachTypePair;
 using kernelCases::randomVoxels;
+using voxreg::detail::KernelTable;
+using voxreg::detail::voxelTypeIndex;
+using voxreg::detail::walkAffine;
+using voxreg::detail::WalkArguments;
 
 /// A map that turns by three angles and scales, sending the middle of the reference to `centre` of
 /// the model, with the signs that the row's direction has.
@@ -50,13 +56,28 @@ struct Difference {
 };
 
 template <class T, class U>
+WalkArguments arguments(const naive::Geometry& g, const std::vector<T>& reference,
+                        const std::vector<U>& model, const NmBox3i& box, const KernelTable& table) {
+  return {reference.data(), voxelTypeIndex<T>,
+          model.data(),     voxelTypeIndex<U>,
+          g.dims,           box,
+          g.signs,          g.start,
+          g.step[0],        g.step[1],
+          g.step[2],        g.bounds,
+          &g.modelDims.x,   table};
+}
+
+template <class T, class U>
 Difference kernelDifference(const naive::Geometry& g, const std::vector<T>& reference,
-                            const std::vector<U>& model, const NmBox3i& box) {
+                            const std::vector<U>& model, const NmBox3i& box,
+                            const KernelTable* table = nullptr) {
   RegMeanSquaredDifference metric(1.0, false);
-  const int modelDims[3] = {g.modelDims.x, g.modelDims.y, g.modelDims.z};
-  reg_evaluateUniformMSD<T, U>(reference.data(), model.data(), g.dims, box, g.signs, g.start,
-                               g.step[0], g.step[1], g.step[2], &metric, g.bounds, modelDims,
-                               nullptr, 1);
+  if (table != nullptr)
+    walkAffine(arguments(g, reference, model, box, *table), metric);
+  else
+    reg_evaluateUniformMSD<T, U>(reference.data(), model.data(), g.dims, box, g.signs, g.start,
+                                 g.step[0], g.step[1], g.step[2], &metric, g.bounds, &g.modelDims.x,
+                                 nullptr, 1);
   return {metric.sumNegSquaredDiff, metric.numSamples, metric.numTotalSamples};
 }
 
@@ -78,16 +99,18 @@ void expectNaiveBits(const naive::Geometry& g, const NmBox3i& box, const char* w
   const auto reference = randomVoxels<T>(g.dims, 7);
   const auto model = randomVoxels<U>(g.modelDims, 11);
   const Difference expected = naiveDifference(g, reference, model, box);
-  const Difference found = kernelDifference(g, reference, model, box);
-  EXPECT_EQ(std::memcmp(&found.sum, &expected.sum, sizeof found.sum), 0)
-      << what << ": " << found.sum << " instead of " << expected.sum;
-  EXPECT_EQ(found.samples, expected.samples) << what;
-  EXPECT_EQ(found.total, expected.total) << what;
+  forEachPath([&](const KernelTable* table) {
+    const Difference found = kernelDifference(g, reference, model, box, table);
+    EXPECT_EQ(std::memcmp(&found.sum, &expected.sum, sizeof found.sum), 0)
+        << what << ": " << found.sum << " instead of " << expected.sum;
+    EXPECT_EQ(found.samples, expected.samples) << what;
+    EXPECT_EQ(found.total, expected.total) << what;
+  });
 }
 
 TEST(AffineKernels, EveryTypePairGivesTheBitsOfTheNaiveWalk) {
   forEachTypePair([]<class T, class U>() {
-    const auto g = turned({23, 19, 7}, {17, 21, 9}, 0.3, 0.9, {8, 10, 4});
+    const auto g = turned({67, 19, 11}, {17, 21, 9}, 0.3, 0.3, {8, 10, 4});
     expectNaiveBits<T, U>(g, g.grid(), "turned");
   });
 }
@@ -95,12 +118,15 @@ TEST(AffineKernels, EveryTypePairGivesTheBitsOfTheNaiveWalk) {
 /// A metric that the correlation kernel fed, with bounds that reject some samples on each side.
 template <class T, class U>
 RegCorrelationRatio kernelCorrelation(const naive::Geometry& g, const std::vector<T>& reference,
-                                      const std::vector<U>& model) {
+                                      const std::vector<U>& model,
+                                      const KernelTable* table = nullptr) {
   RegCorrelationRatio metric(20.0, 200.0, 10.5, 190.0, 1.0, false);
-  const int modelDims[3] = {g.modelDims.x, g.modelDims.y, g.modelDims.z};
-  reg_evaluateUniformCorrAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
-                                      g.step[0], g.step[1], g.step[2], &metric, g.bounds, modelDims,
-                                      1);
+  if (table != nullptr)
+    walkAffine(arguments(g, reference, model, g.grid(), *table), metric);
+  else
+    reg_evaluateUniformCorrAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
+                                        g.step[0], g.step[1], g.step[2], &metric, g.bounds,
+                                        &g.modelDims.x, 1);
   return metric;
 }
 
@@ -121,29 +147,33 @@ RegCorrelationRatio naiveCorrelation(const naive::Geometry& g, const std::vector
 
 TEST(AffineKernels, CorrelationSumsPerSliceInEveryTypePair) {
   forEachTypePair([]<class T, class U>() {
-    const auto g = turned({23, 19, 7}, {17, 21, 9}, 0.3, 0.9, {8, 10, 4});
+    const auto g = turned({67, 19, 11}, {17, 21, 9}, 0.3, 0.3, {8, 10, 4});
     const auto reference = randomVoxels<T>(g.dims, 7);
     const auto model = randomVoxels<U>(g.modelDims, 11);
-    const auto found = kernelCorrelation(g, reference, model);
     const auto expected = naiveCorrelation(g, reference, model);
-    EXPECT_EQ(found.numSamples, expected.numSamples);
-    EXPECT_EQ(found.numTotalSamples, 23 * 19 * 7);
-    EXPECT_EQ(found.sumRefSq, expected.sumRefSq);
-    EXPECT_EQ(found.sumModelSq, expected.sumModelSq);
-    EXPECT_EQ(found.sumRefModel, expected.sumRefModel);
-    EXPECT_EQ(found.sumRef, expected.sumRef);
-    EXPECT_EQ(found.sumModel, expected.sumModel);
+    forEachPath([&](const KernelTable* table) {
+      const auto found = kernelCorrelation(g, reference, model, table);
+      EXPECT_EQ(found.numSamples, expected.numSamples);
+      EXPECT_EQ(found.numTotalSamples, 67 * 19 * 11);
+      EXPECT_EQ(found.sumRefSq, expected.sumRefSq);
+      EXPECT_EQ(found.sumModelSq, expected.sumModelSq);
+      EXPECT_EQ(found.sumRefModel, expected.sumRefModel);
+      EXPECT_EQ(found.sumRef, expected.sumRef);
+      EXPECT_EQ(found.sumModel, expected.sumModel);
+    });
   });
 }
 
 TEST(AffineKernels, CorrelationLeavesOutNanAndKeepsTheLimits) {
   const auto g = turned({4, 1, 1}, {4, 1, 1}, 0.0, 1.0, {1.5, 0, 0});
   const std::vector<float> reference = {20.0f, 200.0f, 200.1f, std::nanf("")};
-  EXPECT_EQ(kernelCorrelation(g, reference, std::vector<float>(4, 100.0f)).numSamples, 2);
   const std::vector<float> within(4, 100.0f);
   const std::vector<double> model = {10.5, std::nan(""), 190.5, 190.0};
-  EXPECT_EQ(kernelCorrelation(g, within, model).numSamples, 1)
-      << "a NaN voxel spoils both samples that read it";
+  forEachPath([&](const KernelTable* table) {
+    EXPECT_EQ(kernelCorrelation(g, reference, within, table).numSamples, 2);
+    EXPECT_EQ(kernelCorrelation(g, within, model, table).numSamples, 1)
+        << "a NaN voxel spoils both samples that read it";
+  });
 }
 
 RegNormMutualInformation information(NmPrimType typeRef, NmPrimType typeModel) {
@@ -163,26 +193,37 @@ RegNormMutualInformation naiveInformation(const naive::Geometry& g, const std::v
   return metric;
 }
 
+template <class T, class U>
+void runInformation(const naive::Geometry& g, const std::vector<T>& reference,
+                    const std::vector<U>& model, RegNormMutualInformation& metric,
+                    int numHistograms, const KernelTable* table) {
+  if (table != nullptr)
+    walkAffine(arguments(g, reference, model, g.grid(), *table), metric, numHistograms);
+  else
+    reg_evaluateUniformMIAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
+                                      g.step[0], g.step[1], g.step[2], &metric, g.bounds,
+                                      &g.modelDims.x, numHistograms);
+}
+
 TEST(AffineKernels, InformationCountsEverySampleInEveryTypePair) {
   forEachTypePair([]<class T, class U>() {
-    const auto g = turned({23, 19, 7}, {17, 21, 9}, 0.3, 0.9, {8, 10, 4});
+    const auto g = turned({67, 19, 11}, {17, 21, 9}, 0.3, 0.3, {8, 10, 4});
     const auto reference = randomVoxels<T>(g.dims, 7);
     const auto model = randomVoxels<U>(g.modelDims, 11);
     const auto expected =
         naiveInformation(g, reference, model, NmPrimType::Float, NmPrimType::Double);
-    for (const int numHistograms : {1, 3}) {
-      RegNormMutualInformation found = information(NmPrimType::Float, NmPrimType::Double);
-      found.jointHistogram[0] = 5.0;
-      const int modelDims[3] = {g.modelDims.x, g.modelDims.y, g.modelDims.z};
-      reg_evaluateUniformMIAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
-                                        g.step[0], g.step[1], g.step[2], &found, g.bounds,
-                                        modelDims, numHistograms);
-      EXPECT_EQ(found.numSamples, expected.numSamples);
-      EXPECT_EQ(found.numTotalSamples, 23 * 19 * 7);
-      if (numHistograms > 1) found.jointHistogram[0] -= 5.0;
-      for (long k = numHistograms > 1 ? 1 : 0; k < expected.jointHistogram.size; ++k)
-        ASSERT_EQ(found.jointHistogram[k], expected.jointHistogram[k]) << "bin " << k;
-    }
+    forEachPath([&](const KernelTable* table) {
+      for (const int numHistograms : {1, 3}) {
+        RegNormMutualInformation found = information(NmPrimType::Float, NmPrimType::Double);
+        found.jointHistogram[0] = 5.0;
+        runInformation(g, reference, model, found, numHistograms, table);
+        EXPECT_EQ(found.numSamples, expected.numSamples);
+        EXPECT_EQ(found.numTotalSamples, 67 * 19 * 11);
+        if (numHistograms > 1) found.jointHistogram[0] -= 5.0;
+        for (long k = numHistograms > 1 ? 1 : 0; k < expected.jointHistogram.size; ++k)
+          ASSERT_EQ(found.jointHistogram[k], expected.jointHistogram[k]) << "bin " << k;
+      }
+    });
   });
 }
 
@@ -191,17 +232,16 @@ TEST(AffineKernels, InformationPutsTheEdgesOfTheRangeIntoTheEdgeBins) {
   const std::vector<float> reference = {
       -1.0e30f, 20.0f, 200.0f, 1.0e30f, std::nanf(""), std::numeric_limits<float>::infinity()};
   const std::vector<float> model(6, 10.5f);
-  RegNormMutualInformation metric = information(NmPrimType::Float, NmPrimType::Float);
-  const int modelDims[3] = {6, 1, 1};
-  reg_evaluateUniformMIAffine<float, float>(reference.data(), model.data(), g.dims, g.signs,
-                                            g.start, g.step[0], g.step[1], g.step[2], &metric,
-                                            g.bounds, modelDims, 1);
-  const auto row = [&](int i) { return metric.jointHistogram[i * metric.numBinsMod]; };
-  ASSERT_EQ(metric.numBinsRef, 14);
-  EXPECT_EQ(metric.numSamples, 6);
-  EXPECT_EQ(row(0), 3.0) << "below, at the minimum, and NaN";
-  EXPECT_EQ(row(12), 1.0) << "the maximum";
-  EXPECT_EQ(row(13), 2.0) << "beyond it";
+  forEachPath([&](const KernelTable* table) {
+    RegNormMutualInformation metric = information(NmPrimType::Float, NmPrimType::Float);
+    runInformation(g, reference, model, metric, 1, table);
+    const auto row = [&](int i) { return metric.jointHistogram[i * metric.numBinsMod]; };
+    ASSERT_EQ(metric.numBinsRef, 14);
+    EXPECT_EQ(metric.numSamples, 6);
+    EXPECT_EQ(row(0), 3.0) << "below, at the minimum, and NaN";
+    EXPECT_EQ(row(12), 1.0) << "the maximum";
+    EXPECT_EQ(row(13), 2.0) << "beyond it";
+  });
 }
 
 TEST(AffineKernels, RowsEnterAndLeaveTheModelAsTheNaiveWalkDoes) {
@@ -252,9 +292,11 @@ TEST(AffineKernels, FarPositionsGiveNoSamplesButCountTheVoxels) {
     g.start.y = far;
     const auto reference = randomVoxels<short>(g.dims, 1);
     const auto model = randomVoxels<short>(g.modelDims, 2);
-    const Difference d = kernelDifference(g, reference, model, g.grid());
-    EXPECT_EQ(d.samples, 0) << far;
-    EXPECT_EQ(d.total, 6 * 5 * 4) << far;
+    forEachPath([&](const KernelTable* table) {
+      const Difference d = kernelDifference(g, reference, model, g.grid(), table);
+      EXPECT_EQ(d.samples, 0) << far;
+      EXPECT_EQ(d.total, 6 * 5 * 4) << far;
+    });
   }
 }
 
@@ -265,9 +307,11 @@ TEST(AffineKernels, NanPositionsReadVoxelZeroOfTheirAxis) {
   const std::vector<short> reference(24, 0);
   std::vector<double> model(125, 0.0);
   for (unsigned long i = 0; i < model.size(); i += 5) model[i] = 1.0;  // x = 0
-  const Difference d = kernelDifference(g, reference, model, g.grid());
-  EXPECT_EQ(d.samples, 24);
-  EXPECT_EQ(d.sum, -24.0);
+  forEachPath([&](const KernelTable* table) {
+    const Difference d = kernelDifference(g, reference, model, g.grid(), table);
+    EXPECT_EQ(d.samples, 24);
+    EXPECT_EQ(d.sum, -24.0);
+  });
 }
 
 TEST(AffineKernels, FlatModelAxisIsNotClipped) {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "functional/referenceWalk.h"
 #include "functional/reg_evaluateUniform.h"
 #include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
@@ -14,8 +15,12 @@
 
 namespace {
 
+using kernelCases::forEachPath;
 using kernelCases::forEachTypePair;
 using kernelCases::randomVoxels;
+using voxreg::detail::KernelTable;
+using voxreg::detail::voxelTypeIndex;
+using voxreg::detail::walkBricks;
 
 enum class Family { difference, ranged };
 
@@ -105,12 +110,26 @@ RegCorrelationRatio correlation() {
 /// Runs the kernel of the metric's family over the scene.
 template <class T, class U, class Metric>
 void runKernel(Scene& s, const std::vector<T>& reference, const std::vector<U>& model,
-               Metric& metric) {
-  const int modelDims[3] = {s.modelDims.x, s.modelDims.y, s.modelDims.z};
+               Metric& metric, const KernelTable* table = nullptr) {
   const double noBounds[6] = {};
-  reg_evaluateUniform<T, U>(reference.data(), model.data(), s.dims, s.box, NmVec3i(), s.start,
-                            s.step[0], s.step[1], s.step[2], &metric, noBounds, modelDims,
-                            &s.transform, 1);
+  if (table == nullptr) {
+    reg_evaluateUniform<T, U>(reference.data(), model.data(), s.dims, s.box, NmVec3i(), s.start,
+                              s.step[0], s.step[1], s.step[2], &metric, noBounds, &s.modelDims.x,
+                              &s.transform, 1);
+    return;
+  }
+  const NmVec3i noSigns;
+  const voxreg::detail::WalkArguments arguments = {reference.data(), voxelTypeIndex<T>,
+                                                   model.data(),     voxelTypeIndex<U>,
+                                                   s.dims,           s.box,
+                                                   noSigns,          s.start,
+                                                   s.step[0],        s.step[1],
+                                                   s.step[2],        noBounds,
+                                                   &s.modelDims.x,   *table};
+  if constexpr (std::is_base_of_v<RegMutualInformation, Metric>)
+    walkBricks(arguments, s.transform, metric, 1);
+  else
+    walkBricks(arguments, s.transform, metric);
 }
 
 /// Returns the number of samples of the difference family.
@@ -132,11 +151,13 @@ long expectNaiveBits(Scene& s) {
     sum -= d * d;
     ++samples;
   });
-  RegMeanSquaredDifference difference(1.0, false);
-  runKernel(s, reference, model, difference);
-  EXPECT_EQ(difference.numSamples, samples);
-  EXPECT_EQ(difference.numTotalSamples, total);
-  EXPECT_EQ(difference.sumNegSquaredDiff, sum);
+  forEachPath([&](const KernelTable* table) {
+    RegMeanSquaredDifference difference(1.0, false);
+    runKernel(s, reference, model, difference, table);
+    EXPECT_EQ(difference.numSamples, samples);
+    EXPECT_EQ(difference.numTotalSamples, total);
+    EXPECT_EQ(difference.sumNegSquaredDiff, sum);
+  });
 
   RegCorrelationRatio slice = correlation();
   RegCorrelationRatio expected = correlation();
@@ -156,22 +177,24 @@ long expectNaiveBits(Scene& s) {
     histogram.increment(r, m);
   });
   finishSlice();
-  RegCorrelationRatio found = correlation();
-  runKernel(s, reference, model, found);
-  EXPECT_EQ(found.numSamples, expected.numSamples);
-  EXPECT_EQ(found.numTotalSamples, total);
-  EXPECT_EQ(found.sumRefSq, expected.sumRefSq);
-  EXPECT_EQ(found.sumModelSq, expected.sumModelSq);
-  EXPECT_EQ(found.sumRefModel, expected.sumRefModel);
-  EXPECT_EQ(found.sumRef, expected.sumRef);
-  EXPECT_EQ(found.sumModel, expected.sumModel);
+  forEachPath([&](const KernelTable* table) {
+    RegCorrelationRatio found = correlation();
+    runKernel(s, reference, model, found, table);
+    EXPECT_EQ(found.numSamples, expected.numSamples);
+    EXPECT_EQ(found.numTotalSamples, total);
+    EXPECT_EQ(found.sumRefSq, expected.sumRefSq);
+    EXPECT_EQ(found.sumModelSq, expected.sumModelSq);
+    EXPECT_EQ(found.sumRefModel, expected.sumRefModel);
+    EXPECT_EQ(found.sumRef, expected.sumRef);
+    EXPECT_EQ(found.sumModel, expected.sumModel);
 
-  RegNormMutualInformation filled = information();
-  runKernel(s, reference, model, filled);
-  EXPECT_EQ(filled.numSamples, histogram.numSamples);
-  EXPECT_EQ(filled.numTotalSamples, total);
-  for (long k = 0; k < histogram.jointHistogram.size; ++k)
-    EXPECT_EQ(filled.jointHistogram[k], histogram.jointHistogram[k]) << "bin " << k;
+    RegNormMutualInformation filled = information();
+    runKernel(s, reference, model, filled, table);
+    EXPECT_EQ(filled.numSamples, histogram.numSamples);
+    EXPECT_EQ(filled.numTotalSamples, total);
+    for (long k = 0; k < histogram.jointHistogram.size; ++k)
+      EXPECT_EQ(filled.jointHistogram[k], histogram.jointHistogram[k]) << "bin " << k;
+  });
   return samples;
 }
 
@@ -193,6 +216,12 @@ TEST(BrickKernels, EveryBoxAndGridGivesTheBitsOfTheNaiveWalk) {
       expectNaiveBits<short, float>(scene);
     }
   }
+  Scene large({3, 4, 2});
+  large.dims = {71, 14, 11};
+  large.step[0].x = 0.4;
+  large.step[2].z = 1.5;
+  large.box = {0, 70, 0, 13, 0, 10};
+  expectNaiveBits<short, unsigned char>(large);
 }
 
 TEST(BrickKernels, GridsBesideLargerAndFlatterThanTheVolumeExtrapolate) {

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <random>
+#include <string>
 #include <tuple>
 #include <type_traits>
 #include <vector>
 
 #include "foundation/NmVec.h"
+#include "functional/kernels/kernelChoice.h"
 
-/// What the tests of the sampling kernels share: every pair of voxel types, and random voxels.
+/// What the tests of the sampling kernels share: every pair of voxel types, every set of kernels
+/// that the machine has, and random voxels.
 namespace kernelCases {
 
 using VoxelTypes = std::tuple<unsigned char, short, unsigned short, int, float, double>;
@@ -23,6 +28,16 @@ void forEachTypePair(F f) {
         (withModels(reference), ...);
       },
       VoxelTypes());
+}
+
+/// Calls f(table) for each of them, and with null for the kernels that the library chooses.
+template <class F>
+void forEachPath(F f) {
+  f(static_cast<const voxreg::detail::KernelTable*>(nullptr));
+  for (const auto set : voxreg::detail::instructionSets) {
+    SCOPED_TRACE("instruction set " + std::to_string(static_cast<int>(set)));
+    if (const auto* const table = voxreg::detail::kernelsFor(set)) f(table);
+  }
 }
 
 template <class T>

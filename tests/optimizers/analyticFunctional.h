@@ -1,106 +1,121 @@
 #pragma once
 
-#include <algorithm>
 #include <functional>
 #include <utility>
 #include <vector>
 
-#include "foundation/VlMemoryData.h"
 #include "functional/RegFunctional.h"
 #include "metrics/RegMetric.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/grids.h"
+#include "tests/support/volumes.h"
 #include "transforms/RegAffineTransform.h"
 #include "transforms/RegNonAffineTransform.h"
 
 using Point = std::vector<double>;
+using Height = std::function<double(const Point&)>;
 
-/// A metric whose value is a function of a point that it reads off the transform, so that a search
+/// All parameters of an affine transform.
+inline Point pointOf(const RegAffineTransform& transform) {
+  return {transform.params.data, transform.params.data + transform.params.size};
+}
+
+/// The vertices of a grid of bricks, as its coefficients place them.
+inline Point pointOf(const RegNonAffineTransform& grid) {
+  const NmVec3i n = grid.numBricks;
+  Point all;
+  for (int v = 0; v < grid.vertexCount(); ++v) {
+    const NmVec3d at(static_cast<double>(v % (n.x + 1)) / n.x,
+                     static_cast<double>(v / (n.x + 1) % (n.y + 1)) / n.y,
+                     static_cast<double>(v / ((n.x + 1) * (n.y + 1))) / n.z);
+    const NmVec3d vertex = evaluated(grid, at);
+    all.insert(all.end(), {vertex.x, vertex.y, vertex.z});
+  }
+  return all;
+}
+
+/// A metric whose value is a function of the point at which a transform stands, so that a search
 /// can be followed through a landscape that is known exactly. It records where it was evaluated.
+template <class Transform>
 class AnalyticMetric : public RegMetric {
  public:
-  AnalyticMetric(std::function<Point()> position, std::function<double(const Point&)> landscape)
-      : position_(std::move(position)), landscape_(std::move(landscape)) {}
+  AnalyticMetric(const Transform& transform, Height height)
+      : transform_(transform), height_(std::move(height)) {}
 
   std::vector<Point> trials;
 
   double getResult() override {
-    trials.push_back(position_());
-    return landscape_(trials.back());
+    trials.push_back(pointOf(transform_));
+    return height_(trials.back());
   }
   double decrementIncrementAndGetResult() override { return getResult(); }
 
  private:
-  std::function<Point()> position_;
-  std::function<double(const Point&)> landscape_;
+  const Transform& transform_;
+  Height height_;
 };
 
-inline NmDArray<NmHandle<VlData>> smallVolume() {
-  const NmHandle<VlMemoryData> volume(new VlMemoryData(nullptr));
-  volume->init(NmVec3l(5, 5, 5), NmPrimType::Float, 1, true, true, true);
-  NmHandle<VlData> handle(volume);
-  NmDArray<NmHandle<VlData>> volumes;
-  volumes.insert(0, 1, &handle);
+/// It only gives the functionals an extent.
+inline NmDArray<NmHandle<VlData>>& smallVolume() {
+  static NmDArray<NmHandle<VlData>> volumes;
+  const NmHandle<VlData> volume = makeVolume(NmVec3l(5, 5, 5), NmPrimType::Float);
+  if (volumes.size == 0) volumes.insert(0, 1, &volume);
   return volumes;
 }
 
-/// A functional over such a landscape; its volumes only give it an extent.
-class AnalyticProblem {
- public:
-  explicit AnalyticProblem(std::function<double(const Point&)> landscape, int freeParameters = 3)
-      : volumes_(smallVolume()),
-        transform(volumes_, volumes_[0].get(), NmMat4f(), freeParameters),
-        metric(new AnalyticMetric(
-            [this] {
-              return Point(transform.params.data, transform.params.data + transform.params.size);
-            },
-            std::move(landscape))),
-        functional(volumes_, volumes_, -1, true, &transform, metric, nullptr, 3, 1) {}
-
- private:
-  NmDArray<NmHandle<VlData>> volumes_;
-
- public:
-  RegAffineTransform transform;
-  AnalyticMetric* metric;  ///< owned by the functional
+/// A functional over such a landscape.
+template <class Transform>
+struct AnalyticFunctional {
+  Transform transform;
+  AnalyticMetric<Transform>* metric;  ///< owned by the functional
   RegFunctional functional;
+
+  AnalyticFunctional(Height height, const Transform& start)
+      : transform(start),
+        metric(new AnalyticMetric<Transform>(transform, std::move(height))),
+        functional(smallVolume(), smallVolume(), -1, true, &transform, metric, nullptr, 3, 1) {}
 };
 
-/// The same over the vertices of a grid of bricks, as its coefficients place them. It spans 1000
-/// units per axis, so that the moves of a test are far from folding it.
-class GridProblem {
- public:
-  GridProblem(const NmVec3i& bricks, std::function<double(const Point&)> landscape)
-      : volumes_(smallVolume()),
-        transform({NmBox3f(0, 1000, 0, 1000, 0, 1000), NmVec3i(), {}}, bricks),
-        metric(new AnalyticMetric([this] { return vertices(); }, std::move(landscape))),
-        functional(volumes_, volumes_, -1, true, &transform, metric, nullptr, 3, 1) {}
+struct AnalyticProblem : AnalyticFunctional<RegAffineTransform> {
+  explicit AnalyticProblem(Height height, int freeParameters = 3)
+      : AnalyticFunctional(std::move(height), RegAffineTransform(smallVolume(), smallVolume()[0],
+                                                                 NmMat4f(), freeParameters)) {}
+};
 
-  Point vertices() const {
-    const NmVec3i n = transform.numBricks;
+/// The grid spans 1000 units per axis, so that the moves of a test are far from folding it.
+struct GridProblem : AnalyticFunctional<RegNonAffineTransform> {
+  GridProblem(Height height, const NmVec3i& bricks)
+      : AnalyticFunctional(
+            std::move(height),
+            RegNonAffineTransform({NmBox3f(0, 1000, 0, 1000, 0, 1000), {}, {}}, bricks)) {}
+};
+
+/// A search of such a problem, which is made from its free parameters or bricks.
+template <class Optimizer, class Problem = AnalyticProblem>
+struct Searched : Problem {
+  LogCapture log;
+  Optimizer search;
+  double value = 0.0;  ///< of the last run
+
+  template <class Freedom, class... Arguments>
+  Searched(Height height, const Freedom& freedom, Arguments... arguments)
+      : Problem(std::move(height), freedom), search(arguments...) {
+    search.setFunctional(&this->functional);
+  }
+
+  /// Runs the search.
+  Point roadOf(float maxStep, float minStep) {
+    this->metric->trials.clear();
+    value = search.optimize(maxStep, minStep);
+    return road();
+  }
+
+  /// The free parameters of all trials, one trial after the other.
+  Point road() const {
+    const auto free = static_cast<std::size_t>(search.transform->getVariableParamVectorDim());
     Point all;
-    for (int k = 0; k <= n.z; ++k)
-      for (int j = 0; j <= n.y; ++j)
-        for (int i = 0; i <= n.x; ++i) appendVertex(NmVec3i(i, j, k), all);
+    for (const Point& trial : this->metric->trials)
+      all.insert(all.end(), trial.data(), trial.data() + free);
     return all;
   }
-
- private:
-  /// A brick's corner is the sum of the terms whose monomial is 1 there.
-  void appendVertex(const NmVec3i& at, Point& all) const {
-    const NmVec3i n = transform.numBricks;
-    const NmVec3i brick(std::min(at.x, n.x - 1), std::min(at.y, n.y - 1), std::min(at.z, n.z - 1));
-    const int corner = (at.x - brick.x) + 2 * (at.y - brick.y) + 4 * (at.z - brick.z);
-    const long first = 24L * (brick.x + n.x * (brick.y + n.y * brick.z));
-    for (int c = 0; c < 3; ++c) {
-      all.push_back(0.0);
-      for (int t = 0; t < 8; ++t)
-        if ((t & corner) == t) all.back() += transform.coefficients[first + 3 * t + c];
-    }
-  }
-
-  NmDArray<NmHandle<VlData>> volumes_;
-
- public:
-  RegNonAffineTransform transform;
-  AnalyticMetric* metric;  ///< owned by the functional
-  RegFunctional functional;
 };

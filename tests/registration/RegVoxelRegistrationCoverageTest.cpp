@@ -1,45 +1,34 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 
-#include "registration/RegVoxelRegistration.h"
 #include "tests/registration/registrationFixture.h"
+#include "tests/support/RowVolume.h"
 
 namespace {
 
-double coverageOf(const NmBox3f& reference, const NmBox3f& model, int orientation) {
-  Settings settings;
-  settings.orientation = orientation;
-  setBox(*settings.reference[0], reference);
-  setBox(*settings.model[0], model);
+double coverageOf(Settings settings) {
   const auto registration = settings.build();
   registration->calculateMaxCoverage();
   return registration->maxCoverage;
 }
 
+double coverageOf(const NmBox3f& reference, const NmBox3f& model, int orientation) {
+  Settings settings;
+  settings.orientation = orientation;
+  settings.reference[0]->setBoundingBox(reference);
+  settings.model[0]->setBoundingBox(model);
+  return coverageOf(settings);
+}
+
 TEST(CalculateMaxCoverage, IsTheShareOfTheReferenceThatTheModelCanCover) {
-  const NmBox3f cube(0, 8, 0, 8, 0, 8);
+  const NmBox3f cube(0, 8, 0, 8, 0, 8), plate(0, 8, 0, 8, 1, 1), half(0, 4, 0, 8, 1, 1);
   EXPECT_EQ(coverageOf(cube, cube, 3), 1.0);
-  EXPECT_EQ(coverageOf(cube, NmBox3f(0, 4, 0, 8, 0, 8), 3), 0.5);
   EXPECT_EQ(coverageOf(cube, NmBox3f(0, 4, 0, 80, 0, 2), 4), 0.125);
   EXPECT_EQ(coverageOf(cube, NmBox3f(0, 4, 0, 8, 0, 2), 2), 0.5);
   EXPECT_EQ(coverageOf(cube, NmBox3f(8, 0, 0, 8, 8, 4), 3), 0.5);
-  EXPECT_EQ(coverageOf(NmBox3f(0, 8, 0, 8, 1, 1), NmBox3f(0, 4, 0, 8, 1, 1), 2), 0.5);
-  EXPECT_EQ(coverageOf(NmBox3f(0, 8, 0, 8, 1, 1), NmBox3f(0, 4, 0, 8, 1, 1), 3), 1.0);
-}
-
-/// Two data variables a voxel, of which the first runs 0, 1, 2, ... and the second is far out.
-NmHandle<VlData> rampOfPairs(const NmVec3l& dims) {
-  const NmHandle<VlMemoryData> volume(new VlMemoryData(nullptr));
-  volume->init(dims, NmPrimType::Float, 2, true, true, true);
-  const NmHandle<VlDataAccess> access = volume->lock(true);
-  auto* voxel = static_cast<float*>(access->dataPtr(0));
-  for (long i = 0; i < dims.x * dims.y * dims.z; ++i) {
-    *voxel++ = static_cast<float>(i);
-    *voxel++ = 1.0e6f;
-  }
-  return volume;
+  EXPECT_EQ(coverageOf(plate, half, 2), 0.5);
+  EXPECT_EQ(coverageOf(plate, half, 3), 1.0);
 }
 
 struct RangeCase {
@@ -48,60 +37,36 @@ struct RangeCase {
   double expected;
 };
 
+// The first of two data variables runs 0, 1, 2, ... to 23, and the second is 8.
 TEST(CalculateMaxCoverage, ForTheCorrelationRatioAlsoTheShareInRange) {
-  const float notANumber = std::numeric_limits<float>::quiet_NaN();
-  const RangeCase cases[] = {{0.0f, 5.0f, false, 0.25},  // 6 of 24, both ends inclusive
+  const RangeCase cases[] = {{0.0f, 5.0f, false, 0.25},  // both ends inclusive
                              {6.0f, 23.0f, true, 0.75},
                              {0.0f, 100.0f, true, 1.0},
-                             {notANumber, 5.0f, false, 0.0}};
+                             {std::numeric_limits<float>::quiet_NaN(), 5.0f, false, 0.0}};
+  Settings settings;
+  settings.reference = listOf({volumeOf({4, 3, 2}, NmPrimType::Float, 2, generate(48, [](long i) {
+                                          return i % 2 == 0 ? static_cast<double>(i / 2) : 8.0;
+                                        }))});
+  settings.metricKind = 3;
   for (const RangeCase& range : cases) {
-    Settings settings;
-    settings.reference = listOf({rampOfPairs(NmVec3l(4, 3, 2))});
-    settings.metricKind = 3;
     settings.minRef = range.min;
     settings.maxRef = range.max;
     settings.restrictedMotion = range.restricted;
     LogCapture log;
-    const auto registration = settings.build();
-    registration->calculateMaxCoverage();
-    EXPECT_EQ(registration->maxCoverage, range.expected);
+    EXPECT_EQ(coverageOf(settings), range.expected);
     const bool told = range.restricted && range.expected < 1.0;
-    EXPECT_EQ(log.lines, told ? std::vector<std::string>{"max coverage (range): 0.750"}
-                              : std::vector<std::string>{});
+    EXPECT_EQ(log.lines, std::vector<std::string>(told ? 1 : 0, "max coverage (range): 0.750"));
   }
 }
 
-/// A volume of 4 x 2 x 1 voxels of value 0, whose second row can't be read.
-class HalfReadable : public VlData {
- public:
-  NmPrimType primType() const override { return NmPrimType::Float; }
-  int numDataVars() const override { return 1; }
-  NmVec3l dims() const override { return {4, 2, 1}; }
-  void boundingBox(NmBox3f& box) const override { box = NmBox3f(0, 8, 0, 8, 0, 8); }
-  NmResult setBoundingBox(const NmBox3f&) override { return NmResult(false); }
-
- protected:
-  class Access : public VlDataAccess {
-    void* dataPtr(long) const override { return nullptr; }
-    bool isContiguous() const override { return false; }
-    bool isLinear() const override { return false; }
-    NmResult row(long, long y, long, float* buffer) const override {
-      for (int i = 0; i < 4; ++i) buffer[i] = 0.0f;
-      return NmResult(y == 0);
-    }
-    NmResult putRow(long, long, long, const float*) const override { return NmResult(false); }
-  };
-  NmHandle<VlDataAccess> openAccess(bool) override { return new Access; }
-};
-
 TEST(CalculateMaxCoverage, CountsARowThatFailsAsInRange) {
+  auto* const rows = new RowVolume(emptyVolume({4, 2, 1}));
+  rows->hasRow1 = false;
   Settings settings;
-  settings.reference = listOf({new HalfReadable});
+  settings.reference = listOf({rows});
   settings.metricKind = 3;
   settings.minRef = 1.0f;
-  const auto registration = settings.build();
-  registration->calculateMaxCoverage();
-  EXPECT_EQ(registration->maxCoverage, 0.5);
+  EXPECT_EQ(coverageOf(settings), 0.5);
 }
 
 }  // namespace

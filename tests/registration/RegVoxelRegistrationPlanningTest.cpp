@@ -2,7 +2,6 @@
 
 #include <limits>
 
-#include "registration/RegVoxelRegistration.h"
 #include "tests/registration/registrationFixture.h"
 
 namespace {
@@ -12,14 +11,8 @@ using Registration = RegVoxelRegistration;
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 
-NmHandle<VlData> volumeOfVoxelSize(const NmVec3f& size) {
-  const NmHandle<VlData> volume = emptyVolume(NmVec3l(3, 3, 1));
-  setBox(*volume, NmBox3f(0, 2 * size.x, 0, 2 * size.y, 0, size.z));
-  return volume;
-}
-
 NmVec3i axesOf(const NmVec3f& size, int flatAxis) {
-  Volumes reference = listOf({volumeOfVoxelSize(size)});
+  Volumes reference = listOf({emptyVolume({3, 3, 1}, size)});
   Volumes none;
   NmVec3f delta;
   NmVec3i axes;
@@ -39,22 +32,21 @@ TEST(GetMinDelta, OrdersTheAxesByVoxelSize) {
   EXPECT_EQ(axesOf({3, 2, 1}, 2), NmVec3i(1, 0, 2));
   EXPECT_EQ(axesOf({1, 2, 3}, 1), NmVec3i(0, 2, 1));
   EXPECT_EQ(axesOf({0, 0, 0}, 3), NmVec3i(0, 1, 2));  // no size is above 0
+  EXPECT_EQ(axesOf({0, 0, -1}, 3), NmVec3i(1, 0, 2));
 }
 
 TEST(GetMinDelta, TakesTheVolumeThatIsAskedFor) {
-  Volumes reference = listOf({volumeOfVoxelSize({1, 1, 1}), volumeOfVoxelSize({2, 2, 2})});
-  Volumes model = listOf({volumeOfVoxelSize({3, 3, 3})});
+  const auto sized = [](float size) { return emptyVolume({3, 3, 3}, {size, size, size}); };
+  Volumes reference = listOf({sized(1), sized(2)});
+  Volumes model = listOf({sized(3)});
   Volumes none;
   NmVec3f delta;
   NmVec3i axes;
-  const auto sizeAt = [&](int which) {
+  const int least = std::numeric_limits<int>::min();
+  for (const auto& [which, size] : {std::pair(0, 1.0f), {-1, 2.0f}, {least, 2.0f}, {1, 3.0f}}) {
     Registration::getMinDelta(reference, model, delta, axes, which, 3);
-    return delta.x;
-  };
-  EXPECT_EQ(sizeAt(0), 1.0f);
-  EXPECT_EQ(sizeAt(-1), 2.0f);
-  EXPECT_EQ(sizeAt(std::numeric_limits<int>::min()), 2.0f);
-  EXPECT_EQ(sizeAt(1), 3.0f);
+    EXPECT_EQ(delta.x, size) << which;
+  }
   Registration::getMinDelta(none, none, delta, axes, 0, 3);
   EXPECT_EQ(delta, NmVec3f());
 }
@@ -73,7 +65,6 @@ TEST(FindIsotropicSampling, RoundsGeometrically) {
   EXPECT_EQ(along(0.0f, 1.0f, 9, 0), 9);
   EXPECT_EQ(along(notANumber, 1.0f, 0, 0), 1);
   EXPECT_EQ(along(6.0f, 0.0f, 9, 4), 4);
-  EXPECT_EQ(along(6.0f, 1.0f, 9, 4), 4);
   EXPECT_EQ(along(6.0f, 1.0f, 9, -4), 6);
   EXPECT_EQ(along(infinity, 1.0f, 9, 5), 5);
   EXPECT_EQ(along(1e20f, 1.0f, 9, 0), std::numeric_limits<int>::max());
@@ -89,13 +80,12 @@ TEST(GetSamplingModel, FollowsTheSmallerVoxelSizeInThePlane) {
   EXPECT_EQ(sampling({4, 1, 8}, 1), NmVec3i(4, 1, 1));
 }
 
-NmVec3i restricted(const NmVec3i& reference, const NmVec3i& model, bool fixedLimit) {
-  NmVec3i factors(100, 0, 100);
-  Registration::restrictCoarsestResampling(reference, model, fixedLimit, factors);
-  return factors;
-}
-
 TEST(RestrictCoarsestResampling, LeavesTwoVoxelsOnEveryAxis) {
+  const auto restricted = [](const NmVec3i& reference, const NmVec3i& model, bool fixedLimit) {
+    NmVec3i factors(100, 0, 100);
+    Registration::restrictCoarsestResampling(reference, model, fixedLimit, factors);
+    return factors;
+  };
   EXPECT_EQ(restricted({10, 3, 8}, {10, 3, 8}, false), NmVec3i(5, 1, 4));
   EXPECT_EQ(restricted({10, 9, 8}, {0, 0, 0}, false), NmVec3i(5, 1, 4));
   EXPECT_EQ(restricted({10, 9, 8}, {4, 9, 30}, false), NmVec3i(2, 1, 4));
@@ -105,8 +95,7 @@ TEST(RestrictCoarsestResampling, LeavesTwoVoxelsOnEveryAxis) {
   NmVec3i factors(9, 9, 9);
   Registration::restrictCoarsestResampling(nullptr, nullptr, false, factors);
   EXPECT_EQ(factors, NmVec3i(9, 9, 9));
-  const NmHandle<VlData> volume = emptyVolume(NmVec3l(6, 5, 1));
-  Registration::restrictCoarsestResampling(volume, nullptr, false, factors);
+  Registration::restrictCoarsestResampling(emptyVolume({6, 5, 1}), nullptr, false, factors);
   EXPECT_EQ(factors, NmVec3i(3, 2, 1));
 }
 
@@ -125,6 +114,27 @@ TEST(GetNumBins, DividesTheRangeIntoEqualWholeSteps) {
   EXPECT_EQ(bins(-3e38, 3e38), 255);  // saturates at the limits of int
   EXPECT_EQ(bins(notANumber, 10), 1);
   EXPECT_EQ(Registration::getNumBins(0.0f, 10.0f, false), 256);
+}
+
+TEST(Get2DOrientation, FindsTheFlatAxisOfEitherVolumeAndConflicts) {
+  const auto orient = [](const NmVec3i& a, const NmVec3i& b) {
+    return Registration::get2DOrientation(a, b);
+  };
+  EXPECT_EQ(orient({4, 4, 4}, {4, 4, 4}), 3);
+  EXPECT_EQ(orient({4, 1, 4}, {4, 4, 4}), 1);
+  EXPECT_EQ(orient({4, 4, 4}, {4, 4, 1}), 2);
+  EXPECT_EQ(orient({1, 4, 4}, {1, 4, 4}), 0);
+  EXPECT_EQ(orient({1, 4, 4}, {4, 1, 4}), -1);
+  EXPECT_EQ(orient({1, 4, 1}, {4, 4, 4}), -1);
+  EXPECT_EQ(orient({4, 4, 4}, {1, 1, 4}), -1);
+  Volumes model = listOf({emptyVolume({4, 4, 4})});
+  Volumes reference = listOf({model[0], emptyVolume({4, 1, 4})});
+  Volumes none;
+  EXPECT_EQ(Registration::get2DOrientation(reference, model, -5), 3);
+  EXPECT_EQ(Registration::get2DOrientation(reference, model, 99), 1);
+  EXPECT_EQ(Registration::get2DOrientation(none, model, 0), -1);
+  EXPECT_EQ(Registration::get2DOrientation(reference, none, 0), -1);
+  EXPECT_EQ(Registration::get2DOrientation(nullptr, model[0]), -1);
 }
 
 }  // namespace

@@ -1,37 +1,30 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdio>
 
 #include "functional/RegFunctional.h"
-#include "registration/RegVoxelRegistration.h"
 #include "tests/registration/registrationFixture.h"
+#include "transforms/RegAffineTransform.h"
 
 namespace {
 
-TEST(ComposeMatrix, FillsAShortVectorUpWithTheIdentity) {
-  NmDVector<double> params;
-  const double translation[] = {1.0, 2.0};
-  params.insert(0, 2, translation);
-  NmMat4f m;
-  RegVoxelRegistration::composeMatrix(params, m);
-  ASSERT_EQ(params.size, 15);
-  for (long i = 2; i < 15; ++i) EXPECT_EQ(params[i], i >= 6 && i <= 8 ? 1.0 : 0.0) << i;
-  EXPECT_EQ(m.m[3][0], 1.0f);
-  EXPECT_EQ(m.m[3][1], 2.0f);
-  EXPECT_EQ(m.m[0][0], 1.0f);
-}
-
-TEST(DecomposeMatrix, GivesWhatComposeMatrixTook) {
+// A vector that is too short is filled up with the identity's values.
+TEST(ComposeMatrix, IsUndoneByDecomposeMatrix) {
   const double values[15] = {3, -2, 1, 10, -20, 30, 1.5, 0.75, 1, 0, 0, 0, 0, 0, 0};
-  NmDVector<double> params;
-  params.insert(0, 15, values);
-  NmMat4f m;
-  RegVoxelRegistration::composeMatrix(params, m);
-  NmDVector<double> found;
-  RegVoxelRegistration::decomposeMatrix(m, found);
-  ASSERT_EQ(found.size, 15);
-  for (long i = 0; i < 15; ++i) EXPECT_NEAR(found[i], values[i], 1e-4) << i;
+  for (const long given : {15L, 8L, 2L}) {
+    NmDVector<double> params, found;
+    params.insert(0, given, values);
+    NmMat4f m;
+    RegVoxelRegistration::composeMatrix(params, m);
+    ASSERT_EQ(params.size, 15);
+    EXPECT_EQ(m.m[3][0], 3.0f);
+    RegVoxelRegistration::decomposeMatrix(m, found);
+    ASSERT_EQ(found.size, 15);
+    for (long i = 0; i < 15; ++i) {
+      const double identity = i >= 6 && i <= 8 ? 1.0 : 0.0;
+      EXPECT_NEAR(found[i], i < given ? values[i] : identity, 1e-4) << i;
+    }
+  }
 }
 
 // A quarter turn about the origin takes the model's centre (4, 4, 4) to (-4, 4, 4).
@@ -42,10 +35,11 @@ TEST(LogCurrentAffineTransform, ReportsTheMotionOfTheModelsCentre) {
   registration->createTransform();
   registration->logCurrentAffineTransform();
   EXPECT_TRUE(log.lines.empty());
-  registration->matrix.m[0][0] = registration->matrix.m[1][1] = 0.0f;
-  registration->matrix.m[0][1] = 1.0f;
-  registration->matrix.m[1][0] = -1.0f;
-  registration->matrix.m[3][2] = 2.5f;
+  auto& m = registration->matrix.m;
+  m[0][0] = m[1][1] = 0.0f;
+  m[0][1] = 1.0f;
+  m[1][0] = -1.0f;
+  m[3][2] = 2.5f;
   registration->createTransform();
   registration->logCurrentAffineTransform();
   ASSERT_EQ(log.lines.size(), 1u);
@@ -62,6 +56,14 @@ TEST(LogCurrentAffineTransform, ReportsTheMotionOfTheModelsCentre) {
 TEST(CreateTransform, ReachesTheFunctionalsAndNeedsVolumes) {
   const auto registration = Settings().build();
   ASSERT_NE(registration->initRegistration(), 0);
+  const auto* affine = dynamic_cast<RegAffineTransform*>(registration->transform);
+  registration->model = Volumes();  // the transform's model stays
+  ASSERT_NE(affine, nullptr);
+  EXPECT_EQ(affine->model->dims(), NmVec3l(9, 9, 9));
+  registration->doneRegistration();
+  EXPECT_EQ(affine->model->refCount(), 1);
+  registration->model = listOf({makeBall(3.0)});
+  ASSERT_NE(registration->initRegistration(), 0);
   registration->createTransform(true, NmVec3i(2, 2, 2));
   EXPECT_EQ(registration->functionals->data[0]->transform, registration->transform);
   registration->model = Volumes();
@@ -74,12 +76,11 @@ TEST(CreateTransform, ReachesTheFunctionalsAndNeedsVolumes) {
 
 TEST(CreateTransform, ContinuesANonAffineResult) {
   const auto registration = Settings().build();
-  registration->nonAffineResult.box = NmBox3f(0, 2, 0, 2, 0, 2);
-  registration->nonAffineResult.numBricks = NmVec3i(1, 1, 1);
-  for (int i = 0; i < 24; ++i) {
-    const double moved = (i / 3 >> i % 3 & 1) * 2.0 + 0.25;
-    registration->nonAffineResult.vertices.insert(i, 1, &moved);
-  }
+  auto& start = registration->nonAffineResult;
+  start.box = NmBox3f(0, 2, 0, 2, 0, 2);
+  start.numBricks = NmVec3i(1, 1, 1);
+  start.vertices.resize(24);
+  for (int i = 0; i < 24; ++i) start.vertices[i] = (i / 3 >> i % 3 & 1) * 2.0 + 0.25;
   registration->createTransform(true, NmVec3i(2, 1, 1));
   ASSERT_EQ(registration->transform->params.size, 36);
   EXPECT_EQ(registration->transform->params[0], 0.25);

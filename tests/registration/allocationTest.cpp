@@ -14,8 +14,7 @@ Outcome runShortOfMemory(Settings& settings, long k) {
   Outcome outcome = Outcome::unharmed;
   {
     const auto registration = settings.build();
-    bool result = false;
-    bool threw = false;
+    bool result = false, threw = false;
     {
       const FailingAllocation shortage(k);
       try {
@@ -29,8 +28,7 @@ Outcome runShortOfMemory(Settings& settings, long k) {
     if (!result && !threw) outcome = Outcome::noLevel;
     EXPECT_EQ(threw, outcome == Outcome::exception && settings.rethrow) << k;
     EXPECT_EQ(registration->busy, 0) << k;
-    EXPECT_TRUE(isUnlocked(settings.reference[0])) << k;
-    EXPECT_TRUE(isUnlocked(settings.model[0])) << k;
+    EXPECT_TRUE(isUnlocked(settings.reference[0]) && isUnlocked(settings.model[0])) << k;
   }
   EXPECT_EQ(FailingAllocation::liveBlocks(), before) << k;
   return outcome;
@@ -42,16 +40,17 @@ void runShortOfMemoryEverywhere(Settings& settings, int volumesMade) {
   const LogCapture log;
   RecordingProgress progress;
   settings.progress = &progress;
+  settings.stepRange = NmVec2f(1.0f, 1.0f);
   // A volume keeps the room in which it notes its readers from its first reader on.
   settings.reference[0]->lock(false);
   settings.model[0]->lock(false);
   for (const bool rethrow : {false, true}) {
     settings.rethrow = rethrow;
-    long k = 1;
     int missingLevels = 0;
-    for (; !testing::Test::HasFailure(); ++k) {
-      const Outcome outcome = runShortOfMemory(settings, k);
-      if (outcome == Outcome::unharmed) break;
+    Outcome outcome = Outcome::exception;
+    long k = 0;
+    while (outcome != Outcome::unharmed && !testing::Test::HasFailure()) {
+      outcome = runShortOfMemory(settings, ++k);
       if (outcome == Outcome::noLevel) ++missingLevels;
     }
     EXPECT_GT(k, 20);
@@ -62,7 +61,6 @@ void runShortOfMemoryEverywhere(Settings& settings, int volumesMade) {
 
 TEST(Compute, EndsCleanWhereverMemoryRunsOut) {
   Settings settings;
-  settings.stepRange = NmVec2f(1.0f, 1.0f);
   settings.calculateCoverage = true;
   for (settings.optimizerKind = 0; settings.optimizerKind < 5; ++settings.optimizerKind)
     runShortOfMemoryEverywhere(settings, 0);
@@ -70,7 +68,6 @@ TEST(Compute, EndsCleanWhereverMemoryRunsOut) {
 
 TEST(Compute, EndsCleanWhereverMemoryRunsOutOnThreeLevels) {
   Settings settings;
-  settings.stepRange = NmVec2f(1.0f, 1.0f);
   settings.coarsest = NmVec3i(4, 4, 4);
   runShortOfMemoryEverywhere(settings, 4);
 }
@@ -80,7 +77,6 @@ TEST(Compute, EndsCleanWhereverMemoryRunsOutOnABrickGrid) {
   settings.model = listOf({makeBall(4.0)});  // aligned from the start: one sweep a stage
   settings.affineStages = NmVec4i();
   settings.nonAffineStages = NmVec3i(10101, 20101, 0);
-  settings.stepRange = NmVec2f(1.0f, 1.0f);
   runShortOfMemoryEverywhere(settings, 0);
 }
 

@@ -1,19 +1,24 @@
 #pragma once
 
-#include <functional>
+#include <algorithm>
 #include <memory>
-#include <string>
 #include <vector>
 
-#include "foundation/NmProgressInterface.h"
 #include "optimizers/RegOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/volumes.h"
+#include "tests/support/RecordingProgress.h"
+#include "tests/support/volumeValues.h"
 #include "transforms/RegParametricTransform.h"
 
-inline NmHandle<VlData> emptyVolume(const NmVec3l& dims) {
-  return makeVolume(dims, [](double, double, double) { return 0.0; });
+/// Zeros, in a box from the origin on.
+inline NmHandle<VlData> emptyVolume(const NmVec3l& dims, const NmVec3f& voxelSize = {1, 1, 1}) {
+  const NmHandle<VlData> volume = makeVolume(dims, NmPrimType::Float);
+  const auto extent = [&](int axis) {
+    return voxelSize[axis] * static_cast<float>(std::max(dims[axis] - 1, 1L));
+  };
+  EXPECT_TRUE(volume->setBoundingBox({0, extent(0), 0, extent(1), 0, extent(2)}).isOk());
+  return volume;
 }
 
 /// A ball of 100 that fades over a few voxels, about (x0, 4, 4) in a grid of 9 x 9 x 9.
@@ -22,14 +27,6 @@ inline NmHandle<VlData> makeBall(double x0) {
     const double squared = (x - x0) * (x - x0) + (y - 4) * (y - 4) + (z - 4) * (z - 4);
     return 100.0 / (1.0 + 0.2 * squared);
   });
-}
-
-inline bool isUnlocked(VlData* volume) {
-  return volume->tryLock(true) != nullptr;
-}
-
-inline void setBox(VlData& volume, const NmBox3f& box) {
-  ASSERT_TRUE(volume.setBoundingBox(box).isOk());
 }
 
 /// The constructor's arguments, with those of a rigid run of one short search.
@@ -48,6 +45,7 @@ struct Settings {
   NmVec4i affineStages = NmVec4i(1, 0, 0, 0);
   NmVec3i nonAffineStages;
   NmVec2f stepRange = NmVec2f(1.0f, 0.25f);
+  int numGradientLevels = 0;
   float gradientStep = 0.001f;
   unsigned int optimizerKind = 1;
   bool restrictedMotion = false;
@@ -57,33 +55,8 @@ struct Settings {
     return std::make_unique<RegVoxelRegistration>(
         progress, rethrow, reference, model, orientation, minRef, maxRef, 0.0f, 100.0f, 1,
         metricKind, 64u, 64u, coarsest, dimensionMode, calculateCoverage, affineStages,
-        nonAffineStages, keepCoarseAxis, stepRange, 0, gradientStep, optimizerKind, false,
-        restrictedMotion);
-  }
-};
-
-/// Records what it is told, and acts on a call of the test's choice.
-class RecordingProgress : public NmProgressInterface {
- public:
-  std::vector<std::string> calls;
-  std::function<void()> onCall;
-  bool interrupted = false;
-
-  void startWorking(int steps, const std::string& text) override {
-    record("start " + std::to_string(steps) + " " + text);
-  }
-  void stopWorking() override { record("stop"); }
-  void setProgressValue(int value) override { record("value " + std::to_string(value)); }
-  void progressInfoChanged(const std::string& text) override { record(text); }
-  bool wasInterrupted() override {
-    record("poll");
-    return interrupted;
-  }
-
- private:
-  void record(const std::string& call) {
-    calls.push_back(call);
-    if (onCall) onCall();
+        nonAffineStages, keepCoarseAxis, stepRange, numGradientLevels, gradientStep, optimizerKind,
+        false, restrictedMotion);
   }
 };
 
@@ -93,6 +66,7 @@ class RecordingOptimizer : public RegOptimizer {
   struct Run {
     float maxStep, minStep;
     int stageNumber, parameters;
+    bool operator==(const Run&) const = default;
   };
   std::vector<Run> runs;
 

@@ -7,8 +7,8 @@
 
 #include "resampling/RegResampler.h"
 #include "tests/resampling/filterTable.h"
-#include "tests/resampling/volumeValues.h"
 #include "tests/support/RowVolume.h"
+#include "tests/support/volumeValues.h"
 
 namespace {
 
@@ -59,9 +59,29 @@ struct Naive {
   }
 };
 
-TEST(Zoom3d, FollowsANaiveReferenceForEveryTypeFilterAndComponent) {
-  const NmVec3l dims(19, 21, 18);
+// A half that falls to the other side in one pass may move the result of the next by one.
+void compareWithNaive(int type, int ch, const FilterRow& filter, const std::vector<float>& values) {
+  const NmHandle<VlMemoryData> source = volumeOf({19, 21, 18}, type, ch, values);
+  const std::vector<float> start = valuesOf(*source);
+  Naive naive = {{ch, 19, 21, 18}, {start.begin(), start.end()}};
   const NmVec3f lengths(9.5f, 31.5f, 11.0f);
+  for (int axis = 0; axis < 3; ++axis)
+    naive.zoom(axis + 1, static_cast<double>(lengths[axis]), filter, isInteger(type));
+  const NmHandle<VlData> result = zoomed(*source, lengths, filter.type);
+  ASSERT_EQ(result->dims(), NmVec3l(10, 32, 11));
+  const std::vector<float> found = valuesOf(*result);
+  double worst = 0.0, total = 0.0;
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const double error = std::fabs(static_cast<double>(found[i]) - naive.values[i]);
+    worst = std::fmax(worst, error);
+    total += error;
+  }
+  const double mean = total / static_cast<double>(found.size());
+  EXPECT_LE(worst, isInteger(type) ? 2.0 : 5e-4) << type << " " << filter.type << " " << ch;
+  EXPECT_LE(mean, isInteger(type) ? 0.05 : 5e-5) << type << " " << filter.type << " " << ch;
+}
+
+TEST(Zoom3d, FollowsANaiveReferenceForEveryTypeFilterAndComponent) {
   for (int ch = 1; ch <= 6; ++ch) {
     const auto values = generate(ch * 19 * 21 * 18, [ch](long i) {
       const auto voxel = static_cast<double>(i / ch);
@@ -69,106 +89,80 @@ TEST(Zoom3d, FollowsANaiveReferenceForEveryTypeFilterAndComponent) {
              20.0 * std::cos(0.03 * voxel);
     });
     for (const int type : voxelTypes)
-      for (const FilterRow& filter : filterTable) {
-        if (ch > 2 && filter.type != ch) continue;
-        const NmHandle<VlMemoryData> source = volumeOf(dims, type, ch, values);
-        const std::vector<float> start = valuesOf(*source);
-        Naive naive = {{ch, 19, 21, 18}, {start.begin(), start.end()}};
-        naive.zoom(1, 9.5, filter, isInteger(type));
-        naive.zoom(2, 31.5, filter, isInteger(type));
-        naive.zoom(3, 11.0, filter, isInteger(type));
-        const NmHandle<VlData> result = zoomed(*source, lengths, filter.type);
-        ASSERT_EQ(result->dims(), NmVec3l(10, 32, 11));
-        const std::vector<float> found = valuesOf(*result);
-        ASSERT_EQ(found.size(), naive.values.size());
-        // A half that falls to the other side in one pass may move the result of the next by one.
-        double worst = 0.0, total = 0.0;
-        for (std::size_t i = 0; i < found.size(); ++i) {
-          const double error = std::fabs(static_cast<double>(found[i]) - naive.values[i]);
-          worst = std::fmax(worst, error);
-          total += error;
-        }
-        const double mean = total / static_cast<double>(found.size());
-        EXPECT_LE(worst, isInteger(type) ? 2.0 : 5e-4) << type << " " << filter.type << " " << ch;
-        EXPECT_LE(mean, isInteger(type) ? 0.05 : 5e-5) << type << " " << filter.type << " " << ch;
-      }
+      for (const FilterRow& filter : filterTable)
+        if (ch <= 2 || filter.type == ch) compareWithNaive(type, ch, filter, values);
   }
 }
 
-struct SizeCase {
-  NmVec3l dims;
-  NmVec3f lengths;
-};
+/// `source` resampled in blocks of lines and, through rows alone, line by line.
+void expectSameByRows(const NmHandle<VlMemoryData>& source, const NmVec3f& lengths,
+                      RegResampler::FilterType filter) {
+  const NmHandle<VlData> block = zoomed(*source, lengths, filter);
+  const NmPrimType type = source->primType();
+  const NmHandle<VlMemoryData> rows = makeVolume(block->dims(), type, source->numDataVars());
+  NmHandle<VlData> rowSource = new RowVolume(source), result = new RowVolume(rows);
+  ASSERT_TRUE(RegResampler().doResample(rowSource, result, lengths, nullptr, {}, filter, 0, 1));
+  const auto size = static_cast<std::size_t>(NmPrimType::primTypeSize[type]);
+  EXPECT_EQ(std::memcmp(block->lock(false)->dataPtr(0), rows->lock(false)->dataPtr(0),
+                        valuesOf(*block).size() * size),
+            0)
+      << type << " " << source->numDataVars() << " " << filter << " " << lengths.x;
+}
 
 // Lines beside each other are resampled together, in portions; one by one they must come out alike.
 TEST(Zoom3d, BlocksOfLinesAndLoneLinesGiveTheSameBits) {
-  const SizeCase cases[] = {{{21, 37, 6}, {10.5f, 18.5f, 9.0f}},
-                            {{21, 5, 7}, {30.0f, 5.0f, 7.0f}},
-                            {{9, 17, 1}, {4.0f, 25.5f, 1.0f}},
-                            {{130, 2, 700}, {130.0f, 2.0f, 345.0f}}};
+  const std::pair<NmVec3l, NmVec3f> cases[] = {{{21, 37, 6}, {10.5f, 18.5f, 9.0f}},
+                                               {{21, 5, 7}, {30.0f, 5.0f, 7.0f}},
+                                               {{9, 17, 1}, {4.0f, 25.5f, 1.0f}},
+                                               {{130, 2, 700}, {130.0f, 2.0f, 345.0f}}};
   std::mt19937 random(7);
-  for (const SizeCase& c : cases)
+  for (const auto& [dims, lengths] : cases)
     for (const int type : voxelTypes)
-      for (const int ch : {1, 3})
+      for (const int ch : {1, 3}) {
+        const auto values = generate(dims.x * dims.y * dims.z * ch, [&](long i) {
+          return i % 301 == 0 ? std::nan("") : static_cast<double>(random() % 70000) - 2000.0;
+        });
+        const NmHandle<VlMemoryData> source = volumeOf(dims, type, ch, values);
         for (const auto filter :
-             {RegResampler::Box, RegResampler::Lanczos3, RegResampler::Triangle}) {
-          const long n = c.dims.x * c.dims.y * c.dims.z * ch;
-          const auto values = generate(n, [&](long i) {
-            if (i % 301 == 0) return std::numeric_limits<double>::quiet_NaN();
-            return static_cast<double>(random() % 70000) - 2000.0;
-          });
-          const NmHandle<VlMemoryData> source = volumeOf(c.dims, type, ch, values);
-          const NmHandle<VlData> block = zoomed(*source, c.lengths, filter);
-          const NmHandle<VlMemoryData> rows = makeVolume(block->dims(), type, ch);
-          const NmHandle<VlData> rowSource = new RowVolume(source);
-          NmHandle<VlData> result = new RowVolume(rows);
-          RegResampler resampler;
-          ASSERT_TRUE(
-              resampler.doResample(rowSource, result, c.lengths, nullptr, {}, filter, 0, 1));
-          const std::size_t bytes =
-              valuesOf(*block).size() * static_cast<std::size_t>(NmPrimType::primTypeSize[type]);
-          EXPECT_EQ(
-              std::memcmp(block->lock(false)->dataPtr(0), rows->lock(false)->dataPtr(0), bytes), 0)
-              << type << " " << ch << " " << filter << " " << c.dims.x;
-        }
+             {RegResampler::Box, RegResampler::Lanczos3, RegResampler::Triangle})
+          expectSameByRows(source, lengths, filter);
+      }
 }
 
 TEST(Zoom3d, AConstantStaysConstant) {
-  for (const int type : voxelTypes)
+  for (const int type : voxelTypes) {
+    const NmHandle<VlMemoryData> source =
+        volumeOf({8, 9, 7}, type, 1, std::vector<float>(504, 113.0f));
     for (int filter = -1; filter <= 11; ++filter)
       for (const NmVec3f& lengths : {NmVec3f(4.0f, 4.7f, 3.0f), NmVec3f(12.5f, 9.0f, 16.0f)}) {
-        const NmHandle<VlMemoryData> source =
-            volumeOf({8, 9, 7}, type, 1, std::vector<float>(504, 113.0f));
-        const auto kind = static_cast<RegResampler::FilterType>(filter);
-        const bool isExtreme = kind == RegResampler::Minimum || kind == RegResampler::Maximum;
+        const bool isExtreme = filter == RegResampler::Minimum || filter == RegResampler::Maximum;
         if (isExtreme && lengths.x > 8) continue;  // cells without voxels
+        const auto kind = static_cast<RegResampler::FilterType>(filter);
         for (const float value : valuesOf(*zoomed(*source, lengths, kind)))
           EXPECT_NEAR(value, 113.0f, isInteger(type) ? 0.0f : 113.0f * 5e-7f) << filter;
       }
+  }
 }
 
 TEST(Zoom3d, BoxAveragesAlongYAndZOnlyAtTheRatioOfX) {
   // 2 on x; 2.5 rows of 5 have the same ratio, but their own one is 5 / 3, cut to 1.
   const auto tens = generate(2 * 4 * 5, [](long i) { return 10 * i; });
-  NmHandle<VlData> result = zoomed(*volumeOf({4, 5, 1}, NmPrimType::Float, 2, tens),
-                                   NmVec3f(2.0f, 2.5f, 1.0f), RegResampler::Box);
-  const std::vector<float> found = valuesOf(*result);
-  for (long y = 0; y < 3; ++y)
-    for (long i = 0; i < 4; ++i)
-      EXPECT_EQ(found[static_cast<std::size_t>(y * 4 + i)],
-                static_cast<float>(10 * (8 * y + 4 * (i / 2) + i % 2) + 10) * 0.5f)
-          << i << " " << y;
+  const std::vector<float> found = valuesOf(*zoomed(
+      *volumeOf({4, 5, 1}, NmPrimType::Float, 2, tens), {2.0f, 2.5f, 1.0f}, RegResampler::Box));
+  EXPECT_EQ(found, generate(12, [](long i) {
+              const long y = i / 4, x = i % 4;
+              return 5 * (8 * y + 4 * (x / 2) + x % 2 + 1);
+            }));
 
   // 3 on y goes through lists, whose weights are rounded before they are summed.
   const float v[3] = {0.1f, 0.7f, 0.4f};
   const auto column = generate(2 * 2 * 3, [&](long i) { return v[i / 4]; });
-  result = zoomed(*volumeOf({2, 3, 1}, NmPrimType::Float, 2, column), NmVec3f(1.0f, 1.0f, 1.0f),
-                  RegResampler::Box);
   const float scale = 1.0f / 3.0f, inverse = 1.0f / scale;
   float weight = 1.0f / inverse;
   weight /= weight + weight + weight;
-  const float listed = v[0] * weight + v[1] * weight + v[2] * weight;
-  EXPECT_EQ(valuesOf(*result)[0], listed);
+  EXPECT_EQ(valuesOf(*zoomed(*volumeOf({2, 3, 1}, NmPrimType::Float, 2, column), {1, 1, 1},
+                             RegResampler::Box))[0],
+            v[0] * weight + v[1] * weight + v[2] * weight);
 }
 
 // Whole cells are averaged with one rounding, everything else with one for each axis.
@@ -182,30 +176,36 @@ TEST(Zoom3d, AnUnknownFilterIsABoxThatNeverAveragesWholeCells) {
               0.0f);
 }
 
+TEST(Zoom3d, BesideTheVolumeEverythingIsZero) {
+  const NmHandle<VlMemoryData> source =
+      volumeOf({8, 9, 7}, NmPrimType::Float, 1, std::vector<float>(504, 113.0f));
+  RegResampler resampler;
+  resampler.filterShift = 20.0f;
+  for (const NmVec3f& lengths : {NmVec3f(4, 9, 7), NmVec3f(8, 4, 7)}) {
+    NmHandle<VlData> result;
+    EXPECT_TRUE(
+        resampler.doResample(source, result, lengths, nullptr, {}, RegResampler::Bell, 0, 1));
+    const std::vector<float> found = valuesOf(*result);
+    EXPECT_EQ(found, std::vector<float>(found.size(), 0.0f));
+  }
+}
+
 TEST(Zoom3d, ExtremesFollowCellsWhoseEndsAddUp) {
   const auto values = generate(5 * 3 * 2, [](long i) { return (7 * i) % 31 - 40; });
   const NmHandle<VlMemoryData> source = volumeOf({5, 3, 2}, NmPrimType::Float, 1, values);
-  const NmVec3f lengths(2.5f, 1.0f, 2.0f);
-  for (const auto kind : {RegResampler::Minimum, RegResampler::Maximum}) {
-    const std::vector<float> found = valuesOf(*zoomed(*source, lengths, kind));
-    for (long z = 0; z < 2; ++z)
-      for (long i = 0; i < 3; ++i) {
-        float best = values[static_cast<std::size_t>(z * 15 + 2 * i)];
-        for (long y = 0; y < 3; ++y)
-          for (long x = 2 * i; x < std::min(2 * i + 2, 5L); ++x) {
-            const float v = values[static_cast<std::size_t>((z * 3 + y) * 5 + x)];
-            best = kind == RegResampler::Minimum ? std::fmin(best, v) : std::fmax(best, v);
-          }
-        EXPECT_EQ(found[static_cast<std::size_t>(z * 3 + i)], best) << kind << i << z;
-      }
-  }
   // Half-voxel cells: every second one holds no voxel's position.
   const NmHandle<VlMemoryData> pair = volumeOf({2, 1, 1}, NmPrimType::UnsignedChar, 1, {9, 7});
-  const NmVec3f four(4.0f, 1.0f, 1.0f);
-  EXPECT_EQ(valuesOf(*zoomed(*pair, four, RegResampler::Minimum)),
-            (std::vector<float>{9, 255, 7, 255}));
-  EXPECT_EQ(valuesOf(*zoomed(*pair, four, RegResampler::Maximum)),
-            (std::vector<float>{9, 0, 7, 0}));
+  for (const auto kind : {RegResampler::Minimum, RegResampler::Maximum}) {
+    const bool isMinimum = kind == RegResampler::Minimum;
+    std::vector<float> expected(6, isMinimum ? 1e9f : -1e9f);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      float& best = expected[i / 15 * 3 + i % 5 / 2];
+      best = isMinimum ? std::fmin(best, values[i]) : std::fmax(best, values[i]);
+    }
+    EXPECT_EQ(valuesOf(*zoomed(*source, {2.5f, 1.0f, 2.0f}, kind)), expected) << kind;
+    const float none = isMinimum ? 255 : 0;
+    EXPECT_EQ(valuesOf(*zoomed(*pair, {4, 1, 1}, kind)), (std::vector<float>{9, none, 7, none}));
+  }
 }
 
 }  // namespace

@@ -1,0 +1,25 @@
+#include "subtraction.h"
+
+#include <vector>
+
+#include "HostError.h"
+#include "intensity.h"
+
+namespace host {
+
+NiftiVolume subtraction(const NiftiVolume& model, const NiftiVolume& reference) {
+  NiftiVolume result = volumeLike(reference, NmPrimType::Float);
+  const NmHandle<VlDataAccess> subtrahend = reference.data->lock(false);
+  const NmHandle<VlDataAccess> access = result.data->lock(true);
+  if (subtrahend == nullptr || access == nullptr)
+    throw HostError("a volume cannot be read", HostError::failedRun);
+  std::vector<float> rest(static_cast<std::size_t>(reference.frame.dims.x));
+  forEachRow(*model.data, [&](long y, long z, const float* row) {
+    (void)subtrahend->row(-1, y, z, rest.data());
+    for (std::size_t x = 0; x < rest.size(); ++x) rest[x] = row[x] - rest[x];
+    (void)access->putRow(-1, y, z, rest.data());
+  });
+  return result;
+}
+
+}  // namespace host

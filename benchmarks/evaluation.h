@@ -1,0 +1,35 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <voxreg.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "benchmarks/headPair.h"
+
+/// What the benchmarks of the objective function share.
+namespace evaluation {
+
+inline constexpr const char* families[] = {"difference", "correlation", "information"};
+
+/// A metric of a family over the whole ranges of a pair, with 64 bins per axis where it has any.
+std::unique_ptr<RegMetric> makeMetric(const std::string& family, const headPair::HeadPair& pair);
+
+/// A functional on a pair that evaluates `transform`.
+std::unique_ptr<RegFunctional> makeFunctional(const headPair::HeadPair& pair,
+                                              const std::string& family,
+                                              RegParametricTransform& transform);
+
+/// The pair's affine transform, turned by `degrees` about each axis.
+std::unique_ptr<RegAffineTransform> turned(const headPair::HeadPair& pair, double degrees);
+
+/// `per_voxel`: the time of one iteration divided by `voxels`.
+void reportPerVoxel(benchmark::State& state, const headPair::HeadPair& pair, double voxels);
+
+/// Registers a benchmark that reports milliseconds, and their minimum over repetitions.
+void add(const std::string& name, std::function<void(benchmark::State&)> run);
+
+}  // namespace evaluation

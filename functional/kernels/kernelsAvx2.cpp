@@ -1,0 +1,14 @@
+#include "functional/kernels/lanesAvx2.h"
+#include "functional/kernels/walk.h"
+
+namespace voxreg::detail {
+
+namespace avx2 {
+namespace {
+#include "functional/kernels/kernelBody.inl"
+}  // namespace
+}  // namespace avx2
+
+constexpr KernelTable avx2Kernels = avx2::makeKernelTable();
+
+}  // namespace voxreg::detail

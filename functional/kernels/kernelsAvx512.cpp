@@ -1,0 +1,14 @@
+#include "functional/kernels/lanesAvx512.h"
+#include "functional/kernels/walk.h"
+
+namespace voxreg::detail {
+
+namespace avx512 {
+namespace {
+#include "functional/kernels/kernelBody.inl"
+}  // namespace
+}  // namespace avx512
+
+constexpr KernelTable avx512Kernels = avx512::makeKernelTable();
+
+}  // namespace voxreg::detail

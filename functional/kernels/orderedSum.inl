@@ -1,0 +1,39 @@
+/// Subtracts kept values from one running sum, row after row. Each addition waits for the one
+/// before, so it is done a few at a time, in the background of work that does not depend on it.
+class OrderedSum {
+ public:
+  double sum = 0.0;
+
+  /// Takes over rows 0 .. rows - 1 of a block: value k of row r stands at values[k * width + r],
+  /// and `count`, the values of a row, is a multiple of the width.
+  void start(const double* values, long count, int rows) {
+    values_ = next_ = values;
+    end_ = values + count * Lanes::width;
+    rowsLeft_ = count > 0 ? rows : 0;
+  }
+
+  /// The next few values, if any are left.
+  [[gnu::always_inline]] void operator()() {
+    if (rowsLeft_ == 0) return;
+    for (int i = 0; i < Lanes::width; ++i) sum -= next_[i * Lanes::width];
+    next_ += Lanes::width * Lanes::width;
+    if (next_ < end_) return;
+    next_ = ++values_;
+    --rowsLeft_;
+  }
+
+  void finish() {
+    while (rowsLeft_ > 0) (*this)();
+  }
+
+ private:
+  const double* values_ = nullptr;
+  const double* next_ = nullptr;
+  const double* end_ = nullptr;
+  int rowsLeft_ = 0;
+};
+
+/// Nothing to do in the background.
+struct Idle {
+  void operator()() const {}
+};

@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "shortVolume.h"
+#include "subtraction.h"
+#include "tests/apps/testFiles.h"
+#include "tests/apps/voxelsOf.h"
+#include "warped.h"
+
+namespace {
+
+using host::NiftiVolume;
+
+/// A volume whose voxels are `show` of their places.
+template <class Show>
+NiftiVolume volumeOf(const NmBox3f& box, NmPrimType type, const Show& show) {
+  NiftiVolume volume = host::newVolume(NmVec3l(9, 8, 7), box, type);
+  const NmVec3f spacing = volume.data->voxelSpacing();
+  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  float row[9];
+  for (long z = 0; z < 7; ++z)
+    for (long y = 0; y < 8; ++y) {
+      for (long x = 0; x < 9; ++x)
+        row[x] = show(NmVec3f(box.xmin + static_cast<float>(x) * spacing.x,
+                              box.ymin + static_cast<float>(y) * spacing.y,
+                              box.zmin + static_cast<float>(z) * spacing.z));
+      (void)access->putRow(-1, y, z, row);
+    }
+  return volume;
+}
+
+const NmBox3f box(-8, 8, 0, 14, 2, 14);
+
+/// Moves by 1, -2 and 0.5 mm and stretches x by a tenth.
+host::GridTransform::Grid stretch() {
+  host::GridTransform::Grid transform;
+  transform.box = box;
+  RegNonAffineTransform grid(transform, NmVec3i(4, 3, 2));
+  grid.getTransform(transform);
+  for (long i = 0; i < transform.vertices.size; i += 3) {
+    transform.vertices[i] = 1.1 * transform.vertices[i] + 1.0;
+    transform.vertices[i + 1] -= 2.0;
+    transform.vertices[i + 2] += 0.5;
+  }
+  return transform;
+}
+
+TEST(WarpedTest, takesAVolumeOfAnotherTypeTheSameWay) {
+  const NiftiVolume reference = volumeOf(box, NmPrimType::Short, [](NmVec3f) { return 0.0f; });
+  const auto ramp = [](const NmVec3f& p) { return p.x + 0.1f * p.y; };
+  const NiftiVolume model = volumeOf(NmBox3f(-20, 20, -20, 40, -20, 40), NmPrimType::Float, ramp);
+  const host::GridTransform::Grid transform = stretch();
+  const NiftiVolume result = warped(reference, model, transform);
+  EXPECT_EQ(result.data->primType(), NmPrimType::Float);
+  EXPECT_EQ(result.frame.box, box);
+  const std::vector<float> expected =
+      voxelsOf(*volumeOf(box, NmPrimType::Float, [&](const NmVec3f& p) {
+                  return ramp(NmVec3f(1.1f * p.x + 1.0f, p.y - 2.0f, p.z));
+                }).data);
+  const std::vector<float> values = voxelsOf(*result.data);
+  // The Lanczos kernel is no exact interpolator of a ramp.
+  for (std::size_t i = 0; i < values.size(); ++i) EXPECT_NEAR(values[i], expected[i], 0.25);
+}
+
+struct Values {
+  NmPrimType::Value type;
+  float low;
+  float high;
+};
+
+class ShortVolumeTest : public testing::TestWithParam<Values> {};
+
+TEST_P(ShortVolumeTest, keepsTheValuesInUnitsThatWholeNumbersResolve) {
+  const auto [type, low, high] = GetParam();
+  const NiftiVolume volume = volumeOf(box, type, [low, high](const NmVec3f& p) {
+    return low + (high - low) * (p.x + 8.0f) / 16.0f;
+  });
+  const host::ShortVolume made = asUnsignedShort(volume);
+  EXPECT_EQ(made.data->primType(), NmPrimType::UnsignedShort);
+  EXPECT_GE(made.unit * (high - low), 100.0f);
+  const std::vector<float> before = voxelsOf(*volume.data);
+  const std::vector<float> raw = voxelsOf(*made.data);
+  for (std::size_t i = 0; i < raw.size(); ++i)
+    EXPECT_NEAR((raw[i] * made.rescale.x + made.rescale.y) / made.unit, before[i],
+                1e-5f * (high - low));
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, ShortVolumeTest,
+                         testing::Values(Values{NmPrimType::UnsignedShort, 0, 65535},
+                                         Values{NmPrimType::UnsignedChar, 0, 255},
+                                         Values{NmPrimType::Short, -1024, 3071},
+                                         Values{NmPrimType::Int, -2000000, 2000000},
+                                         Values{NmPrimType::Float, 0.0f, 0.016f},
+                                         Values{NmPrimType::Double, -1, 1}));
+
+TEST(SubtractionTest, goesBelowZero) {
+  const NiftiVolume a = volumeOf(box, NmPrimType::UnsignedShort, [](NmVec3f p) { return p.y; });
+  const NiftiVolume b = volumeOf(box, NmPrimType::UnsignedShort, [](NmVec3f) { return 5.0f; });
+  const std::vector<float> values = voxelsOf(*subtraction(a, b).data);
+  EXPECT_EQ(values.front(), -5.0f);
+  EXPECT_EQ(values.back(), 9.0f);
+}
+
+}  // namespace
