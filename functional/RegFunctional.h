@@ -21,7 +21,8 @@ class RegFunctional : public NmAllocated {
  public:
   NmDArray<NmHandle<VlData>> reference;
   NmDArray<NmHandle<VlData>> model;        ///< element 0 is used
-  RegParametricTransform* transform;       ///< not owned; maps model world to reference world
+  RegParametricTransform* transform;       ///< not owned; an affine one leads from model to
+                                           ///< reference, a grid from reference to model
   RegMetric* metric;                       ///< owned
   RegOptimizerCallback* callback;          ///< not owned, may be null
   NmVec3f modelSize;                       ///< extents of the model's bounding box, world units

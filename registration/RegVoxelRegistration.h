@@ -21,7 +21,8 @@ class RegParametricTransform;
 
 /// One registration from its parameters to its result: construct, write a start value into `matrix`
 /// or `nonAffineResult` if there is one, `compute(2)`, read `matrix` or `nonAffineResult` and
-/// `finalMetric`. Both results map model world to reference world.
+/// `finalMetric`. A matrix maps model world to reference world, a grid of bricks reference world to
+/// model world.
 ///
 /// The volumes are walked from the coarsest level to the finest, and each level through a schedule
 /// of stages, which free more and more of the transform. An interrupted run keeps what it has

@@ -65,7 +65,7 @@ void printLesion(const std::string& name, const LesionContrast& contrast) {
 /// bricks.
 void registerChest(const std::string& folder, InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
-  const NmVec3l dims(192, 192, 48);
+  const NmVec3l dims(256, 256, 64);
   const ChestPhantom phantom(seed);
   const ChestMotion motion(phantom, seed);
   const NiftiVolume reference = chestBefore(phantom, dims, 1);

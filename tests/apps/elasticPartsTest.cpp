@@ -72,8 +72,9 @@ struct Values {
 class ShortVolumeTest : public testing::TestWithParam<Values> {};
 
 TEST_P(ShortVolumeTest, keepsTheValuesInUnitsThatWholeNumbersResolve) {
-  const auto [type, low, high] = GetParam();
-  const NiftiVolume volume = volumeOf(box, type, [low, high](const NmVec3f& p) {
+  const float low = GetParam().low;
+  const float high = GetParam().high;
+  const NiftiVolume volume = volumeOf(box, GetParam().type, [low, high](const NmVec3f& p) {
     return low + (high - low) * (p.x + 8.0f) / 16.0f;
   });
   const host::ShortVolume made = asUnsignedShort(volume);
