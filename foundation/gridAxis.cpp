@@ -26,11 +26,11 @@ GridAxis::GridAxis(const NmBox3f& box, int axis, long n)
 }
 
 // Free of branches, so that compilers turn many of them into vector code.
-inline double GridAxis::positionOf(double p) const {
+inline double GridAxis::positionOf(double coordinate) const {
   constexpr double outside = -1.0;
-  const bool isInside = (p >= min_ - slack_) & (p <= max_ + slack_);
+  const bool isInside = (coordinate >= min_ - slack_) & (coordinate <= max_ + slack_);
   // Multiplied first, a voxel's own position comes out whole wherever single precision can name it.
-  double t = (p - min_) * last_ / (max_ - min_);
+  double t = (coordinate - min_) * last_ / (max_ - min_);
   const bool isNumber = t == t;
   t = t < 0.0 ? 0.0 : t;
   t = t > last_ ? last_ : t;

@@ -262,6 +262,7 @@ struct VoxelWriter {
 bool isInterrupted(NmProgressInterface* progress, int k, int numSlices) {
   if (progress == nullptr) return false;
   const float share = static_cast<float>(k + 1) / static_cast<float>(numSlices);
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings): a percentage is nowhere near the limits
   progress->setProgressValue(static_cast<int>(share * 100.0f + 0.5f));
   return progress->wasInterrupted();
 }
@@ -294,12 +295,14 @@ void brickedResampling(T* output, const NmVec3i& dims, NmBox3f& voxelBox, int /*
   }
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): T is a type
 #define VOXREG_BRICKED_RESAMPLING(T)                                                          \
   template void brickedResampling<T>(                                                         \
       T*, const NmVec3i&, NmBox3f&, int, float, bool, bool, NmDArray<NmHandle<VlEvaluator>>&, \
       NmVec3i&, const NmBox3f&, NmDArray<NmVec3f>&, NmDArray<int>&, NmDArray<float>&,         \
       NmDArray<int>&, NmDArray<float>&, NmDArray<int>&, NmDArray<float>&, NmMat4f&, NmBox3f&, \
       bool, T, T, NmProgressInterface*)
+// NOLINTEND(bugprone-macro-parentheses)
 VOXREG_BRICKED_RESAMPLING(unsigned char);
 VOXREG_BRICKED_RESAMPLING(short);
 VOXREG_BRICKED_RESAMPLING(int);

@@ -88,7 +88,7 @@ NmBox3i roiInFrame(const std::vector<int>& asked, const NiftiVolume& reference) 
   for (int a = 0; a < 3; ++a) {
     const int axis = reference.order.fileAxis[a];
     const int last = static_cast<int>(reference.grid.dims[axis]) - 1;
-    const auto first = static_cast<std::size_t>(2 * axis);
+    const std::size_t first = 2 * static_cast<std::size_t>(axis);
     const int low = asked[first];
     const int high = asked[first + 1];
     if (low >= high || high > last)

@@ -62,7 +62,7 @@ bool isFinite(const std::vector<double>& numbers) {
 }
 
 std::vector<double> numbersOf(const json& document, const char* name, std::size_t count) {
-  const auto numbers = document.at(name).get<std::vector<double>>();
+  auto numbers = document.at(name).get<std::vector<double>>();
   if (numbers.size() != count || !isFinite(numbers))
     throw HostError(std::string(name) + " does not hold " + std::to_string(count) + " numbers");
   return numbers;
