@@ -127,7 +127,8 @@ TEST(Zoom3d, RefusesATargetThatDoesNotFit) {
   EXPECT_FALSE(zoom(makeVolume({2, 1, 2}, NmPrimType::Short), {2, 1.5f, 2}));
   EXPECT_FALSE(zoom(makeVolume({2, 2, 2}, NmPrimType::Short, 2), {2, 1.5f, 2}));
   EXPECT_FALSE(zoom(makeVolume({4, 3, 2}, NmPrimType::UnsignedChar), {4, 3, 2}));
-  EXPECT_FALSE(zoom(new VlMemoryData(nullptr), {2, 1.5f, 2}));
+  const NmHandle<VlMemoryData> withoutVoxels = new VlMemoryData(nullptr);
+  EXPECT_FALSE(zoom(withoutVoxels, {2, 1.5f, 2}));
   EXPECT_FALSE(RegResampler().zoom3d(*source, *source, nullptr, box_filter, 0.5f, 1));
   // Another type is no obstacle to the passes, which then spare themselves the last rounding.
   const NmHandle<VlMemoryData> fine = makeVolume({1, 3, 2}, NmPrimType::Float);
