@@ -100,9 +100,8 @@ Preparation prepare(RegElasticRegistration& elastic, const NiftiVolume& referenc
   made.reference = asUnsignedShort(reference);
   made.model = asUnsignedShort(model);
   // The grids differ by rounding at most, which the pipeline does not forgive.
-  if (!(model.frame.box == reference.frame.box)) {
+  if (!(model.frame.box == reference.frame.box))
     (void)made.model.data->setBoundingBox(reference.frame.box);
-  }
   elastic.reference = made.reference.data;
   elastic.model = made.model.data;
   made.body = bodyAxesOf(elastic, reference.frame);
