@@ -7,7 +7,7 @@
 // The objective function under a grid of bricks whose vertices are displaced at random by up to a
 // millimetre. evaluateNonAffine: one evaluation of the whole volume, 12 bricks per axis, beside
 // evaluateUnmoved, the same under the identity as an affine map; nanoseconds per voxel of the
-// reference. gradient: one gradient of the correlation family by the number of bricks per axis;
+// reference. gradient: one gradient by the number of bricks per axis;
 // `walked` counts the voxels of all its walks, `ratio` compares its time with as many voxels of
 // whole evaluations.
 
@@ -66,10 +66,10 @@ double fastest(int runs, Run run) {
   return static_cast<double>(least) / CLOCKS_PER_SEC;
 }
 
-void gradient(benchmark::State& state, int bricks) {
+void gradient(benchmark::State& state, const std::string& family, int bricks) {
   const HeadPair& pair = headPair::warped();
   const auto grid = displacedGrid(pair, bricks);
-  const auto functional = evaluation::makeFunctional(pair, "correlation", *grid);
+  const auto functional = evaluation::makeFunctional(pair, family, *grid);
   NmDVector<double> components;
   components.resize(grid->getVariableParamVectorDim());
   double least = 1.0e9;
@@ -95,9 +95,10 @@ void gradient(benchmark::State& state, int bricks) {
         evaluateUnmoved(state, pair(), family);
       });
     }
-  for (const int bricks : {4, 8, 12, 16})
-    evaluation::add("gradient/" + std::to_string(bricks),
-                    [=](benchmark::State& state) { gradient(state, bricks); });
+  for (const std::string family : {"correlation", "information"})
+    for (const int bricks : {4, 8, 12, 16})
+      evaluation::add("gradient/" + family + "/" + std::to_string(bricks),
+                      [=](benchmark::State& state) { gradient(state, family, bricks); });
   return true;
 }();
 

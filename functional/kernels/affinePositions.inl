@@ -1,7 +1,7 @@
 /// Positions of reference rows under an affine map. A position is reached by adding the step of one
 /// voxel over and over, from voxel 0 of the row, so that it rounds the same wherever a row is
 /// entered.
-template <int laneAxis>
+template <Abreast abreast>
 class AffinePositions {
  public:
   /// The row clip leaves only samples that lie inside the model.
@@ -13,21 +13,21 @@ class AffinePositions {
 
   static RowSpan rowRange(const Walk& walk) { return {0, walk.referenceDims[1] - 1}; }
 
-  void startSlices(int /*z*/, int /*count*/) {}
-
   /// Puts the rows of a block into the lanes and tells the voxels that each of them samples.
-  void startRows(const RowBlock<laneAxis>& block, BlockSpan& span) {
+  void startRows(const RowBlock& block, BlockSpan& span) {
+    RowSpan rows[Lanes::width];
     double first[3][Lanes::width];
     for (int r = 0; r < Lanes::width; ++r) {
       double p[3];
-      const double y = block.yOf(r);
-      const double z = block.zOf(r);
+      const double y = block.y[r];
+      const double z = block.z[r];
       for (int axis = 0; axis < 3; ++axis) {
         p[axis] = (walk_.start[axis] + y * walk_.step[1][axis]) + z * walk_.step[2][axis];
         first[axis][r] = p[axis];
       }
-      span.rows[r] = r < block.count ? clipRow(walk_, p, walk_.referenceDims[0]) : RowSpan{0, -1};
+      rows[r] = r < block.count ? clipRow(walk_, p, walk_.referenceDims[0]) : RowSpan{0, -1};
     }
+    span.set(rows);
     for (int axis = 0; axis < 3; ++axis) position_[axis] = Lanes::load(first[axis]);
   }
 

@@ -1,7 +1,7 @@
 /// Positions of reference rows through a grid of bricks. The map is taken apart in stages: the
 /// slice removes z, once per slice; the row removes y, once per row; what is left along x is linear
 /// within a brick. Only bricks that the walked box touches are evaluated.
-template <int laneAxis>
+template <Abreast abreast>
 class BrickPositions {
  public:
   /// Nothing has been clipped.
@@ -11,27 +11,28 @@ class BrickPositions {
       : walk_(walk),
         row_(walk.stages),
         slices_(walk.stages +
-                static_cast<long>(rowDoubles) * Lanes::width * walk.grid.touched[0].count) {}
+                static_cast<long>(rowDoubles) * Lanes::width * walk.grid.touched[0].count),
+        slicesEnd_(walk.box.zmin) {}
 
   static RowSpan rowRange(const Walk& walk) { return {walk.box.ymin, walk.box.ymax}; }
 
-  /// Evaluates the bricks of slices z .. z + count - 1.
-  void startSlices(int z, int count) {
-    for (int s = 0; s < slicesAtOnce; ++s) startSlice(z + (s < count ? s : count - 1), s);
-  }
-
   /// Puts the rows of a block into the lanes; each samples the whole box along x.
-  void startRows(const RowBlock<laneAxis>& block, BlockSpan& span) {
+  void startRows(const RowBlock& block, BlockSpan& span) {
+    startSlices(block);
     const int columns = walk_.grid.touched[0].count;
     for (int i = 0; i < columns; ++i) {
       double* const row = row_ + static_cast<long>(rowDoubles) * Lanes::width * i;
-      if constexpr (laneAxis == 2)
-        takeRows(block.y, i, row);
+      if constexpr (abreast == Abreast::slices)
+        takeRows(block.y[0], i, row);
       else
-        for (int r = 0; r < Lanes::width; ++r) takeLane(block.yOf(r), i, row + r);
+        for (int r = 0; r < Lanes::width; ++r) takeLane(block.y[r], block.z[r], i, row + r);
     }
+    if (block.count == lanesInSpan_) return;
+    lanesInSpan_ = block.count;
+    RowSpan rows[Lanes::width];
     for (int r = 0; r < Lanes::width; ++r)
-      span.rows[r] = r < block.count ? RowSpan{walk_.box.xmin, walk_.box.xmax} : RowSpan{0, -1};
+      rows[r] = r < block.count ? RowSpan{walk_.box.xmin, walk_.box.xmax} : RowSpan{0, -1};
+    span.set(rows);
   }
 
   void seek(int x) { x_ = x; }
@@ -48,15 +49,27 @@ class BrickPositions {
   }
 
  private:
-  static constexpr int slicesAtOnce = laneAxis == 2 ? Lanes::width : 1;
+  /// From a term of a slice to its next one: slices that stand abreast have a value per lane.
+  static constexpr int termStep = abreast == Abreast::slices ? Lanes::width : 1;
 
-  /// The terms of a touched brick, a value per slice.
-  double* sliceOf(int i, int j) const {
-    return slices_ +
-           sliceDoubles * slicesAtOnce * (i + static_cast<long>(walk_.grid.touched[0].count) * j);
+  /// The terms of a touched brick in a slice, of as many slices as there are lanes.
+  double* sliceOf(int z, int i, int j) const {
+    const BrickSpan* const touched = walk_.grid.touched;
+    const long bricks = static_cast<long>(touched[0].count) * touched[1].count;
+    const long brick = i + static_cast<long>(touched[0].count) * j;
+    const int slot = (z - walk_.box.zmin) % Lanes::width;
+    return slices_ + (abreast == Abreast::slices ? sliceDoubles * Lanes::width * brick + slot
+                                                 : sliceDoubles * (brick + bricks * slot));
   }
 
-  void startSlice(int z, int s) {
+  /// Evaluates the bricks of the slices that a block enters, and of idle lanes.
+  void startSlices(const RowBlock& block) {
+    const int last = abreast == Abreast::slices ? block.z[0] + Lanes::width - 1
+                                                : block.z[Lanes::width - 1];
+    for (; slicesEnd_ <= last; ++slicesEnd_) startSlice(slicesEnd_);
+  }
+
+  void startSlice(int z) {
     const BrickGrid& grid = walk_.grid;
     double w = (z * walk_.step[2][2] + walk_.start[2] - grid.zMin) / grid.zExtent;
     w = w < 0.0 ? 0.0 : w > 1.0 ? 1.0 : w;
@@ -70,25 +83,26 @@ class BrickPositions {
         double terms[sliceDoubles];
         takeSlice(grid.coefficients + brickDoubles * brick, layer.fraction, terms);
         scaleSlice(grid.offset, grid.scale, terms);
-        double* const slice = sliceOf(i, j) + s;
-        for (int e = 0; e < sliceDoubles; ++e) slice[e * slicesAtOnce] = terms[e];
+        double* const slice = sliceOf(z, i, j);
+        for (int e = 0; e < sliceDoubles; ++e) slice[e * termStep] = terms[e];
       }
   }
 
   const BrickPlace& placeOfRow(int y) const { return walk_.grid.rows[y - walk_.box.ymin]; }
 
   /// One row of one slice.
-  void takeLane(int y, int i, double* row) const {
+  void takeLane(int y, int z, int i, double* row) const {
     const BrickPlace& place = placeOfRow(y);
     double terms[rowDoubles];
-    takeRow(sliceOf(i, place.brick - walk_.grid.touched[1].first), place.fraction, terms);
+    takeRow(sliceOf(z, i, place.brick - walk_.grid.touched[1].first), place.fraction, terms);
     for (int e = 0; e < rowDoubles; ++e) row[e * Lanes::width] = terms[e];
   }
 
   /// The same row of all slices.
   void takeRows(int y, int i, double* row) const {
     const BrickPlace& place = placeOfRow(y);
-    const double* const slice = sliceOf(i, place.brick - walk_.grid.touched[1].first);
+    const double* const slice =
+        sliceOf(walk_.box.zmin, i, place.brick - walk_.grid.touched[1].first);
     const auto fraction = Lanes::all(place.fraction);
     for (int e = 0; e < rowDoubles; ++e)
       Lanes::store(row + e * Lanes::width,
@@ -98,6 +112,8 @@ class BrickPositions {
 
   const Walk& walk_;
   double* row_;     ///< rowDoubles per touched brick along x, each a value per lane
-  double* slices_;  ///< sliceDoubles per touched brick of the layer, each a value per slice
+  double* slices_;  ///< sliceDoubles per touched brick of the layer and per slice in flight
+  int slicesEnd_;   ///< evaluated so far
+  int lanesInSpan_ = 0;
   int x_ = 0;
 };

@@ -10,3 +10,12 @@ struct Columns {
   alignas(64) double model[capacity * Lanes::width];
   Located located[capacity];
 };
+
+/// The sum of lanes that hold small whole numbers.
+static long wholeSumOf(typename Lanes::Doubles v) {
+  double lanes[Lanes::width];
+  Lanes::store(lanes, v);
+  double sum = 0.0;
+  for (const double lane : lanes) sum += lane;
+  return static_cast<long>(sum);
+}

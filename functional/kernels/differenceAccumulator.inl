@@ -2,16 +2,14 @@
 /// kept, and summed row after row while the next block is sampled.
 class DifferenceAccumulator {
  public:
-  static constexpr int laneAxis = 1;
+  static constexpr Abreast abreast = Abreast::rows;
 
   DifferenceAccumulator(DifferenceSums& sums, const Walk& walk)
       : sums_(sums),
         squares_(walk.kept),
         spare_(walk.kept + Lanes::width * (walk.box.xmax - walk.box.xmin + 1L + Lanes::width)) {}
 
-  void startSlices() {}
-  void endSlices(int /*count*/) {}
-  void startRows() { count_ = 0; }
+  void startRows(const RowBlock& /*block*/) { count_ = 0; }
 
   typename Lanes::Mask accepted(typename Lanes::Mask counts, const double* /*reference*/) const {
     return counts;
@@ -32,14 +30,14 @@ class DifferenceAccumulator {
       number = number + Lanes::select(columns.counts[i], Lanes::all(1.0), zero);
     }
     count_ += columns.count;
-    sums_.count += sumOf(number);
+    sums_.count += wholeSumOf(number);
   }
 
-  void endRows(int rows) {
+  void endRows(const RowBlock& block) {
     for (; count_ % Lanes::width != 0; ++count_)
       Lanes::store(squares_ + count_ * Lanes::width, Lanes::all(0.0));
     sum_.finish();
-    sum_.start(squares_, count_, rows);
+    sum_.start(squares_, count_, block.count);
     double* const done = spare_;
     spare_ = squares_;
     squares_ = done;
@@ -51,14 +49,6 @@ class DifferenceAccumulator {
   }
 
  private:
-  static long sumOf(typename Lanes::Doubles v) {
-    double lanes[Lanes::width];
-    Lanes::store(lanes, v);
-    double sum = 0.0;
-    for (const double lane : lanes) sum += lane;
-    return static_cast<long>(sum);
-  }
-
   DifferenceSums& sums_;
   double* squares_;  ///< of the block that is being sampled
   double* spare_;    ///< those being summed

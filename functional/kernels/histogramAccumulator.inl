@@ -4,14 +4,12 @@
 template <bool ranged>
 class HistogramAccumulator {
  public:
-  static constexpr int laneAxis = 1;
+  static constexpr Abreast abreast = Abreast::rows;
 
   HistogramAccumulator(HistogramSums& sums, const Walk& walk)
       : sums_(sums), rows_(sums.rows), columns_(sums.columns), places_(walk.kept) {}
 
-  void startSlices() {}
-  void endSlices(int /*count*/) {}
-  void startRows() { end_ = places_; }
+  void startRows(const RowBlock& /*block*/) { end_ = places_; }
   void finish() {}
   Idle background() const { return {}; }
 
@@ -38,8 +36,8 @@ class HistogramAccumulator {
     }
   }
 
-  void endRows(int rows) {
-    for (int r = 0; r < rows; ++r) raiseBins(r);
+  void endRows(const RowBlock& block) {
+    for (int r = 0; r < block.count; ++r) raiseBins(r);
   }
 
  private:

@@ -1,28 +1,52 @@
-/// One kernel: a source of positions, a sampler and an accumulator of sums, composed.
-template <template <int> class Positions, class U, class Accumulator, class Sums>
+template <template <Abreast> class Positions, class U, class Accumulator, class Sums>
 static void walkModel(const Walk& walk, Sums& sums) {
   Accumulator accumulator(sums, walk);
   walkBlocks<Positions, TrilinearSampler<U>>(walk, accumulator);
-  Lanes::leave();
 }
 
-template <template <int> class Positions, class Accumulator, class Sums>
+/// A kernel that does the whole walk with one accumulator.
+template <class Accumulator>
+struct Uniformly {
+  template <template <Abreast> class Positions, class U, class Sums>
+  static void walk(const Walk& walk, Sums& sums) {
+    walkModel<Positions, U, Accumulator>(walk, sums);
+    Lanes::leave();
+  }
+};
+
+/// The kernel of the correlation family: slices abreast, as many as there are lanes; those left
+/// over go row by row where they would fill no more than half of the lanes.
+struct SlicesThenRows {
+  template <template <Abreast> class Positions, class U>
+  static void walk(const Walk& walk, CorrelationSums& sums) {
+    const int left = (walk.box.zmax - walk.box.zmin + 1) % Lanes::width;
+    Walk part = walk;
+    if (2 * left <= Lanes::width) part.box.zmax -= left;
+    if (part.box.zmin <= part.box.zmax) walkModel<Positions, U, SlicewiseCorrelation>(part, sums);
+    part.box.zmin = part.box.zmax + 1;
+    part.box.zmax = walk.box.zmax;
+    if (part.box.zmin <= part.box.zmax) walkModel<Positions, U, RowwiseCorrelation>(part, sums);
+    Lanes::leave();
+  }
+};
+
+template <template <Abreast> class Positions, class Kernel, class Sums>
 static constexpr void fillRow(void (*(&row)[numVoxelTypes])(const Walk&, Sums&)) {
-  row[voxelTypeIndex<unsigned char>] = walkModel<Positions, unsigned char, Accumulator, Sums>;
-  row[voxelTypeIndex<short>] = walkModel<Positions, short, Accumulator, Sums>;
-  row[voxelTypeIndex<unsigned short>] = walkModel<Positions, unsigned short, Accumulator, Sums>;
-  row[voxelTypeIndex<int>] = walkModel<Positions, int, Accumulator, Sums>;
-  row[voxelTypeIndex<float>] = walkModel<Positions, float, Accumulator, Sums>;
-  row[voxelTypeIndex<double>] = walkModel<Positions, double, Accumulator, Sums>;
+  row[voxelTypeIndex<unsigned char>] = Kernel::template walk<Positions, unsigned char>;
+  row[voxelTypeIndex<short>] = Kernel::template walk<Positions, short>;
+  row[voxelTypeIndex<unsigned short>] = Kernel::template walk<Positions, unsigned short>;
+  row[voxelTypeIndex<int>] = Kernel::template walk<Positions, int>;
+  row[voxelTypeIndex<float>] = Kernel::template walk<Positions, float>;
+  row[voxelTypeIndex<double>] = Kernel::template walk<Positions, double>;
 }
 
 static constexpr KernelTable makeKernelTable() {
   KernelTable table = {};
-  fillRow<AffinePositions, DifferenceAccumulator>(table.affineDifference);
-  fillRow<AffinePositions, CorrelationAccumulator>(table.affineCorrelation);
-  fillRow<AffinePositions, HistogramAccumulator<false>>(table.affineHistogram);
-  fillRow<BrickPositions, DifferenceAccumulator>(table.brickDifference);
-  fillRow<BrickPositions, CorrelationAccumulator>(table.brickCorrelation);
-  fillRow<BrickPositions, HistogramAccumulator<true>>(table.brickHistogram);
+  fillRow<AffinePositions, Uniformly<DifferenceAccumulator>>(table.affineDifference);
+  fillRow<AffinePositions, SlicesThenRows>(table.affineCorrelation);
+  fillRow<AffinePositions, Uniformly<HistogramAccumulator<false>>>(table.affineHistogram);
+  fillRow<BrickPositions, Uniformly<DifferenceAccumulator>>(table.brickDifference);
+  fillRow<BrickPositions, SlicesThenRows>(table.brickCorrelation);
+  fillRow<BrickPositions, Uniformly<HistogramAccumulator<true>>>(table.brickHistogram);
   return table;
 }

@@ -1,16 +1,3 @@
-/// Rows of the reference that are walked side by side, one in each lane: successive rows of one
-/// slice (laneAxis 1) or the same row of successive slices (laneAxis 2).
-template <int laneAxis>
-struct RowBlock {
-  int y;
-  int z;
-  int count;  ///< lanes in use; those beyond repeat the last row
-
-  int laneOf(int r) const { return r < count ? r : count - 1; }
-  int yOf(int r) const { return laneAxis == 1 ? y + laneOf(r) : y; }
-  int zOf(int r) const { return laneAxis == 2 ? z + laneOf(r) : z; }
-};
-
 static int fewer(int a, int b) {
   return a < b ? a : b;
 }
@@ -19,41 +6,96 @@ static int more(int a, int b) {
   return a > b ? a : b;
 }
 
-/// The voxels that the rows of a block sample.
-struct BlockSpan {
-  RowSpan rows[Lanes::width];
-  RowSpan all;     ///< from the first one to the last one in any row
-  RowSpan common;  ///< those that every row samples that samples any
+/// What the lanes of a block hold: successive rows in the order of the voxels, which may go on in
+/// the next slice, or the same row of successive slices.
+enum class Abreast { rows, slices };
 
-  void unite() {
+/// Rows of the reference that are walked side by side, one in each lane.
+struct RowBlock {
+  int y[Lanes::width];
+  int z[Lanes::width];
+  int count;  ///< lanes in use; those beyond repeat the last row
+};
+
+/// Takes the rows `ys` of the slices `zs` apart into blocks.
+template <Abreast abreast>
+class RowBlocks {
+ public:
+  RowBlocks(RowSpan ys, RowSpan zs) : ys_(ys), zs_(zs), y_(ys.first), z_(zs.first) {}
+
+  /// The next block; false where there is none.
+  bool next(RowBlock& block) {
+    if (z_ > zs_.last || ys_.count() == 0) return false;
+    if constexpr (abreast == Abreast::rows)
+      takeRows(block);
+    else
+      takeSlices(block);
+    return true;
+  }
+
+ private:
+  void takeRows(RowBlock& block) {
+    int r = 0;
+    for (; r < Lanes::width && z_ <= zs_.last; ++r) {
+      block.y[r] = y_;
+      block.z[r] = z_;
+      finishRow(1);
+    }
+    block.count = r;
+    for (; r < Lanes::width; ++r) {
+      block.y[r] = block.y[block.count - 1];
+      block.z[r] = block.z[block.count - 1];
+    }
+  }
+
+  void takeSlices(RowBlock& block) {
+    block.count = fewer(zs_.last - z_ + 1, Lanes::width);
+    for (int r = 0; r < Lanes::width; ++r) {
+      block.y[r] = y_;
+      block.z[r] = z_ + fewer(r, block.count - 1);
+    }
+    finishRow(block.count);
+  }
+
+  void finishRow(int slices) {
+    if (y_++ < ys_.last) return;
+    y_ = ys_.first;
+    z_ += slices;
+  }
+
+  RowSpan ys_;
+  RowSpan zs_;
+  int y_;
+  int z_;
+};
+
+/// The voxels that the rows of a block sample.
+class BlockSpan {
+ public:
+  RowSpan all = {0, -1};  ///< from the first one to the last one in any row
+
+  void set(const RowSpan rows[Lanes::width]) {
     all = {0, -1};
-    common = {0, -1};
-    for (const RowSpan& row : rows) {
+    common_ = {0, -1};
+    double first[Lanes::width];
+    double last[Lanes::width];
+    for (int r = 0; r < Lanes::width; ++r) {
+      const RowSpan& row = rows[r];
+      first[r] = row.first;
+      last[r] = row.last;
       if (row.count() == 0) continue;
       const bool isFirst = all.count() == 0;
       all.first = isFirst ? row.first : fewer(row.first, all.first);
       all.last = isFirst ? row.last : more(row.last, all.last);
-      common.first = isFirst ? row.first : more(row.first, common.first);
-      common.last = isFirst ? row.last : fewer(row.last, common.last);
-    }
-  }
-};
-
-/// Tells which lanes have a voxel at a place along x.
-class LaneSpans {
- public:
-  explicit LaneSpans(const BlockSpan& span) : common_(span.common) {
-    double first[Lanes::width];
-    double last[Lanes::width];
-    for (int r = 0; r < Lanes::width; ++r) {
-      first[r] = span.rows[r].first;
-      last[r] = span.rows[r].last;
+      common_.first = isFirst ? row.first : more(row.first, common_.first);
+      common_.last = isFirst ? row.last : fewer(row.last, common_.last);
     }
     first_ = Lanes::load(first);
     last_ = Lanes::load(last);
     inCommon_ = compare(common_.first);
   }
 
+  /// Lanes that have a voxel at x.
   typename Lanes::Mask at(int x) const {
     return x >= common_.first && x <= common_.last ? inCommon_ : compare(x);
   }
@@ -61,10 +103,10 @@ class LaneSpans {
  private:
   typename Lanes::Mask compare(int x) const { return Lanes::within(Lanes::all(x), first_, last_); }
 
-  RowSpan common_;
-  typename Lanes::Mask inCommon_;
-  typename Lanes::Doubles first_;
-  typename Lanes::Doubles last_;
+  RowSpan common_ = {0, -1};  ///< what every row samples that samples any
+  typename Lanes::Mask inCommon_ = {};
+  typename Lanes::Doubles first_ = {};
+  typename Lanes::Doubles last_ = {};
 };
 
 /// Addresses as numbers: what is asked for ahead of time may lie beyond a volume.
@@ -80,16 +122,15 @@ static void prefetch(long address) {
 static constexpr int batchColumns = 32;
 
 /// Voxels x .. x + n - 1 of the rows, widened, a value per lane for each x.
-template <class T, int laneAxis>
-static void widenRows(const Walk& walk, const RowBlock<laneAxis>& block, int x, int n,
-                      double* out) {
-  constexpr long rowsAhead = laneAxis == 1 ? Lanes::width : 1;
+template <class T, Abreast abreast>
+static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
+  constexpr long rowsAhead = abreast == Abreast::rows ? Lanes::width : 1;
   constexpr int lineVoxels = 64 / static_cast<int>(sizeof(T));
   const long rowLength = walk.referenceDims[0];
   const T* rows[Lanes::width];
   for (int r = 0; r < Lanes::width; ++r) {
     rows[r] = static_cast<const T*>(walk.reference) + x +
-              rowLength * (block.yOf(r) + static_cast<long>(walk.referenceDims[1]) * block.zOf(r));
+              rowLength * (block.y[r] + static_cast<long>(walk.referenceDims[1]) * block.z[r]);
     for (int i = 0; i < n; i += lineVoxels)
       prefetch(addressOf(rows[r] + i) + rowsAhead * rowLength * static_cast<long>(sizeof(T)));
   }
@@ -100,13 +141,12 @@ static void widenRows(const Walk& walk, const RowBlock<laneAxis>& block, int x, 
     Lanes::store(out + i * Lanes::width, Lanes::widen(side + i * Lanes::width));
 }
 
-template <int laneAxis>
-static void loadReference(const Walk& walk, const RowBlock<laneAxis>& block, int x, int n,
-                          double* out) {
-  using Load = void (*)(const Walk&, const RowBlock<laneAxis>&, int, int, double*);
+template <Abreast abreast>
+static void loadReference(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
+  using Load = void (*)(const Walk&, const RowBlock&, int, int, double*);
   static constexpr Load load[numVoxelTypes] = {
-      widenRows<unsigned char, laneAxis>,  widenRows<short, laneAxis>,
-      widenRows<unsigned short, laneAxis>, widenRows<int, laneAxis>,
-      widenRows<float, laneAxis>,          widenRows<double, laneAxis>};
+      widenRows<unsigned char, abreast>,  widenRows<short, abreast>,
+      widenRows<unsigned short, abreast>, widenRows<int, abreast>,
+      widenRows<float, abreast>,          widenRows<double, abreast>};
   load[walk.referenceType](walk, block, x, n, out);
 }
