@@ -3,6 +3,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "foundation/elementary.h"
+
 namespace voxreg::detail {
 namespace {
 
@@ -37,8 +39,8 @@ void lanczosTaps(double position, long n, AxisTaps& taps) {
   const double fraction = position - static_cast<double>(below);
   taps.count = 0;
   if (!(fraction > 0.0)) return add(taps, below, 1.0);
-  const double sine = std::sin(std::numbers::pi / lobes * fraction);
-  const double cosine = std::cos(std::numbers::pi / lobes * fraction);
+  const double sine = voxreg::detail::sine(std::numbers::pi / lobes * fraction);
+  const double cosine = voxreg::detail::cosine(std::numbers::pi / lobes * fraction);
   constexpr double half = 0.5;
   constexpr double root = half * std::numbers::sqrt3;
   // (-1)^k cos(pi k / 3) and (-1)^k sin(pi k / 3) for k = -2 ... 3
