@@ -1,7 +1,8 @@
 #include "foundation/axisTaps.h"
 
 #include <cmath>
-#include <numbers>
+
+#include "foundation/elementary.h"
 
 namespace voxreg::detail {
 namespace {
@@ -27,21 +28,19 @@ void linearTaps(double position, long /*n*/, AxisTaps& taps) {
   if (fraction > 0.0) add(taps, below + 1, fraction);
 }
 
-LanczosAngle::LanczosAngle(double fraction)
-    : sine(std::sin(std::numbers::pi / lanczosLobes * fraction)),
-      cosine(std::cos(std::numbers::pi / lanczosLobes * fraction)) {}
-
 void lanczosTaps(double position, long n, AxisTaps& taps) {
   const long below = static_cast<long>(position);
   const double fraction = position - static_cast<double>(below);
   taps.count = 0;
   if (!(fraction > 0.0)) return add(taps, below, 1.0);
-  const LanczosAngle angle(fraction);
+  const double angle = lanczosAngle(fraction);
+  const double sine = voxreg::detail::sine(angle);
+  const double cosine = voxreg::detail::cosine(angle);
   double sum = 0.0;
   for (int tap = 0; tap < numLanczosTaps; ++tap) {
     const long index = below + tap - lanczosLobes + 1;
     if (index < 0 || index >= n) continue;
-    const double weight = lanczosWeight(tap, fraction, angle.sine, angle.cosine);
+    const double weight = lanczosWeight(tap, fraction, sine, cosine);
     add(taps, index, weight);
     sum += weight;
   }

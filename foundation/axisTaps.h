@@ -22,16 +22,13 @@ void linearTaps(double position, long n, AxisTaps& taps);
 /// others scaled to the sum 1.
 void lanczosTaps(double position, long n, AxisTaps& taps);
 
-/// Sine and cosine of a third of pi times `fraction`, of which the weights of all taps are made.
-struct LanczosAngle {
-  double sine;
-  double cosine;
-
-  explicit LanczosAngle(double fraction);
-};
-
 inline constexpr int lanczosLobes = 3;
 inline constexpr int numLanczosTaps = 2 * lanczosLobes;
+
+/// The angle whose sine and cosine the weights of all taps are made of.
+inline double lanczosAngle(double fraction) {
+  return std::numbers::pi / lanczosLobes * fraction;
+}
 
 /// The weight, up to a factor, of tap 0 to 5 at a fraction above 0 behind the voxel of tap 2; for
 /// doubles and for vectors of them.

@@ -1,6 +1,7 @@
 #include "foundation/lanczosPoints.h"
 
 #include "foundation/axisTaps.h"
+#include "foundation/elementary.h"
 
 namespace voxreg::detail {
 namespace {
@@ -27,19 +28,13 @@ bool LanczosPoints::add(const double (&position)[3]) {
 }
 
 void LanczosPoints::complete() {
-  for (Axis& axis : axes)
-    for (int i = 0; i < count || i % mostLanes != 0; ++i) {
-      if (i >= count) axis.fraction[i] = axis.fraction[i - 1];
-      // Rows along an axis of the volume keep their fractions on the others.
-      if (i > 0 && axis.fraction[i] == axis.fraction[i - 1]) {
-        axis.sine[i] = axis.sine[i - 1];
-        axis.cosine[i] = axis.cosine[i - 1];
-        continue;
-      }
-      const LanczosAngle angle(axis.fraction[i]);
-      axis.sine[i] = angle.sine;
-      axis.cosine[i] = angle.cosine;
-    }
+  const int n = (count + mostLanes - 1) / mostLanes * mostLanes;
+  for (Axis& axis : axes) {
+    for (int i = count; i < n; ++i) axis.fraction[i] = axis.fraction[i - 1];
+    double angles[most];
+    for (int i = 0; i < n; ++i) angles[i] = lanczosAngle(axis.fraction[i]);
+    takeSinesAndCosines(angles, n, axis.sine, axis.cosine);
+  }
 }
 
 }  // namespace voxreg::detail
