@@ -105,8 +105,9 @@ TEST(Elementary, LogarithmIsExactToTheLastPlaceAloneAndAmongOthers) {
   EXPECT_TRUE(std::isnan(logarithm(std::nan(""))));
 
   for (const double smallest : {0.25, 3.0e-320}) {
-    std::vector<double> values;
-    for (int i = 0; i < 37; ++i) values.push_back(smallest * std::exp2(i * 1.37));
+    std::vector<double> values(37);
+    for (int i = 0; i < 37; ++i)
+      values[static_cast<std::size_t>(i)] = smallest * std::exp2(i * 1.37);
     std::vector<double> together = values;
     voxreg::detail::takeLogarithms(together.data(), static_cast<int>(together.size()));
     for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(together[i], logarithm(values[i]));
