@@ -23,14 +23,17 @@ struct ReducedAngle {
 
 // pi/2 = a + b + c, where a and b have 33 bits so that their products with whole numbers below 2^20
 // are exact (Cody and Waite, Software Manual for the Elementary Functions, 1980).
+inline Twofold restOfAngle(double x, double turns) {
+  const double rest = x - turns * 0x1.921fb544p+0;
+  const Twofold finer = sumOf(rest, -turns * 0x1.0b4611a6p-34);
+  return sumOfOrdered(finer.high, finer.low - turns * 0x1.3198a2e037073p-69);
+}
+
 ReducedAngle reduceAngle(double x) {
   // Taking out rounded turns moves the angle by less than half its own last place.
   if (std::fabs(x) > 1.0e6) x = std::fmod(x, 2.0 * std::numbers::pi);
   const double turns = std::floor(x * (2.0 / std::numbers::pi) + 0.5);
-  const double rest = x - turns * 0x1.921fb544p+0;
-  const Twofold finer = sumOf(rest, -turns * 0x1.0b4611a6p-34);
-  return {sumOfOrdered(finer.high, finer.low - turns * 0x1.3198a2e037073p-69),
-          static_cast<int>(turns) & 3};
+  return {restOfAngle(x, turns), static_cast<int>(turns) & 3};
 }
 
 template <std::size_t n, std::size_t... k>
@@ -48,7 +51,7 @@ double polynomial(const double (&c)[n], double z) {
 }
 
 /// The Taylor series up to x^17. What the low part of x adds is cos x times it.
-double sineNearZero(const Twofold& x) {
+inline double sineNearZero(const Twofold& x) {
   constexpr double terms[] = {
       -1.0 / 6.0,        1.0 / 120.0,        -1.0 / 5040.0,          1.0 / 362880.0,
       -1.0 / 39916800.0, 1.0 / 6227020800.0, -1.0 / 1307674368000.0, 1.0 / 355687428096000.0};
@@ -57,7 +60,7 @@ double sineNearZero(const Twofold& x) {
 }
 
 /// The Taylor series up to x^16. What the low part of x takes away is sin x times it.
-double cosineNearZero(const Twofold& x) {
+inline double cosineNearZero(const Twofold& x) {
   constexpr double terms[] = {
       1.0 / 24.0,        -1.0 / 720.0,         1.0 / 40320.0,         -1.0 / 3628800.0,
       1.0 / 479001600.0, -1.0 / 87178291200.0, 1.0 / 20922789888000.0};
@@ -175,6 +178,17 @@ double sine(double x) {
 
 double cosine(double x) {
   return sineFrom(x, 1);
+}
+
+void takeSinesAndCosines(const double* angles, int count, double* sines, double* cosines) {
+  for (int i = 0; i < count; ++i) {
+    const double turns = static_cast<int>(angles[i] * (2.0 / std::numbers::pi) + 0.5);
+    const Twofold rest = restOfAngle(angles[i], turns);
+    const double s = sineNearZero(rest);
+    const double c = cosineNearZero(rest);
+    sines[i] = turns > 0.0 ? c : s;
+    cosines[i] = turns > 0.0 ? -s : c;
+  }
 }
 
 double arcTangent(double y, double x) {

@@ -10,6 +10,9 @@ namespace voxreg::detail {
 double sine(double x);
 double cosine(double x);
 
+/// The same for `count` angles from 0 to pi / 2.
+void takeSinesAndCosines(const double* angles, int count, double* sines, double* cosines);
+
 /// Angle of the vector (x, y) in radians, -pi to pi.
 double arcTangent(double y, double x);
 

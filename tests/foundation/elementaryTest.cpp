@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <numbers>
 #include <random>
 #include <vector>
 
@@ -55,6 +56,21 @@ TEST(Elementary, SineAndCosineAreExactToTheLastPlace) {
     EXPECT_TRUE(std::isnan(cosine(bad)));
   }
   EXPECT_LE(std::fabs(sine(1.0e300)), 1.0);
+}
+
+TEST(Elementary, ManySinesAndCosinesHaveTheBitsOfSingleOnes) {
+  constexpr int n = 1001;
+  double angles[n];
+  double sines[n];
+  double cosines[n];
+  for (int i = 0; i < n; ++i) angles[i] = std::numbers::pi / 2.0 * i / (n - 1);
+  // Where the nearest quarter of a turn changes.
+  for (int i = 0; i < 9; ++i) angles[500 - i] = std::numbers::pi / 4.0 + (i - 4) * 0x1p-53;
+  voxreg::detail::takeSinesAndCosines(angles, n, sines, cosines);
+  for (int i = 0; i < n; ++i) {
+    EXPECT_EQ(std::bit_cast<long>(sines[i]), std::bit_cast<long>(sine(angles[i]))) << i;
+    EXPECT_EQ(std::bit_cast<long>(cosines[i]), std::bit_cast<long>(cosine(angles[i]))) << i;
+  }
 }
 
 TEST(Elementary, ArcTangentIsExactInAllQuadrants) {
