@@ -32,7 +32,7 @@ void lanczosTaps(double position, long n, AxisTaps& taps) {
   const long below = static_cast<long>(position);
   const double fraction = position - static_cast<double>(below);
   taps.count = 0;
-  if (!(fraction > 0.0)) return add(taps, below, 1.0);
+  if (!(fraction > negligibleFraction)) return add(taps, below, 1.0);
   const double angle = lanczosAngle(fraction);
   const double sine = voxreg::detail::sine(angle);
   const double cosine = voxreg::detail::cosine(angle);

@@ -25,6 +25,9 @@ void lanczosTaps(double position, long n, AxisTaps& taps);
 inline constexpr int lanczosLobes = 3;
 inline constexpr int numLanczosTaps = 2 * lanczosLobes;
 
+/// Up to here behind a voxel a point counts as lying on it: the square would be lost.
+inline constexpr double negligibleFraction = 1.0e-150;
+
 /// The angle whose sine and cosine the weights of all taps are made of.
 inline double lanczosAngle(double fraction) {
   return std::numbers::pi / lanczosLobes * fraction;

@@ -5,8 +5,8 @@
 class LanczosShares {
  public:
   void compute(const LanczosPoints::Axis& axis, int count) {
-    // Below every fraction there is, so that a point on a voxel divides nothing by zero.
-    const auto least = Lanes::all(1.0e-150);
+    // A point on a voxel divides nothing by zero.
+    const auto least = Lanes::all(negligibleFraction);
     for (int i = 0; i < count; i += Lanes::width) {
       const auto fraction = Lanes::larger(Lanes::load(axis.fraction + i), least);
       const auto sine = Lanes::load(axis.sine + i);
@@ -16,7 +16,7 @@ class LanczosShares {
     }
     for (int i = 0; i < count; ++i) {
       const int first = axis.below[i] - lanczosLobes + 1;
-      if (!(axis.fraction[i] > 0.0))
+      if (!(axis.fraction[i] > negligibleFraction))
         keepOneTap(i);
       else if (first < 0 || first + numLanczosTaps > axis.n)
         dropTapsBeyond(first, axis.n, i);

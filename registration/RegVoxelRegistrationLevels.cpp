@@ -64,7 +64,8 @@ bool RegVoxelRegistration::runLevels() {
 void RegVoxelRegistration::startGradientLevel(int gradientLevelsBefore) {
   delete optimizer;
   optimizer = nullptr;
-  const double tolerance = static_cast<double>(gradientStep) * voxreg::detail::power(10.0, gradientLevelsBefore);
+  const double tolerance =
+      static_cast<double>(gradientStep) * voxreg::detail::power(10.0, gradientLevelsBefore);
   optimizer = createGradientOptimizer(static_cast<float>(tolerance));
 }
 
