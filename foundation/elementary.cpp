@@ -182,7 +182,7 @@ double cosine(double x) {
 
 void takeSinesAndCosines(const double* angles, int count, double* sines, double* cosines) {
   for (int i = 0; i < count; ++i) {
-    const double turns = static_cast<int>(angles[i] * (2.0 / std::numbers::pi) + 0.5);
+    const double turns = angles[i] * (2.0 / std::numbers::pi) + 0.5 >= 1.0 ? 1.0 : 0.0;
     const Twofold rest = restOfAngle(angles[i], turns);
     const double s = sineNearZero(rest);
     const double c = cosineNearZero(rest);
