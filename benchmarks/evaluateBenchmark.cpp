@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -8,7 +9,9 @@
 // One evaluation of the objective function under a matrix of 8 degrees in each angle, for each
 // metric family, beside a plain scalar loop that does the same in the same run. Nanoseconds per
 // voxel of the reference; `share` is the part of them that has a sample within the model. `kernel`
-// is the walk alone on each instruction set that the machine has.
+// is the walk alone on each instruction set that the machine has. `growth` compares with a pair of
+// half as many voxels on each axis: `ratio` is how many times longer an evaluation takes, `voxels`
+// how many times more voxels the reference has.
 
 namespace {
 
@@ -35,6 +38,21 @@ void evaluate(benchmark::State& state, const std::string& family) {
   const Turned turned(pair, family);
   for (auto _ : state) benchmark::DoNotOptimize(turned.functional->evaluate());
   report(state, pair, static_cast<double>(turned.functional->metric->numSamples));
+}
+
+void growth(benchmark::State& state, const std::string& family, float factor) {
+  const HeadPair small = headPair::scaled(headPair::get(), 0.5f * factor);
+  const HeadPair large = headPair::scaled(headPair::get(), factor);
+  const Turned inSmall(small, family);
+  const Turned inLarge(large, family);
+  const auto secondsOf = [](const Turned& turned) {
+    return evaluation::fastest(5, [&] { turned.functional->evaluate(); });
+  };
+  double ratio = 1.0e9;
+  for (auto _ : state) ratio = std::min(ratio, secondsOf(inLarge) / secondsOf(inSmall));
+  state.counters["ratio"] = ratio;
+  state.counters["voxels"] = large.numReferenceVoxels() / small.numReferenceVoxels();
+  state.SetLabel(large.name);
 }
 
 void plain(benchmark::State& state, const std::string& family) {
@@ -94,6 +112,10 @@ void kernel(benchmark::State& state, const std::string& family,
   for (const std::string name : evaluation::families) {
     evaluation::add("plain/" + name, [=](benchmark::State& state) { plain(state, name); });
     evaluation::add("evaluate/" + name, [=](benchmark::State& state) { evaluate(state, name); });
+    evaluation::add("growth/" + name + "/to_full",
+                    [=](benchmark::State& state) { growth(state, name, 1.0f); });
+    evaluation::add("growth/" + name + "/to_double",
+                    [=](benchmark::State& state) { growth(state, name, 2.0f); });
     constexpr const char* setNames[] = {"portable", "avx2", "avx512"};
     for (const auto set : voxreg::detail::instructionSets)
       if (const auto* const table = voxreg::detail::kernelsFor(set))

@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 #include <voxreg.h>
 
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -25,6 +26,19 @@ std::unique_ptr<RegFunctional> makeFunctional(const headPair::HeadPair& pair,
 
 /// The pair's affine transform, turned by `degrees` about each axis.
 std::unique_ptr<RegAffineTransform> turned(const headPair::HeadPair& pair, double degrees);
+
+/// Processor seconds of the fastest of some runs.
+template <class Run>
+double fastest(int runs, Run run) {
+  std::clock_t least = 0;
+  for (int i = 0; i < runs; ++i) {
+    const std::clock_t start = std::clock();
+    run();
+    const std::clock_t taken = std::clock() - start;
+    if (i == 0 || taken < least) least = taken;
+  }
+  return static_cast<double>(least) / CLOCKS_PER_SEC;
+}
 
 /// `per_voxel`: the time of one iteration divided by `voxels`.
 void reportPerVoxel(benchmark::State& state, const headPair::HeadPair& pair, double voxels);

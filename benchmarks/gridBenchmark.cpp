@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <ctime>
 #include <random>
 
 #include "benchmarks/evaluation.h"
@@ -7,9 +6,8 @@
 // The objective function under a grid of bricks whose vertices are displaced at random by up to a
 // millimetre. evaluateNonAffine: one evaluation of the whole volume, 12 bricks per axis, beside
 // evaluateUnmoved, the same under the identity as an affine map; nanoseconds per voxel of the
-// reference. gradient: one gradient by the number of bricks per axis;
-// `walked` counts the voxels of all its walks, `ratio` compares its time with as many voxels of
-// whole evaluations.
+// reference. gradient: one gradient by the number of bricks per axis; `walked` counts the voxels of
+// all its walks, `ratio` compares its time with as many voxels of whole evaluations.
 
 namespace {
 
@@ -53,19 +51,6 @@ double walkedVoxels(const HeadPair& pair, RegNonAffineTransform& grid) {
   return walked;
 }
 
-/// Processor seconds of the fastest of some runs.
-template <class Run>
-double fastest(int runs, Run run) {
-  std::clock_t least = 0;
-  for (int i = 0; i < runs; ++i) {
-    const std::clock_t start = std::clock();
-    run();
-    const std::clock_t taken = std::clock() - start;
-    if (i == 0 || taken < least) least = taken;
-  }
-  return static_cast<double>(least) / CLOCKS_PER_SEC;
-}
-
 void gradient(benchmark::State& state, const std::string& family, int bricks) {
   const HeadPair& pair = headPair::warped();
   const auto grid = displacedGrid(pair, bricks);
@@ -74,10 +59,11 @@ void gradient(benchmark::State& state, const std::string& family, int bricks) {
   components.resize(grid->getVariableParamVectorDim());
   double least = 1.0e9;
   for (auto _ : state)
-    least = std::min(
-        least, fastest(1, [&] { functional->evaluateGradient(components, 1.0f, 1, nullptr); }));
+    least = std::min(least, evaluation::fastest(1, [&] {
+                       functional->evaluateGradient(components, 1.0f, 1, nullptr);
+                     }));
   const double walked = walkedVoxels(pair, *grid);
-  const double whole = fastest(20, [&] { functional->evaluate(); });
+  const double whole = evaluation::fastest(20, [&] { functional->evaluate(); });
   evaluation::reportPerVoxel(state, pair, walked);
   state.counters["walked"] = walked;
   state.counters["ratio"] = least / (walked * whole / pair.numReferenceVoxels());

@@ -79,4 +79,19 @@ const HeadPair& warped() {
   return pair;
 }
 
+HeadPair scaled(const HeadPair& pair, float factor) {
+  HeadPair result = pair;
+  for (auto volume : {&HeadPair::reference, &HeadPair::model}) {
+    const NmVec3l dims = (pair.*volume)->dims();
+    const NmVec3f newDims(std::floor(factor * static_cast<float>(dims.x)),
+                          std::floor(factor * static_cast<float>(dims.y)),
+                          std::floor(factor * static_cast<float>(dims.z)));
+    NmHandle<VlData> copy;
+    RegResampler().doResample(pair.*volume, copy, newDims, nullptr, NmVec3f(),
+                              RegResampler::Triangle, 0.0f, 1);
+    result.*volume = copy;
+  }
+  return result;
+}
+
 }  // namespace headPair

@@ -26,4 +26,7 @@ const HeadPair& get();
 /// of 2 mm otherwise. Read once and kept.
 const HeadPair& warped();
 
+/// A pair with `factor` times as many voxels on each axis of both volumes.
+HeadPair scaled(const HeadPair& pair, float factor);
+
 }  // namespace headPair

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <numbers>
+
 namespace voxreg::detail {
 
 /// The voxels of one axis that a sample is taken from, and their shares, which sum to 1. A voxel
@@ -19,5 +21,33 @@ void linearTaps(double position, long n, AxisTaps& taps);
 /// Lanczos kernel with three lobes, sinc(x) sinc(x / 3). Taps beyond the ends are dropped and the
 /// others scaled to the sum 1.
 void lanczosTaps(double position, long n, AxisTaps& taps);
+
+inline constexpr int lanczosLobes = 3;
+inline constexpr int numLanczosTaps = 2 * lanczosLobes;
+
+/// Up to here behind a voxel a point counts as lying on it: the square would be lost.
+inline constexpr double negligibleFraction = 1.0e-150;
+
+/// The angle whose sine and cosine the weights of all taps are made of.
+inline double lanczosAngle(double fraction) {
+  return std::numbers::pi / lanczosLobes * fraction;
+}
+
+/// The weight, up to a factor, of tap 0 to 5 at a fraction above 0 behind the voxel of tap 2; for
+/// doubles and for vectors of them.
+// At x = fraction - k the kernel is 3 sin(pi x) sin(pi x / 3) / (pi x)^2. The first sine differs
+// between taps in its sign alone, so that its size goes with the constants when the sum becomes 1;
+// the addition theorem gives the second.
+template <class Doubles>
+[[gnu::always_inline]] inline Doubles lanczosWeight(int tap, Doubles fraction, Doubles sine,
+                                                    Doubles cosine) {
+  constexpr double half = 0.5;
+  constexpr double root = half * std::numbers::sqrt3;
+  // (-1)^k cos(pi k / 3) and (-1)^k sin(pi k / 3) for k = -2 ... 3
+  constexpr double cosines[numLanczosTaps] = {-half, -half, 1.0, -half, -half, 1.0};
+  constexpr double sines[numLanczosTaps] = {-root, root, 0.0, -root, root, 0.0};
+  const Doubles x = fraction - static_cast<double>(tap - lanczosLobes + 1);
+  return (sine * cosines[tap] - cosine * sines[tap]) / (x * x);
+}
 
 }  // namespace voxreg::detail

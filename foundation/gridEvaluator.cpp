@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "foundation/gridAxis.h"
+#include "foundation/lanczosSums.h"
 #include "foundation/voxelTypes.h"
 
 namespace voxreg::detail {
@@ -18,8 +19,8 @@ struct LinearCell {
   double share[2];
 
   LinearCell(double position, long n, long stride) {
-    const int below = static_cast<int>(position);
-    const double fraction = position - below;
+    const long below = static_cast<long>(position);
+    const double fraction = position - static_cast<double>(below);
     lower = below * stride;
     upper = below + 1 < n ? lower + stride : lower;
     share[0] = 1.0 - fraction;
@@ -52,6 +53,10 @@ template <TapRule rule>
 inline constexpr bool isLinear = false;
 template <>
 inline constexpr bool isLinear<linearTaps> = true;
+template <TapRule rule>
+inline constexpr bool isLanczos = false;
+template <>
+inline constexpr bool isLanczos<lanczosTaps> = true;
 
 template <class T, TapRule rule>
 class GridEvaluator : public VlEvaluator {
@@ -61,7 +66,8 @@ class GridEvaluator : public VlEvaluator {
         voxels_(static_cast<const T*>(access->dataPtr(0))),
         numDataVars_(grid.numDataVars),
         axes_{GridAxis(box, 0, grid.dims.x), GridAxis(box, 1, grid.dims.y),
-              GridAxis(box, 2, grid.dims.z)} {}
+              GridAxis(box, 2, grid.dims.z)},
+        sum_(isLanczos<rule> ? lanczosSum(grid, bestInstructionSet()) : nullptr) {}
 
   bool setLocation(const NmVec3f& point) override {
     double position[3];
@@ -84,33 +90,68 @@ class GridEvaluator : public VlEvaluator {
   // The places of a portion of points are found first, axis by axis.
   void sample(const float* x, const float* y, const float* z, long n, float outside,
               float* results) override {
-    constexpr long portion = 64;
     double places[3][portion];
     for (long first = 0; first < n; first += portion) {
       const long count = std::min(portion, n - first);
       axes_[0].locate(x + first, count, places[0]);
       axes_[1].locate(y + first, count, places[1]);
       axes_[2].locate(z + first, count, places[2]);
-      for (long i = 0; i < count; ++i) {
-        const double position[3] = {places[0][i], places[1][i], places[2][i]};
-        const bool isInside = position[0] >= 0.0 && position[1] >= 0.0 && position[2] >= 0.0;
-        results[first + i] = isInside ? valueAt(position) : outside;
-      }
+      if constexpr (isLanczos<rule>)
+        sampleLanczos(places, count, outside, results + first);
+      else
+        samplePoints(places, count, outside, results + first);
     }
   }
 
  private:
+  static constexpr long portion = LanczosPoints::most;
+
+  static bool isInside(const double (&position)[3]) {
+    return position[0] >= 0.0 && position[1] >= 0.0 && position[2] >= 0.0;
+  }
+
+  [[gnu::always_inline]] void samplePoints(const double (&places)[3][portion], long n,
+                                           float outside, float* results) {
+    for (long i = 0; i < n; ++i) {
+      const double position[3] = {places[0][i], places[1][i], places[2][i]};
+      results[i] = isInside(position) ? valueAt(position) : outside;
+    }
+  }
+
   void moveTo(const double (&position)[3]) {
     for (int axis = 0; axis < 3; ++axis) rule(position[axis], axes_[axis].size(), taps_[axis]);
   }
 
-  float valueAt(const double (&position)[3]) {
+  [[gnu::always_inline]] float valueAt(const double (&position)[3]) {
     if constexpr (isLinear<rule>) {
       const double sum = trilinearSum(voxels_, numDataVars_, axes_, position);
       if (std::is_integral_v<T> || std::isfinite(sum)) return static_cast<float>(sum);
     }
     moveTo(position);
     return weightedSum(0);
+  }
+
+  /// Points between voxels go together, those that rest on voxels one by one.
+  void sampleLanczos(const double (&places)[3][portion], long n, float outside, float* results) {
+    if (sum_ == nullptr) return samplePoints(places, n, outside, results);
+    LanczosPoints points({axes_[0].size(), axes_[1].size(), axes_[2].size()});
+    int index[portion];
+    for (long i = 0; i < n; ++i) {
+      const double position[3] = {places[0][i], places[1][i], places[2][i]};
+      index[points.count] = static_cast<int>(i);
+      if (!isInside(position))
+        results[i] = outside;
+      else if (!points.add(position))
+        results[i] = valueAt(position);
+    }
+    if (points.count == 0) return;
+    points.complete();
+    double sums[portion];
+    sum_(voxels_, points, sums);
+    for (int i = 0; i < points.count; ++i) {
+      const double position[3] = {places[0][index[i]], places[1][index[i]], places[2][index[i]]};
+      results[index[i]] = std::isfinite(sums[i]) ? static_cast<float>(sums[i]) : valueAt(position);
+    }
   }
 
   float weightedSum(int variable) const {
@@ -132,6 +173,7 @@ class GridEvaluator : public VlEvaluator {
   const T* voxels_;
   int numDataVars_;
   GridAxis axes_[3];
+  LanczosSum sum_;  ///< null where points are weighed one by one
   AxisTaps taps_[3];
 };
 

@@ -3,8 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "foundation/NmLogFile.h"
+#include "foundation/elementary.h"
+#include "metrics/entropyTerms.h"
+
+using voxreg::detail::logarithm;
+using voxreg::detail::takeLogarithms;
 
 namespace {
 
@@ -57,8 +63,20 @@ void resizeWithZeros(NmDArray<double>& histogram, long size) {
   for (long k = before; k < size; ++k) histogram[k] = 0.0;
 }
 
-double entropyTerm(double p) {
-  return p > 0.0 ? p * std::log(p) : 0.0;
+/// Sums of bins that are worked out side by side, since each addition to a sum waits for the one
+/// before.
+constexpr int sumsAtOnce = 8;
+
+/// Subtracts p log p for p = sum / n from the entropy, one sum after the other.
+void subtractTerms(const double (&sums)[sumsAtOnce], int count, double n, double& entropy) {
+  double shares[sumsAtOnce];
+  double logarithms[sumsAtOnce];
+  for (int i = 0; i < sumsAtOnce; ++i) {
+    const double share = sums[i] / n;
+    shares[i] = logarithms[i] = share > 0.0 ? share : 1.0;  // 1 has a term of 0
+  }
+  takeLogarithms(logarithms, sumsAtOnce);
+  for (int i = 0; i < count; ++i) entropy -= shares[i] * logarithms[i];
 }
 
 }  // namespace
@@ -103,7 +121,9 @@ RegMutualInformation::RegMutualInformation(const RegMutualInformation& other)
       numBinsRef(other.numBinsRef),
       numBinsMod(other.numBinsMod),
       baselineCounts{other.baselineCounts[0], other.baselineCounts[1]},
-      baselineHistogram(other.baselineHistogram) {
+      baselineHistogram(other.baselineHistogram),
+      knownBins_(other.knownBins_),
+      knownTerms_(other.knownTerms_) {
   jointHistogram.resize(static_cast<long>(numBinsRef) * numBinsMod);
   RegMutualInformation::reset();
 }
@@ -147,6 +167,8 @@ void RegMutualInformation::reset() {
 void RegMutualInformation::setOtherParams(RegMetricParamType type) {
   if (type == RegMetricParamBaseline) {
     baselineHistogram = jointHistogram;
+    knownBins_ = jointHistogram;
+    voxreg::detail::takeEntropyTerms(knownBins_, knownTerms_);
     baselineCounts[0] = numSamples;
     baselineCounts[1] = numTotalSamples;
   } else if (type == RegMetricParamRemoved) {
@@ -194,28 +216,33 @@ void RegMutualInformation::getMarginalEntropies(double& entropyRef, double& entr
   entropyRef = 0.0;
   entropyModel = 0.0;
   if (!canAccumulate()) return;
-  for (int i = 0; i < numBinsRef; ++i) {
-    const double* const row = jointHistogram.data + static_cast<long>(i) * numBinsMod;
-    double sum = 0.0;
-    for (int j = 0; j < numBinsMod; ++j) sum += row[j];
-    entropyRef -= entropyTerm(sum / n);
+  for (int first = 0; first < numBinsRef; first += sumsAtOnce) {
+    const double* rows[sumsAtOnce];
+    for (int i = 0; i < sumsAtOnce; ++i)
+      rows[i] =
+          jointHistogram.data + static_cast<long>(std::min(first + i, numBinsRef - 1)) * numBinsMod;
+    double sums[sumsAtOnce] = {};
+    for (int j = 0; j < numBinsMod; ++j)
+      for (int i = 0; i < sumsAtOnce; ++i) sums[i] += rows[i][j];
+    subtractTerms(sums, std::min(sumsAtOnce, numBinsRef - first), n, entropyRef);
   }
-  // Eight columns, a cache line of each row, at a time.
-  for (int first = 0; first < numBinsMod; first += 8) {
-    const int count = std::min(8, numBinsMod - first);
-    double sums[8] = {};
+  const auto addColumns = [&](int first, auto count) {
+    double sums[sumsAtOnce] = {};
     for (int i = 0; i < numBinsRef; ++i) {
       const double* const row = jointHistogram.data + static_cast<long>(i) * numBinsMod + first;
       for (int j = 0; j < count; ++j) sums[j] += row[j];
     }
-    for (int j = 0; j < count; ++j) entropyModel -= entropyTerm(sums[j] / n);
-  }
+    subtractTerms(sums, count, n, entropyModel);
+  };
+  int first = 0;
+  for (; first + sumsAtOnce <= numBinsMod; first += sumsAtOnce)
+    addColumns(first, std::integral_constant<int, sumsAtOnce>());
+  addColumns(first, numBinsMod - first);
 }
 
 void RegMutualInformation::getJointEntropy(double& entropy) const {
   // -sum (v/n) log (v/n) with sum v = n, rewritten so that no bin needs a division.
-  double sum = 0.0;
-  for (long k = 0; k < jointHistogram.size; ++k) sum -= entropyTerm(jointHistogram[k]);
+  const double sum = voxreg::detail::subtractEntropyTerms(jointHistogram, knownBins_, knownTerms_);
   const auto n = static_cast<double>(numSamples);
-  entropy = sum / n + std::log(n);
+  entropy = sum / n + logarithm(n);
 }

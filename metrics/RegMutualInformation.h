@@ -59,4 +59,7 @@ class RegMutualInformation : public RegMetric {
 
  private:
   void addWeights(double ref, double model, double sign);
+
+  NmDArray<double> knownBins_;   ///< of the latest baseline
+  NmDArray<double> knownTerms_;  ///< what each of them adds to the joint entropy
 };

@@ -1,9 +1,9 @@
 #include "optimizers/searchProgress.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "foundation/NmProgressInterface.h"
+#include "foundation/elementary.h"
 #include "functional/RegOptimizerCallback.h"
 #include "optimizers/RegOptimizer.h"
 
@@ -36,7 +36,7 @@ void SearchProgress::report(float value) const {
 }
 
 float partToConvergence(double scale, double distance) {
-  const auto logarithms = static_cast<float>(std::log(scale) - std::log(distance));
+  const auto logarithms = static_cast<float>(logarithm(scale) - logarithm(distance));
   const float part = logarithms / 10.0f + 1.0f;
   return part > 0.0f ? std::min(part, 1.0f) : 0.0f;
 }

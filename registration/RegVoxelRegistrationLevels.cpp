@@ -1,10 +1,10 @@
 #include <algorithm>
-#include <cmath>
 #include <memory>
 
 #include "foundation/NmLogFile.h"
 #include "foundation/NmProgressInterface.h"
 #include "foundation/NmString.h"
+#include "foundation/elementary.h"
 #include "functional/RegFunctional.h"
 #include "optimizers/RegGradientOptimizer.h"
 #include "registration/RegVoxelRegistration.h"
@@ -64,7 +64,8 @@ bool RegVoxelRegistration::runLevels() {
 void RegVoxelRegistration::startGradientLevel(int gradientLevelsBefore) {
   delete optimizer;
   optimizer = nullptr;
-  const double tolerance = static_cast<double>(gradientStep) * std::pow(10.0, gradientLevelsBefore);
+  const double tolerance =
+      static_cast<double>(gradientStep) * voxreg::detail::power(10.0, gradientLevelsBefore);
   optimizer = createGradientOptimizer(static_cast<float>(tolerance));
 }
 

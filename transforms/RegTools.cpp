@@ -5,6 +5,7 @@
 
 #include "foundation/NmBox.h"
 #include "foundation/VlData.h"
+#include "foundation/elementary.h"
 
 namespace {
 
@@ -87,7 +88,7 @@ NmMat4d separateShears(const NmMat4d& a, double (&shear)[3]) {
 }
 
 double angle(double sine, double cosine) {
-  return -degreesPerRadian * std::atan2(sine, cosine);
+  return -degreesPerRadian * voxreg::detail::arcTangent(sine, cosine);
 }
 
 /// (sine, cosine) scaled to unit length, or those of 0 degrees where `length` is too short.
@@ -133,12 +134,14 @@ struct CompleteParameters {
 
 /// diag(scales) * X(a) * Y(b) * Z(c)
 NmMat4d scaledRotation(const double* angles, const double* scales) {
-  const double sa = std::sin(angles[0] * radiansPerDegree);
-  const double ca = std::cos(angles[0] * radiansPerDegree);
-  const double sb = std::sin(angles[1] * radiansPerDegree);
-  const double cb = std::cos(angles[1] * radiansPerDegree);
-  const double sc = std::sin(angles[2] * radiansPerDegree);
-  const double cc = std::cos(angles[2] * radiansPerDegree);
+  using voxreg::detail::cosine;
+  using voxreg::detail::sine;
+  const double sa = sine(angles[0] * radiansPerDegree);
+  const double ca = cosine(angles[0] * radiansPerDegree);
+  const double sb = sine(angles[1] * radiansPerDegree);
+  const double cb = cosine(angles[1] * radiansPerDegree);
+  const double sc = sine(angles[2] * radiansPerDegree);
+  const double cc = cosine(angles[2] * radiansPerDegree);
   const double s0 = scales[0];
   const double s1 = scales[1];
   const double s2 = scales[2];

@@ -49,10 +49,8 @@ class BrickPositions {
   }
 
  private:
-  /// From a term of a slice to its next one: slices that stand abreast have a value per lane.
-  static constexpr int termStep = abreast == Abreast::slices ? Lanes::width : 1;
-
-  /// The terms of a touched brick in a slice, of as many slices as there are lanes.
+  /// The terms of a touched brick in a slice, of as many slices as there are lanes: slices that
+  /// stand abreast have a value per lane for each of them.
   double* sliceOf(int z, int i, int j) const {
     const BrickSpan* const touched = walk_.grid.touched;
     const long bricks = static_cast<long>(touched[0].count) * touched[1].count;
@@ -62,30 +60,86 @@ class BrickPositions {
                                                  : sliceDoubles * (brick + bricks * slot));
   }
 
-  /// Evaluates the bricks of the slices that a block enters, and of idle lanes.
+  /// Evaluates the bricks of the slices that a block enters.
   void startSlices(const RowBlock& block) {
-    const int last = abreast == Abreast::slices ? block.z[0] + Lanes::width - 1
-                                                : block.z[Lanes::width - 1];
-    for (; slicesEnd_ <= last; ++slicesEnd_) startSlice(slicesEnd_);
+    if constexpr (abreast == Abreast::slices) {
+      if (slicesEnd_ > block.z[0]) return;
+      slicesEnd_ = block.z[0] + Lanes::width;
+      evaluateAbreast(block.z[0]);
+    } else {
+      for (; slicesEnd_ <= block.z[Lanes::width - 1]; ++slicesEnd_) evaluate(slicesEnd_);
+    }
   }
 
-  void startSlice(int z) {
+  BrickPlace layerOf(int z) const {
     const BrickGrid& grid = walk_.grid;
     double w = (z * walk_.step[2][2] + walk_.start[2] - grid.zMin) / grid.zExtent;
     w = w < 0.0 ? 0.0 : w > 1.0 ? 1.0 : w;
-    const BrickPlace layer = placeInBricks(grid.numBricks[2] * w, grid.numBricks[2]);
+    return placeInBricks(grid.numBricks[2] * w, grid.numBricks[2]);
+  }
+
+  const double* coefficientsOf(int i, int j, int layer) const {
+    const BrickGrid& grid = walk_.grid;
+    const long brick = i + grid.touched[0].first +
+                       static_cast<long>(grid.numBricks[0]) *
+                           (j + grid.touched[1].first + static_cast<long>(grid.numBricks[1]) * layer);
+    return grid.coefficients + brickDoubles * brick;
+  }
+
+  void evaluate(int z) {
+    const BrickGrid& grid = walk_.grid;
+    const BrickPlace layer = layerOf(z);
     for (int j = 0; j < grid.touched[1].count; ++j)
       for (int i = 0; i < grid.touched[0].count; ++i) {
-        const long brick =
-            i + grid.touched[0].first +
-            static_cast<long>(grid.numBricks[0]) *
-                (j + grid.touched[1].first + static_cast<long>(grid.numBricks[1]) * layer.brick);
         double terms[sliceDoubles];
-        takeSlice(grid.coefficients + brickDoubles * brick, layer.fraction, terms);
+        takeSlice(coefficientsOf(i, j, layer.brick), layer.fraction, terms);
         scaleSlice(grid.offset, grid.scale, terms);
-        double* const slice = sliceOf(z, i, j);
-        for (int e = 0; e < sliceDoubles; ++e) slice[e * termStep] = terms[e];
+        __builtin_memcpy(sliceOf(z, i, j), terms, sizeof terms);
       }
+  }
+
+  /// The same for as many slices as there are lanes, from slice z on. Idle lanes go on behind the
+  /// box, where nothing is sampled.
+  void evaluateAbreast(int z) {
+    Layers layers;
+    double fractions[Lanes::width];
+    double bricks[Lanes::width];
+    for (int r = 0; r < Lanes::width; ++r) {
+      const BrickPlace place = layerOf(z + r);
+      fractions[r] = place.fraction;
+      bricks[r] = layers.ofLane[r] = place.brick;
+    }
+    layers.fraction = Lanes::load(fractions);
+    layers.brick = Lanes::load(bricks);
+    for (int j = 0; j < walk_.grid.touched[1].count; ++j)
+      for (int i = 0; i < walk_.grid.touched[0].count; ++i)
+        evaluateAbreast(layers, i, j, sliceOf(walk_.box.zmin, i, j));
+  }
+
+  /// Where the slices of the lanes fall in the layers of bricks.
+  struct Layers {
+    typename Lanes::Doubles fraction;
+    typename Lanes::Doubles brick;
+    int ofLane[Lanes::width];
+  };
+
+  void evaluateAbreast(const Layers& layers, int i, int j, double* slice) const {
+    typename Lanes::Doubles terms[sliceDoubles];
+    for (int r = 0; r < Lanes::width; ++r) {
+      const int layer = layers.ofLane[r];
+      if (r > 0 && layer == layers.ofLane[r - 1]) continue;
+      const double* const brick = coefficientsOf(i, j, layer);
+      const auto inLayer = Lanes::within(layers.brick, Lanes::all(layer), Lanes::all(layer));
+      for (int e = 0; e < sliceDoubles; ++e) {
+        const auto term =
+            Lanes::all(brick[e]) + layers.fraction * Lanes::all(brick[e + sliceDoubles]);
+        terms[e] = r == 0 ? term : Lanes::select(inLayer, term, terms[e]);
+      }
+    }
+    for (int e = 0; e < sliceDoubles; ++e) {
+      if (e < 3) terms[e] = terms[e] + Lanes::all(walk_.grid.offset[e]);
+      Lanes::store(slice + e * Lanes::width, terms[e] * Lanes::all(walk_.grid.scale[e % 3]));
+    }
   }
 
   const BrickPlace& placeOfRow(int y) const { return walk_.grid.rows[y - walk_.box.ymin]; }

@@ -1,38 +1,23 @@
 #include "functional/kernels/kernelChoice.h"
 
 namespace voxreg::detail {
-namespace {
-
-const KernelTable& choose() {
-  const KernelTable* best = nullptr;
-  for (const InstructionSet set : instructionSets)
-    if (const KernelTable* const table = kernelsFor(set)) best = table;
-  return *best;
-}
-
-}  // namespace
 
 const KernelTable* kernelsFor(InstructionSet set) {
+  if (!hasInstructionSet(set)) return nullptr;
   switch (set) {
-    case InstructionSet::portable:
-      return &portableKernels;
 #if defined(VOXREG_X86_KERNELS)
-    // These ask the operating system too: a register that it does not save counts as missing.
     case InstructionSet::avx2:
-      return __builtin_cpu_supports("avx2") ? &avx2Kernels : nullptr;
+      return &avx2Kernels;
     case InstructionSet::avx512:
-      return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-                     __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl")
-                 ? &avx512Kernels
-                 : nullptr;
+      return &avx512Kernels;
 #endif
     default:
-      return nullptr;
+      return &portableKernels;
   }
 }
 
 const KernelTable& kernels() {
-  static const KernelTable& chosen = choose();
+  static const KernelTable& chosen = *kernelsFor(bestInstructionSet());
   return chosen;
 }
 

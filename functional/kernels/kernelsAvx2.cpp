@@ -1,4 +1,4 @@
-#include "functional/kernels/lanesAvx2.h"
+#include "foundation/lanesAvx2.h"
 #include "functional/kernels/walk.h"
 
 namespace voxreg::detail {

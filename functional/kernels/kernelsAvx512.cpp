@@ -1,4 +1,4 @@
-#include "functional/kernels/lanesAvx512.h"
+#include "foundation/lanesAvx512.h"
 #include "functional/kernels/walk.h"
 
 namespace voxreg::detail {

@@ -1,4 +1,4 @@
-#include "functional/kernels/lanesPortable.h"
+#include "foundation/lanesPortable.h"
 #include "functional/kernels/walk.h"
 
 namespace voxreg::detail {

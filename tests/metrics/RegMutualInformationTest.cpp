@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <numeric>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -118,6 +119,50 @@ TEST(RegMutualInformation, EntropiesOfAKnownHistogram) {
   normalised.numTotalSamples = simple.numTotalSamples = 40;  // half a fifth
   EXPECT_NEAR(normalised.getResult(), 0.8 * (rows + columns) / joint, 1e-14);
   EXPECT_NEAR(simple.getResult(), 0.5 * (rows + columns - joint), 1e-14);
+}
+
+TEST(RegMutualInformation, EntropiesAreThoseOfTheFormulaWithAnyBaseline) {
+  auto plain = bytes<RegNormMutualInformation>(40);
+  auto based = bytes<RegNormMutualInformation>(40);
+  std::mt19937 random(3);
+  std::uniform_real_distribution<double> value(0.0, 120.0);
+  const auto addBoth = [&](int count) {
+    for (int i = 0; i < count; ++i) {
+      const double reference = value(random);
+      const double model = value(random);
+      plain.increment(reference, model);
+      based.increment(reference, model);
+    }
+  };
+  addBoth(400);
+  based.setOtherParams(RegMetricParamBaseline);
+  addBoth(100);
+  const long empty = plain.jointHistogram.size - 1;
+  based.jointHistogram[empty] = plain.jointHistogram[empty] = -1.0e-17;  // left by a removed box
+
+  const auto n = static_cast<double>(plain.numSamples);
+  double joint = 0.0;
+  double rows = 0.0;
+  const auto add = [n](double& entropy, double sum) {
+    if (sum > 0.0) entropy -= sum / n * std::log(sum / n);
+  };
+  for (int i = 0; i < plain.numBinsRef; ++i) {
+    double row = 0.0;
+    for (int j = 0; j < plain.numBinsMod; ++j) {
+      row += plain.jointHistogram[i * plain.numBinsMod + j];
+      add(joint, plain.jointHistogram[i * plain.numBinsMod + j]);
+    }
+    add(rows, row);
+  }
+  for (const auto* metric : {&plain, &based}) {
+    double found[3];
+    metric->getMarginalEntropies(found[0], found[1]);
+    metric->getJointEntropy(found[2]);
+    EXPECT_NEAR(found[0], rows, 1e-12);
+    EXPECT_NEAR(found[2], joint, 1e-12);
+  }
+  EXPECT_EQ(based.getResult(), plain.getResult()) << "to the last bit";
+  EXPECT_EQ(RegNormMutualInformation(based).getResult(), -1000.0) << "a copy starts empty";
 }
 
 TEST(RegMutualInformation, ReplacingABoxGivesTheValueOfTheWholeVolume) {

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "foundation/NmDArray.h"
+
+namespace voxreg::detail {
+
+/// The terms v log v of `values`; 0 for one that is not above 0.
+void takeEntropyTerms(const NmDArray<double>& values, NmDArray<double>& terms);
+
+/// 0 minus the terms of `values`, one after the other. `known` and `knownTerms` are values that
+/// some are likely to be equal to, place by place, and their terms: a trial of a gradient changes
+/// few bins of a histogram. Arrays of another size are ignored.
+double subtractEntropyTerms(const NmDArray<double>& values, const NmDArray<double>& known,
+                            const NmDArray<double>& knownTerms);
+
+}  // namespace voxreg::detail
