@@ -1,5 +1,7 @@
 #include "nonAffineRegistration.h"
 
+#include <algorithm>
+
 #include "HostError.h"
 #include "voxelRegistration.h"
 
@@ -14,19 +16,95 @@ int codeOf(const NmVec3i& grid, const NmVec3l& dims) {
   return bricks(0) * 10000 + bricks(1) * 100 + bricks(2);
 }
 
+/// A tolerance counts relative to the value, and that of cr comes close to 1 long before the
+/// volumes lie on each other.
+float toleranceFor(const MetricSettings& metric) {
+  return metric.name == "cr" ? 1e-6f : 3e-4f;
+}
+
+/// What a coarse grid can follow shows in coarse volumes as well, as long as its bricks and the
+/// volume keep some voxels.
+NmVec3i reductionFor(const NmVec3i& grid, const NiftiVolume& reference) {
+  constexpr long leastOfBrick = 6;
+  constexpr long leastOfVolume = 24;
+  NmVec3i factors(1, 1, 1);
+  for (int a = 0; a < 3; ++a) {
+    const long least = std::max(grid[a] * leastOfBrick, leastOfVolume);
+    while (reference.frame.dims[a] >= 2 * factors[a] * least) factors[a] *= 2;
+  }
+  return factors;
+}
+
+/// The factors that bring the model's voxels near the size of the reduced reference's.
+NmVec3i modelReduction(const NmVec3i& factors, const NiftiVolume& reference,
+                       const NiftiVolume& model) {
+  const int flatAxis = RegVoxelRegistration::get2DOrientation(reference.data, model.data);
+  NmVec3i result = RegVoxelRegistration::getSamplingModel(factors, reference.data->voxelSpacing(),
+                                                          model.data->voxelSpacing(), flatAxis);
+  RegVoxelRegistration::restrictCoarsestResampling(model.data, nullptr, false, result);
+  return result;
+}
+
+/// The volume itself where it is not to be reduced, or cannot be.
+NmHandle<VlData> reduced(RegVoxelRegistration& registration, const NiftiVolume& volume,
+                         const NmVec3i& factors) {
+  const NmHandle<VlData> original = volume.data;
+  NmHandle<VlData> result = original;
+  registration.downsample(original, result, factors, RegDataClassOrdinary);
+  return result;
+}
+
+/// One run of the library.
+struct GridRun {
+  int code;         ///< of the grid
+  NmVec3i factors;  ///< of the reference's reduction
+  bool isLast;
+};
+
+std::vector<GridRun> planRuns(const std::vector<NmVec3i>& grids, const NiftiVolume& reference) {
+  std::vector<GridRun> runs;
+  for (const NmVec3i& grid : grids)
+    runs.push_back({codeOf(grid, reference.frame.dims), reductionFor(grid, reference), false});
+  if (!runs.empty()) runs.back() = {runs.back().code, NmVec3i(1, 1, 1), true};
+  return runs;
+}
+
+void setVolumes(RegVoxelRegistration& registration, const NiftiVolume& reference,
+                const NiftiVolume& model, const NmVec3i& factors) {
+  const bool isReduced = !(factors == NmVec3i(1, 1, 1));
+  registration.reference[0] = reduced(registration, reference, factors);
+  registration.model[0] =
+      reduced(registration, model, isReduced ? modelReduction(factors, reference, model) : factors);
+}
+
+/// The gradient of a reduced volume takes its differences over as many of its voxels, and a grid
+/// that others follow need not be exact.
+void setSearch(RegVoxelRegistration& registration, const GridRun& run,
+               const SearchSettings& search) {
+  const auto largest = static_cast<float>(std::max({run.factors.x, run.factors.y, run.factors.z}));
+  const NmVec2f steps = search.stepRange();
+  registration.stepRange = NmVec2f(steps.x, std::min(steps.x, largest * steps.y));
+  registration.gradientStep = search.gradientTolerance * (run.isLast ? 1.0f : 10.0f);
+}
+
 }  // namespace
 
 NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolume& model,
                                   const NonAffineSettings& settings,
                                   InterruptibleProgress& progress) {
   const NmWatch watch(true);
+  SearchSettings search = settings.search;
+  if (!(search.gradientTolerance > 0.0f)) search.gradientTolerance = toleranceFor(settings.metric);
   RegVoxelRegistration registration =
-      makeRegistration(reference, model, settings.metric, settings.search, progress);
+      makeRegistration(reference, model, settings.metric, search, progress);
   const InterruptibleProgress::Metric metric(progress, registration.finalMetric);
   registration.nonAffineResult = GridTransform::start(settings.start, reference, model);
-  for (std::size_t i = 0; i < settings.grids.size() && !progress.wasInterrupted(); ++i) {
-    progress.beginPart(i, settings.grids.size());
-    registration.nonAffineStages = NmVec3i(codeOf(settings.grids[i], reference.frame.dims), 0, 0);
+  const std::vector<GridRun> runs = planRuns(settings.grids, reference);
+  for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
+    progress.beginPart(i, runs.size());
+    registration.nonAffineStages = NmVec3i(runs[i].code, 0, 0);
+    setVolumes(registration, reference, model, runs[i].factors);
+    setSearch(registration, runs[i], search);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);
     progress.endPart();

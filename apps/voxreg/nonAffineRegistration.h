@@ -8,7 +8,7 @@ namespace host {
 
 /// What a registration on grids of bricks is to do.
 struct NonAffineSettings {
-  NonAffineSettings() { search.gradientTolerance = 1e-4f; }
+  NonAffineSettings() { search.gradientTolerance = 0.0f; }  ///< what suits the metric
 
   MetricSettings metric;
   SearchSettings search;
@@ -23,7 +23,8 @@ struct NonAffineResult {
   bool interrupted = false;
 };
 
-/// Registers the volumes at full resolution. An interruption leaves the best transform up to then.
+/// Registers the volumes, the grids before the last one on volumes as coarse as their bricks allow.
+/// An interruption leaves the best transform up to then.
 NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolume& model,
                                   const NonAffineSettings& settings,
                                   InterruptibleProgress& progress);

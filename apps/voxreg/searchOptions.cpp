@@ -113,11 +113,13 @@ void addSearchOptions(CLI::App& command, SearchSettings& settings) {
                   "So many of the finest levels are left to the gradient search")
       ->check(CLI::Range(0, 16))
       ->capture_default_str();
-  command
-      .add_option("--gradient-tolerance", settings.gradientTolerance,
-                  "Relative gain at which gradient and conjugate searches end")
-      ->check(numberAbove(0.0))
-      ->capture_default_str();
+  CLI::Option* const tolerance =
+      command
+          .add_option("--gradient-tolerance", settings.gradientTolerance,
+                      "Relative gain at which gradient and conjugate searches end")
+          ->check(numberAbove(0.0))
+          ->capture_default_str();
+  if (!(settings.gradientTolerance > 0.0f)) tolerance->default_str("by the metric");
   command.add_flag("--fit-steps", settings.fitSteps,
                    "Let the best-direction search reduce its step by one factor throughout");
   command.add_flag("--restricted-motion", settings.restrictedMotion,

@@ -27,7 +27,8 @@ struct SearchSettings {
   std::string optimizer = "gradient";
   std::vector<float> steps;         ///< the largest and the smallest; empty: what suits the search
   int gradientLevels = 0;           ///< how many of the finest levels are left to quasi-Newton
-  float gradientTolerance = 1e-6f;  ///< relative gain of a line at which gradient searches end
+  float gradientTolerance = 1e-6f;  ///< relative gain of a line at which gradient searches end;
+                                    ///< 0, where that is allowed: what suits the metric
   bool fitSteps = false;            ///< one reduction of the best-direction search's step
   bool restrictedMotion = false;    ///< smaller rotations and translations along z
 
