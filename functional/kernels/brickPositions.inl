@@ -80,9 +80,10 @@ class BrickPositions {
 
   const double* coefficientsOf(int i, int j, int layer) const {
     const BrickGrid& grid = walk_.grid;
-    const long brick = i + grid.touched[0].first +
-                       static_cast<long>(grid.numBricks[0]) *
-                           (j + grid.touched[1].first + static_cast<long>(grid.numBricks[1]) * layer);
+    const long brick =
+        i + grid.touched[0].first +
+        static_cast<long>(grid.numBricks[0]) *
+            (j + grid.touched[1].first + static_cast<long>(grid.numBricks[1]) * layer);
     return grid.coefficients + brickDoubles * brick;
   }
 

@@ -105,7 +105,7 @@ class SlicewiseCorrelation {
     Lanes::store(lanes[4], slices_.model);
     for (int r = 0; r < Lanes::width; ++r) {
       const CorrelationSubtotals<SingleLane> slice = {lanes[0][r], lanes[1][r], lanes[2][r],
-                                                  lanes[3][r], lanes[4][r]};
+                                                      lanes[3][r], lanes[4][r]};
       slice.addTo(sums_);
     }
     sums_.count += wholeSumOf(number_);
