@@ -58,14 +58,18 @@ NmHandle<VlData> reduced(RegVoxelRegistration& registration, const NiftiVolume& 
 struct GridRun {
   int code;         ///< of the grid
   NmVec3i factors;  ///< of the reference's reduction
-  bool isLast;
+  bool isThorough;  ///< its result stands, but for what finer voxels add
 };
 
+/// Each grid on volumes as coarse as its bricks allow, then the last one at full resolution.
 std::vector<GridRun> planRuns(const std::vector<NmVec3i>& grids, const NiftiVolume& reference) {
+  const NmVec3i full(1, 1, 1);
   std::vector<GridRun> runs;
   for (const NmVec3i& grid : grids)
     runs.push_back({codeOf(grid, reference.frame.dims), reductionFor(grid, reference), false});
-  if (!runs.empty()) runs.back() = {runs.back().code, NmVec3i(1, 1, 1), true};
+  if (runs.empty()) return runs;
+  runs.back().isThorough = true;
+  if (!(runs.back().factors == full)) runs.push_back({runs.back().code, full, false});
   return runs;
 }
 
@@ -77,14 +81,14 @@ void setVolumes(RegVoxelRegistration& registration, const NiftiVolume& reference
       reduced(registration, model, isReduced ? modelReduction(factors, reference, model) : factors);
 }
 
-/// The gradient of a reduced volume takes its differences over as many of its voxels, and a grid
-/// that others follow need not be exact.
+/// The gradient of a reduced volume takes its differences over as many of its voxels. What others
+/// go on from, or have prepared, need not be searched as closely.
 void setSearch(RegVoxelRegistration& registration, const GridRun& run,
                const SearchSettings& search) {
   const auto largest = static_cast<float>(std::max({run.factors.x, run.factors.y, run.factors.z}));
   const NmVec2f steps = search.stepRange();
   registration.stepRange = NmVec2f(steps.x, std::min(steps.x, largest * steps.y));
-  registration.gradientStep = search.gradientTolerance * (run.isLast ? 1.0f : 10.0f);
+  registration.gradientStep = search.gradientTolerance * (run.isThorough ? 1.0f : 10.0f);
 }
 
 }  // namespace

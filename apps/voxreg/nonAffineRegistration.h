@@ -23,7 +23,8 @@ struct NonAffineResult {
   bool interrupted = false;
 };
 
-/// Registers the volumes, the grids before the last one on volumes as coarse as their bricks allow.
+/// Registers the volumes, each grid on volumes as coarse as its bricks allow and the last one at full
+/// resolution in the end.
 /// An interruption leaves the best transform up to then.
 NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolume& model,
                                   const NonAffineSettings& settings,
