@@ -23,9 +23,8 @@ struct NonAffineResult {
   bool interrupted = false;
 };
 
-/// Registers the volumes, each grid on volumes as coarse as its bricks allow and the last one at full
-/// resolution in the end.
-/// An interruption leaves the best transform up to then.
+/// Registers the volumes, each grid on volumes as coarse as its bricks allow and the last one at
+/// full resolution in the end. An interruption leaves the best transform up to then.
 NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolume& model,
                                   const NonAffineSettings& settings,
                                   InterruptibleProgress& progress);
