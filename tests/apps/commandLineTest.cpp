@@ -212,27 +212,10 @@ TEST_F(CommandLine, registersFlatImagesWithinTheirPlane) {
   EXPECT_TRUE(wrote("out.nii") && wrote("out.png"));
 
   writeFile(folder.file("points.txt"), "15 6 0 10 10 0\n");
-  Child grid(folder, {"nonaffine",
-                      "--reference",
-                      folder.file("still.nii"),
-                      "--model",
-                      folder.file("moved.nii"),
-                      "--metric",
-                      "cr",
-                      "--stages",
-                      "2",
-                      "--bricks",
-                      "3",
-                      "3",
-                      "3",
-                      "--transform",
-                      folder.file("t.json"),
-                      "--output",
-                      folder.file("out.nii"),
-                      "--picture",
-                      folder.file("out.png"),
-                      "--truth",
-                      folder.file("points.txt")});
+  Child grid(folder, {"nonaffine", "--reference", folder.file("still.nii"), "--model",
+                      folder.file("moved.nii"), "--metric=cr", "--stages=2", "--bricks", "3", "3",
+                      "3", "--transform", folder.file("t.json"), "--output", folder.file("out.nii"),
+                      "--picture", folder.file("out.png"), "--truth", folder.file("points.txt")});
   ASSERT_EQ(grid.wait(), 0) << grid.errors();
   EXPECT_LT(displacementErrorIn(grid.output()), 1.5);
 }
