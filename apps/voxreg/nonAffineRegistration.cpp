@@ -65,6 +65,7 @@ struct GridRun {
 std::vector<GridRun> planRuns(const std::vector<NmVec3i>& grids, const NiftiVolume& reference) {
   const NmVec3i full(1, 1, 1);
   std::vector<GridRun> runs;
+  runs.reserve(grids.size() + 1);
   for (const NmVec3i& grid : grids)
     runs.push_back({codeOf(grid, reference.frame.dims), reductionFor(grid, reference), false});
   if (runs.empty()) return runs;

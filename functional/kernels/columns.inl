@@ -1,3 +1,6 @@
+/// Columns of a block that are worked on at a time.
+static constexpr int batchColumns = 32;
+
 /// Samples on their way through a kernel: a column is the voxels at one place along x of all rows
 /// of a block.
 template <class Located>

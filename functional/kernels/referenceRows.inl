@@ -1,0 +1,29 @@
+/// Voxels x .. x + n - 1 of the rows, widened, a value per lane for each x.
+template <class T, Abreast abreast>
+static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
+  constexpr long rowsAhead = abreast == Abreast::rows ? Lanes::width : 1;
+  constexpr int lineVoxels = 64 / static_cast<int>(sizeof(T));
+  const long rowLength = walk.referenceDims[0];
+  const T* rows[Lanes::width];
+  for (int r = 0; r < Lanes::width; ++r) {
+    rows[r] = static_cast<const T*>(walk.reference) + x +
+              rowLength * (block.y[r] + static_cast<long>(walk.referenceDims[1]) * block.z[r]);
+    for (int i = 0; i < n; i += lineVoxels)
+      prefetch(addressOf(rows[r] + i) + rowsAhead * rowLength * static_cast<long>(sizeof(T)));
+  }
+  T side[batchColumns * Lanes::width];
+  for (int i = 0; i < n; ++i)
+    for (int r = 0; r < Lanes::width; ++r) side[i * Lanes::width + r] = rows[r][i];
+  for (int i = 0; i < n; ++i)
+    Lanes::store(out + i * Lanes::width, Lanes::widen(side + i * Lanes::width));
+}
+
+template <Abreast abreast>
+static void loadReference(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
+  using Load = void (*)(const Walk&, const RowBlock&, int, int, double*);
+  static constexpr Load load[numVoxelTypes] = {
+      widenRows<unsigned char, abreast>,  widenRows<short, abreast>,
+      widenRows<unsigned short, abreast>, widenRows<int, abreast>,
+      widenRows<float, abreast>,          widenRows<double, abreast>};
+  load[walk.referenceType](walk, block, x, n, out);
+}
