@@ -29,6 +29,9 @@ class TrilinearSampler {
       ahead = ahead * walk.modelDims[axis] + wholeNear(prefetchRows * walk.rowStep[axis]);
     ahead_[0] = addressOf(voxels_) + ahead * static_cast<long>(sizeof(U));
     ahead_[1] = ahead_[0] + (neighbour_[1] + neighbour_[2]) * static_cast<long>(sizeof(U));
+    ahead_[2] = ahead_[0] + neighbour_[1] * static_cast<long>(sizeof(U));
+    ahead_[3] = ahead_[0] + neighbour_[2] * static_cast<long>(sizeof(U));
+    isTilted_ = sizeOf(walk.step[0][1]) + sizeOf(walk.step[0][2]) > 0.05;
   }
 
   /// Lanes whose position lies within half a voxel of the model.
@@ -54,7 +57,10 @@ class TrilinearSampler {
   /// after each column.
   template <class Background>
   void fetch(Located* columns, int count, int lanes, Background& background) const {
-    for (int c = 0; c < count; c += prefetchColumns) prefetchAhead(columns[c].corner);
+    if (isTilted_)
+      prefetchAhead<4, 4>(columns, count);
+    else
+      prefetchAhead<2, 8>(columns, count);
     if (neighbour_[0] == 0)
       copyPairs<1>(columns, count, lanes, background);
     else if (lanes < Lanes::width)
@@ -104,22 +110,27 @@ class TrilinearSampler {
 
   /// Asks for what the rows some way ahead will read: the cache lines that a slice reads do not
   /// stay in the nearest cache until the next slice comes by, and an oblique row enters new ones
-  /// every few voxels.
-  void prefetchAhead(const long corner[Lanes::width]) const {
-    for (int r = 0; r < Lanes::width; ++r)
-      for (const long ahead : ahead_) prefetch(ahead + corner[r] * static_cast<long>(sizeof(U)));
+  /// every few voxels, the four lines of a cell at different places.
+  template <int lines, int columnStep>
+  [[gnu::always_inline]] void prefetchAhead(const Located* columns, int count) const {
+    for (int c = 0; c < count; c += columnStep)
+      for (int r = 0; r < Lanes::width; ++r)
+        for (int i = 0; i < lines; ++i)
+          prefetch(ahead_[i] + columns[c].corner[r] * static_cast<long>(sizeof(U)));
   }
+
+  static double sizeOf(double v) { return v < 0.0 ? -v : v; }
 
   static long wholeNear(double v) {
     return v > -1.0e3 && v < 1.0e3 ? static_cast<long>(v < 0.0 ? v - 0.5 : v + 0.5) : 0;
   }
 
-  static constexpr int prefetchColumns = 8;
   static constexpr int prefetchRows = 8;
 
   const U* voxels_;
   long neighbour_[3];
-  long ahead_[2];  ///< lowest and highest line of voxel 0's cell, moved ahead
+  long ahead_[4];  ///< lines of voxel 0's cell, moved ahead, the lowest and the highest first
+  bool isTilted_;  ///< rows leave the model's lines every few voxels: a hint
   Doubles stride_[3];
   Doubles top_[3];
   Doubles lastCell_[3];
