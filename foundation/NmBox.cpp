@@ -1,5 +1,7 @@
 #include "foundation/NmBox.h"
 
+#include <algorithm>
+
 namespace {
 
 bool isEmpty(const NmBox3f& box) {
@@ -29,4 +31,9 @@ bool operator==(const NmBox3f& a, const NmBox3f& b) {
   if (isEmpty(a) || isEmpty(b)) return isEmpty(a) && isEmpty(b);
   return a.xmin == b.xmin && a.xmax == b.xmax && a.ymin == b.ymin && a.ymax == b.ymax &&
          a.zmin == b.zmin && a.zmax == b.zmax;
+}
+
+NmBox3i NmBox3i::intersection(const NmBox3i& other) const {
+  return {std::max(xmin, other.xmin), std::min(xmax, other.xmax), std::max(ymin, other.ymin),
+          std::min(ymax, other.ymax), std::max(zmin, other.zmin), std::min(zmax, other.zmax)};
 }

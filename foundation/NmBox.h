@@ -44,5 +44,11 @@ class NmBox3i {
   int min(int axis) const { return axis == 0 ? xmin : axis == 1 ? ymin : zmin; }
   int max(int axis) const { return axis == 0 ? xmax : axis == 1 ? ymax : zmax; }
 
+  /// True when a minimum lies above its maximum.
+  bool isEmpty() const { return xmax < xmin || ymax < ymin || zmax < zmin; }
+
+  /// The voxels that both boxes hold; empty where they share none.
+  NmBox3i intersection(const NmBox3i& other) const;
+
   bool operator==(const NmBox3i&) const = default;
 };

@@ -11,6 +11,7 @@
 #include "transforms/RegAffineTransform.h"
 #include "transforms/RegNonAffineTransform.h"
 #include "transforms/RegTools.h"
+#include "transforms/voxelAxis.h"
 
 namespace {
 
@@ -74,32 +75,6 @@ Bounds modelBounds(const NmVec3i& dims, const NmBox3f& box) {
 
 NmBox3i wholeGrid(const NmVec3i& dims) {
   return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
-}
-
-bool isInverted(const NmBox3i& box) {
-  return box.xmax < box.xmin || box.ymax < box.ymin || box.zmax < box.zmin;
-}
-
-NmBox3i intersection(const NmBox3i& a, const NmBox3i& b) {
-  return {std::max(a.xmin, b.xmin), std::min(a.xmax, b.xmax), std::max(a.ymin, b.ymin),
-          std::min(a.ymax, b.ymax), std::max(a.zmin, b.zmin), std::min(a.zmax, b.zmax)};
-}
-
-/// The voxels of a grid whose centres lie in `box`, in single precision; at least one per axis.
-NmBox3i voxelsWithin(const NmBox3f& box, const NmBox3f& gridBox, const NmVec3i& dims) {
-  int limits[3][2];
-  for (int axis = 0; axis < 3; ++axis) {
-    const auto last = static_cast<float>(dims[axis] - 1);
-    float voxel = gridBox.extent(axis) / std::max(last, 1.0f);
-    if (voxel == 0.0f) voxel = 1.0f;
-    const float lower = std::ceil((box.min(axis) - gridBox.min(axis)) / voxel);
-    const float upper = std::floor((box.max(axis) - gridBox.min(axis)) / voxel);
-    limits[axis][0] = lower > 0.0f ? (lower < last ? static_cast<int>(lower) : dims[axis] - 1) : 0;
-    limits[axis][1] = upper < last
-                          ? std::max(upper > 0.0f ? static_cast<int>(upper) : 0, limits[axis][0])
-                          : dims[axis] - 1;
-  }
-  return {limits[0][0], limits[0][1], limits[1][0], limits[1][1], limits[2][0], limits[2][1]};
 }
 
 /// Per model axis, the direction in which a row moves: 1, -1, 2 for (almost) none, 0 for no clip.
@@ -197,7 +172,31 @@ double RegFunctional::evaluate(bool update, const NmBox3i* box, int vertex, bool
     if (auto* const affine = dynamic_cast<RegAffineTransform*>(transform)) affine->apply();
     if (auto* const grid = dynamic_cast<RegNonAffineTransform*>(transform)) grid->apply();
   }
-  return evaluateNoClip(box, vertex, marginal, nonAffine, boxMetric, penalty, time);
+  const double value = evaluateNoClip(box, vertex, marginal, nonAffine, boxMetric, penalty, time);
+  if (update && box == nullptr) remember(value);
+  return value;
+}
+
+void RegFunctional::startSearch() {
+  best_.emplace();
+  if (transform != nullptr) best_->params.remax(transform->params.size, 0);
+}
+
+void RegFunctional::remember(double value) {
+  if (!best_ || transform == nullptr) return;
+  const bool keepsPresent = best_->exists && !std::isnan(best_->value);
+  if (keepsPresent && !(value > best_->value)) return;
+  best_->params = transform->params;
+  best_->value = value;
+  best_->exists = true;
+}
+
+bool RegFunctional::returnToBest(double& value) {
+  if (!best_ || !best_->exists || transform == nullptr) return false;
+  if (best_->params.size != transform->params.size) return false;
+  transform->params = best_->params;
+  value = best_->value;
+  return true;
 }
 
 double RegFunctional::evaluateMarginal(const NmBox3i* box, int vertex, bool marginal,
@@ -211,7 +210,10 @@ double RegFunctional::evaluateNoClip(const NmBox3i* box, int vertex, bool margin
                                      double& penalty, double& time) {
   penalty = 0.0;
   time = 0.0;
-  if (box == nullptr) worstBrick = -1;
+  if (box == nullptr) {
+    worstBrick = -1;
+    ++numEvaluations;
+  }
   RegMetric* const accumulator = box != nullptr && boxMetric != nullptr ? boxMetric : metric;
   if (accumulator == nullptr) return 0.0;
   accumulator->reset();
@@ -243,6 +245,15 @@ bool RegFunctional::canWalk() const {
          (reference.size == 0 || isWalkable(first(reference), lockedReference_, referenceAccess));
 }
 
+bool RegFunctional::canEvaluate() const {
+  if (!canWalk() || !voxreg::detail::isServedVoxelType(model[0]->primType())) return false;
+  const auto fits = [&](const NmHandle<VlData>& volume) {
+    return volume != nullptr && voxreg::detail::isServedVoxelType(volume->primType()) &&
+           bytesOf(*volume) <= bytesOf(*reference[0]);
+  };
+  return std::all_of(reference.data, reference.data + reference.size, fits);
+}
+
 bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affine,
                                    RegNonAffineTransform* grid, RegMetric& accumulator) {
   if (!canWalk()) return false;
@@ -264,10 +275,10 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
     const NmVec3i dims = dimsOf(*volume);
     const NmBox3f worldBox = boxOf(*volume);
     NmBox3i clip = wholeGrid(dims);
-    if (i == 0 && box != nullptr && reference.size == 1 && !isInverted(*box))
-      clip = intersection(*box, clip);
+    if (i == 0 && box != nullptr && reference.size == 1 && !box->isEmpty())
+      clip = box->intersection(clip);
     else if (i == 0 && grid != nullptr && grid->referenceBox.volume() > 0.0f)
-      clip = voxelsWithin(grid->referenceBox, worldBox, dims);
+      clip = walkedBox(*volume, grid->referenceBox);
     if (i == 0 && grid != nullptr && !(grid->referenceBox.volume() > 0.0f))
       grid->adaptReferenceBoundingBox(worldBox);
     const WalkFrame frame(worldToPosition, worldBox, dims);
@@ -275,6 +286,18 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
       return false;
   }
   return true;
+}
+
+// Where no voxel lies in the box, the nearest plane is walked all the same.
+NmBox3i RegFunctional::walkedBox(const VlData& volume, const NmBox3f& box) {
+  int limits[3][2];
+  for (int axis = 0; axis < 3; ++axis) {
+    const voxreg::detail::VoxelAxis voxels(boxOf(volume), volume.dims(), axis);
+    limits[axis][0] = voxels.firstFrom(box.min(axis));
+    limits[axis][1] =
+        std::max(voxels.lastUpTo(box.max(axis)), std::min(limits[axis][0], voxels.last()));
+  }
+  return {limits[0][0], limits[0][1], limits[1][0], limits[1][1], limits[2][0], limits[2][1]};
 }
 
 bool RegFunctional::walk(VlData& volume, VlData& modelVolume, const NmBox3i& clip,

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
 #include "foundation/NmBox.h"
 #include "foundation/NmDArray.h"
 #include "foundation/NmDVector.h"
@@ -41,6 +44,8 @@ class RegFunctional : public NmAllocated {
   NmDArray<unsigned char> unusedVertices;  ///< 1: all bricks around the vertex are empty
   NmDArray<int> renumbering;               ///< order in which a gradient visits the vertices
   bool firstGradient = true;
+  std::int64_t numEvaluations = 0;  ///< walks of the whole volume, those of gradients included
+  std::int64_t numGradients = 0;
 
   /// Copies the handles, takes over `metric` and locks the volumes for reading. The plain int and
   /// bool are accepted and ignored.
@@ -51,6 +56,11 @@ class RegFunctional : public NmAllocated {
   RegFunctional(const RegFunctional&) = delete;
   RegFunctional& operator=(const RegFunctional&) = delete;
   ~RegFunctional();
+
+  /// True when evaluations can walk the volumes: the first ones are locked, in one block, of one
+  /// data variable and of a served voxel type, and no further reference needs more bytes than the
+  /// first.
+  bool canEvaluate() const;
 
   /// Applies the transform's parameters and evaluates the whole volume.
   double evaluate();
@@ -92,6 +102,13 @@ class RegFunctional : public NmAllocated {
   bool computeRenumbering(const NmVec3i& numBricks, NmDArray<unsigned char>& unused,
                           NmDArray<int>& order);
 
+  /// From now on remembers the parameters of the best whole evaluation, until this is called again.
+  void startSearch();
+
+  /// Puts the transform's parameters back to those of the best whole evaluation since startSearch
+  /// and gives its value. False, and nothing changes, when there was none.
+  bool returnToBest(double& value);
+
   /// Recomputes modelDims and worldToModel from the model's present box, and hands them to a
   /// non-affine transform.
   void resetEval();
@@ -109,14 +126,34 @@ class RegFunctional : public NmAllocated {
   struct GradientTask;
   class VertexTrials;
 
+  /// The grid that the flags of bricks and vertices were made for.
+  struct FlaggedGrid {
+    NmVec3i numBricks;
+    NmBox3f box;
+
+    bool operator==(const FlaggedGrid&) const = default;
+  };
+
+  struct BestEvaluation {
+    NmDVector<double> params;
+    double value = 0.0;
+    bool exists = false;
+  };
+
   void resetEval(RegNonAffineTransform* grid);
 
   /// True when the kernels can walk the voxels of both first volumes.
   bool canWalk() const;
+
+  /// The voxels that a walk of the whole volume visits for a grid over `box`.
+  static NmBox3i walkedBox(const VlData& volume, const NmBox3f& box);
   bool walkReferences(const NmBox3i* box, RegAffineTransform* affine, RegNonAffineTransform* grid,
                       RegMetric& accumulator);
   bool walk(VlData& volume, VlData& modelVolume, const NmBox3i& clip, const WalkFrame& frame,
             RegNonAffineTransform* grid, int numHistograms, RegMetric& accumulator);
+  void remember(double value);
+  void updateBrickFlags(RegNonAffineTransform& grid);
+  bool isUnused(int vertex, long numVertices) const;
   void affineGradient(const GradientTask& task);
   int gridGradient(RegNonAffineTransform& grid, const GradientTask& task);
   int vertexGradient(VertexTrials& trials, int vertex, bool marginal, const GradientTask& task);
@@ -129,6 +166,11 @@ class RegFunctional : public NmAllocated {
                            const RegMetric& accumulator, double& time);
 
   JacobianMeasures measures_;
-  const VlData* lockedReference_;  ///< what the accesses belong to
+  std::optional<FlaggedGrid> flaggedGrid_;
+  /// 1: a walk sees a voxel in range around the vertex, though single-precision limits of bricks,
+  /// or those of the first reference alone, flag it as unused; empty where there is no such vertex.
+  NmDArray<unsigned char> reachedVertices_;
+  std::optional<BestEvaluation> best_;  ///< of the present search
+  const VlData* lockedReference_;       ///< what the accesses belong to
   const VlData* lockedModel_;
 };

@@ -16,6 +16,21 @@ bool wasInterrupted(RegOptimizerCallback* callback) {
   return progress != nullptr && progress->wasInterrupted();
 }
 
+/// A parameter that a trial moves; back where it was when this goes.
+class MovedParameter {
+ public:
+  explicit MovedParameter(double& parameter) : parameter_(parameter), saved_(parameter) {}
+  MovedParameter(const MovedParameter&) = delete;
+  MovedParameter& operator=(const MovedParameter&) = delete;
+  ~MovedParameter() { parameter_ = saved_; }
+
+  void moveBy(double delta) { parameter_ = saved_ + delta; }
+
+ private:
+  double& parameter_;
+  double saved_;
+};
+
 }  // namespace
 
 /// What the trials of a gradient share.
@@ -53,10 +68,13 @@ class RegFunctional::VertexTrials {
 
   double seconds = 0.0;  ///< spent on Jacobians
 
-  /// Makes the voxels around the vertex the box of its trials and keeps what they contribute at the
-  /// present transform.
+  /// Makes the voxels around the vertex, as far as a whole walk visits them, the box of its trials
+  /// and keeps what they contribute at the present transform.
   void startBox(int vertex) {
-    box_ = grid_.getROIofVertex(functional_.reference[0], vertex);
+    VlData& volume = *functional_.reference[0];
+    box_ = grid_.getROIofVertex(&volume, vertex);
+    if (grid_.referenceBox.volume() > 0.0f)
+      box_ = box_.intersection(walkedBox(volume, grid_.referenceBox));
     double penalty;
     evaluate(&box_, vertex, true, penalty);
     boxPointer_ = &box_;
@@ -64,6 +82,21 @@ class RegFunctional::VertexTrials {
 
   /// Until startBox, trials walk the whole volume.
   void startVertex() { boxPointer_ = nullptr; }
+
+  /// A coordinate that trials move; its coefficients are back bit for bit when this goes.
+  class Move {
+   public:
+    explicit Move(VertexTrials& trials) : trials_(trials) {
+      trials.savedIndices_.clear();
+      trials.savedValues_.clear();
+    }
+    Move(const Move&) = delete;
+    Move& operator=(const Move&) = delete;
+    ~Move() { trials_.grid_.restoreCoefficients(trials_.savedIndices_, trials_.savedValues_); }
+
+   private:
+    VertexTrials& trials_;
+  };
 
   /// Moves one coordinate, remembering the coefficients, and evaluates.
   double tryFirst(int vertex, int parameter, double delta, double& penalty) {
@@ -79,8 +112,6 @@ class RegFunctional::VertexTrials {
     grid_.updateCoefficients(index_, delta_, nullptr, nullptr);
     return evaluate(boxPointer_, vertex, false, penalty);
   }
-
-  void restore() { grid_.restoreCoefficients(savedIndices_, savedValues_); }
 
  private:
   double evaluate(const NmBox3i* box, int vertex, bool marginal, double& penalty) {
@@ -104,16 +135,24 @@ class RegFunctional::VertexTrials {
 double RegFunctional::evaluateGradient(NmDVector<double>& gradient, float factor, int unconditional,
                                        int* numPenalised) {
   if (numPenalised != nullptr) *numPenalised = 0;
-  const int dim = transform == nullptr ? 0 : transform->getVariableParamVectorDim();
-  if (transform == nullptr || metric == nullptr || gradient.size < dim ||
-      transform->params.size < dim) {
-    getTheLogInstance().errorf(
-        "evaluateGradient: There is no transform or metric, or no room for %d components.", dim);
+  if (transform == nullptr || metric == nullptr) {
+    getTheLogInstance().errorf("evaluateGradient: There is no transform or no metric.");
     return 0.0;
   }
-  double penalty;
-  double time;
-  const double present = evaluate(true, nullptr, -1, false, nullptr, nullptr, penalty, time);
+  const int dim = transform->getVariableParamVectorDim();
+  if (transform->params.size < dim) {
+    getTheLogInstance().errorf("evaluateGradient: The transform has %ld of its %d parameters.",
+                               transform->params.size, dim);
+    std::fill_n(gradient.data, gradient.size, 0.0);
+    return evaluate();
+  }
+  if (gradient.size < dim) {
+    getTheLogInstance().errorf("evaluateGradient: There is room for %ld of %d components.",
+                               gradient.size, dim);
+    return 0.0;
+  }
+  ++numGradients;
+  const double present = evaluate();
   NmVec3d size(modelSize.x, modelSize.y, modelSize.z);
   NmDArray<float> steps;
   steps.resize(dim);
@@ -130,24 +169,18 @@ double RegFunctional::evaluateGradient(NmDVector<double>& gradient, float factor
 }
 
 void RegFunctional::affineGradient(const GradientTask& task) {
-  NmDVector<double>& params = transform->params;
   for (int i = 0; i < static_cast<int>(task.steps.size); ++i) {
     if (wasInterrupted(callback)) return;
     if (voxreg::detail::leavesPlane(orientation, i)) {
       task.gradient[i] = 0.0;
       continue;
     }
-    const double saved = params[i];
-    const double delta = task.plusStep(i);
-    params[i] = delta + saved;
+    MovedParameter parameter(transform->params[i]);
+    parameter.moveBy(task.plusStep(i));
     const double plus = evaluate();
-    if (wasInterrupted(callback)) {
-      params[i] = saved;
-      return;
-    }
-    params[i] = saved - delta;
+    if (wasInterrupted(callback)) return;
+    parameter.moveBy(-task.plusStep(i));
     const double minus = evaluate();
-    params[i] = saved;
     if (wasInterrupted(callback)) return;
     task.setComponent(i, plus, minus);
   }
@@ -157,7 +190,7 @@ void RegFunctional::affineGradient(const GradientTask& task) {
 int RegFunctional::gridGradient(RegNonAffineTransform& grid, const GradientTask& task) {
   const bool verbose = firstGradient;
   firstGradient = false;
-  if (emptyBricks.size != grid.brickCount()) findEmptyBricks(&grid);
+  updateBrickFlags(grid);
   const bool marginal =
       metric->supportsMarginalMetric() && reference.size == 1 && reference[0] != nullptr;
   const int numVertices = static_cast<int>(task.steps.size) / 3;
@@ -183,11 +216,18 @@ void RegFunctional::orderVertices(const NmVec3i& numBricks, int numVertices) {
   for (int b = 0; b < numVertices; ++b) renumbering[b] = b;
 }
 
+bool RegFunctional::isUnused(int vertex, long numVertices) const {
+  const bool isFlagged = unusedVertices.size == numVertices && unusedVertices[vertex] == 1;
+  const bool isReached = reachedVertices_.size == numVertices && reachedVertices_[vertex] == 1;
+  return isFlagged && !isReached;
+}
+
 // One box and its present contribution serve all three coordinates.
 int RegFunctional::vertexGradient(VertexTrials& trials, int vertex, bool marginal,
                                   const GradientTask& task) {
-  if (vertex < 0 || vertex >= task.steps.size / 3) return 0;  // a host's order
-  const bool unused = unusedVertices.size * 3 == task.steps.size && unusedVertices[vertex] == 1;
+  const long numVertices = task.steps.size / 3;
+  if (vertex < 0 || vertex >= numVertices) return 0;  // a host's order
+  const bool unused = isUnused(vertex, numVertices);
   int numPenalised = 0;
   trials.startVertex();
   for (int c = 0; c < 3; ++c) {
@@ -198,15 +238,12 @@ int RegFunctional::vertexGradient(VertexTrials& trials, int vertex, bool margina
       task.gradient[i] = 0.0;
       continue;
     }
+    const VertexTrials::Move move(trials);
     double penaltyPlus;
     double penaltyMinus;
     const double plus = trials.tryFirst(vertex, i, task.plusStep(i), penaltyPlus);
-    if (wasInterrupted(callback)) {
-      trials.restore();
-      continue;
-    }
+    if (wasInterrupted(callback)) continue;
     const double minus = trials.tryNext(vertex, task.stepBack(i), penaltyMinus);
-    trials.restore();
     if (!wasInterrupted(callback)) task.setComponent(i, plus, minus);
     if (penaltyPlus > 0.0 || penaltyMinus > 0.0) ++numPenalised;
   }

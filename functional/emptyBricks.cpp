@@ -30,27 +30,38 @@ bool findReferenceRange(const RegMetric* metric, ValueRange& range) {
   return true;
 }
 
+using Measure = voxreg::detail::VoxelAxis::Measure;
+
 /// Voxels `first` to `last` of an axis; none where `last` is smaller.
 struct Voxels {
   int first;
   int last;
+
+  bool operator==(const Voxels&) const = default;
 };
 
-/// The voxels of each brick along one axis. A voxel on a face belongs to both neighbours.
+/// The voxels of each brick along one axis. A voxel on a face belongs to both neighbours. Where no
+/// voxel lies in the whole grid, a walk visits the nearest plane; measured with tolerance, as walks
+/// do, each brick then has that one.
 struct BrickAxis {
-  Voxels bricks[32];
+  Voxels bricks[32] = {};
 
-  BrickAxis(const RegNonAffineTransform& grid, const VlData& volume, int axis) {
+  BrickAxis(const RegNonAffineTransform& grid, const VlData& volume, int axis, Measure measure) {
     NmBox3f box;
     volume.boundingBox(box);
-    const voxreg::detail::VoxelAxis voxels(box, volume.dims(), axis);
+    const voxreg::detail::VoxelAxis voxels(box, volume.dims(), axis, measure);
     const int n = grid.numBricks[axis];
     const float size = grid.referenceBox.extent(axis) / static_cast<float>(n);
     for (int b = 0; b < n; ++b) {
       const float start = static_cast<float>(b) * size + grid.referenceBox.min(axis);
       bricks[b] = {voxels.firstFrom(start), voxels.lastUpTo(start + size)};
     }
+    const int first = voxels.firstFrom(grid.referenceBox.min(axis));
+    if (measure == Measure::tolerant && voxels.lastUpTo(grid.referenceBox.max(axis)) < first)
+      std::fill_n(bricks, n, Voxels{first, first});
   }
+
+  bool operator==(const BrickAxis&) const = default;
 };
 
 /// Looks for reference voxels in range, a row of bricks along x at a time, so that their common
@@ -58,11 +69,11 @@ struct BrickAxis {
 class BrickScan {
  public:
   BrickScan(const RegNonAffineTransform& grid, const VlData& volume, const VlDataAccess& access,
-            const ValueRange& range)
-      : x_(grid, volume, 0),
-        y_(grid, volume, 1),
-        z_(grid, volume, 2),
-        bricksInRow_(grid.numBricks.x),
+            const ValueRange& range, Measure measure)
+      : x_(grid, volume, 0, measure),
+        y_(grid, volume, 1, measure),
+        z_(grid, volume, 2, measure),
+        numBricks_(grid.numBricks),
         stride_(volume.numDataVars()),
         access_(access),
         range_(range) {
@@ -70,17 +81,31 @@ class BrickScan {
     std::fill_n(row_.data, row_.size, 0.0f);
   }
 
-  /// Sets the flags of the bricks (0 .. nx - 1, bj, bk) without such a voxel and returns their
-  /// number. Ends as soon as each brick has shown one.
+  bool seesTheSameVoxelsAs(const BrickScan& other) const {
+    return x_ == other.x_ && y_ == other.y_ && z_ == other.z_;
+  }
+
+  /// Sets the flags of the bricks without such a voxel and returns their number.
+  int flag(Flags& bricks) {
+    unsigned char* flags = bricks.data;
+    int empty = 0;
+    for (int bk = 0; bk < numBricks_.z; ++bk)
+      for (int bj = 0; bj < numBricks_.y; ++bj, flags += numBricks_.x)
+        empty += flagRow(bj, bk, flags);
+    return empty;
+  }
+
+ private:
+  /// Flags the bricks (0 .. nx - 1, bj, bk). Ends as soon as each brick has shown a voxel.
   int flagRow(int bj, int bk, unsigned char* flags) {
-    std::fill_n(flags, bricksInRow_, static_cast<unsigned char>(1));
-    int empty = bricksInRow_;
-    int open = static_cast<int>(std::count_if(x_.bricks, x_.bricks + bricksInRow_,
+    std::fill_n(flags, numBricks_.x, static_cast<unsigned char>(1));
+    int empty = numBricks_.x;
+    int open = static_cast<int>(std::count_if(x_.bricks, x_.bricks + numBricks_.x,
                                               [](Voxels v) { return v.first <= v.last; }));
     for (int z = z_.bricks[bk].first; z <= z_.bricks[bk].last && open > 0; ++z)
       for (int y = y_.bricks[bj].first; y <= y_.bricks[bj].last && open > 0; ++y) {
         access_.row(-1, y, z, row_.data);
-        for (int b = 0; b < bricksInRow_; ++b)
+        for (int b = 0; b < numBricks_.x; ++b)
           if (flags[b] != 0 && rowShows(x_.bricks[b])) {
             flags[b] = 0;
             --open;
@@ -90,7 +115,6 @@ class BrickScan {
     return empty;
   }
 
- private:
   bool rowShows(const Voxels& voxels) const {
     for (long x = voxels.first; x <= voxels.last; ++x)
       if (range_.contains(row_[x * stride_])) return true;
@@ -100,7 +124,7 @@ class BrickScan {
   BrickAxis x_;
   BrickAxis y_;
   BrickAxis z_;
-  int bricksInRow_;
+  NmVec3i numBricks_;
   long stride_;
   const VlDataAccess& access_;
   ValueRange range_;
@@ -125,31 +149,56 @@ long flagVertices(const NmVec3i& n, const Flags& bricks, Flags& vertices) {
   return std::count(vertices.data, vertices.data + vertices.size, 1);
 }
 
-void clearTo(long size, Flags& flags) {
+/// Flags the vertices around which a scan finds a voxel in range.
+void flagReached(BrickScan& scan, const RegNonAffineTransform& grid, Flags& vertices) {
+  Flags bricks;
+  bricks.resize(grid.brickCount());
+  scan.flag(bricks);
+  vertices.resize(grid.vertexCount());
+  flagVertices(grid.numBricks, bricks, vertices);
+  for (long v = 0; v < vertices.size; ++v) vertices[v] ^= 1;
+}
+
+void fillTo(long size, unsigned char flag, Flags& flags) {
   flags.resize(size);
-  std::fill_n(flags.data, size, static_cast<unsigned char>(0));
+  std::fill_n(flags.data, size, flag);
 }
 
 }  // namespace
 
 int RegFunctional::findEmptyBricks(RegNonAffineTransform* grid) {
   if (grid == nullptr) return 0;
-  clearTo(grid->brickCount(), emptyBricks);
-  clearTo(grid->vertexCount(), unusedVertices);
+  fillTo(grid->brickCount(), 0, emptyBricks);
+  fillTo(grid->vertexCount(), 0, unusedVertices);
+  reachedVertices_.clear();
+  flaggedGrid_ = {grid->numBricks, grid->referenceBox};
   ValueRange range;
   if (emptyBricks.size == 0 || referenceAccess == nullptr || !findReferenceRange(metric, range))
     return 0;
   const NmVec3i& n = grid->numBricks;
   int empty = 0;
+  long unused = 0;
   if (reference.size > 0 && reference[0] != nullptr && reference[0] == lockedReference_) {
-    BrickScan scan(*grid, *reference[0], *referenceAccess, range);
-    unsigned char* flags = emptyBricks.data;
-    for (int bk = 0; bk < n.z; ++bk)
-      for (int bj = 0; bj < n.y; ++bj, flags += n.x) empty += scan.flagRow(bj, bk, flags);
+    BrickScan scan(*grid, *reference[0], *referenceAccess, range, Measure::literal);
+    empty = scan.flag(emptyBricks);
+    if (empty > 0) unused = flagVertices(n, emptyBricks, unusedVertices);
+    BrickScan walked(*grid, *reference[0], *referenceAccess, range, Measure::tolerant);
+    // Further references are walked as a whole, outside the grid's box too.
+    if (reference.size > 1)
+      fillTo(unusedVertices.size, 1, reachedVertices_);
+    else if (unused > 0 && !walked.seesTheSameVoxelsAs(scan))
+      flagReached(walked, *grid, reachedVertices_);
   }
-  const long unused = empty > 0 ? flagVertices(n, emptyBricks, unusedVertices) : 0;
   getTheLogInstance().printf("%d of %ld empty bricks\n", empty, emptyBricks.size);
   if (unused > 0)
     getTheLogInstance().printf("%ld of %ld unused vertices\n", unused, unusedVertices.size);
   return empty;
+}
+
+// A host may have put flags of its own in place: they stay until their number does not fit.
+void RegFunctional::updateBrickFlags(RegNonAffineTransform& grid) {
+  const bool isStale =
+      flaggedGrid_ && *flaggedGrid_ != FlaggedGrid{grid.numBricks, grid.referenceBox};
+  if (isStale) renumbering.clear();
+  if (isStale || emptyBricks.size != grid.brickCount()) findEmptyBricks(&grid);
 }

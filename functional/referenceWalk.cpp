@@ -27,12 +27,8 @@ NmBox3i wholeGrid(const NmVec3i& dims) {
 
 /// The box's voxels that the reference has; the default box where there are none.
 NmBox3i cut(const NmBox3i& box, const NmVec3i& dims) {
-  const NmBox3i inside(std::max(box.xmin, 0), std::min(box.xmax, dims.x - 1), std::max(box.ymin, 0),
-                       std::min(box.ymax, dims.y - 1), std::max(box.zmin, 0),
-                       std::min(box.zmax, dims.z - 1));
-  const bool isEmpty =
-      inside.xmax < inside.xmin || inside.ymax < inside.ymin || inside.zmax < inside.zmin;
-  return isEmpty ? NmBox3i() : inside;
+  const NmBox3i inside = box.intersection(wholeGrid(dims));
+  return inside.isEmpty() ? NmBox3i() : inside;
 }
 
 bool canEvaluate(const RegNonAffineTransform& grid) {

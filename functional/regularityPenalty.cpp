@@ -30,7 +30,7 @@ double weighted(double weight, double excess) {
 
 double RegFunctional::regularityPenalty(RegNonAffineTransform& grid, int vertex, int numHistograms,
                                         const RegMetric& accumulator, double& time) {
-  if (emptyBricks.size != grid.brickCount()) findEmptyBricks(&grid);
+  updateBrickFlags(grid);
   const NmWatch watch(true);
   auto& [minJacobian, maxStretch, maxShear, brickIndices] = measures_;
   brickIndices.clear();

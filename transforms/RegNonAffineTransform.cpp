@@ -11,6 +11,7 @@
 #include "transforms/vertexPlace.h"
 #include "transforms/voxelAxis.h"
 
+using voxreg::detail::brickFace;
 using voxreg::detail::BrickPlace;
 using voxreg::detail::placeInBricks;
 using voxreg::detail::placeOfVertex;
@@ -391,10 +392,8 @@ NmBox3i RegNonAffineTransform::getROIofVertex(VlData* data, int vertex) const {
     if (n < 2) continue;
     const int lower = at[axis] < 2 ? 0 : at[axis] - 1;
     const int upper = std::min(at[axis] + 1, n);
-    const float size = referenceBox.extent(axis) / static_cast<float>(n);
-    const float start = referenceBox.min(axis);
-    voxels[axis][0] = axes[axis].firstFrom(static_cast<float>(lower) * size + start);
-    voxels[axis][1] = axes[axis].lastUpTo(static_cast<float>(upper) * size + start);
+    voxels[axis][0] = axes[axis].firstFrom(brickFace(referenceBox, axis, lower, n));
+    voxels[axis][1] = axes[axis].lastUpTo(brickFace(referenceBox, axis, upper, n));
   }
   return {voxels[0][0], voxels[0][1], voxels[1][0], voxels[1][1], voxels[2][0], voxels[2][1]};
 }

@@ -6,25 +6,40 @@
 
 namespace voxreg::detail {
 
-VoxelAxis::VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis)
+VoxelAxis::VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis, Measure measure)
     : min_(box.min(axis)),
-      last_(static_cast<int>(std::clamp<long>(dims[axis], 0, std::numeric_limits<int>::max())) -
-            1) {
-  size_ = box.extent(axis) / (last_ < 1 ? 1.0f : static_cast<float>(last_));
-  if (size_ == 0.0f) size_ = 1.0f;
+      last_(static_cast<int>(std::clamp<long>(dims[axis], 0, std::numeric_limits<int>::max())) - 1),
+      measure_(measure) {
+  const int steps = std::max(last_, 1);
+  size_ = (static_cast<double>(box.max(axis)) - static_cast<double>(min_)) / steps;
+  if (size_ == 0.0) size_ = 1.0;
+  literalSize_ = box.extent(axis) / static_cast<float>(steps);
+  if (literalSize_ == 0.0f) literalSize_ = 1.0f;
 }
 
-int VoxelAxis::firstFrom(float world) const {
-  const float position = (world - min_) / size_;
-  if (!(position > 0.0f)) return 0;
-  return position >= static_cast<float>(last_) ? std::max(last_, 0)
-                                               : static_cast<int>(std::ceil(position));
+double VoxelAxis::positionOf(double world) const {
+  if (measure_ == Measure::literal) return (static_cast<float>(world) - min_) / literalSize_;
+  const double position = (world - static_cast<double>(min_)) / size_;
+  const double nearest = std::round(position);
+  return std::abs(position - nearest) <= tolerance ? nearest : position;
 }
 
-int VoxelAxis::lastUpTo(float world) const {
-  const float position = (world - min_) / size_;
-  if (last_ < 0 || !(position < static_cast<float>(last_))) return last_;
-  return position > 0.0f ? static_cast<int>(std::floor(position)) : 0;
+int VoxelAxis::firstFrom(double world) const {
+  const double position = positionOf(world);
+  if (!(position > 0.0)) return 0;
+  return position >= last_ ? std::max(last_, 0) : static_cast<int>(std::ceil(position));
+}
+
+int VoxelAxis::lastUpTo(double world) const {
+  const double position = positionOf(world);
+  if (last_ < 0 || !(position < last_)) return last_;
+  return position > 0.0 ? static_cast<int>(std::floor(position)) : 0;
+}
+
+double brickFace(const NmBox3f& box, int axis, int brick, int numBricks) {
+  const double min = box.min(axis);
+  const double max = box.max(axis);
+  return brick == numBricks ? max : min + (max - min) * brick / numBricks;
 }
 
 }  // namespace voxreg::detail

@@ -5,23 +5,42 @@
 
 namespace voxreg::detail {
 
-/// One axis of a volume, for finding voxels by world position. All of it is single precision, and
-/// a position that is no number counts as the end of the axis.
+/// One axis of a volume, for turning a range of world positions into the voxels whose centres lie
+/// in it.
+///
+/// The rule: a position is measured in voxels from the centre of voxel 0, and one within
+/// `tolerance` of a centre counts as that centre. Faces of boxes and bricks are single-precision
+/// numbers, and their rounding must neither drop nor add a plane of voxels. A position that is not
+/// a number counts as the end of the axis.
 class VoxelAxis {
  public:
-  VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis);
+  /// How positions are measured: in double precision with the tolerance, or in single precision as
+  /// they come, without one.
+  enum class Measure { tolerant, literal };
+
+  static constexpr double tolerance = 1e-3;  ///< in voxels
+
+  VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis, Measure measure = Measure::tolerant);
 
   /// The last voxel; -1 on an axis without voxels.
   int last() const { return last_; }
 
   /// First voxel at or above a world position, and last one at or below it, both kept on the axis.
-  int firstFrom(float world) const;
-  int lastUpTo(float world) const;
+  int firstFrom(double world) const;
+  int lastUpTo(double world) const;
 
  private:
-  float min_;   ///< world position of voxel 0
-  float size_;  ///< of a voxel
+  double positionOf(double world) const;
+
+  float min_;    ///< world position of voxel 0
+  double size_;  ///< of a voxel
+  float literalSize_;
   int last_;
+  Measure measure_;
 };
+
+/// World position of the lower face of brick `brick` of `numBricks` along one axis of a box; that
+/// of the last brick's upper face for `numBricks` itself.
+double brickFace(const NmBox3f& box, int axis, int brick, int numBricks);
 
 }  // namespace voxreg::detail

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -68,6 +69,11 @@ struct Scene {
   RegNonAffineTransform& useGrid(const NmVec3i& bricks, RegMetric* metric, int orientation = 3) {
     NmBox3f box;
     references[0]->boundingBox(box);
+    return useGrid(bricks, metric, box, orientation);
+  }
+
+  RegNonAffineTransform& useGrid(const NmVec3i& bricks, RegMetric* metric, const NmBox3f& box,
+                                 int orientation = 3) {
     auto grid = std::make_unique<RegNonAffineTransform>(jittered(bricks, 0.1, box));
     RegNonAffineTransform& built = *grid;
     transform = std::move(grid);
@@ -124,6 +130,105 @@ TEST(Gradient, MarginalTrialsEqualWholeWalksAtEveryVertex) {
     }
     EXPECT_GT(largest, 1e-4) << "a gradient that says something";
   }
+}
+
+// Box ends and brick faces are rounded to single precision.
+TEST(GridWalk, AGridOverTheVolumesOwnBoxVisitsEveryVoxel) {
+  const LogCapture quiet;
+  for (const float spacing : {0.7f, 0.8f, 0.9375f, 1.1f, 1.2f, 1.3f})
+    for (int n = 4; n <= 500; ++n) {
+      const Volumes volumes = listOf({makeVolume({n, 1, 1}, NmPrimType::UnsignedChar)});
+      const float end = spacing * static_cast<float>(n - 1);
+      const NmBox3f box(7.3f, 7.3f + end, -0.5f, 0.5f, -0.5f, 0.5f);
+      ASSERT_TRUE(volumes[0]->setBoundingBox(box).isOk());
+      RegNonAffineTransform grid({box, {}, {}}, NmVec3i(7, 1, 1));
+      const auto functional =
+          makeFunctional(volumes, volumes, &grid, new RegMeanSquaredDifference(0.0, false));
+      functional->evaluate();
+      ASSERT_EQ(functional->metric->numTotalSamples, n) << spacing;
+      EXPECT_EQ(grid.getROIofVertex(volumes[0], 0).xmin, 0) << spacing << " " << n;
+      EXPECT_EQ(grid.getROIofVertex(volumes[0], 7).xmax, n - 1) << spacing << " " << n;
+    }
+}
+
+/// A volume of cubic voxels and a grid over some of its voxels.
+struct GridCase {
+  NmVec3l dims;
+  float spacing;
+  NmVec3i bricks;
+  NmVec3f first;  ///< voxel at the lower end of the grid's box; fractions lie between voxels
+  NmVec3f last;
+
+  NmBox3f box() const {
+    return {spacing * first.x, spacing * last.x,  spacing * first.y,
+            spacing * last.y,  spacing * first.z, spacing * last.z};
+  }
+};
+
+std::vector<GridCase> gridCases() {
+  std::vector<GridCase> cases = {
+      {{30, 6, 6}, 1.0f, {1, 3, 3}, {8, 0, 0}, {20, 5, 5}},     // one brick, over a part
+      {{18, 5, 5}, 0.9375f, {7, 1, 1}, {0, 0, 0}, {17, 4, 4}},  // outermost planes by rounding
+      {{5, 17, 4}, 0.7f, {1, 9, 1}, {0, 0, 0}, {4, 16, 3}},
+      {{4, 5, 32}, 1.0f, {1, 1, 7}, {0, 0, 0}, {3, 4, 31}},
+      {{7, 6, 5}, 1.1f, {2, 2, 2}, {2.3f, 1, 1}, {2.6f, 4, 3}},  // no voxel in the box
+      {{7, 6, 5}, 1.3f, {2, 2, 1}, {8.5f, -4, 0}, {12, 9, 4}},   // beside the volume
+      {{6, 5, 4}, 0.8f, {9, 2, 3}, {-2, 1, 0.5f}, {3, 7, 3}}};   // bricks without voxels
+  std::mt19937 random(12);
+  const auto between = [&](int low, int high) {
+    return std::uniform_int_distribution<int>(low, high)(random);
+  };
+  constexpr float spacings[] = {0.7f, 0.8f, 0.9375f, 1.0f, 1.1f, 1.2f, 1.3f};
+  for (int n = 0; n < 40; ++n) {
+    GridCase c;
+    c.spacing = spacings[between(0, 6)];
+    for (int axis = 0; axis < 3; ++axis) {
+      c.dims[axis] = between(1, axis == n % 3 ? 20 : 7);
+      const int top = static_cast<int>(c.dims[axis]) - 1;
+      c.bricks[axis] = between(1, axis == n % 3 ? 9 : 3);
+      c.first[axis] = n % 2 == 0 ? 0.0f : 0.25f * static_cast<float>(between(-4, 4 * top));
+      c.last[axis] = n % 2 == 0
+                         ? static_cast<float>(top)
+                         : c.first[axis] + 0.25f * static_cast<float>(between(2, 4 * top + 8));
+      if (!(c.last[axis] > c.first[axis])) c.last[axis] = c.first[axis] + 1.0f;
+    }
+    cases.push_back(c);
+  }
+  return cases;
+}
+
+TEST(Gradient, EqualsDifferencesOfWholeWalksOnAnyGrid) {
+  int telling = 0;
+  for (const GridCase& c : gridCases())
+    for (const bool marginal : {true, false})
+      for (RegMetric* const metric :
+           {correlation(), information(),
+            static_cast<RegMetric*>(new RegMeanSquaredDifference(0.0, false))}) {
+        Scene s(c.dims);
+        NmBox3f box;
+        s.references[0]->boundingBox(box);
+        for (Volumes* const volumes : {&s.references, &s.models})
+          (*volumes)[0]->setBoundingBox(
+              {0, c.spacing * box.xmax, 0, c.spacing * box.ymax, 0, c.spacing * box.zmax});
+        if (!marginal) s.references = listOf({s.references[0], s.references[0]});
+        const RegNonAffineTransform& grid = s.useGrid(c.bricks, metric, c.box());
+        const NmDVector<double> g = s.gradient(0.8f, 1);
+        std::vector<double> expected;
+        double largest = 0.0;
+        for (long i = 0; i < g.size; ++i) {
+          expected.push_back(s.differenceAt(i, 0.25f * 0.8f));
+          largest = std::max(largest, std::fabs(expected.back()));
+        }
+        telling += largest > 1e-4 ? 1 : 0;
+        for (long i = 0; i < g.size; ++i)
+          EXPECT_NEAR(g[i], expected[static_cast<unsigned long>(i)],
+                      1e-9 * largest + 1e-14 * std::fabs(s.value))
+              << i << " of " << c.dims.x << " x " << c.dims.y << " x " << c.dims.z << " voxels of "
+              << c.spacing << ", bricks " << grid.numBricks.x << " x " << grid.numBricks.y << " x "
+              << grid.numBricks.z << ", box from " << c.first.x << " " << c.first.y << " "
+              << c.first.z << " to " << c.last.x << " " << c.last.y << " " << c.last.z;
+      }
+  EXPECT_GT(telling, 150) << "gradients that say something";
 }
 
 TEST(Gradient, AffineComponentsAreDifferencesOfWholeWalks) {
@@ -238,6 +343,37 @@ TEST(Gradient, AnInterruptionAtAnyPollGivesZeroAndLeavesNoTrace) {
   }
 }
 
+TEST(Gradient, AnExceptionAtAnyPollLeavesNoTrace) {
+  struct Thrown {};
+  class ThrowingProgress : public StoppingProgress {
+   public:
+    bool wasInterrupted() override {
+      if (StoppingProgress::wasInterrupted()) throw Thrown();
+      return false;
+    }
+  };
+  for (const bool isGrid : {false, true}) {
+    Scene s({7, 6, 5});
+    ThrowingProgress progress;
+    s.callback.progress = &progress;
+    RegNonAffineTransform* grid = nullptr;
+    if (isGrid)
+      grid = &s.useGrid({1, 1, 2}, correlation());
+    else
+      s.useAffine(correlation());
+    s.gradient(0.5f, 1);
+    const long polls = progress.polls;
+    const auto params = copyOf(s.transform->params);
+    const auto coefficients = isGrid ? copyOf(grid->coefficients) : std::vector<double>();
+    for (progress.limit = 0; progress.limit < polls; ++progress.limit) {
+      progress.polls = 0;
+      EXPECT_THROW(s.gradient(0.5f, 1), Thrown) << progress.limit;
+      EXPECT_EQ(copyOf(s.transform->params), params) << progress.limit;
+      EXPECT_TRUE(!isGrid || copyOf(grid->coefficients) == coefficients) << progress.limit;
+    }
+  }
+}
+
 // A walk takes one block for the rows that it works on: six trials and the box at each vertex.
 TEST(Gradient, KeepsNothingAndAllocatesOncePerWalk) {
   if (!FailingAllocation::isServed()) GTEST_SKIP() << "the library's allocations are its own";
@@ -268,6 +404,15 @@ TEST(Gradient, WhatCanNotBeDoneGivesZeroAndALine) {
   s.functional->transform = nullptr;
   EXPECT_EQ(s.functional->evaluateGradient(tooShort, 1.0f, 0, nullptr), 0.0);
   EXPECT_NE(s.log.error().find("evaluateGradient: "), std::string::npos);
+  // Without vertices there is a value, but no component.
+  NmDVector<double> g;
+  g.resize(24);
+  RegNonAffineTransform& empty = s.useGrid({1, 1, 1}, correlation());
+  empty.params.clear();
+  std::fill_n(g.data, g.size, 77.0);
+  EXPECT_EQ(s.functional->evaluateGradient(g, 1.0f, 0, nullptr), s.functional->evaluate());
+  EXPECT_EQ(copyOf(g), std::vector<double>(24, 0.0));
+  EXPECT_NE(s.log.error().find("0 of its 24 parameters"), std::string::npos);
   // An order of a host's own, with vertices that the grid does not have.
   s.useGrid({1, 1, 1}, correlation());
   s.functional->renumbering.resize(8);
