@@ -10,6 +10,12 @@ void* nmmalloc(unsigned long bytes) {
   return block;
 }
 
+void* nmcalloc(unsigned long bytes) {
+  void* block = std::calloc(bytes == 0 ? 1 : bytes, 1);
+  if (block == nullptr) throw NmMemoryException();
+  return block;
+}
+
 // realloc(p, 0) may free p and return null, which would read as exhaustion and free twice.
 void* nmrealloc(void* p, unsigned long bytes) {
   void* block = std::realloc(p, bytes == 0 ? 1 : bytes);

@@ -5,11 +5,14 @@
 /// Allocates `bytes` bytes (0 counts as 1). Throws NmMemoryException when memory is exhausted.
 [[nodiscard]] void* nmmalloc(unsigned long bytes);
 
+/// nmmalloc with every byte 0. A large block takes memory only where it is written.
+[[nodiscard]] void* nmcalloc(unsigned long bytes);
+
 /// Resizes a block of nmmalloc, or allocates one for a null `p`; 0 bytes count as 1. Throws
 /// NmMemoryException when memory is exhausted, and the old block is then untouched.
 [[nodiscard]] void* nmrealloc(void* p, unsigned long bytes);
 
-/// Releases a block of nmmalloc or nmrealloc; null is allowed.
+/// Releases a block of these; null is allowed.
 void nmfree(void* p) noexcept;
 
 /// Base of the library's own objects: `new` takes its memory from nmmalloc, so that an exhausted

@@ -14,8 +14,8 @@ using voxreg::detail::takeLogarithms;
 
 namespace {
 
-/// Two histograms of this many bins a side, and their snapshots, can still be held in memory.
-constexpr int largestNumBins = 8192;
+/// Bins of a joint histogram: 32 MiB, of which a metric holds up to five.
+constexpr int mostBins = 4194304;
 
 /// The integer part, limited to -limit - 1 to limit; NaN gives 0.
 template <class T>
@@ -63,6 +63,14 @@ void resizeWithZeros(NmDArray<double>& histogram, long size) {
   for (long k = before; k < size; ++k) histogram[k] = 0.0;
 }
 
+/// Of an empty array: zeros that take no memory before they are written, which the metrics of
+/// levels that are not searched yet never are.
+void makeZeroed(NmDArray<double>& histogram, long size) {
+  histogram.data =
+      static_cast<double*>(nmcalloc(static_cast<unsigned long>(size) * sizeof(double)));
+  histogram.max = histogram.size = size;
+}
+
 /// Sums of bins that are worked out side by side, since each addition to a sum waits for the one
 /// before.
 constexpr int sumsAtOnce = 8;
@@ -93,19 +101,34 @@ RegMutualInformation::RegMutualInformation(NmPrimType typeRef, NmPrimType typeMo
       minModel(minimumModel),
       maxRef(maxReference),
       maxModel(maximumModel),
-      numBinsRef(binsRef),
-      numBinsMod(binsModel) {
-  init1D(typeRef, numBinsRef, minRef, scaleRef, maxRef);
-  init1D(typeModel, numBinsMod, minModel, scaleModel, maxModel);
-  // A value at the upper bound still has a neighbour above it.
-  ++numBinsRef;
-  ++numBinsMod;
+      numBinsRef(std::min(binsRef, mostBins)),
+      numBinsMod(std::min(binsModel, mostBins)) {
+  initBins();
   NmLogFile& log = getTheLogInstance();
   log.printf("minRef, maxRef: %d %d\n", forLog(minReference), forLog(maxReference));
   log.printf("minMod, maxMod: %d %d\n", forLog(minimumModel), forLog(maximumModel));
   log.printf("numBinsRef, numBinsMod: %d %d\n", numBinsRef, numBinsMod);
-  jointHistogram.resize(static_cast<long>(numBinsRef) * numBinsMod);
-  RegMutualInformation::reset();
+  makeZeroed(jointHistogram, static_cast<long>(numBinsRef) * numBinsMod);
+}
+
+// Both counts are lowered in proportion until the joint histogram has no more bins than it may.
+// That takes several rounds where one bin per value is more than was asked for.
+void RegMutualInformation::initBins() {
+  int asked[2] = {numBinsRef, numBinsMod};
+  for (;;) {
+    numBinsRef = asked[0];
+    numBinsMod = asked[1];
+    init1D(primTypeRef, numBinsRef, minRef, scaleRef, maxRef);
+    init1D(primTypeModel, numBinsMod, minModel, scaleModel, maxModel);
+    // A value at the upper bound still has a neighbour above it.
+    ++numBinsRef;
+    ++numBinsMod;
+    const double bins = static_cast<double>(numBinsRef) * numBinsMod;
+    if (bins <= mostBins) return;
+    for (int& count : asked)
+      count = std::clamp(static_cast<int>(count * std::sqrt(mostBins / bins)), 1,
+                         std::max(count - 1, 1));
+  }
 }
 
 RegMutualInformation::RegMutualInformation(const RegMutualInformation& other)
@@ -124,8 +147,7 @@ RegMutualInformation::RegMutualInformation(const RegMutualInformation& other)
       baselineHistogram(other.baselineHistogram),
       knownBins_(other.knownBins_),
       knownTerms_(other.knownTerms_) {
-  jointHistogram.resize(static_cast<long>(numBinsRef) * numBinsMod);
-  RegMutualInformation::reset();
+  makeZeroed(jointHistogram, static_cast<long>(numBinsRef) * numBinsMod);
 }
 
 bool RegMutualInformation::canAccumulate() const {
@@ -135,7 +157,7 @@ bool RegMutualInformation::canAccumulate() const {
 
 void RegMutualInformation::init1D(NmPrimType type, int& numBins, double& min, double& scale,
                                   double max) {
-  numBins = std::clamp(numBins, 1, largestNumBins);
+  numBins = std::clamp(numBins, 1, mostBins);
   if (isIntegerType(type)) {
     const long long lo = rounded(min);
     const long long hi = rounded(max);
@@ -147,7 +169,7 @@ void RegMutualInformation::init1D(NmPrimType type, int& numBins, double& min, do
     } else if (hi > lo) {
       const auto wide = static_cast<float>(range);
       const float width = std::floor(wide / static_cast<float>(numBins) + 0.5f);
-      numBins = std::clamp(static_cast<int>(wide / width), 1, largestNumBins);
+      numBins = std::clamp(static_cast<int>(wide / width), 1, mostBins);
     }
   }
   scale = 0.0;

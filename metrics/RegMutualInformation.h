@@ -26,6 +26,7 @@ class RegMutualInformation : public RegMetric {
   long removedCounts[2] = {};
   NmDArray<double> removedHistogram;
 
+  /// The joint histogram has at most 4 194 304 bins; more lower both counts in proportion.
   RegMutualInformation(NmPrimType typeRef, NmPrimType typeModel, double minReference,
                        double maxReference, double minimumModel, double maximumModel, int binsRef,
                        int binsModel, double minCoverageValue, bool smoothCoveragePenaltyValue);
@@ -41,8 +42,8 @@ class RegMutualInformation : public RegMetric {
   bool supportsMarginalMetric() override;
 
   /// Binning of one axis: integer types get whole numbers of grey values per bin, rounded bounds
-  /// and at most one bin per value. `numBins` is limited to 1 to 8192, and is 1 with a `scale` of 0
-  /// where the bounds are equal.
+  /// and at most one bin per value. `numBins` is at least 1 and at most the bins of a whole joint
+  /// histogram, and is 1 with a `scale` of 0 where the bounds are equal.
   static void init1D(NmPrimType type, int& numBins, double& min, double& scale, double max);
 
   /// Entropies of the rows' and of the columns' sums.
@@ -58,6 +59,7 @@ class RegMutualInformation : public RegMetric {
   void prepareCombination();
 
  private:
+  void initBins();
   void addWeights(double ref, double model, double sign);
 
   NmDArray<double> knownBins_;   ///< of the latest baseline

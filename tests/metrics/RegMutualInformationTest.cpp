@@ -55,7 +55,34 @@ TEST(RegMutualInformation, IntegerAxesGetWholeGreyValuesPerBin) {
     EXPECT_DOUBLE_EQ(scale, c.scale) << c.type << ' ' << c.wanted;
     numBins = 2000000000;
     RegMutualInformation::init1D(c.type, numBins, min, scale, 1.0e9);
-    EXPECT_LE(numBins, 10000) << "can be allocated";
+    EXPECT_LE(numBins, 4194304) << "can be allocated";
+  }
+}
+
+TEST(RegMutualInformation, TooManyBinsAreLoweredInProportion) {
+  const LogCapture quiet;
+  const struct {
+    int type;
+    double max;
+    int ref, model;
+    double share;  // of the rows in the columns
+  } cases[] = {{NmPrimType::Float, 1.0, 50000000, 50000000, 1.0},
+               {NmPrimType::Float, 1.0, 16384, 1024, 16.0},
+               {NmPrimType::Float, 1.0, 2147483647, 1, 0.0},
+               {NmPrimType::Short, 30000, 4000, 4000, 1.0},  // one bin per value at 15001 and more
+               {NmPrimType::UnsignedShort, 65535, 65535, 65535, 1.0},
+               {NmPrimType::Float, 1.0, 16384, 255, 64.0}};  // as many as there may be
+  for (const auto& c : cases) {
+    const RegNormMutualInformation metric(c.type, c.type, 0, c.max, 0, c.max, c.ref, c.model, 0.0,
+                                          false);
+    const double bins = static_cast<double>(metric.numBinsRef) * metric.numBinsMod;
+    EXPECT_LE(bins, 4194304) << c.ref;
+    EXPECT_GE(bins, 4194304 / 4) << c.ref << ": no fewer than needed";
+    if (c.share > 0) {
+      EXPECT_NEAR(static_cast<double>(metric.numBinsRef) / metric.numBinsMod, c.share,
+                  0.02 * c.share);
+    }
+    EXPECT_EQ(metric.jointHistogram.size, static_cast<long>(bins));
   }
 }
 
