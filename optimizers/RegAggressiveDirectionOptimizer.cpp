@@ -43,7 +43,7 @@ class RegAggressiveDirectionOptimizer::Run {
   bool selectDirection(double threshold, bool isFirst);
   bool raiseThreshold(double& threshold) const;
   bool walk();
-  void refine();
+  bool refine();
   void logPass() const;
 
   double evaluate() { return search_.functional->evaluate(); }
@@ -215,12 +215,12 @@ bool RegAggressiveDirectionOptimizer::Run::walk() {
   }
   addMultiple(params_, -1.0, direction_);
   voxreg::detail::scale(direction_, static_cast<double>(search_.stepReduction));
-  refine();
-  return true;
+  return refine();
 }
 
-void RegAggressiveDirectionOptimizer::Run::refine() {
+bool RegAggressiveDirectionOptimizer::Run::refine() {
   for (int k = search_.refineAllPasses != 0 ? 0 : pass_; k <= numSteps_; ++k) {
+    if (progress_.wasInterruptedMeanwhile()) return false;
     addMultiple(params_, 1.0, direction_);
     const double plus = evaluate();
     addMultiple(params_, -2.0, direction_);
@@ -237,6 +237,7 @@ void RegAggressiveDirectionOptimizer::Run::refine() {
     }
     voxreg::detail::scale(direction_, static_cast<double>(search_.stepReduction));
   }
+  return true;
 }
 
 void RegAggressiveDirectionOptimizer::Run::logPass() const {

@@ -103,7 +103,7 @@ double RegBestDirectionOptimizer::Run::search(float maxStep, float minStep) {
       if (pass > 0) lowerReduction(reduction_);
     }
     progress_.reportPart(static_cast<float>(pass) / static_cast<float>(passes_));
-    if (progress_.wasInterrupted()) return 0.0;
+    if (progress_.wasInterrupted()) return value_;
     moves_ = 0;
     Next next;
     do next = followGradient();
@@ -166,7 +166,7 @@ bool RegBestDirectionOptimizer::Run::walk() {
   addMultiple(params_, 1.0, move_);
   double next = evaluate();
   while (next > value_) {
-    if (moves_ > search_.maxLineMoves) break;
+    if (moves_ > search_.maxLineMoves || progress_.wasInterruptedMeanwhile()) break;
     const double least = (std::abs(value_) + std::abs(next) + 0.001) * tolerance;
     if (!(2.0 * std::abs(next - value_) > least)) break;
     addMultiple(params_, 1.0, move_);

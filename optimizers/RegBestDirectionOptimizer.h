@@ -6,9 +6,9 @@
 /// the end of the walk to either side with ever shorter moves, and takes the next gradient. A
 /// gradient that leads nowhere ends the pass, and the step shrinks.
 ///
-/// The result is the value at which the parameters stand. 0.0 when it is interrupted at the head of
-/// a pass or `minStep` leaves a fitted schedule nothing to do; what evaluateGradient returned when
-/// that is the most negative float.
+/// The result is the value at which the parameters stand. 0.0 when it is interrupted before the
+/// first gradient or `minStep` leaves a fitted schedule nothing to do; what evaluateGradient
+/// returned when that is the most negative float.
 class RegBestDirectionOptimizer : public RegOptimizer {
  public:
   /// Factor between the steps of two passes, the first one if it falls. A fitted one stays for the

@@ -1,16 +1,20 @@
 #include "optimizers/searchProgress.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "foundation/NmProgressInterface.h"
 #include "foundation/elementary.h"
+#include "functional/RegFunctional.h"
 #include "functional/RegOptimizerCallback.h"
+#include "metrics/RegMetric.h"
 #include "optimizers/RegOptimizer.h"
 
 namespace voxreg::detail {
 
 SearchProgress::SearchProgress(const RegOptimizer& search)
-    : progress_(search.callback == nullptr ? nullptr : search.callback->getProgressInterface()) {
+    : search_(search),
+      progress_(search.callback == nullptr ? nullptr : search.callback->getProgressInterface()) {
   if (search.numStages < 2) return;
   share_ = 1.0f / static_cast<float>(search.numStages);
   const auto stagesBefore = static_cast<float>(static_cast<long>(search.stageNumber) - 1);
@@ -19,6 +23,12 @@ SearchProgress::SearchProgress(const RegOptimizer& search)
 
 bool SearchProgress::wasInterrupted() const {
   return progress_ != nullptr && progress_->wasInterrupted();
+}
+
+bool SearchProgress::wasInterruptedMeanwhile() const {
+  constexpr std::int64_t slowWalk = 1000000;
+  const RegMetric* const metric = search_.functional->metric;
+  return metric != nullptr && metric->numTotalSamples > slowWalk && wasInterrupted();
 }
 
 void SearchProgress::reportPart(float part) const {

@@ -13,6 +13,11 @@ class SearchProgress {
 
   bool wasInterrupted() const;
 
+  /// The same between the points at which a search asks by its rules, for a user who does not want
+  /// to wait: false without asking on volumes of less than a million voxels, which are walked in a
+  /// few milliseconds.
+  bool wasInterruptedMeanwhile() const;
+
   /// Reports, in percent of the whole, that `part` (0 to 1) of this run is done.
   void reportPart(float part) const;
 
@@ -22,6 +27,7 @@ class SearchProgress {
  private:
   void report(float value) const;
 
+  const RegOptimizer& search_;
   NmProgressInterface* progress_;
   float share_ = 1.0f;
   float offset_ = 0.0f;

@@ -1,11 +1,13 @@
 #include "registration/RegVoxelRegistration.h"
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 #include <string>
 #include <utility>
 
 #include "foundation/NmException.h"
+#include "foundation/NmLogFile.h"
 #include "foundation/NmProgressInterface.h"
 #include "functional/RegFunctional.h"
 #include "optimizers/RegOptimizer.h"
@@ -21,6 +23,11 @@ void openTask(NmProgressInterface& progress) {
     throw NmMemoryException();
   }
   progress.startWorking(100, caption);
+}
+
+template <class T>
+bool isFinite(const T* values, long count) {
+  return std::all_of(values, values + count, [](T value) { return std::isfinite(value); });
 }
 
 }  // namespace
@@ -78,7 +85,7 @@ bool RegVoxelRegistration::compute(int mode) {
   bool result = true;
   try {
     if (hasVolumes()) result = run(mode);
-    harvest();
+    result = harvest() && result;
   } catch (const NmException& exception) {
     leaveBrokenRun();
     return endByException(exception);
@@ -95,23 +102,37 @@ bool RegVoxelRegistration::run(int mode) {
   modelClass = RegDataClassOrdinary;
   functionalFlag = true;
   if (mode != 2) return true;
+  finalMetric = 0.0;
+  numEvaluations = 0;
+  numGradients = 0;
   if (progress != nullptr) openTask(*progress);
   const bool result = doRegistration();
   if (progress != nullptr) progress->stopWorking();
   return result;
 }
 
-void RegVoxelRegistration::harvest() {
-  if (transformIsStale_) return deleteTransform();
+// False, with the start value kept, for a result that is not finite.
+bool RegVoxelRegistration::harvest() {
+  if (transform == nullptr || transformIsStale_) {
+    deleteTransform();
+    return true;
+  }
+  bool isResult = std::isfinite(finalMetric);
   if (const auto* affine = dynamic_cast<RegAffineTransform*>(transform)) {
-    affine->absoluteMatrix.getValue(matrix);
+    NmMat4f reached;
+    affine->absoluteMatrix.getValue(reached);
+    isResult = isResult && isFinite(&reached.m[0][0], 16);
+    if (isResult) matrix = reached;
   } else if (auto* nonAffine = dynamic_cast<RegNonAffineTransform*>(transform)) {
     // By way of a copy, so that a start value stays whole if memory runs out.
     RegNonAffineTransform::NonAffineTransformDescriptor reached;
     nonAffine->getTransform(reached);
-    nonAffineResult = std::move(reached);
+    isResult = isResult && isFinite(reached.vertices.data, reached.vertices.size);
+    if (isResult) nonAffineResult = std::move(reached);
   }
+  if (!isResult) getTheLogInstance().errorf("compute: The result is not finite.");
   deleteTransform();
+  return isResult;
 }
 
 // The transform stands somewhere within a search now: it is no result, and no start for the next

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmDArray.h"
 #include "foundation/NmDVector.h"
 #include "foundation/NmHandle.h"
@@ -25,8 +27,9 @@ class RegParametricTransform;
 /// model world.
 ///
 /// The volumes are walked from the coarsest level to the finest, and each level through a schedule
-/// of stages, which free more and more of the transform. An interrupted run keeps what it has
-/// reached.
+/// of stages, which free more and more of the transform. An interrupted run returns the best point
+/// that its last search has evaluated, with that point's value: never worse than where the search
+/// began.
 class RegVoxelRegistration : public RegOptimizerCallback {
  public:
   short busy = 0;                        ///< not 0 while compute runs
@@ -50,12 +53,12 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   int numGradientLevels;       ///< how many of the finest levels are searched by gradient
   float gradientStep;          ///< tolerance of the gradient searches
   /// 0 aggressive direction, 1 best neighbour, 2 quasi-Newton, 3 conjugate gradients, 4 best
-  /// direction; others search nothing.
+  /// direction.
   unsigned int optimizerKind;
   bool bestDirectionFlag;   ///< fit one step reduction of the best-direction search to the steps
   bool calculateCoverage;   ///< find maxCoverage; otherwise it is 0 and nothing is penalised
   unsigned int metricKind;  ///< 0: normalised, 1: simple mutual information, 2: mean squared
-                            ///< difference, 3: correlation ratio; others have no functional
+                            ///< difference, 3: correlation ratio
   float minRef;             ///< intensity range of the reference
   float maxRef;
   float minModel;  ///< intensity range of the model
@@ -72,7 +75,9 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   /// Grids as x*10000 + y*100 + z, 1 to 99 bricks an axis, of which the transform takes 32 at most;
   /// below 13 an affine stage, 0 none.
   NmVec3i nonAffineStages;
-  double finalMetric = 0.0;  ///< value at which the last search ended
+  double finalMetric = 0.0;         ///< value at which the last search ended
+  std::int64_t numEvaluations = 0;  ///< of the whole volume in the last compute, gradients included
+  std::int64_t numGradients = 0;    ///< in the last compute
 
   /// Stores the values and copies the handles; nothing is checked before compute.
   RegVoxelRegistration(NmProgressInterface* progressToTell, bool rethrow,
@@ -92,10 +97,11 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   NmProgressInterface* getProgressInterface() override;
 
   /// Registers for mode 2; any other mode, missing volumes or a call while one is running do
-  /// nothing and give true. False when the parameters or volumes do not allow a run, with an error
-  /// line, or when it was interrupted. An NmException within the run gives true without a result,
-  /// or is thrown on if `rethrowExceptions`; the next compute then starts afresh. Other exceptions
-  /// pass through and leave the object busy. On return no volume is locked.
+  /// nothing and give true. False when the parameters or volumes do not allow a run or the result
+  /// is not finite, with an error line and the start value kept, or when it was interrupted. An
+  /// NmException within the run gives true without a result, or is thrown on if
+  /// `rethrowExceptions`; the next compute then starts afresh. Other exceptions pass through and
+  /// leave the object busy. On return no volume is locked.
   bool compute(int mode);
 
   /// The run without the harvest of its result, which stays in `transform`.
@@ -204,7 +210,7 @@ class RegVoxelRegistration : public RegOptimizerCallback {
  private:
   bool hasVolumes() const;
   bool run(int mode);
-  void harvest();
+  bool harvest();
   void leaveBrokenRun();
   bool endByException(const NmException& exception);
   void releaseFunctionals();
@@ -212,6 +218,7 @@ class RegVoxelRegistration : public RegOptimizerCallback {
 
   bool resolveOrientation();
   bool checkSettings() const;
+  bool checkVolumes() const;
   bool createFunctionals();
   bool createSchedule();
   bool addLevels(int k, const NmVec3i& coarsest,
@@ -226,7 +233,7 @@ class RegVoxelRegistration : public RegOptimizerCallback {
 
   bool runLevels();
   void startGradientLevel(int gradientLevelsBefore);
-  void search(float maxStep, float minStep);
+  bool search(float maxStep, float minStep);
   void showStage(int level, int numLevels, int degreesOfFreedom);
   int currentStage() const;
   void leaveStage();

@@ -22,6 +22,29 @@ void applyParameters(RegParametricTransform* transform) {
     nonAffine->apply();
 }
 
+/// Adds what a functional does while this lives to the counts of a registration.
+class SearchCount {
+ public:
+  SearchCount(const RegFunctional* functional, std::int64_t& evaluations, std::int64_t& gradients)
+      : functional_(functional), evaluations_(evaluations), gradients_(gradients) {
+    if (functional_ == nullptr) return;
+    evaluations_ -= functional_->numEvaluations;
+    gradients_ -= functional_->numGradients;
+  }
+  SearchCount(const SearchCount&) = delete;
+  SearchCount& operator=(const SearchCount&) = delete;
+  ~SearchCount() {
+    if (functional_ == nullptr) return;
+    evaluations_ += functional_->numEvaluations;
+    gradients_ += functional_->numGradients;
+  }
+
+ private:
+  const RegFunctional* functional_;
+  std::int64_t& evaluations_;
+  std::int64_t& gradients_;
+};
+
 }  // namespace
 
 bool RegVoxelRegistration::doRegistration() {
@@ -78,8 +101,7 @@ bool RegVoxelRegistration::doResolution(int level, int numLevels, int ignoreFine
     const int freedoms = prepareStage(stage, isFinest || isLastRun, functional);
     if (freedoms > 0) {
       showStage(level + 1, numLevels - ignoreFinest, freedoms);
-      search(maxStep, minStep);
-      if (progress != nullptr && progress->wasInterrupted()) {
+      if (!search(maxStep, minStep)) {
         if (optimizer != nullptr) optimizer->setFunctional(nullptr);
         delete functional;
         return false;
@@ -90,11 +112,23 @@ bool RegVoxelRegistration::doResolution(int level, int numLevels, int ignoreFine
   return true;
 }
 
-// A result belongs to its parameters: wherever the search has ended, the transform follows.
-void RegVoxelRegistration::search(float maxStep, float minStep) {
-  if (optimizer == nullptr) return;
-  finalMetric = optimizer->optimize(maxStep, minStep);
-  applyParameters(transform);
+// False when interrupted; the search may then stand at any of its trials, so that the best point
+// that it has evaluated is the result. A result belongs to its parameters: the transform follows.
+bool RegVoxelRegistration::search(float maxStep, float minStep) {
+  bool interrupted = false;
+  if (optimizer != nullptr) {
+    RegFunctional* const functional = optimizer->functional;
+    const SearchCount count(functional, numEvaluations, numGradients);
+    if (functional != nullptr) functional->startSearch();
+    const double reached = optimizer->optimize(maxStep, minStep);
+    interrupted = progress != nullptr && progress->wasInterrupted();
+    if (!interrupted)
+      finalMetric = reached;
+    else if (functional != nullptr)
+      functional->returnToBest(finalMetric);
+    applyParameters(transform);
+  }
+  return !interrupted;
 }
 
 void RegVoxelRegistration::showStage(int level, int numLevels, int degreesOfFreedom) {

@@ -66,7 +66,7 @@ int RegVoxelRegistration::initRegistration() {
   if (transform == nullptr) createTransform();
   if (!resolveOrientation()) return 0;
   if (largestOf(affineStages) > 0) nonAffineStages = NmVec3i();
-  if (!checkSettings()) return 0;
+  if (!checkSettings() || !checkVolumes()) return 0;
   if (progress != nullptr) progress->setProgressInfo("Initializing");
   functionals = new RegStack<RegFunctional*>;
   if (calculateCoverage)
@@ -94,6 +94,13 @@ bool RegVoxelRegistration::checkSettings() const {
     getTheLogInstance().errorf("initRegistration: The step range must be finite and above 0.");
     return false;
   }
+  if (metricKind > 3 || optimizerKind > 4) {
+    const bool isMetric = metricKind > 3;
+    getTheLogInstance().errorf("initRegistration: There is no %s of kind %u.",
+                               isMetric ? "metric" : "search",
+                               isMetric ? metricKind : optimizerKind);
+    return false;
+  }
   for (int i = 0; i < 3; ++i) {
     const int code = nonAffineStages[i];
     if (!voxreg::detail::isGridCode(code) || isGrid(voxreg::detail::gridOfCode(code))) continue;
@@ -103,6 +110,19 @@ bool RegVoxelRegistration::checkSettings() const {
   return true;
 }
 
+bool RegVoxelRegistration::checkVolumes() const {
+  const auto refuse = [](const VlData* volume) {
+    if (volume == nullptr || volume->numDataVars() == 1) return false;
+    getTheLogInstance().errorf(
+        "initRegistration: A volume of %d data variables cannot be registered.",
+        volume->numDataVars());
+    return true;
+  };
+  for (long k = 0; k < reference.size; ++k)
+    if (refuse(reference[k])) return false;
+  return !refuse(model[0]);
+}
+
 bool RegVoxelRegistration::createFunctionals() {
   NmDArray<NmDArray<NmHandle<VlData>>> referenceLevels;
   NmDArray<NmDArray<NmHandle<VlData>>> modelLevels;
@@ -110,6 +130,13 @@ bool RegVoxelRegistration::createFunctionals() {
   for (long i = 0; i < referenceLevels.size; ++i) {
     std::unique_ptr<RegFunctional> functional(
         createFunctional(referenceLevels[i], modelLevels[i], 0, 0));
+    if (functional == nullptr || !functional->canEvaluate()) {
+      getTheLogInstance().errorf(
+          "initRegistration: The volumes of a level cannot be walked, or a further reference is "
+          "larger "
+          "than the first.");
+      return false;
+    }
     functionals->push(functional.get());
     functional.release();  // NOLINT(bugprone-unused-return-value): the stack owns it now
   }
