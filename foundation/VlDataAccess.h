@@ -8,7 +8,8 @@
 class VlData;
 
 /// Locked access to the voxels of one volume, given by VlData::lock. The lock lasts as long as the
-/// object, whichever thread lets go of it last, and the object keeps its volume alive.
+/// object, whichever thread lets go of it last, counts for the thread that took it, and keeps alive
+/// a volume that handles hold. What was locked for reading may not be written.
 class VlDataAccess : public NmHandableThreaded {
  public:
   VlDataAccess() = default;

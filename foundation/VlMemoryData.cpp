@@ -7,10 +7,10 @@
 #include "foundation/NmException.h"
 #include "foundation/NmLogFile.h"
 #include "foundation/memoryAccess.h"
-#include "foundation/silently.h"
-#include "foundation/voxelGrid.h"
+#include "foundation/volumeCore.h"
 #include "foundation/voxelTypes.h"
 
+using voxreg::detail::VolumeCore;
 using voxreg::detail::VoxelGrid;
 
 namespace {
@@ -60,40 +60,45 @@ VlMemoryData::~VlMemoryData() {
 
 NmResult VlMemoryData::init(const NmVec3l& dims, NmPrimType type, int numDataVars, bool, bool,
                             bool) {
-  const char* const reason = allocate({dims, numDataVars, type});
+  const char* const reason = VolumeCore::allocate(*this, {dims, numDataVars, type});
   return reason == nullptr ? NmResult() : refuse("VlMemoryData::init", reason);
 }
 
-const char* VlMemoryData::allocate(const VoxelGrid& grid) {
+const char* VolumeCore::allocate(VlMemoryData& volume, const VoxelGrid& grid) {
   if (!isServed(grid)) return noSuchVolume;
-  const ExclusiveUse use(*this);
+  const VlMemoryData::ExclusiveUse use(volume);
   if (!use.isHeld()) return volumeIsLocked;
   void* const voxels =
       allocateZeroed(static_cast<unsigned long>(grid.numValues()) * voxelBytes(grid));
   if (voxels == nullptr) return "memory is exhausted";
-  adopt(grid, voxels, true);
+  volume.adopt(grid, voxels, VlMemoryData::Holding::own);
   return nullptr;
-}
-
-bool voxreg::detail::initSilently(VlMemoryData& volume, const VoxelGrid& grid) {
-  return volume.allocate(grid) == nullptr;
 }
 
 NmResult VlMemoryData::initShared(const NmVec3l& dims, NmPrimType type, int numDataVars,
                                   void* voxels) {
+  return share({dims, numDataVars, type}, voxels, Holding::shared);
+}
+
+NmResult VlMemoryData::initShared(const NmVec3l& dims, NmPrimType type, int numDataVars,
+                                  const void* voxels) {
+  // An access for reading hands out the same kind of pointer as one for writing.
+  return share({dims, numDataVars, type}, const_cast<void*>(voxels), Holding::sharedReadOnly);
+}
+
+NmResult VlMemoryData::share(const VoxelGrid& grid, void* voxels, Holding holding) {
   constexpr const char* operation = "VlMemoryData::initShared";
-  const VoxelGrid grid = {dims, numDataVars, type};
   if (!isServed(grid)) return refuse(operation, noSuchVolume);
   if (voxels == nullptr) return refuse(operation, "there are no voxels");
   if (!isAligned(voxels, grid))
     return refuse(operation, "the voxels are not aligned to their size");
   const ExclusiveUse use(*this);
   if (!use.isHeld()) return refuse(operation, volumeIsLocked);
-  adopt(grid, voxels, false);
+  adopt(grid, voxels, holding);
   return NmResult();
 }
 
-void VlMemoryData::adopt(const VoxelGrid& grid, void* voxels, bool owned) {
+void VlMemoryData::adopt(const VoxelGrid& grid, void* voxels, Holding holding) {
   freeVoxels();
   dims_ = grid.dims;
   type_ = grid.type;
@@ -101,22 +106,27 @@ void VlMemoryData::adopt(const VoxelGrid& grid, void* voxels, bool owned) {
   box_ = NmBox3f(0.0f, defaultMaximum(dims_.x), 0.0f, defaultMaximum(dims_.y), 0.0f,
                  defaultMaximum(dims_.z));
   voxels_ = voxels;
-  ownsVoxels_ = owned;
+  holding_ = holding;
 }
 
 void VlMemoryData::freeVoxels() {
-  if (ownsVoxels_) nmfree(voxels_);
+  if (holding_ == Holding::own) nmfree(voxels_);
 }
 
 NmResult VlMemoryData::setBoundingBox(const NmBox3f& box) {
+  const char* const reason = VolumeCore::setBoundingBox(*this, box);
+  return reason == nullptr ? NmResult() : refuse("VlMemoryData::setBoundingBox", reason);
+}
+
+const char* VolumeCore::setBoundingBox(VlMemoryData& volume, const NmBox3f& box) {
   for (int axis = 0; axis < 3; ++axis)
     if (!std::isfinite(box.min(axis)) || !std::isfinite(box.max(axis)))
-      return refuse("VlMemoryData::setBoundingBox", "the box is not finite");
-  box_ = box;
-  return NmResult();
+      return "the box is not finite";
+  volume.box_ = box;
+  return nullptr;
 }
 
 NmHandle<VlDataAccess> VlMemoryData::openAccess(bool write) {
-  if (voxels_ == nullptr) return nullptr;
+  if (voxels_ == nullptr || (write && holding_ == Holding::sharedReadOnly)) return nullptr;
   return voxreg::detail::makeMemoryAccess({dims_, numDataVars_, type_}, voxels_, write);
 }

@@ -72,6 +72,7 @@ class VoxelLease {
   }
 
   bool isGranted() const { return answer_ == VoxelLock::Answer::granted; }
+  bool isBusy() const { return answer_ == VoxelLock::Answer::busy; }
   bool isForWriting() const { return write_; }
 
  private:

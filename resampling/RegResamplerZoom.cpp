@@ -5,7 +5,7 @@
 
 #include "foundation/NmRawData.h"
 #include "foundation/ProgressScope.h"
-#include "foundation/silently.h"
+#include "foundation/volumePair.h"
 #include "foundation/voxelGrid.h"
 #include "foundation/voxelTypes.h"
 #include "resampling/RegResampler.h"
@@ -19,7 +19,7 @@
 using voxreg::detail::ContribLists;
 using voxreg::detail::Extreme;
 using voxreg::detail::LineTaps;
-using voxreg::detail::lockSilently;
+using voxreg::detail::VolumePair;
 using voxreg::detail::VoxelGrid;
 using voxreg::detail::ZoomProgress;
 using voxreg::detail::ZoomShape;
@@ -30,16 +30,14 @@ constexpr int maxDataVars = 6;
 
 /// Source and target under their locks, both addressable from one pointer.
 struct LinearPair {
-  NmHandle<VlDataAccess> in;
-  NmHandle<VlDataAccess> out;
+  VolumePair locked;
   void* from = nullptr;
   void* to = nullptr;
 
-  LinearPair(VlData& source, VlData& target) : in(lockSilently(source, false)) {
-    if (in != nullptr) out = lockSilently(target, true);
-    if (out == nullptr || !in->isLinear() || !out->isLinear()) return;
-    from = in->dataPtr(0);
-    to = out->dataPtr(0);
+  LinearPair(VlData& source, VlData& target) : locked(voxreg::detail::lockPair(source, target)) {
+    if (!locked.isOpen() || !locked.source->isLinear() || !locked.target->isLinear()) return;
+    from = locked.source->dataPtr(0);
+    to = locked.target->dataPtr(0);
   }
 
   bool isOpen() const { return from != nullptr && to != nullptr; }

@@ -7,7 +7,8 @@
 
 #include "foundation/NmDArray.h"
 #include "foundation/ProgressScope.h"
-#include "foundation/silently.h"
+#include "foundation/VlData.h"
+#include "foundation/volumePair.h"
 #include "resampling/zoomShape.h"
 
 namespace voxreg::detail {
@@ -98,15 +99,13 @@ void reduce(const VlDataAccess& source, const VlDataAccess& target, const ZoomSh
 
 bool reduceToExtremes(VlData& source, VlData& target, const ZoomShape& shape, Extreme extreme,
                       NmProgressInterface* progress) {
-  const NmHandle<VlDataAccess> in = lockSilently(source, false);
-  if (in == nullptr) return false;
-  const NmHandle<VlDataAccess> out = lockSilently(target, true);
-  if (out == nullptr) return false;
+  const VolumePair pair = lockPair(source, target);
+  if (!pair.isOpen()) return false;
   const long numDataVars = source.numDataVars();
   if (extreme == Extreme::maximum)
-    reduce<Extreme::maximum>(*in, *out, shape, numDataVars, progress);
+    reduce<Extreme::maximum>(*pair.source, *pair.target, shape, numDataVars, progress);
   else
-    reduce<Extreme::minimum>(*in, *out, shape, numDataVars, progress);
+    reduce<Extreme::minimum>(*pair.source, *pair.target, shape, numDataVars, progress);
   return true;
 }
 

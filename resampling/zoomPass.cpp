@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "foundation/silently.h"
+#include "foundation/VlData.h"
+#include "foundation/volumePair.h"
 #include "foundation/voxelLines.h"
 
 namespace voxreg::detail {
@@ -16,13 +17,12 @@ struct LockedVolume {
   NmPrimType type;
   void* block = nullptr;
 
-  LockedVolume(VlData& volume, bool write)
-      : access(lockSilently(volume, write)),
+  LockedVolume(const VlData& volume, const NmHandle<VlDataAccess>& lock)
+      : access(lock),
         dims(volume.dims()),
         numDataVars(volume.numDataVars()),
         type(volume.primType()) {
-    if (access != nullptr && access->isContiguous() && access->isLinear() &&
-        isServedVoxelType(type))
+    if (access->isContiguous() && access->isLinear() && isServedVoxelType(type))
       block = access->dataPtr(0);
   }
 
@@ -193,10 +193,10 @@ void filterSlices(const PassVolumes& volumes, ZoomProgress& progress) {
 
 bool runZoomPass(VlData& input, VlData& output, int axis, const LineTaps& taps,
                  ZoomProgress& progress) {
-  const LockedVolume in(input, false);
-  if (in.access == nullptr) return false;
-  const LockedVolume out(output, true);
-  if (out.access == nullptr) return false;
+  const VolumePair pair = lockPair(input, output);
+  if (!pair.isOpen()) return false;
+  const LockedVolume in(input, pair.source);
+  const LockedVolume out(output, pair.target);
   const PassVolumes volumes = {in, out, axis, taps};
   if (in.block == nullptr || out.block == nullptr)
     filterSlices<LoneLines>(volumes, progress);
