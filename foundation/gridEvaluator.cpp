@@ -29,7 +29,8 @@ struct LinearCell {
 };
 
 /// weightedSum of the linear rule for one data variable, in the same terms and the same order. Not
-/// finite where a voxel isn't, be it one without a share.
+/// finite where a voxel isn't, be it one without a share. A sum that starts from 0, as that one
+/// does, is never -0.
 template <class T>
 double trilinearSum(const T* voxels, int numDataVars, const GridAxis (&axes)[3],
                     const double (&position)[3]) {
@@ -45,7 +46,7 @@ double trilinearSum(const T* voxels, int numDataVars, const GridAxis (&axes)[3],
   sum += z.share[0] * y.share[1] * lineSum(z.lower + y.upper);
   sum += z.share[1] * y.share[0] * lineSum(z.upper + y.lower);
   sum += z.share[1] * y.share[1] * lineSum(z.upper + y.upper);
-  return sum;
+  return sum + 0.0;
 }
 
 // Under the sanitizers GCC does not take a comparison of functions for a constant.
