@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/NmException.h"
+#include "foundation/NmHandableThreaded.h"
 #include "foundation/NmString.h"
 
 namespace {
@@ -16,6 +17,25 @@ void writeToStandardError(const char* text, unsigned long length) {
 
 }  // namespace
 
+/// A sink that stays while a line is on its way to it.
+class NmLogFile::SinkHolder : public NmHandableThreaded {
+ public:
+  explicit SinkHolder(Sink taken) : sink(std::move(taken)) {}
+
+  Sink copy() const {
+    try {
+      return sink;
+    } catch (const std::bad_alloc&) {
+      throw NmMemoryException();
+    }
+  }
+
+  const Sink sink;
+};
+
+NmLogFile::NmLogFile() = default;
+NmLogFile::~NmLogFile() = default;
+
 NmLogFile& getTheLogInstance() {
   // Never destroyed: objects that end after main may still have a line to write. Not on the heap,
   // which may be what the first line is about.
@@ -24,14 +44,23 @@ NmLogFile& getTheLogInstance() {
   return log;
 }
 
+NmHandle<NmLogFile::SinkHolder> NmLogFile::presentSink() {
+  const std::lock_guard guard(mutex_);
+  return sink_;
+}
+
+// Whatever may fail, or run code of the host, comes before the exchange and outside the mutex.
 NmLogFile::Sink NmLogFile::setSink(Sink sink) {
-  std::shared_ptr<const Sink> next;
-  if (sink) next = std::make_shared<const Sink>(std::move(sink));
-  {
+  NmHandle<SinkHolder> next;
+  if (sink) next = new SinkHolder(std::move(sink));
+  for (;;) {
+    const NmHandle<SinkHolder> present = presentSink();
+    Sink before = present != nullptr ? present->copy() : Sink();
     const std::lock_guard guard(mutex_);
-    sink_.swap(next);
+    if (sink_ != present) continue;
+    sink_ = next;
+    return before;
   }
-  return next ? *next : Sink();
 }
 
 void NmLogFile::printf(const char* format, ...) {
@@ -78,11 +107,7 @@ void NmLogFile::write(bool isError, const char* format, va_list arguments) {
 }
 
 void NmLogFile::writeLines(bool isError, const char* text) {
-  std::shared_ptr<const Sink> sink;
-  {
-    const std::lock_guard guard(mutex_);
-    sink = sink_;
-  }
+  const NmHandle<SinkHolder> sink = presentSink();
   do {
     const unsigned long length = std::strcspn(text, "\r\n");
     std::string line;
@@ -93,7 +118,7 @@ void NmLogFile::writeLines(bool isError, const char* text) {
       fits = false;
     }
     if (fits)
-      (*sink)(isError, line);
+      sink->sink(isError, line);
     else
       writeToStandardError(text, length);
     text += length;
