@@ -19,6 +19,19 @@ RegCorrelationRatio::RegCorrelationRatio(const RegCorrelationRatio& other)
       maxModel(other.maxModel),
       baseline_(other.baseline_) {}
 
+RegCorrelationRatio& RegCorrelationRatio::operator=(const RegCorrelationRatio& other) {
+  if (&other == this) return *this;
+  RegMetric::operator=(other);
+  minRef = other.minRef;
+  maxRef = other.maxRef;
+  minModel = other.minModel;
+  maxModel = other.maxModel;
+  baseline_ = other.baseline_;
+  reset(RegMetricParamCurrent);
+  reset(RegMetricParamRemoved);
+  return *this;
+}
+
 void RegCorrelationRatio::reset() {
   reset(RegMetricParamCurrent);
 }

@@ -21,9 +21,11 @@ class RegCorrelationRatio : public RegMetric {
                       double maximumModel, double minCoverageValue,
                       bool smoothCoveragePenaltyValue);
 
-  /// Copies the configuration and the baseline; the sums and the removed set start empty.
+  /// Copies the configuration and the baseline; counts, sums and the removed set start empty.
   RegCorrelationRatio(const RegCorrelationRatio& other);
-  RegCorrelationRatio& operator=(const RegCorrelationRatio&) = default;
+
+  /// Makes this what a copy would be. The metric itself changes nothing.
+  RegCorrelationRatio& operator=(const RegCorrelationRatio& other);
 
   void reset() override;
   void setOtherParams(RegMetricParamType type) override;
