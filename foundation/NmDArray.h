@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <new>
 #include <type_traits>
@@ -237,7 +238,8 @@ void NmDArray<T>::insertMemory(long pos, long n) {
 template <class T>
 void NmDArray<T>::insert(long pos, long n, const T* src) {
   if (n == 0) return;
-  const bool inside = data != nullptr && src >= data && src < data + max;
+  const std::less<const T*> before;  // defined for pointers to other arrays too
+  const bool inside = data != nullptr && !before(src, data) && before(src, data + max);
   const long offset = inside ? src - data : 0;
   if (pos < 0 || pos > size || n < 0 || src == nullptr || (inside && n > size - offset)) {
     voxreg::detail::reportBadArgument("NmDArray::insert", pos, n);
