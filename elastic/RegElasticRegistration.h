@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmBox.h"
 #include "foundation/NmDArray.h"
 #include "foundation/NmHandle.h"
@@ -136,9 +138,9 @@ class RegElasticRegistration {
   /// Marks in `flags` which of `profileCount` slices hold a value of `threshold` or more, in
   /// reverse order if `flip` is set. The strides count values. For unsigned short.
   template <class T>
-  void scanCoronalSlices(T* data, long innerStride, long profileStride, long outerStride,
-                         int innerCount, int profileCount, int outerCount, int threshold, bool flip,
-                         NmDArray<bool>& flags) const;
+  void scanCoronalSlices(T* data, std::int64_t innerStride, std::int64_t profileStride,
+                         std::int64_t outerStride, int innerCount, int profileCount, int outerCount,
+                         int threshold, bool flip, NmDArray<bool>& flags) const;
 
   /// Blanks the inside of an ellipsoid in place, an image with physical 0. The fade between the
   /// radii is for images only. False, with an error line, for a null volume, another voxel type,
@@ -162,7 +164,7 @@ class RegElasticRegistration {
   /// Counts the raw values of a volume: one bin for each from 0 to the highest that occurs. False,
   /// in silence, without a volume that can be read.
   bool getHistogram(VlData* volume, int& minValue, int& maxValue, double& total,
-                    NmDArray<unsigned long>& histogram) const;
+                    NmDArray<std::uint64_t>& histogram) const;
 
   /// The same over voxels in one block, for those from `low` to `high`; bins count from `low`, and
   /// so do `minValue` and `maxValue`. Without voxels in range `total` and `maxValue` are 0 and
@@ -170,7 +172,7 @@ class RegElasticRegistration {
   /// short.
   template <class T>
   bool _getHistogram(T* data, const NmVec3i& dims, int low, int high, int& minValue, int& maxValue,
-                     double& total, NmDArray<unsigned long>& histogram) const;
+                     double& total, NmDArray<std::uint64_t>& histogram) const;
 
   /// Finds the intensities (raw values) worth registering. The lower limit is `lowLevel`
   /// (physical), or more where that keeps most of the volume, up to `highLevel`; the upper limit

@@ -1,5 +1,6 @@
 #include "foundation/NmLogFile.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -11,7 +12,7 @@
 
 namespace {
 
-void writeToStandardError(const char* text, unsigned long length) {
+void writeToStandardError(const char* text, std::size_t length) {
   std::fprintf(stderr, "%.*s\n", static_cast<int>(length), text);
 }
 
@@ -95,21 +96,21 @@ void NmLogFile::write(bool isError, const char* format, va_list arguments) {
   const int length = std::vsnprintf(brief, sizeof brief, format, again);
   va_end(again);
   if (length < 0) return writeLines(isError, format);
-  if (static_cast<unsigned long>(length) < sizeof brief) return writeLines(isError, brief);
+  if (static_cast<std::size_t>(length) < sizeof brief) return writeLines(isError, brief);
   NmDArray<char> whole;
   try {
-    whole.resize(static_cast<long>(length) + 1);
+    whole.resize(static_cast<std::int64_t>(length) + 1);
   } catch (const NmMemoryException&) {
     return writeLines(isError, brief);
   }
-  std::vsnprintf(whole.data, static_cast<unsigned long>(whole.size), format, arguments);
+  std::vsnprintf(whole.data, static_cast<std::size_t>(whole.size), format, arguments);
   writeLines(isError, whole.data);
 }
 
 void NmLogFile::writeLines(bool isError, const char* text) {
   const NmHandle<SinkHolder> sink = presentSink();
   do {
-    const unsigned long length = std::strcspn(text, "\r\n");
+    const std::size_t length = std::strcspn(text, "\r\n");
     std::string line;
     bool fits = sink != nullptr;
     try {

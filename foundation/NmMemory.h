@@ -3,11 +3,11 @@
 #include <cstddef>
 
 /// Allocates `bytes` bytes (0 counts as 1). Throws NmMemoryException when memory is exhausted.
-[[nodiscard]] void* nmmalloc(unsigned long bytes);
+[[nodiscard]] void* nmmalloc(std::size_t bytes);
 
 /// Resizes a block of nmmalloc, or allocates one for a null `p`; 0 bytes count as 1. Throws
 /// NmMemoryException when memory is exhausted, and the old block is then untouched.
-[[nodiscard]] void* nmrealloc(void* p, unsigned long bytes);
+[[nodiscard]] void* nmrealloc(void* p, std::size_t bytes);
 
 /// Releases a block of nmmalloc or nmrealloc; null is allowed.
 void nmfree(void* p) noexcept;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmHandableThreaded.h"
 #include "foundation/NmVec.h"
 
@@ -23,6 +25,6 @@ class VlEvaluator : public NmHandableThreaded {
   /// Samples `n` points, given axis by axis in world units, as setLocation and value do one after
   /// the other, only faster where the volume allows it. A point that setLocation refuses gets
   /// `outside`. The sampler needs a new location afterwards.
-  virtual void sample(const float* x, const float* y, const float* z, long n, float outside,
+  virtual void sample(const float* x, const float* y, const float* z, std::int64_t n, float outside,
                       float* results);
 };

@@ -15,11 +15,11 @@ using voxreg::detail::VoxelGrid;
 
 namespace {
 
-constexpr long largestDimension = 2147483647;
+constexpr std::int64_t largestDimension = 2147483647;
 constexpr const char* noSuchVolume = "there is no volume of such a shape or type";
 constexpr const char* volumeIsLocked = "the volume is locked";
 
-float defaultMaximum(long n) {
+float defaultMaximum(std::int64_t n) {
   return n == 1 ? 1.0f : static_cast<float>(n - 1);
 }
 
@@ -29,8 +29,8 @@ bool isServed(const VoxelGrid& grid) {
          grid.numValues() > 0 && voxreg::detail::isServedVoxelType(grid.type);
 }
 
-unsigned long voxelBytes(const VoxelGrid& grid) {
-  return static_cast<unsigned long>(NmPrimType::primTypeSize[grid.type]);
+std::size_t voxelBytes(const VoxelGrid& grid) {
+  return static_cast<std::size_t>(NmPrimType::primTypeSize[grid.type]);
 }
 
 bool isAligned(const void* voxels, const VoxelGrid& grid) {
@@ -38,7 +38,7 @@ bool isAligned(const void* voxels, const VoxelGrid& grid) {
 }
 
 /// Null where memory is exhausted.
-void* allocateZeroed(unsigned long bytes) {
+void* allocateZeroed(std::size_t bytes) {
   try {
     return std::memset(nmmalloc(bytes), 0, bytes);
   } catch (const NmMemoryException&) {
@@ -69,7 +69,7 @@ const char* VolumeCore::allocate(VlMemoryData& volume, const VoxelGrid& grid) {
   const VlMemoryData::ExclusiveUse use(volume);
   if (!use.isHeld()) return volumeIsLocked;
   void* const voxels =
-      allocateZeroed(static_cast<unsigned long>(grid.numValues()) * voxelBytes(grid));
+      allocateZeroed(static_cast<std::size_t>(grid.numValues()) * voxelBytes(grid));
   if (voxels == nullptr) return "memory is exhausted";
   volume.adopt(grid, voxels, VlMemoryData::Holding::own);
   return nullptr;

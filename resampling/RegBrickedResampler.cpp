@@ -1,5 +1,6 @@
 #include "resampling/RegBrickedResampler.h"
 
+#include <cstdint>
 #include <limits>
 #include <type_traits>
 
@@ -23,7 +24,7 @@ bool arePair(const VlData* reference, const VlData* model) {
          reference->numDataVars() == oneVariable && model->numDataVars() == oneVariable;
 }
 
-bool isGrid(const NmBox3f& box, const NmVec3i& dims, long numNodes) {
+bool isGrid(const NmBox3f& box, const NmVec3i& dims, std::int64_t numNodes) {
   const NmVec3l size(dims.x, dims.y, dims.z);
   return box.volume() > 0.0f && dims.x > 1 && dims.y > 1 && dims.z > 1 &&
          numNodes <= std::numeric_limits<int>::max() &&

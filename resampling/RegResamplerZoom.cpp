@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -50,19 +51,19 @@ bool isSameType(const VlData& source, const VlData& target) {
 
 bool copyVoxels(VlData& source, VlData& target) {
   const NmPrimType type = source.primType();
-  const long numValues = VoxelGrid{source.dims(), source.numDataVars(), type}.numValues();
+  const std::int64_t numValues = VoxelGrid{source.dims(), source.numDataVars(), type}.numValues();
   if (!isSameType(source, target) || numValues < 1) return false;
   const LinearPair pair(source, target);
   if (!pair.isOpen()) return false;
-  const long bytes = numValues * NmPrimType::primTypeSize[type];
+  const std::int64_t bytes = numValues * NmPrimType::primTypeSize[type];
   // Two volumes may wrap the same memory of the host.
-  std::memmove(pair.to, pair.from, static_cast<unsigned long>(bytes));
+  std::memmove(pair.to, pair.from, static_cast<std::size_t>(bytes));
   return true;
 }
 
 int numSteps(const ZoomShape& shape) {
-  const long steps[3] = {shape.from.z, shape.from.z, shape.to.y};
-  long sum = 0;
+  const std::int64_t steps[3] = {shape.from.z, shape.from.z, shape.to.y};
+  std::int64_t sum = 0;
   for (int axis = 0; axis < 3; ++axis)
     if (!shape.isKept(axis)) sum += steps[axis];
   return static_cast<int>(std::min(sum, voxreg::detail::largestDimension));
@@ -76,7 +77,7 @@ bool averageCells(VlData& source, VlData& target, const ZoomShape& shape,
                   NmProgressInterface* progress) {
   const LinearPair pair(source, target);
   if (!pair.isOpen()) return false;
-  const auto size = [&](int axis) { return static_cast<unsigned long>(shape.from[axis]); };
+  const auto size = [&](int axis) { return static_cast<std::size_t>(shape.from[axis]); };
   NmRawData::downSample3D(pair.to, {pair.from, source.primType()}, size(0), size(1), size(2),
                           shape.wholeFactor(0), shape.wholeFactor(1), shape.wholeFactor(2),
                           progress);

@@ -2,13 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace voxreg::detail {
 
 VoxelAxis::VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis)
     : min_(box.min(axis)),
-      last_(static_cast<int>(std::clamp<long>(dims[axis], 0, std::numeric_limits<int>::max())) -
+      last_(static_cast<int>(
+                std::clamp<std::int64_t>(dims[axis], 0, std::numeric_limits<int>::max())) -
             1) {
   size_ = box.extent(axis) / (last_ < 1 ? 1.0f : static_cast<float>(last_));
   if (size_ == 0.0f) size_ = 1.0f;
