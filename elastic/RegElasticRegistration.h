@@ -51,8 +51,9 @@ class RegElasticRegistration {
   ///                   level is left out if there is a coarser one
   ///   bricksAxis      limited to 0 to 2; the others take as many bricks as make them nearly cubic
   /// True without vertices where the volumes allow no level. False, with an error line, without a
-  /// volume or for different grids, and where a registration failed or was interrupted; `transform`
-  /// is then what was reached. Hands an NmException of a registration on. On return no level is
+  /// volume or for different grids, and where a registration failed or was interrupted; that one
+  /// leaves nothing, and `transform` is what those before it have reached: the region without
+  /// vertices where there is none. Hands an NmException of a registration on. On return no level is
   /// left, and neither volume locked.
   bool doRegistration(const NmVec2f& referenceRange, const NmVec2f& modelRange,
                       unsigned int metricFlag, bool useMasking, const NmVec2f& referenceRescale,
@@ -68,8 +69,9 @@ class RegElasticRegistration {
                   const NmVec3f& voxelSize, bool) const;
 
   /// Plans the next coarser level: half the voxels in plane, or 256 on the longer axis where that
-  /// has more than 512; z is halved where its voxels are then no larger than those in plane. False,
-  /// both outputs 0, for fewer than 65 voxels along x.
+  /// has more than 512. z is halved where its voxels are smaller than the new ones in plane, or
+  /// less than a quarter larger in a volume that is more than half as deep as wide. False, both
+  /// outputs 0, for fewer than 65 voxels along x where neither axis in plane has more than 512.
   bool specifyDownsampling(const NmVec3i& dims, const NmVec3f& voxelSize, NmVec3i& newDims,
                            NmVec3f& newVoxelSize) const;
 
