@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmBox.h"
 #include "foundation/NmDArray.h"
 #include "foundation/NmHandle.h"
@@ -49,8 +51,9 @@ class RegElasticRegistration {
   ///                   level is left out if there is a coarser one
   ///   bricksAxis      limited to 0 to 2; the others take as many bricks as make them nearly cubic
   /// True without vertices where the volumes allow no level. False, with an error line, without a
-  /// volume or for different grids, and where a registration failed or was interrupted; `transform`
-  /// is then what was reached. Hands an NmException of a registration on. On return no level is
+  /// volume or for different grids, and where a registration failed or was interrupted; that one
+  /// leaves nothing, and `transform` is what those before it have reached: the region without
+  /// vertices where there is none. Hands an NmException of a registration on. On return no level is
   /// left, and neither volume locked.
   bool doRegistration(const NmVec2f& referenceRange, const NmVec2f& modelRange,
                       unsigned int metricFlag, bool useMasking, const NmVec2f& referenceRescale,
@@ -66,8 +69,9 @@ class RegElasticRegistration {
                   const NmVec3f& voxelSize, bool) const;
 
   /// Plans the next coarser level: half the voxels in plane, or 256 on the longer axis where that
-  /// has more than 512; z is halved where its voxels are then no larger than those in plane. False,
-  /// both outputs 0, for fewer than 65 voxels along x.
+  /// has more than 512. z is halved where its voxels are smaller than the new ones in plane, or
+  /// less than a quarter larger in a volume that is more than half as deep as wide. False, both
+  /// outputs 0, for fewer than 65 voxels along x where neither axis in plane has more than 512.
   bool specifyDownsampling(const NmVec3i& dims, const NmVec3f& voxelSize, NmVec3i& newDims,
                            NmVec3f& newVoxelSize) const;
 
@@ -136,9 +140,9 @@ class RegElasticRegistration {
   /// Marks in `flags` which of `profileCount` slices hold a value of `threshold` or more, in
   /// reverse order if `flip` is set. The strides count values. For unsigned short.
   template <class T>
-  void scanCoronalSlices(T* data, long innerStride, long profileStride, long outerStride,
-                         int innerCount, int profileCount, int outerCount, int threshold, bool flip,
-                         NmDArray<bool>& flags) const;
+  void scanCoronalSlices(T* data, std::int64_t innerStride, std::int64_t profileStride,
+                         std::int64_t outerStride, int innerCount, int profileCount, int outerCount,
+                         int threshold, bool flip, NmDArray<bool>& flags) const;
 
   /// Blanks the inside of an ellipsoid in place, an image with physical 0. The fade between the
   /// radii is for images only. False, with an error line, for a null volume, another voxel type,
@@ -162,7 +166,7 @@ class RegElasticRegistration {
   /// Counts the raw values of a volume: one bin for each from 0 to the highest that occurs. False,
   /// in silence, without a volume that can be read.
   bool getHistogram(VlData* volume, int& minValue, int& maxValue, double& total,
-                    NmDArray<unsigned long>& histogram) const;
+                    NmDArray<std::uint64_t>& histogram) const;
 
   /// The same over voxels in one block, for those from `low` to `high`; bins count from `low`, and
   /// so do `minValue` and `maxValue`. Without voxels in range `total` and `maxValue` are 0 and
@@ -170,7 +174,7 @@ class RegElasticRegistration {
   /// short.
   template <class T>
   bool _getHistogram(T* data, const NmVec3i& dims, int low, int high, int& minValue, int& maxValue,
-                     double& total, NmDArray<unsigned long>& histogram) const;
+                     double& total, NmDArray<std::uint64_t>& histogram) const;
 
   /// Finds the intensities (raw values) worth registering. The lower limit is `lowLevel`
   /// (physical), or more where that keeps most of the volume, up to `highLevel`; the upper limit

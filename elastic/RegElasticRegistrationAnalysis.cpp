@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "elastic/RegElasticRegistration.h"
@@ -18,14 +19,15 @@ namespace {
 constexpr float skinShare = 0.2f;
 
 /// An index of an int stands for every place of a profile.
-long usableSize(const NmDArray<float>& profile) {
-  return std::min<long>(profile.size, std::numeric_limits<int>::max());
+std::int64_t usableSize(const NmDArray<float>& profile) {
+  return std::min<std::int64_t>(profile.size, std::numeric_limits<int>::max());
 }
 
 void findMaximum(const NmDArray<float>& profile, int startIndex, int& maxIndex, float& maxValue) {
   maxValue = 0.0f;
   maxIndex = 0;
-  for (long i = startIndex < 0 ? 0 : startIndex + 1L; i < usableSize(profile); ++i) {
+  for (std::int64_t i = startIndex < 0 ? 0 : startIndex + std::int64_t{1}; i < usableSize(profile);
+       ++i) {
     if (!(profile[i] > maxValue)) continue;
     maxValue = profile[i];
     maxIndex = static_cast<int>(i);
@@ -34,8 +36,8 @@ void findMaximum(const NmDArray<float>& profile, int startIndex, int& maxIndex, 
 
 /// The first index from `from` to below `to` whose value is above `threshold`; -1 for none.
 int firstAbove(const NmDArray<float>& profile, int from, int to, float threshold) {
-  const long last = std::min<long>(to, usableSize(profile));
-  for (long i = std::max(from, 0); i < last; ++i)
+  const std::int64_t last = std::min<std::int64_t>(to, usableSize(profile));
+  for (std::int64_t i = std::max(from, 0); i < last; ++i)
     if (profile[i] > threshold) return static_cast<int>(i);
   return -1;
 }
@@ -50,14 +52,14 @@ int findSkin(const NmDArray<float>& profile, int limitIndex, int maxIndex, float
 }
 
 /// Length of the way from one index to another, world units.
-float lengthOf(const ProfileSection& section, long from, long to) {
+float lengthOf(const ProfileSection& section, std::int64_t from, std::int64_t to) {
   return static_cast<float>(to - from) * section.voxelSize;
 }
 
 /// Where the analysis ends: the limit, if it leaves enough behind the skin and does not reach far
 /// beyond the maximum.
-long endOfAnalysis(const ProfileSection& section, int limitIndex, int maxIndex) {
-  long end = limitIndex < 0 ? maxIndex : limitIndex;
+std::int64_t endOfAnalysis(const ProfileSection& section, int limitIndex, int maxIndex) {
+  std::int64_t end = limitIndex < 0 ? maxIndex : limitIndex;
   const float toMaximum = lengthOf(section, section.skin, maxIndex);
   if (maxIndex < limitIndex && section.skin > 0 && toMaximum > 20.0f) end = maxIndex;
   if (section.voxelSize > 0.0f && lengthOf(section, section.skin, end) < 10.0f) {
@@ -69,11 +71,11 @@ long endOfAnalysis(const ProfileSection& section, int limitIndex, int maxIndex) 
 }
 
 /// The last place for an extremum. Before a limit 5 world units are left out.
-long stopOfAnalysis(const ProfileSection& section, int limitIndex) {
+std::int64_t stopOfAnalysis(const ProfileSection& section, int limitIndex) {
   if (limitIndex < 0 || !(section.voxelSize > 0.0f)) return std::max(section.skin, section.end - 1);
   const float stop = static_cast<float>(section.end) - 5.0f / section.voxelSize;
   if (!(stop > static_cast<float>(section.skin))) return section.skin;
-  return stop < static_cast<float>(section.size) ? static_cast<long>(stop) : section.size;
+  return stop < static_cast<float>(section.size) ? static_cast<std::int64_t>(stop) : section.size;
 }
 
 /// The analysis runs along `axis` of the reference. A box that is not finite tells no positions.
@@ -99,24 +101,24 @@ ProfileSection makeSection(const NmDArray<float>& profile, const VlData& volume,
 int findBackground(const ProfileSection& section) {
   float sum = 0.0f;
   float squares = 0.0f;
-  for (long i = 0; i <= section.skin - 2; ++i) {
+  for (std::int64_t i = 0; i <= section.skin - 2; ++i) {
     sum += section.values[i];
     squares += section.values[i] * section.values[i];
   }
-  const auto count = static_cast<float>(std::max(section.skin - 1, 1L));
+  const auto count = static_cast<float>(std::max(section.skin - 1, std::int64_t{1}));
   const float mean = sum / count;
   const float variance = squares / count - mean * mean;
   const float deviation = variance > 0.0f ? std::sqrt(variance) : 0.0f;
   getTheLogInstance().printf("background mean %.3f std dev. %.3f", static_cast<double>(mean),
                              static_cast<double>(deviation));
-  const long level = toVoxel<int>(mean + deviation) + 1L;
-  return static_cast<int>(std::min<long>(level, std::numeric_limits<int>::max()));
+  const std::int64_t level = toVoxel<int>(mean + deviation) + std::int64_t{1};
+  return static_cast<int>(std::min<std::int64_t>(level, std::numeric_limits<int>::max()));
 }
 
 void logMinimumBeforeMaximum(const ProfileSection& section, float maxValue) {
   float lowest = maxValue;
-  long place = 0;
-  for (long i = section.skin + 2; i < std::min(section.end, section.size); ++i) {
+  std::int64_t place = 0;
+  for (std::int64_t i = section.skin + 2; i < std::min(section.end, section.size); ++i) {
     if (!(section.values[i] < lowest)) continue;
     lowest = section.values[i];
     place = i;
@@ -133,7 +135,7 @@ int roundedHalf(float value) {
 
 int halfOfLowest(const NmDArray<NmVec2f>& extrema) {
   float lowest = extrema[0].y;
-  for (long i = 1; i < extrema.size; ++i) lowest = std::min(lowest, extrema[i].y);
+  for (std::int64_t i = 1; i < extrema.size; ++i) lowest = std::min(lowest, extrema[i].y);
   return roundedHalf(lowest);
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "elastic/RegElasticRegistration.h"
@@ -46,7 +47,9 @@ void adopt(Descriptor& reached, Descriptor& transform) {
   transform.box = reached.box;
   const NmVec3i& n = reached.numBricks;
   if (std::min({n.x, n.y, n.z}) < 1) return;
-  if (reached.vertices.size != (3L * n.x + 3) * (n.y + 1L) * (n.z + 1L)) return;
+  if (reached.vertices.size !=
+      (std::int64_t{3} * n.x + 3) * (n.y + std::int64_t{1}) * (n.z + std::int64_t{1}))
+    return;
   transform.numBricks = n;
   transform.vertices = std::move(reached.vertices);
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "elastic/RegElasticRegistration.h"
 #include "elastic/rescale.h"
@@ -24,9 +25,10 @@ struct DiskAxis {
   int last = 0;
   float start = 0.0f;
   float step = 0.0f;
-  long stride = 0;
+  std::int64_t stride = 0;
 
-  DiskAxis(float centre, float radius, float origin, float voxelSize, int n, long strideOfAxis)
+  DiskAxis(float centre, float radius, float origin, float voxelSize, int n,
+           std::int64_t strideOfAxis)
       : first(limitIndex(std::ceil((centre - radius - origin) / voxelSize), n)),
         last(limitIndex(std::floor((centre + radius - origin) / voxelSize), n)),
         start(static_cast<float>(first) * voxelSize + origin - centre),
@@ -39,7 +41,7 @@ template <class T>
 float meanInDisk(const T* slice, const DiskAxis& outer, const DiskAxis& inner, float radius) {
   const float limit = radius * radius;
   float sum = 0.0f;
-  long count = 0;
+  std::int64_t count = 0;
   float db = outer.start;
   for (int b = outer.first; b <= outer.last; ++b, db += outer.step) {
     float da = inner.start;
@@ -49,7 +51,7 @@ float meanInDisk(const T* slice, const DiskAxis& outer, const DiskAxis& inner, f
       ++count;
     }
   }
-  return sum / static_cast<float>(std::max(count, 1L));
+  return sum / static_cast<float>(std::max(count, std::int64_t{1}));
 }
 
 }  // namespace
@@ -91,16 +93,16 @@ bool RegElasticRegistration::_getCoronalProfile(T* data, const NmVec2f& rescale,
       NmVec3f(static_cast<float>(dims.x), static_cast<float>(dims.y), static_cast<float>(dims.z)));
   if (!(voxelSize[axes.x] > 0.0f && voxelSize[axes.z] > 0.0f)) return false;
   if (dims.x < 1 || dims.y < 1 || dims.z < 1) return false;
-  const long strides[3] = {1, dims.x, static_cast<long>(dims.x) * dims.y};
+  const std::int64_t strides[3] = {1, dims.x, static_cast<std::int64_t>(dims.x) * dims.y};
   const DiskAxis outer(centerB, radius, box.min(axes.z), voxelSize[axes.z], dims[axes.z],
                        strides[axes.z]);
   const DiskAxis inner(centerA, radius, box.min(axes.x), voxelSize[axes.x], dims[axes.x],
                        strides[axes.x]);
-  const long n = dims[axes.y];
+  const std::int64_t n = dims[axes.y];
   profile.resize(n);
   std::fill_n(profile.data, n, 0.0f);
   if (data == nullptr) return false;
-  for (long i = 0; i < n; ++i)
+  for (std::int64_t i = 0; i < n; ++i)
     profile[flip ? n - 1 - i : i] = voxreg::detail::physicalValue(
         meanInDisk(data + i * strides[axes.y], outer, inner, radius), rescale);
   return true;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "elastic/RegElasticRegistration.h"
@@ -21,12 +22,12 @@ constexpr double topShare = 0.0005;
 
 /// Histogram of the raw values of a volume.
 struct Histogram {
-  NmDArray<unsigned long> bins;
+  NmDArray<std::uint64_t> bins;
   int min = 0;  ///< first bin that is not empty
   int max = 0;  ///< last one
   double total = 0.0;
 
-  double count(long bin) const { return static_cast<double>(bins[bin]); }
+  double count(std::int64_t bin) const { return static_cast<double>(bins[bin]); }
 };
 
 /// A lower limit of intensity, and the share of voxels at or above it.
@@ -57,8 +58,8 @@ int roundedRaw(int physical, const NmVec2f& rescale) {
 
 /// The lower level, or 2 or 4 times as much where the upper one is twice that at least.
 int raisedLevel(int lowLevel, int highLevel) {
-  const long low = lowLevel;
-  const long raised = 8 * low <= highLevel ? 4 * low : 4 * low <= highLevel ? 2 * low : low;
+  const std::int64_t low = lowLevel;
+  const std::int64_t raised = 8 * low <= highLevel ? 4 * low : 4 * low <= highLevel ? 2 * low : low;
   return toVoxel<int>(static_cast<double>(raised));
 }
 
@@ -66,7 +67,8 @@ int raisedLevel(int lowLevel, int highLevel) {
 /// `mid` fewer voxels are wanted than above.
 LowerCut findLowerCut(const Histogram& histogram, int value, int mid, int top) {
   double below = 0.0;
-  for (long i = histogram.min; i <= std::min(value - 1L, static_cast<long>(histogram.max)); ++i)
+  for (std::int64_t i = histogram.min;
+       i <= std::min(value - std::int64_t{1}, static_cast<std::int64_t>(histogram.max)); ++i)
     below += histogram.count(i);
   LowerCut cut = {value, (histogram.total - below) / histogram.total};
   if (!((value < top && cut.above > 0.65) || (value < mid && cut.above > 0.5))) return cut;
@@ -97,8 +99,8 @@ float findUpperCut(const Histogram& histogram, const NmVec2f& rescale) {
 int matchShare(const Histogram& histogram, int value, double above) {
   double below = 0.0;
   double previous = -1.0;
-  const long last = std::min(value - 1L, histogram.max - 1L);
-  for (long i = histogram.min; i <= last; ++i) {
+  const std::int64_t last = std::min(value - std::int64_t{1}, histogram.max - std::int64_t{1});
+  for (std::int64_t i = histogram.min; i <= last; ++i) {
     below += histogram.count(i);
     const double share = (histogram.total - below) / histogram.total;
     const double distance = std::fabs(share - above);
@@ -112,7 +114,7 @@ int matchShare(const Histogram& histogram, int value, double above) {
 }  // namespace
 
 bool RegElasticRegistration::getHistogram(VlData* volume, int& minValue, int& maxValue,
-                                          double& total, NmDArray<unsigned long>& histogram) const {
+                                          double& total, NmDArray<std::uint64_t>& histogram) const {
   if (volume == nullptr) return false;
   const NmHandle<VlDataAccess> access = voxreg::detail::lockScalars(*volume);
   if (access == nullptr || volume->primType() != NmPrimType::UnsignedShort) return false;
@@ -124,15 +126,15 @@ bool RegElasticRegistration::getHistogram(VlData* volume, int& minValue, int& ma
 template <class T>
 bool RegElasticRegistration::_getHistogram(T* data, const NmVec3i& dims, int low, int high,
                                            int& minValue, int& maxValue, double& total,
-                                           NmDArray<unsigned long>& histogram) const {
-  const long numBins = static_cast<long>(high) - low + 1;
+                                           NmDArray<std::uint64_t>& histogram) const {
+  const std::int64_t numBins = static_cast<std::int64_t>(high) - low + 1;
   if (data == nullptr || numBins < 1 || numBins > std::numeric_limits<int>::max()) return false;
   histogram.resize(numBins);
-  std::fill_n(histogram.data, numBins, 0UL);
-  const long count =
+  std::fill_n(histogram.data, numBins, std::uint64_t{0});
+  const std::int64_t count =
       voxreg::detail::VoxelGrid{{dims.x, dims.y, dims.z}, 1, NmPrimType::UnsignedShort}.numValues();
-  for (long i = 0; i < count; ++i) {
-    const long bin = static_cast<long>(data[i]) - low;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const std::int64_t bin = static_cast<std::int64_t>(data[i]) - low;
     if (bin >= 0 && bin < numBins) ++histogram[bin];
   }
   total = 0.0;
@@ -144,13 +146,13 @@ bool RegElasticRegistration::_getHistogram(T* data, const NmVec3i& dims, int low
     minValue = std::min(minValue, bin);
     maxValue = bin;
   }
-  histogram.resize(maxValue + 1L);
+  histogram.resize(maxValue + std::int64_t{1});
   return true;
 }
 
 template bool RegElasticRegistration::_getHistogram<unsigned short>(unsigned short*, const NmVec3i&,
                                                                     int, int, int&, int&, double&,
-                                                                    NmDArray<unsigned long>&) const;
+                                                                    NmDArray<std::uint64_t>&) const;
 
 bool RegElasticRegistration::findRanges(bool withModel, int lowLevel, int highLevel,
                                         const NmVec2f& referenceRescale,

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "elastic/RegElasticRegistration.h"
@@ -16,7 +17,7 @@ constexpr float depthShare = 0.6875f;
 
 /// An axis that the voxels of a slice are walked along.
 struct Walk {
-  long stride = 0;
+  std::int64_t stride = 0;
   int count = 0;
 };
 
@@ -29,7 +30,8 @@ int findRun(const NmDArray<bool>& flags) {
       ++first;
       continue;
     }
-    const int end = static_cast<int>(std::min<long>(first + static_cast<long>(n / 4), n));
+    const int end =
+        static_cast<int>(std::min<std::int64_t>(first + static_cast<std::int64_t>(n / 4), n));
     int gap = first + 1;
     while (gap < end && flags[gap]) ++gap;
     if (gap >= end) return first;
@@ -53,7 +55,8 @@ std::pair<int, int> regionBounds(int first, int length, int n) {
   const int alignment = n > 256 ? 8 : 4;
   const int before = std::max(0, first - alignment);
   const int low = before - before % alignment;
-  const auto end = static_cast<int>(std::min<long>(static_cast<long>(low) + length, n));
+  const auto end =
+      static_cast<int>(std::min<std::int64_t>(static_cast<std::int64_t>(low) + length, n));
   return {low, end - 1 - end % alignment};
 }
 
@@ -83,7 +86,8 @@ bool RegElasticRegistration::findRegionOfInterest(int threshold, const NmVec3i& 
     return false;
   }
   if (frame.box.extent(axes.y) <= 0.75f * frame.box.extent(axes.x)) return true;
-  const long strides[3] = {1, frame.dims.x, static_cast<long>(frame.dims.x) * frame.dims.y};
+  const std::int64_t strides[3] = {1, frame.dims.x,
+                                   static_cast<std::int64_t>(frame.dims.x) * frame.dims.y};
   Walk inner = {strides[axes.x], frame.dims[axes.x]};
   Walk outer = {strides[axes.z], frame.dims[axes.z]};
   if (outer.stride < inner.stride) std::swap(inner, outer);
@@ -106,9 +110,10 @@ bool RegElasticRegistration::findRegionOfInterest(int threshold, const NmVec3i& 
 }
 
 template <class T>
-void RegElasticRegistration::scanCoronalSlices(T* data, long innerStride, long profileStride,
-                                               long outerStride, int innerCount, int profileCount,
-                                               int outerCount, int threshold, bool flip,
+void RegElasticRegistration::scanCoronalSlices(T* data, std::int64_t innerStride,
+                                               std::int64_t profileStride, std::int64_t outerStride,
+                                               int innerCount, int profileCount, int outerCount,
+                                               int threshold, bool flip,
                                                NmDArray<bool>& flags) const {
   if (flags.size < profileCount) flags.resize(profileCount);
   std::fill_n(flags.data, flags.size, false);
@@ -123,7 +128,8 @@ void RegElasticRegistration::scanCoronalSlices(T* data, long innerStride, long p
   }
 }
 
-template void RegElasticRegistration::scanCoronalSlices<unsigned short>(unsigned short*, long, long,
-                                                                        long, int, int, int, int,
-                                                                        bool,
+template void RegElasticRegistration::scanCoronalSlices<unsigned short>(unsigned short*,
+                                                                        std::int64_t, std::int64_t,
+                                                                        std::int64_t, int, int, int,
+                                                                        int, bool,
                                                                         NmDArray<bool>&) const;

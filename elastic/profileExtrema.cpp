@@ -1,6 +1,7 @@
 #include "elastic/profileExtrema.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "foundation/NmLogFile.h"
 
@@ -36,7 +37,7 @@ void sortByValue(Extrema& list) {
   });
 }
 
-void removeLeading(Extrema& list, long count) {
+void removeLeading(Extrema& list, std::int64_t count) {
   std::copy(list.data + count, list.data + list.size, list.data);
   list.resize(list.size - count);
 }
@@ -56,15 +57,15 @@ void removeTrailingMinima(const Extrema& maxima, Extrema& minima) {
 
 /// True when no value up to `width` places away on either side is beyond that at `place`. A side is
 /// left early at a value that lies back by more than the tolerance. NaN is no extremum.
-bool isExtremum(const ProfileSection& section, long place, int width, Kind kind) {
+bool isExtremum(const ProfileSection& section, std::int64_t place, int width, Kind kind) {
   const float sign = kind == Kind::minimum ? 1.0f : -1.0f;
   const float value = sign * section.values[place];
   if (!(value == value)) return false;
-  const long limits[2] = {std::max({section.skin, place - width, 0L}),
-                          std::min({section.end, place + width, section.size - 1})};
+  const std::int64_t limits[2] = {std::max({section.skin, place - width, std::int64_t{0}}),
+                                  std::min({section.end, place + width, section.size - 1})};
   for (int side = 0; side < 2; ++side) {
-    const long step = side == 0 ? -1 : 1;
-    for (long i = place + step; (limits[side] - i) * step >= 0; i += step) {
+    const std::int64_t step = side == 0 ? -1 : 1;
+    for (std::int64_t i = place + step; (limits[side] - i) * step >= 0; i += step) {
       const float neighbour = sign * section.values[i];
       if (neighbour < value) return false;
       if (neighbour - value > section.tolerance) break;
@@ -75,8 +76,9 @@ bool isExtremum(const ProfileSection& section, long place, int width, Kind kind)
 
 void listExtrema(const ProfileSection& section, int width, Kind kind, Extrema& list) {
   list.clear();
-  const long last = std::min(section.stop, section.size - 1);
-  for (long place = section.skin + 1; place <= last && section.skin < section.stop; ++place) {
+  const std::int64_t last = std::min(section.stop, section.size - 1);
+  for (std::int64_t place = section.skin + 1; place <= last && section.skin < section.stop;
+       ++place) {
     if (!isExtremum(section, place, width, kind)) continue;
     const NmVec2f extremum(section.position(place), section.values[place]);
     list.insert(list.size, 1, &extremum);
@@ -87,7 +89,7 @@ void listExtrema(const ProfileSection& section, int width, Kind kind, Extrema& l
 void removeFaintMaxima(Extrema& maxima) {
   if (maxima.size <= 3) return;
   sortByValue(maxima);
-  long count = 0;
+  std::int64_t count = 0;
   while (maxima.size - count > 2 && 0.333f * maxima[count + 1].y > maxima[count].y) ++count;
   removeLeading(maxima, count);
   sortByPosition(maxima);
@@ -97,7 +99,7 @@ void removeFaintMaxima(Extrema& maxima) {
 void tidy(ProfileExtrema& extrema) {
   Extrema& minima = extrema.minima;
   if (minima.size == 0 || extrema.maxima.size == 0) return;
-  long count = 0;
+  std::int64_t count = 0;
   while (count < minima.size && extrema.maxima[0].x >= minima[count].x) ++count;
   removeLeading(minima, count);
   removeTrailingMaxima(minima, extrema.maxima, 1);
@@ -115,7 +117,7 @@ bool widen(int& width, const Extrema& list, float voxelSize) {
 void logExtrema(const char* title, const Extrema& list) {
   if (list.size == 0) return;
   getTheLogInstance().printf("%s", title);
-  for (long i = 0; i < list.size; ++i)
+  for (std::int64_t i = 0; i < list.size; ++i)
     getTheLogInstance().printf("  %.1f at %.1f", static_cast<double>(list[i].y),
                                static_cast<double>(list[i].x));
 }
@@ -126,7 +128,7 @@ void removeLowMaxima(Extrema& maxima) {
   const float first = maxima[0].y;
   sortByValue(maxima);
   const float half = 0.5f * maxima[maxima.size - 1].y;
-  long count = 0;
+  std::int64_t count = 0;
   while (maxima.size - count > 3 && half > maxima[count].y && first > maxima[count].y) ++count;
   removeLeading(maxima, count);
   sortByPosition(maxima);

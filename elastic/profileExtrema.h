@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmDArray.h"
 #include "foundation/NmVec.h"
 
@@ -9,15 +11,17 @@ namespace voxreg::detail {
 /// size nor origin may be NaN.
 struct ProfileSection {
   const float* values = nullptr;
-  long size = 0;           ///< of the whole profile
-  long skin = -1;          ///< the search starts behind it; -1 where there is none
-  long stop = 0;           ///< last place of an extremum, as far as the profile goes
-  long end = 0;            ///< last value that an extremum is compared with, likewise
+  std::int64_t size = 0;   ///< of the whole profile
+  std::int64_t skin = -1;  ///< the search starts behind it; -1 where there is none
+  std::int64_t stop = 0;   ///< last place of an extremum, as far as the profile goes
+  std::int64_t end = 0;    ///< last value that an extremum is compared with, likewise
   float tolerance = 0.0f;  ///< a neighbour farther off than this ends the comparison
   float voxelSize = 0.0f;  ///< along the profile
   float origin = 0.0f;     ///< position of index 0
 
-  float position(long index) const { return static_cast<float>(index) * voxelSize + origin; }
+  float position(std::int64_t index) const {
+    return static_cast<float>(index) * voxelSize + origin;
+  }
 };
 
 /// Minima and maxima of a profile by position: x is the position, y the value.

@@ -1,6 +1,6 @@
 #include "elastic/scalarVoxels.h"
 
-#include "foundation/VlData.h"
+#include "foundation/volumeCore.h"
 
 namespace voxreg::detail {
 namespace {
@@ -13,7 +13,7 @@ NmHandle<VlDataAccess> asBlock(const NmHandle<VlDataAccess>& access) {
 }  // namespace
 
 NmHandle<VlDataAccess> lockScalars(VlData& volume) {
-  return volume.numDataVars() == 1 ? asBlock(volume.lock(false)) : nullptr;
+  return volume.numDataVars() == 1 ? asBlock(VolumeCore::lock(volume, false).object) : nullptr;
 }
 
 NmHandle<VlDataAccess> tryLockScalars(VlData& volume) {

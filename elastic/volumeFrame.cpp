@@ -1,12 +1,14 @@
 #include "elastic/volumeFrame.h"
 
+#include <cstdint>
+
 #include "foundation/VlData.h"
 #include "foundation/voxelTypes.h"
 
 namespace voxreg::detail {
 namespace {
 
-int toCount(long n) {
+int toCount(std::int64_t n) {
   return toVoxel<int>(static_cast<double>(n));
 }
 
@@ -26,7 +28,7 @@ NmBox3i VolumeFrame::allVoxels() const {
   return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
 }
 
-float VolumeFrame::position(int axis, long index) const {
+float VolumeFrame::position(int axis, std::int64_t index) const {
   return static_cast<float>(index) * voxelSize[axis] + box.min(axis);
 }
 

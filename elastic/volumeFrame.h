@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 
@@ -19,7 +21,7 @@ struct VolumeFrame {
   NmBox3i allVoxels() const;
 
   /// World coordinate of a voxel, which may lie outside.
-  float position(int axis, long index) const;
+  float position(int axis, std::int64_t index) const;
 };
 
 /// True when `axes` holds each of 0, 1 and 2.

@@ -1,28 +1,31 @@
 #include "foundation/NmDArray.h"
 
+#include <cinttypes>
+#include <cstddef>
+
 #include "foundation/NmLogFile.h"
 
 namespace voxreg::detail {
 
-long grownCapacity(long needed, long size) {
-  const long grown = static_cast<long>(1.5 * static_cast<double>(size));
+std::int64_t grownCapacity(std::int64_t needed, std::int64_t size) {
+  const std::int64_t grown = static_cast<std::int64_t>(1.5 * static_cast<double>(size));
   return needed > grown ? needed : grown;
 }
 
-long addedCount(long a, long b) {
-  if (a > std::numeric_limits<long>::max() - b) throw NmMemoryException();
+std::int64_t addedCount(std::int64_t a, std::int64_t b) {
+  if (a > std::numeric_limits<std::int64_t>::max() - b) throw NmMemoryException();
   return a + b;
 }
 
-unsigned long elementBytes(long count, unsigned long elementSize) {
-  const auto n = static_cast<unsigned long>(count);
-  if (n > static_cast<unsigned long>(std::numeric_limits<long>::max()) / elementSize)
+std::size_t elementBytes(std::int64_t count, std::size_t elementSize) {
+  const auto n = static_cast<std::uint64_t>(count);
+  if (n > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()) / elementSize)
     throw NmMemoryException();
-  return n * elementSize;
+  return static_cast<std::size_t>(n * elementSize);
 }
 
-void reportBadArgument(const char* operation, long pos, long n) {
-  getTheLogInstance().errorf("%s: bad position %ld or count %ld", operation, pos, n);
+void reportBadArgument(const char* operation, std::int64_t pos, std::int64_t n) {
+  getTheLogInstance().errorf("%s: bad position %" PRId64 " or count %" PRId64, operation, pos, n);
 }
 
 }  // namespace voxreg::detail

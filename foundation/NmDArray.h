@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <new>
 #include <type_traits>
@@ -38,16 +40,16 @@ template <class T>
 inline constexpr ElementKind elementKind<NmDVector<T>> = ElementKind::denseVector;
 
 /// max(needed, trunc(1.5 * size)): the growth that keeps repeated appends linear.
-long grownCapacity(long needed, long size);
+std::int64_t grownCapacity(std::int64_t needed, std::int64_t size);
 
 /// a + b of two counts; throws NmMemoryException where the sum is no count.
-long addedCount(long a, long b);
+std::int64_t addedCount(std::int64_t a, std::int64_t b);
 
 /// Bytes of `count` elements; throws NmMemoryException where the product is no size.
-unsigned long elementBytes(long count, unsigned long elementSize);
+std::size_t elementBytes(std::int64_t count, std::size_t elementSize);
 
 /// Writes the error line of a refused position or count.
-void reportBadArgument(const char* operation, long pos, long n);
+void reportBadArgument(const char* operation, std::int64_t pos, std::int64_t n);
 
 }  // namespace voxreg::detail
 
@@ -58,8 +60,8 @@ void reportBadArgument(const char* operation, long pos, long n);
 template <class T>
 class NmDArray {
  public:
-  long size = 0;
-  long max = 0;
+  std::int64_t size = 0;
+  std::int64_t max = 0;
   T* data = nullptr;
 
   NmDArray() noexcept = default;
@@ -75,7 +77,7 @@ class NmDArray {
   NmDArray& operator=(const NmDArray& other) {
     if (&other == this) return *this;
     resize(other.size);
-    for (long i = 0; i < size; ++i) data[i] = other.data[i];
+    for (std::int64_t i = 0; i < size; ++i) data[i] = other.data[i];
     return *this;
   }
   NmDArray& operator=(NmDArray&& other) noexcept {
@@ -86,26 +88,26 @@ class NmDArray {
     return *this;
   }
 
-  T& operator[](long i) { return data[i]; }
-  const T& operator[](long i) const { return data[i]; }
+  T& operator[](std::int64_t i) { return data[i]; }
+  const T& operator[](std::int64_t i) const { return data[i]; }
 
   /// Sets the number of elements (negative counts as 0), growing the block by half its present use
   /// at least. Returns the new size.
-  long resize(long n);
+  std::int64_t resize(std::int64_t n);
 
   /// Sets capacity and size at once; a negative argument stands for the present size, and the
   /// capacity is the larger of the two. Capacity 0 frees the block. Returns the old capacity minus
   /// the new one.
-  long remax(long newMax, long newSize);
+  std::int64_t remax(std::int64_t newMax, std::int64_t newSize);
 
   /// Opens a gap of `n` new elements at `pos`. A bad position or a negative count changes nothing
   /// and writes an error line.
-  void insertMemory(long pos, long n);
+  void insertMemory(std::int64_t pos, std::int64_t n);
 
   /// Inserts copies of `n` elements at `pos`; `src` may lie in this array and is read as it stood
   /// before the call. No element changes nothing; a bad position, a negative count or a source that
   /// runs over the array's end changes nothing and writes an error line.
-  void insert(long pos, long n, const T* src);
+  void insert(std::int64_t pos, std::int64_t n, const T* src);
 
   /// Destroys the elements and keeps the block.
   void clear() {
@@ -123,37 +125,37 @@ class NmDArray {
     data = nullptr;
   }
 
-  void destroy([[maybe_unused]] long first, [[maybe_unused]] long last) noexcept {
+  void destroy([[maybe_unused]] std::int64_t first, [[maybe_unused]] std::int64_t last) noexcept {
     if constexpr (!isPlain)
-      for (long i = first; i < last; ++i) data[i].~T();
+      for (std::int64_t i = first; i < last; ++i) data[i].~T();
   }
 
   /// The state of new elements: all zero bytes, which is a null handle or an empty array.
-  void zero([[maybe_unused]] long first, [[maybe_unused]] long last) noexcept {
+  void zero([[maybe_unused]] std::int64_t first, [[maybe_unused]] std::int64_t last) noexcept {
     if constexpr (!isPlain) {
       if (last > first)
         std::memset(static_cast<void*>(data + first), 0,
-                    static_cast<unsigned long>(last - first) * sizeof(T));
+                    static_cast<std::size_t>(last - first) * sizeof(T));
     }
   }
 
   /// Moves elements bit by bit within the block; the slots left behind hold stale bits.
-  void shift(long to, long from, long n) noexcept {
+  void shift(std::int64_t to, std::int64_t from, std::int64_t n) noexcept {
     if (n > 0)
       std::memmove(static_cast<void*>(data + to), static_cast<const void*>(data + from),
-                   static_cast<unsigned long>(n) * sizeof(T));
+                   static_cast<std::size_t>(n) * sizeof(T));
   }
 
   /// Moves the first `kept` elements to a block of `capacity` and destroys the others.
-  void relocate(long capacity, long kept);
+  void relocate(std::int64_t capacity, std::int64_t kept);
 
   /// Copies the first `kept` vectors into a new block, which is freed when one has no room.
-  void rebuild(T* block, long kept);
+  void rebuild(T* block, std::int64_t kept);
 };
 
 template <class T>
-void NmDArray<T>::relocate(long capacity, long kept) {
-  const unsigned long bytes = voxreg::detail::elementBytes(capacity, sizeof(T));
+void NmDArray<T>::relocate(std::int64_t capacity, std::int64_t kept) {
+  const std::size_t bytes = voxreg::detail::elementBytes(capacity, sizeof(T));
   if constexpr (isPlain) {
     data = static_cast<T*>(nmrealloc(static_cast<void*>(data), bytes));
   } else {
@@ -165,7 +167,7 @@ void NmDArray<T>::relocate(long capacity, long kept) {
       destroy(kept, size);
       if (kept > 0)
         std::memcpy(static_cast<void*>(block), static_cast<const void*>(data),
-                    static_cast<unsigned long>(kept) * sizeof(T));
+                    static_cast<std::size_t>(kept) * sizeof(T));
     }
     nmfree(data);
     data = block;
@@ -175,20 +177,20 @@ void NmDArray<T>::relocate(long capacity, long kept) {
 }
 
 template <class T>
-void NmDArray<T>::rebuild(T* block, long kept) {
-  long built = 0;
+void NmDArray<T>::rebuild(T* block, std::int64_t kept) {
+  std::int64_t built = 0;
   try {
     for (; built < kept; ++built)
       (new (static_cast<void*>(block + built)) T())->insert(0, data[built].size, data[built].data);
   } catch (...) {
-    for (long i = 0; i <= built; ++i) block[i].~T();
+    for (std::int64_t i = 0; i <= built; ++i) block[i].~T();
     nmfree(block);
     throw;
   }
 }
 
 template <class T>
-long NmDArray<T>::resize(long n) {
+std::int64_t NmDArray<T>::resize(std::int64_t n) {
   if (n < 0) n = 0;
   if (n < size) {
     destroy(n, size);
@@ -201,12 +203,12 @@ long NmDArray<T>::resize(long n) {
 }
 
 template <class T>
-long NmDArray<T>::remax(long newMax, long newSize) {
+std::int64_t NmDArray<T>::remax(std::int64_t newMax, std::int64_t newSize) {
   if (newMax < 0) newMax = size;
   if (newSize < 0) newSize = size;
-  const long oldMax = max;
-  const long capacity = newMax > newSize ? newMax : newSize;
-  const long kept = newSize < size ? newSize : size;
+  const std::int64_t oldMax = max;
+  const std::int64_t capacity = newMax > newSize ? newMax : newSize;
+  const std::int64_t kept = newSize < size ? newSize : size;
   if (capacity == 0) {
     destroy(0, size);
     nmfree(data);
@@ -222,12 +224,12 @@ long NmDArray<T>::remax(long newMax, long newSize) {
 }
 
 template <class T>
-void NmDArray<T>::insertMemory(long pos, long n) {
+void NmDArray<T>::insertMemory(std::int64_t pos, std::int64_t n) {
   if (pos < 0 || pos > size || n < 0) {
     voxreg::detail::reportBadArgument("NmDArray::insertMemory", pos, n);
     return;
   }
-  const long grown = voxreg::detail::addedCount(size, n);
+  const std::int64_t grown = voxreg::detail::addedCount(size, n);
   if (grown > max) remax(voxreg::detail::grownCapacity(grown, size), size);
   shift(pos + n, pos, size - pos);
   zero(pos, pos + n);
@@ -235,18 +237,19 @@ void NmDArray<T>::insertMemory(long pos, long n) {
 }
 
 template <class T>
-void NmDArray<T>::insert(long pos, long n, const T* src) {
+void NmDArray<T>::insert(std::int64_t pos, std::int64_t n, const T* src) {
   if (n == 0) return;
-  const bool inside = data != nullptr && src >= data && src < data + max;
-  const long offset = inside ? src - data : 0;
+  const std::less<const T*> before;  // defined for pointers to other arrays too
+  const bool inside = data != nullptr && !before(src, data) && before(src, data + max);
+  const std::int64_t offset = inside ? src - data : 0;
   if (pos < 0 || pos > size || n < 0 || src == nullptr || (inside && n > size - offset)) {
     voxreg::detail::reportBadArgument("NmDArray::insert", pos, n);
     return;
   }
   insertMemory(pos, n);
   try {
-    for (long i = n - 1; i >= 0; --i) {
-      const long old = offset + i;
+    for (std::int64_t i = n - 1; i >= 0; --i) {
+      const std::int64_t old = offset + i;
       const T& element = inside ? data[old < pos ? old : old + n] : src[i];
       data[pos + i] = element;
     }

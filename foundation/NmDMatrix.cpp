@@ -1,5 +1,6 @@
 #include "foundation/NmDMatrix.h"
 
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -8,8 +9,8 @@
 
 namespace {
 
-unsigned long bytesOf(int rows, int cols, unsigned long elementSize) {
-  return voxreg::detail::elementBytes(static_cast<long>(rows) * cols, elementSize);
+std::size_t bytesOf(int rows, int cols, std::size_t elementSize) {
+  return voxreg::detail::elementBytes(static_cast<std::int64_t>(rows) * cols, elementSize);
 }
 
 }  // namespace
@@ -29,7 +30,7 @@ template <class T>
 NmDMatrix<T>& NmDMatrix<T>::operator=(const NmDMatrix& other) {
   if (&other == this) return *this;
   resize(other.nRows, other.nCols);
-  const unsigned long bytes = bytesOf(nRows, nCols, sizeof(T));
+  const std::size_t bytes = bytesOf(nRows, nCols, sizeof(T));
   if (bytes > 0) std::memcpy(data, other.data, bytes);
   return *this;
 }
@@ -65,7 +66,7 @@ NmDMatrix<T>& NmDMatrix<T>::operator*=(const NmDMatrix& b) {
     for (int j = 0; j < b.nCols; ++j) {
       T sum = 0;
       for (int k = 0; k < nCols; ++k) sum += (*this)(i, k) * b(k, j);
-      product[static_cast<long>(i) * b.nCols + j] = sum;
+      product[static_cast<std::int64_t>(i) * b.nCols + j] = sum;
     }
   const int columns = b.nCols;  // b may be this matrix
   nmfree(data);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmMemory.h"
 
 /// Dense row-major matrix of doubles, deep-copied. `data` holds nRows * nCols values or is null.
@@ -25,9 +27,11 @@ class NmDMatrix {
   /// error line.
   NmDMatrix& operator*=(const NmDMatrix& b);
 
-  T& operator()(int row, int column) { return data[static_cast<long>(row) * nCols + column]; }
+  T& operator()(int row, int column) {
+    return data[static_cast<std::int64_t>(row) * nCols + column];
+  }
   const T& operator()(int row, int column) const {
-    return data[static_cast<long>(row) * nCols + column];
+    return data[static_cast<std::int64_t>(row) * nCols + column];
   }
 };
 

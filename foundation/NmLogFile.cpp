@@ -1,20 +1,41 @@
 #include "foundation/NmLogFile.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <new>
 #include <utility>
 
 #include "foundation/NmException.h"
+#include "foundation/NmHandableThreaded.h"
 #include "foundation/NmString.h"
 
 namespace {
 
-void writeToStandardError(const char* text, unsigned long length) {
+void writeToStandardError(const char* text, std::size_t length) {
   std::fprintf(stderr, "%.*s\n", static_cast<int>(length), text);
 }
 
 }  // namespace
+
+/// A sink that stays while a line is on its way to it.
+class NmLogFile::SinkHolder : public NmHandableThreaded {
+ public:
+  explicit SinkHolder(Sink taken) : sink(std::move(taken)) {}
+
+  Sink copy() const {
+    try {
+      return sink;
+    } catch (const std::bad_alloc&) {
+      throw NmMemoryException();
+    }
+  }
+
+  const Sink sink;
+};
+
+NmLogFile::NmLogFile() = default;
+NmLogFile::~NmLogFile() = default;
 
 NmLogFile& getTheLogInstance() {
   // Never destroyed: objects that end after main may still have a line to write. Not on the heap,
@@ -24,14 +45,23 @@ NmLogFile& getTheLogInstance() {
   return log;
 }
 
+NmHandle<NmLogFile::SinkHolder> NmLogFile::presentSink() {
+  const std::lock_guard guard(mutex_);
+  return sink_;
+}
+
+// Whatever may fail, or run code of the host, comes before the exchange and outside the mutex.
 NmLogFile::Sink NmLogFile::setSink(Sink sink) {
-  std::shared_ptr<const Sink> next;
-  if (sink) next = std::make_shared<const Sink>(std::move(sink));
-  {
+  NmHandle<SinkHolder> next;
+  if (sink) next = new SinkHolder(std::move(sink));
+  for (;;) {
+    const NmHandle<SinkHolder> present = presentSink();
+    Sink before = present != nullptr ? present->copy() : Sink();
     const std::lock_guard guard(mutex_);
-    sink_.swap(next);
+    if (sink_ != present) continue;
+    sink_ = next;
+    return before;
   }
-  return next ? *next : Sink();
 }
 
 void NmLogFile::printf(const char* format, ...) {
@@ -66,25 +96,21 @@ void NmLogFile::write(bool isError, const char* format, va_list arguments) {
   const int length = std::vsnprintf(brief, sizeof brief, format, again);
   va_end(again);
   if (length < 0) return writeLines(isError, format);
-  if (static_cast<unsigned long>(length) < sizeof brief) return writeLines(isError, brief);
+  if (static_cast<std::size_t>(length) < sizeof brief) return writeLines(isError, brief);
   NmDArray<char> whole;
   try {
-    whole.resize(static_cast<long>(length) + 1);
+    whole.resize(static_cast<std::int64_t>(length) + 1);
   } catch (const NmMemoryException&) {
     return writeLines(isError, brief);
   }
-  std::vsnprintf(whole.data, static_cast<unsigned long>(whole.size), format, arguments);
+  std::vsnprintf(whole.data, static_cast<std::size_t>(whole.size), format, arguments);
   writeLines(isError, whole.data);
 }
 
 void NmLogFile::writeLines(bool isError, const char* text) {
-  std::shared_ptr<const Sink> sink;
-  {
-    const std::lock_guard guard(mutex_);
-    sink = sink_;
-  }
+  const NmHandle<SinkHolder> sink = presentSink();
   do {
-    const unsigned long length = std::strcspn(text, "\r\n");
+    const std::size_t length = std::strcspn(text, "\r\n");
     std::string line;
     bool fits = sink != nullptr;
     try {
@@ -93,7 +119,7 @@ void NmLogFile::writeLines(bool isError, const char* text) {
       fits = false;
     }
     if (fits)
-      (*sink)(isError, line);
+      sink->sink(isError, line);
     else
       writeToStandardError(text, length);
     text += length;

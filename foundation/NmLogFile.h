@@ -2,9 +2,10 @@
 
 #include <cstdarg>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <string>
+
+#include "foundation/NmHandle.h"
 
 /// The process-wide log, reached by getTheLogInstance(). Safe to call from several threads. Each
 /// line of a text goes to the sink without its line end; the sink runs outside the log's mutex, so
@@ -13,6 +14,11 @@ class NmLogFile {
  public:
   using Sink = std::function<void(bool isError, const std::string& line)>;
 
+  NmLogFile();
+  NmLogFile(const NmLogFile&) = delete;
+  NmLogFile& operator=(const NmLogFile&) = delete;
+  ~NmLogFile();
+
   /// Writes information.
   void printf(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
@@ -20,16 +26,19 @@ class NmLogFile {
   void errorf(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
   /// Replaces the sink and returns the one before. An empty sink restores the default, which writes
-  /// to standard error.
+  /// to standard error. Throws NmMemoryException, the sink unchanged, when memory is exhausted.
   Sink setSink(Sink sink);
 
  private:
+  class SinkHolder;
+
+  NmHandle<SinkHolder> presentSink();
   void write(bool isError, const char* format, va_list arguments)
       __attribute__((format(printf, 3, 0)));
   void writeLines(bool isError, const char* text);
 
   std::mutex mutex_;
-  std::shared_ptr<const Sink> sink_;
+  NmHandle<SinkHolder> sink_;
 };
 
 NmLogFile& getTheLogInstance();

@@ -4,20 +4,20 @@
 
 #include "foundation/NmException.h"
 
-void* nmmalloc(unsigned long bytes) {
+void* nmmalloc(std::size_t bytes) {
   void* block = std::malloc(bytes == 0 ? 1 : bytes);
   if (block == nullptr) throw NmMemoryException();
   return block;
 }
 
-void* nmcalloc(unsigned long bytes) {
+void* nmcalloc(std::size_t bytes) {
   void* block = std::calloc(bytes == 0 ? 1 : bytes, 1);
   if (block == nullptr) throw NmMemoryException();
   return block;
 }
 
 // realloc(p, 0) may free p and return null, which would read as exhaustion and free twice.
-void* nmrealloc(void* p, unsigned long bytes) {
+void* nmrealloc(void* p, std::size_t bytes) {
   void* block = std::realloc(p, bytes == 0 ? 1 : bytes);
   if (block == nullptr) throw NmMemoryException();
   return block;

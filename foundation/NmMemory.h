@@ -3,14 +3,14 @@
 #include <cstddef>
 
 /// Allocates `bytes` bytes (0 counts as 1). Throws NmMemoryException when memory is exhausted.
-[[nodiscard]] void* nmmalloc(unsigned long bytes);
+[[nodiscard]] void* nmmalloc(std::size_t bytes);
 
 /// nmmalloc with every byte 0. A large block takes memory only where it is written.
-[[nodiscard]] void* nmcalloc(unsigned long bytes);
+[[nodiscard]] void* nmcalloc(std::size_t bytes);
 
 /// Resizes a block of nmmalloc, or allocates one for a null `p`; 0 bytes count as 1. Throws
 /// NmMemoryException when memory is exhausted, and the old block is then untouched.
-[[nodiscard]] void* nmrealloc(void* p, unsigned long bytes);
+[[nodiscard]] void* nmrealloc(void* p, std::size_t bytes);
 
 /// Releases a block of these; null is allowed.
 void nmfree(void* p) noexcept;

@@ -1,6 +1,7 @@
 #include "foundation/NmRawData.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <type_traits>
 
 #include "foundation/NmLogFile.h"
@@ -11,26 +12,26 @@ namespace {
 using voxreg::detail::fitsSixteenBits;
 using voxreg::detail::roundToInt;
 
-constexpr unsigned long cellsAtOnce = 64;
+constexpr std::uint64_t cellsAtOnce = 64;
 
 /// Source rows that a row of cells spans, the ends not included.
 struct RowRange {
-  unsigned long yFirst, yLast, zFirst, zLast;
+  std::uint64_t yFirst, yLast, zFirst, zLast;
 
-  unsigned long count() const { return (yLast - yFirst) * (zLast - zFirst); }
+  std::uint64_t count() const { return (yLast - yFirst) * (zLast - zFirst); }
 };
 
 struct CellGrid {
-  unsigned long dims[3];
-  unsigned long factors[3];
+  std::uint64_t dims[3];
+  std::uint64_t factors[3];
 
-  unsigned long cells(int axis) const {
+  std::uint64_t cells(int axis) const {
     return dims[axis] == 0 ? 0 : (dims[axis] - 1) / factors[axis] + 1;
   }
-  unsigned long end(int axis, unsigned long cell) const {
+  std::uint64_t end(int axis, std::uint64_t cell) const {
     return std::min((cell + 1) * factors[axis], dims[axis]);
   }
-  RowRange rowsOf(unsigned long j, unsigned long k) const {
+  RowRange rowsOf(std::uint64_t j, std::uint64_t k) const {
     return {j * factors[1], end(1, j), k * factors[2], end(2, k)};
   }
 };
@@ -48,17 +49,17 @@ T meanToVoxel(double mean) {
 struct CellRun {
   const CellGrid& grid;
   const RowRange& rows;
-  unsigned long x;
-  unsigned long n;
-  unsigned long width;
+  std::uint64_t x;
+  std::uint64_t n;
+  std::uint64_t width;
 
-  unsigned long voxelsPerCell() const { return width * rows.count(); }
+  std::uint64_t voxelsPerCell() const { return width * rows.count(); }
 
   /// Calls `f` with each source row of the cells, from `x` on, in grid order.
   template <class T, class F>
   void forEachRow(const T* src, F&& f) const {
-    for (unsigned long z = rows.zFirst; z < rows.zLast; ++z)
-      for (unsigned long y = rows.yFirst; y < rows.yLast; ++y)
+    for (std::uint64_t z = rows.zFirst; z < rows.zLast; ++z)
+      for (std::uint64_t y = rows.yFirst; y < rows.yLast; ++y)
         f(src + grid.dims[0] * (y + grid.dims[1] * z) + x);
   }
 };
@@ -66,13 +67,13 @@ struct CellRun {
 template <class T>
 void sumCells(const T* src, const CellRun& run, double* sums) {
   run.forEachRow(src, [&](const T* row) {
-    for (unsigned long i = 0; i < run.n; ++i)
-      for (unsigned long k = 0; k < run.width; ++k)
+    for (std::uint64_t i = 0; i < run.n; ++i)
+      for (std::uint64_t k = 0; k < run.width; ++k)
         sums[i] += static_cast<double>(row[i * run.width + k]);
   });
 }
 
-constexpr unsigned long columnsAtOnce = 512;
+constexpr std::uint64_t columnsAtOnce = 512;
 
 /// True if the columns of the cells fit into a buffer, and their sums into int.
 bool canSumColumns(const CellRun& run) {
@@ -82,15 +83,15 @@ bool canSumColumns(const CellRun& run) {
 /// The same for small integers, whose sums are exact in any order: column by column first.
 template <class T>
 void sumColumns(const T* src, const CellRun& run, double* sums) {
-  const unsigned long numColumns = run.n * run.width;
+  const std::uint64_t numColumns = run.n * run.width;
   int columns[columnsAtOnce];
   std::fill(columns, columns + numColumns, 0);
   run.forEachRow(src, [&](const T* row) {
-    for (unsigned long i = 0; i < numColumns; ++i) columns[i] += row[i];
+    for (std::uint64_t i = 0; i < numColumns; ++i) columns[i] += row[i];
   });
-  for (unsigned long i = 0; i < run.n; ++i) {
+  for (std::uint64_t i = 0; i < run.n; ++i) {
     int sum = 0;
-    for (unsigned long k = 0; k < run.width; ++k) sum += columns[i * run.width + k];
+    for (std::uint64_t k = 0; k < run.width; ++k) sum += columns[i * run.width + k];
     sums[i] = static_cast<double>(sum);
   }
 }
@@ -107,27 +108,27 @@ void averageRun(T* dst, const T* src, const CellRun& run) {
   double sums[cellsAtOnce] = {};
   sum(src, run, sums);
   const auto count = static_cast<double>(run.voxelsPerCell());
-  for (unsigned long i = 0; i < run.n; ++i) dst[i] = meanToVoxel<T>(sums[i] / count);
+  for (std::uint64_t i = 0; i < run.n; ++i) dst[i] = meanToVoxel<T>(sums[i] / count);
 }
 
 template <class T>
 void averageRow(T* dst, const T* src, const CellGrid& grid, const RowRange& rows) {
-  const unsigned long factor = grid.factors[0];
-  const unsigned long whole = grid.dims[0] / factor;
-  for (unsigned long i = 0; i < whole; i += cellsAtOnce)
+  const std::uint64_t factor = grid.factors[0];
+  const std::uint64_t whole = grid.dims[0] / factor;
+  for (std::uint64_t i = 0; i < whole; i += cellsAtOnce)
     averageRun(dst + i, src, {grid, rows, i * factor, std::min(cellsAtOnce, whole - i), factor});
-  const unsigned long rest = grid.dims[0] % factor;
+  const std::uint64_t rest = grid.dims[0] % factor;
   if (rest > 0) averageRun(dst + whole, src, {grid, rows, whole * factor, 1, rest});
 }
 
 template <class T>
 void averageCells(T* dst, const T* src, const CellGrid& grid, NmProgressInterface* progress) {
-  for (unsigned long k = 0; k < grid.cells(2); ++k) {
+  for (std::uint64_t k = 0; k < grid.cells(2); ++k) {
     if (progress != nullptr) {
       progress->setProgressValue(static_cast<int>(k + 1));
       if (progress->wasInterrupted()) return;
     }
-    for (unsigned long j = 0; j < grid.cells(1); ++j) {
+    for (std::uint64_t j = 0; j < grid.cells(1); ++j) {
       averageRow(dst, src, grid, grid.rowsOf(j, k));
       dst += grid.cells(0);
     }
@@ -136,13 +137,13 @@ void averageCells(T* dst, const T* src, const CellGrid& grid, NmProgressInterfac
 
 }  // namespace
 
-void NmRawData::downSample3D(void* dst, NmTypedPointer src, unsigned long nx, unsigned long ny,
-                             unsigned long nz, int fx, int fy, int fz,
+void NmRawData::downSample3D(void* dst, NmTypedPointer src, std::uint64_t nx, std::uint64_t ny,
+                             std::uint64_t nz, int fx, int fy, int fz,
                              NmProgressInterface* progress) {
   const bool valid = dst != nullptr && src.data != nullptr && fx >= 1 && fy >= 1 && fz >= 1;
   const CellGrid grid = {{nx, ny, nz},
-                         {static_cast<unsigned long>(fx), static_cast<unsigned long>(fy),
-                          static_cast<unsigned long>(fz)}};
+                         {static_cast<std::uint64_t>(fx), static_cast<std::uint64_t>(fy),
+                          static_cast<std::uint64_t>(fz)}};
   const auto average = [&]<class T>() {
     averageCells(static_cast<T*>(dst), static_cast<const T*>(src.data), grid, progress);
   };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmProgressInterface.h"
 #include "foundation/NmTypedPointer.h"
 
@@ -12,6 +14,6 @@ class NmRawData {
   /// converted as VlDataAccess::putRow converts. `progress` is told each slice of cells and polled;
   /// an interruption leaves the slices that follow unwritten. A type that is not served, a null
   /// block or a factor below 1 writes nothing but an error line.
-  static void downSample3D(void* dst, NmTypedPointer src, unsigned long nx, unsigned long ny,
-                           unsigned long nz, int fx, int fy, int fz, NmProgressInterface* progress);
+  static void downSample3D(void* dst, NmTypedPointer src, std::uint64_t nx, std::uint64_t ny,
+                           std::uint64_t nz, int fx, int fy, int fz, NmProgressInterface* progress);
 };

@@ -1,5 +1,6 @@
 #include "foundation/NmString.h"
 
+#include <cstdint>
 #include <cstdio>
 
 NmString::NmString(int /*unused*/, const char* format, ...) {
@@ -20,7 +21,7 @@ void NmString::vprintf(const char* format, va_list arguments) {
   va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, again);
   va_end(again);
-  resize(length < 0 ? 1 : static_cast<long>(length) + 1);
+  resize(length < 0 ? 1 : static_cast<std::int64_t>(length) + 1);
   data[0] = '\0';
-  if (length > 0) std::vsnprintf(data, static_cast<unsigned long>(size), format, arguments);
+  if (length > 0) std::vsnprintf(data, static_cast<std::size_t>(size), format, arguments);
 }

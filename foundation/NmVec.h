@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 /// Plain value vectors: zero by default, compared element by element. `operator[]` counts from 0.
 
 /// Two floats; as a range, x is the minimum and y the maximum.
@@ -64,15 +66,16 @@ class NmVec3i {
 /// Dimensions of a volume.
 class NmVec3l {
  public:
-  long x = 0;
-  long y = 0;
-  long z = 0;
+  std::int64_t x = 0;
+  std::int64_t y = 0;
+  std::int64_t z = 0;
 
   NmVec3l() = default;
-  NmVec3l(long xValue, long yValue, long zValue) : x(xValue), y(yValue), z(zValue) {}
+  NmVec3l(std::int64_t xValue, std::int64_t yValue, std::int64_t zValue)
+      : x(xValue), y(yValue), z(zValue) {}
 
-  long& operator[](int i) { return i == 0 ? x : i == 1 ? y : z; }
-  const long& operator[](int i) const { return i == 0 ? x : i == 1 ? y : z; }
+  std::int64_t& operator[](int i) { return i == 0 ? x : i == 1 ? y : z; }
+  const std::int64_t& operator[](int i) const { return i == 0 ? x : i == 1 ? y : z; }
   bool operator==(const NmVec3l&) const = default;
 };
 

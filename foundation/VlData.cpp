@@ -3,35 +3,26 @@
 #include <utility>
 
 #include "foundation/NmLogFile.h"
-#include "foundation/axisTaps.h"
-#include "foundation/gridEvaluator.h"
-#include "foundation/silently.h"
+#include "foundation/volumeCore.h"
 #include "foundation/voxelHold.h"
 #include "foundation/voxelLock.h"
-#include "foundation/voxelRange.h"
 
-using voxreg::detail::TapRule;
+using voxreg::detail::Outcome;
 using voxreg::detail::ThreadIdentity;
-using voxreg::detail::VoxelGrid;
+using voxreg::detail::VolumeCore;
 using voxreg::detail::VoxelLease;
 using voxreg::detail::VoxelLock;
 
 namespace {
 
-VoxelGrid gridOf(const VlData& volume) {
-  return {volume.dims(), volume.numDataVars(), volume.primType()};
+void tell(const char* operation, const char* reason) {
+  if (reason != nullptr) getTheLogInstance().errorf("%s: %s", operation, reason);
 }
 
-NmHandle<VlEvaluator> makeEvaluator(const char* operation, const VlData& volume,
-                                    const NmHandle<VlDataAccess>& access, TapRule rule) {
-  if (access == nullptr) return nullptr;
-  NmBox3f box;
-  volume.boundingBox(box);
-  NmHandle<VlEvaluator> evaluator =
-      voxreg::detail::makeGridEvaluator(access, gridOf(volume), box, rule);
-  if (evaluator == nullptr)
-    getTheLogInstance().errorf("%s: the voxels are not in one block of a served type", operation);
-  return evaluator;
+template <class T>
+NmHandle<T> told(const char* operation, const Outcome<T>& outcome) {
+  tell(operation, outcome.reason);
+  return outcome.object;
 }
 
 }  // namespace
@@ -42,30 +33,12 @@ VlData::~VlData() {
 }
 
 NmHandle<VlDataAccess> VlData::lock(bool write) {
-  return lockFor("VlData::lock", write);
+  return told("VlData::lock", VolumeCore::lock(*this, write));
 }
 
 NmHandle<VlDataAccess> VlData::tryLock(bool write) {
-  VoxelLease lease(*lock_, write, false);
-  if (!lease.isGranted()) return nullptr;
-  return open(std::move(lease));
-}
-
-NmHandle<VlDataAccess> VlData::lockFor(const char* operation, bool write) {
-  NmHandle<VlDataAccess> access;
-  const char* reason = "this thread's own lock on the volume is in the way";
-  VoxelLease lease(*lock_, write, true);
-  if (lease.isGranted()) {
-    access = open(std::move(lease));
-    reason = "the volume has no voxels to give access to";
-  }
-  if (access == nullptr && operation != nullptr)
-    getTheLogInstance().errorf("%s: %s", operation, reason);
-  return access;
-}
-
-NmHandle<VlDataAccess> voxreg::detail::lockSilently(VlData& volume, bool write) {
-  return volume.lockFor(nullptr, write);
+  bool isBusy = false;
+  return VolumeCore::tryLock(*this, write, isBusy);
 }
 
 NmHandle<VlDataAccess> VlData::open(VoxelLease lease) {
@@ -75,13 +48,9 @@ NmHandle<VlDataAccess> VlData::open(VoxelLease lease) {
 }
 
 NmResult VlData::range(float& min, float& max, bool /*exact*/) {
-  min = 0.0f;
-  max = 0.0f;
-  const NmHandle<VlDataAccess> access = lockFor("VlData::range", false);
-  if (access == nullptr) return NmResult(false);
-  const bool found = voxreg::detail::findVoxelRange(*access, gridOf(*this), min, max);
-  if (!found) getTheLogInstance().errorf("VlData::range: the volume holds no number");
-  return NmResult(found);
+  const char* const reason = VolumeCore::findRange(*this, min, max);
+  tell("VlData::range", reason);
+  return NmResult(reason == nullptr);
 }
 
 NmVec3f VlData::voxelSpacing() const {
@@ -96,17 +65,17 @@ NmHandle<VlEvaluator> VlData::createEvaluator(EvaluatorFilter filter) {
   constexpr const char* operation = "VlData::createEvaluator";
   switch (filter) {
     case NearestNeighbour:
-      return makeEvaluator(operation, *this, lockFor(operation, false), voxreg::detail::nearestTap);
+      return told(operation, VolumeCore::makeEvaluator(*this, voxreg::detail::nearestTap));
     case Trilinear:
-      return makeEvaluator(operation, *this, lockFor(operation, false), voxreg::detail::linearTaps);
+      return told(operation, VolumeCore::makeEvaluator(*this, voxreg::detail::linearTaps));
   }
   getTheLogInstance().errorf("%s: there is no filter %d", operation, static_cast<int>(filter));
   return nullptr;
 }
 
 NmHandle<VlEvaluator> VlData::createEvaluatorLanczos() {
-  constexpr const char* operation = "VlData::createEvaluatorLanczos";
-  return makeEvaluator(operation, *this, lockFor(operation, false), voxreg::detail::lanczosTaps);
+  return told("VlData::createEvaluatorLanczos",
+              VolumeCore::makeEvaluator(*this, voxreg::detail::lanczosTaps));
 }
 
 VlData::ExclusiveUse::ExclusiveUse(VlData& volume)

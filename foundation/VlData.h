@@ -14,7 +14,7 @@ class VlData;
 namespace voxreg::detail {
 class VoxelLock;
 class VoxelLease;
-NmHandle<VlDataAccess> lockSilently(VlData& volume, bool write);
+struct VolumeCore;
 }  // namespace voxreg::detail
 
 /// A volume: a grid of voxels, x fastest, each of one or more interleaved data variables of one
@@ -23,8 +23,15 @@ NmHandle<VlDataAccess> lockSilently(VlData& volume, bool write);
 ///
 /// The voxels are reached through a lock that admits many readers or one writer. A thread that
 /// reads may take further read locks at any time, writers waiting or not; a writer waits until no
-/// reader is left. What a thread could only wait for in vain because of its own lock is refused at
-/// once.
+/// reader is left. An access counts for the thread that took it, wherever it is used and let go.
+/// What a thread could only wait for in vain because of its own lock is refused at once. A thread
+/// that keeps one volume locked and waits for another may wait for a thread that does the reverse:
+/// hosts which do that take their locks in one order. The library's own operations on two volumes
+/// do not wait for each other.
+///
+/// A volume is held by NmHandle, and goes with the last handle and lock. It may also be the host's
+/// alone, as an object on the stack or a member is: then no handle may ever be made of it, not even
+/// by handing it to an operation that takes handles, and it must outlive its locks and evaluators.
 class VlData : public virtual NmHandableThreaded {
  public:
   enum EvaluatorFilter : int {
@@ -48,7 +55,8 @@ class VlData : public virtual NmHandableThreaded {
   virtual NmResult setBoundingBox(const NmBox3f& box) = 0;
 
   /// Waits for the voxels and gives access to them for reading or writing. Null, with an error
-  /// line, when this thread's own lock makes that impossible or the volume has no voxels.
+  /// line, when this thread's own lock makes that impossible or the volume has no voxels, or none
+  /// that may be written.
   NmHandle<VlDataAccess> lock(bool write);
 
   /// As lock, but gives null at once, without a line, when the voxels are not to be had now.
@@ -90,11 +98,7 @@ class VlData : public virtual NmHandableThreaded {
   };
 
  private:
-  friend NmHandle<VlDataAccess> voxreg::detail::lockSilently(VlData& volume, bool write);
-
-  /// lock under another operation's name, which stands at the head of the error line; null for
-  /// none, and no line.
-  NmHandle<VlDataAccess> lockFor(const char* operation, bool write);
+  friend struct voxreg::detail::VolumeCore;
 
   /// Lets openAccess make the access and ties the lease to its life.
   NmHandle<VlDataAccess> open(voxreg::detail::VoxelLease lease);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 #include "foundation/NmHandableThreaded.h"
 #include "foundation/NmResult.h"
@@ -8,7 +9,8 @@
 class VlData;
 
 /// Locked access to the voxels of one volume, given by VlData::lock. The lock lasts as long as the
-/// object, whichever thread lets go of it last, and the object keeps its volume alive.
+/// object, whichever thread lets go of it last, counts for the thread that took it, and keeps alive
+/// a volume that handles hold. What was locked for reading may not be written.
 class VlDataAccess : public NmHandableThreaded {
  public:
   VlDataAccess() = default;
@@ -18,7 +20,7 @@ class VlDataAccess : public NmHandableThreaded {
 
   /// The voxels, x fastest, data variables interleaved. Index 0 is the first voxel of the first (or
   /// only) block; null for a block that the volume does not have.
-  virtual void* dataPtr(long index) const = 0;
+  virtual void* dataPtr(std::int64_t index) const = 0;
 
   /// True when all voxels lie in one block in grid order.
   virtual bool isContiguous() const = 0;
@@ -29,11 +31,12 @@ class VlDataAccess : public NmHandableThreaded {
   /// Fills `buffer` with one line of voxels as floats, data variables interleaved. Exactly one
   /// coordinate is -1 and names the axis that the line runs along. Fails with an error line,
   /// `buffer` untouched, for any other combination, a coordinate out of range or a null buffer.
-  virtual NmResult row(long x, long y, long z, float* buffer) const = 0;
+  virtual NmResult row(std::int64_t x, std::int64_t y, std::int64_t z, float* buffer) const = 0;
 
   /// Writes such a line back. Integer voxels take the nearest value, ties to even, saturate at
   /// their limits and turn NaN into 0. Fails like row, and on an access for reading.
-  virtual NmResult putRow(long x, long y, long z, const float* buffer) const = 0;
+  virtual NmResult putRow(std::int64_t x, std::int64_t y, std::int64_t z,
+                          const float* buffer) const = 0;
 
  private:
   friend class VlData;

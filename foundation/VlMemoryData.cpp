@@ -7,19 +7,19 @@
 #include "foundation/NmException.h"
 #include "foundation/NmLogFile.h"
 #include "foundation/memoryAccess.h"
-#include "foundation/silently.h"
-#include "foundation/voxelGrid.h"
+#include "foundation/volumeCore.h"
 #include "foundation/voxelTypes.h"
 
+using voxreg::detail::VolumeCore;
 using voxreg::detail::VoxelGrid;
 
 namespace {
 
-constexpr long largestDimension = 2147483647;
+constexpr std::int64_t largestDimension = 2147483647;
 constexpr const char* noSuchVolume = "there is no volume of such a shape or type";
 constexpr const char* volumeIsLocked = "the volume is locked";
 
-float defaultMaximum(long n) {
+float defaultMaximum(std::int64_t n) {
   return n == 1 ? 1.0f : static_cast<float>(n - 1);
 }
 
@@ -29,8 +29,8 @@ bool isServed(const VoxelGrid& grid) {
          grid.numValues() > 0 && voxreg::detail::isServedVoxelType(grid.type);
 }
 
-unsigned long voxelBytes(const VoxelGrid& grid) {
-  return static_cast<unsigned long>(NmPrimType::primTypeSize[grid.type]);
+std::size_t voxelBytes(const VoxelGrid& grid) {
+  return static_cast<std::size_t>(NmPrimType::primTypeSize[grid.type]);
 }
 
 bool isAligned(const void* voxels, const VoxelGrid& grid) {
@@ -38,7 +38,7 @@ bool isAligned(const void* voxels, const VoxelGrid& grid) {
 }
 
 /// Null where memory is exhausted.
-void* allocateZeroed(unsigned long bytes) {
+void* allocateZeroed(std::size_t bytes) {
   try {
     return std::memset(nmmalloc(bytes), 0, bytes);
   } catch (const NmMemoryException&) {
@@ -60,40 +60,45 @@ VlMemoryData::~VlMemoryData() {
 
 NmResult VlMemoryData::init(const NmVec3l& dims, NmPrimType type, int numDataVars, bool, bool,
                             bool) {
-  const char* const reason = allocate({dims, numDataVars, type});
+  const char* const reason = VolumeCore::allocate(*this, {dims, numDataVars, type});
   return reason == nullptr ? NmResult() : refuse("VlMemoryData::init", reason);
 }
 
-const char* VlMemoryData::allocate(const VoxelGrid& grid) {
+const char* VolumeCore::allocate(VlMemoryData& volume, const VoxelGrid& grid) {
   if (!isServed(grid)) return noSuchVolume;
-  const ExclusiveUse use(*this);
+  const VlMemoryData::ExclusiveUse use(volume);
   if (!use.isHeld()) return volumeIsLocked;
   void* const voxels =
-      allocateZeroed(static_cast<unsigned long>(grid.numValues()) * voxelBytes(grid));
+      allocateZeroed(static_cast<std::size_t>(grid.numValues()) * voxelBytes(grid));
   if (voxels == nullptr) return "memory is exhausted";
-  adopt(grid, voxels, true);
+  volume.adopt(grid, voxels, VlMemoryData::Holding::own);
   return nullptr;
-}
-
-bool voxreg::detail::initSilently(VlMemoryData& volume, const VoxelGrid& grid) {
-  return volume.allocate(grid) == nullptr;
 }
 
 NmResult VlMemoryData::initShared(const NmVec3l& dims, NmPrimType type, int numDataVars,
                                   void* voxels) {
+  return share({dims, numDataVars, type}, voxels, Holding::shared);
+}
+
+NmResult VlMemoryData::initShared(const NmVec3l& dims, NmPrimType type, int numDataVars,
+                                  const void* voxels) {
+  // An access for reading hands out the same kind of pointer as one for writing.
+  return share({dims, numDataVars, type}, const_cast<void*>(voxels), Holding::sharedReadOnly);
+}
+
+NmResult VlMemoryData::share(const VoxelGrid& grid, void* voxels, Holding holding) {
   constexpr const char* operation = "VlMemoryData::initShared";
-  const VoxelGrid grid = {dims, numDataVars, type};
   if (!isServed(grid)) return refuse(operation, noSuchVolume);
   if (voxels == nullptr) return refuse(operation, "there are no voxels");
   if (!isAligned(voxels, grid))
     return refuse(operation, "the voxels are not aligned to their size");
   const ExclusiveUse use(*this);
   if (!use.isHeld()) return refuse(operation, volumeIsLocked);
-  adopt(grid, voxels, false);
+  adopt(grid, voxels, holding);
   return NmResult();
 }
 
-void VlMemoryData::adopt(const VoxelGrid& grid, void* voxels, bool owned) {
+void VlMemoryData::adopt(const VoxelGrid& grid, void* voxels, Holding holding) {
   freeVoxels();
   dims_ = grid.dims;
   type_ = grid.type;
@@ -101,22 +106,27 @@ void VlMemoryData::adopt(const VoxelGrid& grid, void* voxels, bool owned) {
   box_ = NmBox3f(0.0f, defaultMaximum(dims_.x), 0.0f, defaultMaximum(dims_.y), 0.0f,
                  defaultMaximum(dims_.z));
   voxels_ = voxels;
-  ownsVoxels_ = owned;
+  holding_ = holding;
 }
 
 void VlMemoryData::freeVoxels() {
-  if (ownsVoxels_) nmfree(voxels_);
+  if (holding_ == Holding::own) nmfree(voxels_);
 }
 
 NmResult VlMemoryData::setBoundingBox(const NmBox3f& box) {
+  const char* const reason = VolumeCore::setBoundingBox(*this, box);
+  return reason == nullptr ? NmResult() : refuse("VlMemoryData::setBoundingBox", reason);
+}
+
+const char* VolumeCore::setBoundingBox(VlMemoryData& volume, const NmBox3f& box) {
   for (int axis = 0; axis < 3; ++axis)
     if (!std::isfinite(box.min(axis)) || !std::isfinite(box.max(axis)))
-      return refuse("VlMemoryData::setBoundingBox", "the box is not finite");
-  box_ = box;
-  return NmResult();
+      return "the box is not finite";
+  volume.box_ = box;
+  return nullptr;
 }
 
 NmHandle<VlDataAccess> VlMemoryData::openAccess(bool write) {
-  if (voxels_ == nullptr) return nullptr;
+  if (voxels_ == nullptr || (write && holding_ == Holding::sharedReadOnly)) return nullptr;
   return voxreg::detail::makeMemoryAccess({dims_, numDataVars_, type_}, voxels_, write);
 }

@@ -3,11 +3,8 @@
 #include "foundation/VlData.h"
 #include "foundation/VlMeta.h"
 
-class VlMemoryData;
-
 namespace voxreg::detail {
 struct VoxelGrid;
-bool initSilently(VlMemoryData& volume, const VoxelGrid& grid);
 }  // namespace voxreg::detail
 
 /// A volume whose voxels lie in one block of memory, its own or the host's. It starts without
@@ -26,8 +23,10 @@ class VlMemoryData : public VlData {
   NmResult init(const NmVec3l& dims, NmPrimType type, int numDataVars, bool, bool, bool);
 
   /// Wraps voxels that the host owns and keeps alive, without a copy. Null, or an address that is
-  /// no multiple of the type's size, fails.
+  /// no multiple of the type's size, fails. Constant voxels are never written: the volume can't be
+  /// locked for writing.
   NmResult initShared(const NmVec3l& dims, NmPrimType type, int numDataVars, void* voxels);
+  NmResult initShared(const NmVec3l& dims, NmPrimType type, int numDataVars, const void* voxels);
 
   NmPrimType primType() const override { return type_; }
   int numDataVars() const override { return numDataVars_; }
@@ -39,12 +38,12 @@ class VlMemoryData : public VlData {
   NmHandle<VlDataAccess> openAccess(bool write) override;
 
  private:
-  friend bool voxreg::detail::initSilently(VlMemoryData& volume,
-                                           const voxreg::detail::VoxelGrid& grid);
+  friend struct voxreg::detail::VolumeCore;
 
-  /// init without a line; the reason of a failure, or null.
-  const char* allocate(const voxreg::detail::VoxelGrid& grid);
-  void adopt(const voxreg::detail::VoxelGrid& grid, void* voxels, bool owned);
+  enum class Holding { own, shared, sharedReadOnly };
+
+  NmResult share(const voxreg::detail::VoxelGrid& grid, void* voxels, Holding holding);
+  void adopt(const voxreg::detail::VoxelGrid& grid, void* voxels, Holding holding);
   void freeVoxels();
 
   NmVec3l dims_;
@@ -52,5 +51,5 @@ class VlMemoryData : public VlData {
   int numDataVars_ = 0;
   NmBox3f box_;
   void* voxels_ = nullptr;
-  bool ownsVoxels_ = false;
+  Holding holding_ = Holding::own;
 };

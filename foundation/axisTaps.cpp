@@ -1,13 +1,14 @@
 #include "foundation/axisTaps.h"
 
 #include <cmath>
+#include <cstdint>
 
 #include "foundation/elementary.h"
 
 namespace voxreg::detail {
 namespace {
 
-void add(AxisTaps& taps, long index, double weight) {
+void add(AxisTaps& taps, std::int64_t index, double weight) {
   taps.index[taps.count] = index;
   taps.weight[taps.count] = weight;
   ++taps.count;
@@ -15,21 +16,21 @@ void add(AxisTaps& taps, long index, double weight) {
 
 }  // namespace
 
-void nearestTap(double position, long /*n*/, AxisTaps& taps) {
+void nearestTap(double position, std::int64_t /*n*/, AxisTaps& taps) {
   taps.count = 0;
-  add(taps, std::lround(position), 1.0);
+  add(taps, std::llround(position), 1.0);
 }
 
-void linearTaps(double position, long /*n*/, AxisTaps& taps) {
-  const long below = static_cast<long>(position);
+void linearTaps(double position, std::int64_t /*n*/, AxisTaps& taps) {
+  const std::int64_t below = static_cast<std::int64_t>(position);
   const double fraction = position - static_cast<double>(below);
   taps.count = 0;
   add(taps, below, 1.0 - fraction);
   if (fraction > 0.0) add(taps, below + 1, fraction);
 }
 
-void lanczosTaps(double position, long n, AxisTaps& taps) {
-  const long below = static_cast<long>(position);
+void lanczosTaps(double position, std::int64_t n, AxisTaps& taps) {
+  const std::int64_t below = static_cast<std::int64_t>(position);
   const double fraction = position - static_cast<double>(below);
   taps.count = 0;
   if (!(fraction > negligibleFraction)) return add(taps, below, 1.0);
@@ -38,7 +39,7 @@ void lanczosTaps(double position, long n, AxisTaps& taps) {
   const double cosine = voxreg::detail::cosine(angle);
   double sum = 0.0;
   for (int tap = 0; tap < numLanczosTaps; ++tap) {
-    const long index = below + tap - lanczosLobes + 1;
+    const std::int64_t index = below + tap - lanczosLobes + 1;
     if (index < 0 || index >= n) continue;
     const double weight = lanczosWeight(tap, fraction, sine, cosine);
     add(taps, index, weight);

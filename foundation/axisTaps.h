@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <numbers>
 
 namespace voxreg::detail {
@@ -8,19 +9,19 @@ namespace voxreg::detail {
 /// without a share is left out, so that a NaN or an infinity in it does not matter.
 struct AxisTaps {
   int count = 0;
-  long index[6];
+  std::int64_t index[6];
   double weight[6];
 };
 
 /// Fills `taps` for a position in voxels from 0 to n - 1 on an axis of n voxels.
-using TapRule = void (*)(double position, long n, AxisTaps& taps);
+using TapRule = void (*)(double position, std::int64_t n, AxisTaps& taps);
 
-void nearestTap(double position, long n, AxisTaps& taps);
-void linearTaps(double position, long n, AxisTaps& taps);
+void nearestTap(double position, std::int64_t n, AxisTaps& taps);
+void linearTaps(double position, std::int64_t n, AxisTaps& taps);
 
 /// Lanczos kernel with three lobes, sinc(x) sinc(x / 3). Taps beyond the ends are dropped and the
 /// others scaled to the sum 1.
-void lanczosTaps(double position, long n, AxisTaps& taps);
+void lanczosTaps(double position, std::int64_t n, AxisTaps& taps);
 
 inline constexpr int lanczosLobes = 3;
 inline constexpr int numLanczosTaps = 2 * lanczosLobes;

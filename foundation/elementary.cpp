@@ -8,18 +8,13 @@
 #include <numbers>
 #include <utility>
 
+#include "foundation/largeAngle.h"
 #include "foundation/twofold.h"
 
 namespace voxreg::detail {
 namespace {
 
 constexpr Twofold pi = {0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53};
-
-/// x - quarter * pi/2, at most about pi/4 in size.
-struct ReducedAngle {
-  Twofold rest;
-  int quarter;  ///< modulo 4
-};
 
 // pi/2 = a + b + c, where a and b have 33 bits so that their products with whole numbers below 2^20
 // are exact (Cody and Waite, Software Manual for the Elementary Functions, 1980).
@@ -30,8 +25,7 @@ inline Twofold restOfAngle(double x, double turns) {
 }
 
 ReducedAngle reduceAngle(double x) {
-  // Taking out rounded turns moves the angle by less than half its own last place.
-  if (std::fabs(x) > 1.0e6) x = std::fmod(x, 2.0 * std::numbers::pi);
+  if (std::fabs(x) > 1.0e6) return reduceLargeAngle(x);
   const double turns = std::floor(x * (2.0 / std::numbers::pi) + 0.5);
   return {restOfAngle(x, turns), static_cast<int>(turns) & 3};
 }
@@ -224,6 +218,8 @@ void takeLogarithms(double* values, int count) {
 double power(double base, double exponent) {
   if (!(base > 0.0) || !std::isfinite(base) || !std::isfinite(exponent))
     return std::pow(base, exponent);
+  // Beyond this every power of another base than 1 is 0 or infinite, and products are not exact.
+  exponent = std::clamp(exponent, -0x1p64, 0x1p64);
   return exponential(twofoldLogarithm(base) * Twofold{exponent, 0.0});
 }
 

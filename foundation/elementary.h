@@ -3,7 +3,8 @@
 /// Elementary functions made of additions, multiplications and divisions alone, so that a result
 /// has the same bits on every machine: those of a C library differ in the last bit from one
 /// library to the next, and in glibc from one processor to the next. The error is below 0.9 units
-/// in the last place; special values are those of the functions in <cmath>.
+/// in the last place, for arguments of every size; special values are those of the functions in
+/// <cmath>.
 namespace voxreg::detail {
 
 /// Sine and cosine of `x` radians.

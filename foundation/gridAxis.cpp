@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace voxreg::detail {
 namespace {
@@ -19,7 +20,7 @@ double flatSlack(const NmBox3f& box) {
 
 }  // namespace
 
-GridAxis::GridAxis(const NmBox3f& box, int axis, long n)
+GridAxis::GridAxis(const NmBox3f& box, int axis, std::int64_t n)
     : min_(box.min(axis)), max_(box.max(axis)), last_(static_cast<double>(n - 1)), n_(n) {
   const double voxel = (max_ - min_) / static_cast<double>(n > 1 ? n - 1 : 1);
   slack_ = n == 1 && voxel == 0.0 ? flatSlack(box) : 1e-3 * voxel;
@@ -45,15 +46,15 @@ bool GridAxis::locate(float coordinate, double& position) const {
   return true;
 }
 
-void GridAxis::locate(const float* coordinates, long n, double* positions) const {
+void GridAxis::locate(const float* coordinates, std::int64_t n, double* positions) const {
   if (n_ == 1) {
     // One voxel has no length to divide by.
-    for (long i = 0; i < n; ++i)
+    for (std::int64_t i = 0; i < n; ++i)
       positions[i] =
           coordinates[i] >= min_ - slack_ && coordinates[i] <= max_ + slack_ ? 0.0 : -1.0;
     return;
   }
-  for (long i = 0; i < n; ++i) positions[i] = positionOf(coordinates[i]);
+  for (std::int64_t i = 0; i < n; ++i) positions[i] = positionOf(coordinates[i]);
 }
 
 }  // namespace voxreg::detail

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmBox.h"
 
 namespace voxreg::detail {
@@ -7,7 +9,7 @@ namespace voxreg::detail {
 /// Maps world coordinates to voxel positions along one axis of a volume.
 class GridAxis {
  public:
-  GridAxis(const NmBox3f& box, int axis, long n);
+  GridAxis(const NmBox3f& box, int axis, std::int64_t n);
 
   /// The voxel position of `coordinate`, from 0 to n - 1. A thousandth of a voxel beyond the box
   /// counts as its border, since hosts compute positions in single precision. False, `position`
@@ -15,9 +17,9 @@ class GridAxis {
   bool locate(float coordinate, double& position) const;
 
   /// The same for `n` coordinates; a position of -1 stands for false.
-  void locate(const float* coordinates, long n, double* positions) const;
+  void locate(const float* coordinates, std::int64_t n, double* positions) const;
 
-  long size() const { return n_; }
+  std::int64_t size() const { return n_; }
 
  private:
   double positionOf(double coordinate) const;
@@ -26,7 +28,7 @@ class GridAxis {
   double max_;
   double slack_;
   double last_;
-  long n_;
+  std::int64_t n_;
 };
 
 }  // namespace voxreg::detail

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <type_traits>
 
 #include "foundation/gridAxis.h"
@@ -14,12 +15,12 @@ namespace {
 /// The two voxels around a position on one axis and their shares; the upper one is the lower once
 /// more, without a share, at the end of the axis.
 struct LinearCell {
-  long lower;
-  long upper;
+  std::int64_t lower;
+  std::int64_t upper;
   double share[2];
 
-  LinearCell(double position, long n, long stride) {
-    const long below = static_cast<long>(position);
+  LinearCell(double position, std::int64_t n, std::int64_t stride) {
+    const std::int64_t below = static_cast<std::int64_t>(position);
     const double fraction = position - static_cast<double>(below);
     lower = below * stride;
     upper = below + 1 < n ? lower + stride : lower;
@@ -29,15 +30,16 @@ struct LinearCell {
 };
 
 /// weightedSum of the linear rule for one data variable, in the same terms and the same order. Not
-/// finite where a voxel isn't, be it one without a share.
+/// finite where a voxel isn't, be it one without a share. A sum that starts from 0, as that one
+/// does, is never -0.
 template <class T>
 double trilinearSum(const T* voxels, int numDataVars, const GridAxis (&axes)[3],
                     const double (&position)[3]) {
-  const long line = numDataVars * axes[0].size();
+  const std::int64_t line = numDataVars * axes[0].size();
   const LinearCell x(position[0], axes[0].size(), numDataVars);
   const LinearCell y(position[1], axes[1].size(), line);
   const LinearCell z(position[2], axes[2].size(), line * axes[1].size());
-  const auto lineSum = [&](long from) {
+  const auto lineSum = [&](std::int64_t from) {
     return x.share[0] * static_cast<double>(voxels[from + x.lower]) +
            x.share[1] * static_cast<double>(voxels[from + x.upper]);
   };
@@ -45,7 +47,7 @@ double trilinearSum(const T* voxels, int numDataVars, const GridAxis (&axes)[3],
   sum += z.share[0] * y.share[1] * lineSum(z.lower + y.upper);
   sum += z.share[1] * y.share[0] * lineSum(z.upper + y.lower);
   sum += z.share[1] * y.share[1] * lineSum(z.upper + y.upper);
-  return sum;
+  return sum + 0.0;
 }
 
 // Under the sanitizers GCC does not take a comparison of functions for a constant.
@@ -88,11 +90,11 @@ class GridEvaluator : public VlEvaluator {
   }
 
   // The places of a portion of points are found first, axis by axis.
-  void sample(const float* x, const float* y, const float* z, long n, float outside,
+  void sample(const float* x, const float* y, const float* z, std::int64_t n, float outside,
               float* results) override {
     double places[3][portion];
-    for (long first = 0; first < n; first += portion) {
-      const long count = std::min(portion, n - first);
+    for (std::int64_t first = 0; first < n; first += portion) {
+      const std::int64_t count = std::min(portion, n - first);
       axes_[0].locate(x + first, count, places[0]);
       axes_[1].locate(y + first, count, places[1]);
       axes_[2].locate(z + first, count, places[2]);
@@ -104,15 +106,15 @@ class GridEvaluator : public VlEvaluator {
   }
 
  private:
-  static constexpr long portion = LanczosPoints::most;
+  static constexpr std::int64_t portion = LanczosPoints::most;
 
   static bool isInside(const double (&position)[3]) {
     return position[0] >= 0.0 && position[1] >= 0.0 && position[2] >= 0.0;
   }
 
-  [[gnu::always_inline]] void samplePoints(const double (&places)[3][portion], long n,
+  [[gnu::always_inline]] void samplePoints(const double (&places)[3][portion], std::int64_t n,
                                            float outside, float* results) {
-    for (long i = 0; i < n; ++i) {
+    for (std::int64_t i = 0; i < n; ++i) {
       const double position[3] = {places[0][i], places[1][i], places[2][i]};
       results[i] = isInside(position) ? valueAt(position) : outside;
     }
@@ -132,11 +134,12 @@ class GridEvaluator : public VlEvaluator {
   }
 
   /// Points between voxels go together, those that rest on voxels one by one.
-  void sampleLanczos(const double (&places)[3][portion], long n, float outside, float* results) {
+  void sampleLanczos(const double (&places)[3][portion], std::int64_t n, float outside,
+                     float* results) {
     if (sum_ == nullptr) return samplePoints(places, n, outside, results);
     LanczosPoints points({axes_[0].size(), axes_[1].size(), axes_[2].size()});
     int index[portion];
-    for (long i = 0; i < n; ++i) {
+    for (std::int64_t i = 0; i < n; ++i) {
       const double position[3] = {places[0][i], places[1][i], places[2][i]};
       index[points.count] = static_cast<int>(i);
       if (!isInside(position))
@@ -159,7 +162,7 @@ class GridEvaluator : public VlEvaluator {
     double sum = 0.0;
     for (int k = 0; k < z.count; ++k)
       for (int j = 0; j < y.count; ++j) {
-        const long line = axes_[0].size() * (y.index[j] + axes_[1].size() * z.index[k]);
+        const std::int64_t line = axes_[0].size() * (y.index[j] + axes_[1].size() * z.index[k]);
         double lineSum = 0.0;
         for (int i = 0; i < x.count; ++i)
           lineSum += x.weight[i] *

@@ -1,5 +1,7 @@
 #include "foundation/lanczosPoints.h"
 
+#include <cstdint>
+
 #include "foundation/axisTaps.h"
 #include "foundation/elementary.h"
 
@@ -12,7 +14,7 @@ bool liesOnVoxel(double position) {
 
 }  // namespace
 
-LanczosPoints::LanczosPoints(const long (&dims)[3]) {
+LanczosPoints::LanczosPoints(const std::int64_t (&dims)[3]) {
   for (int axis = 0; axis < 3; ++axis) axes[axis].n = dims[axis];
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 namespace voxreg::detail {
 
 /// A portion of points within a volume, given by what their Lanczos weights are made of. On one of
@@ -9,7 +11,7 @@ struct LanczosPoints {
   static constexpr int mostLanes = 8;  ///< of the vectors that their weights are computed in
 
   struct Axis {
-    long n;                 ///< voxels
+    std::int64_t n;         ///< voxels
     int below[most];        ///< the voxel at or below the point
     double fraction[most];  ///< how far the point lies behind it, below 1
     double sine[most];      ///< of a third of pi times `fraction`
@@ -19,7 +21,7 @@ struct LanczosPoints {
   Axis axes[3];
   int count = 0;
 
-  explicit LanczosPoints(const long (&dims)[3]);
+  explicit LanczosPoints(const std::int64_t (&dims)[3]);
 
   /// False, nothing added, for a position on a voxel of both the second and the third axis.
   bool add(const double (&position)[3]);

@@ -1,5 +1,6 @@
 #include "foundation/lanczosSums.h"
 
+#include <cstdint>
 #include <limits>
 
 namespace voxreg::detail {
@@ -21,7 +22,7 @@ const LanczosSums& sumsFor(InstructionSet set) {
 }  // namespace
 
 LanczosSum lanczosSum(const VoxelGrid& grid, InstructionSet set) {
-  constexpr long longest = std::numeric_limits<int>::max() / 2;
+  constexpr std::int64_t longest = std::numeric_limits<int>::max() / 2;
   if (grid.numDataVars != 1) return nullptr;
   if (grid.dims.x > longest || grid.dims.y > longest || grid.dims.z > longest) return nullptr;
   return sumsFor(set).ofType[grid.type];

@@ -37,7 +37,7 @@ class LanczosShares {
       shares_[tap][point] = tap == lanczosLobes - 1 ? 1.0 : 0.0;
   }
 
-  void dropTapsBeyond(int first, long n, int point) {
+  void dropTapsBeyond(int first, std::int64_t n, int point) {
     for (int tap = 0; tap < numLanczosTaps; ++tap)
       if (first + tap < 0 || first + tap >= n) shares_[tap][point] = 0.0;
   }
@@ -137,7 +137,7 @@ class LanczosRuns {
   template <int lines>
   void weigh(int point, double* terms) const {
     const double* const column =
-        table_ + static_cast<long>(x_.below[point] - before - start_) * lines;
+        table_ + static_cast<std::int64_t>(x_.below[point] - before - start_) * lines;
     const double x[taps] = {shares_[0].of(0, point), shares_[0].of(1, point),
                             shares_[0].of(2, point), shares_[0].of(3, point),
                             shares_[0].of(4, point), shares_[0].of(5, point)};
@@ -195,7 +195,7 @@ class LanczosRuns {
     for (int i = 0; i < n; ++i) sums[first + i] = sum[i];
   }
 
-  static long limited(long index, long n) { return index < 0 ? 0 : index < n ? index : n - 1; }
+  static std::int64_t limited(std::int64_t index, std::int64_t n) { return index < 0 ? 0 : index < n ? index : n - 1; }
 
   /// The lines that a point reads, from place `from` on. Those beside the volume have no share.
   template <int planes>
@@ -204,8 +204,8 @@ class LanczosRuns {
     const bool acrossY = planes > 1 || !acrossZ;
     for (int k = 0; k < planes; ++k)
       for (int j = 0; j < taps; ++j) {
-        const long y = y_.below[point] + (acrossY ? j - before : 0);
-        const long z = z_.below[point] + (acrossZ ? (planes > 1 ? k : j) - before : 0);
+        const std::int64_t y = y_.below[point] + (acrossY ? j - before : 0);
+        const std::int64_t z = z_.below[point] + (acrossZ ? (planes > 1 ? k : j) - before : 0);
         lines[taps * k + j] =
             voxels_ + (from + x_.n * (limited(y, y_.n) + y_.n * limited(z, z_.n)));
       }
@@ -222,7 +222,7 @@ class LanczosRuns {
     const T* line[lines];
     findLines<planes>(point, from, line);
     // Whole blocks as long as all lines have voxels there, be they those of the next line.
-    const long room = voxels_ + x_.n * y_.n * z_.n - line[lines - 1];
+    const std::int64_t room = voxels_ + x_.n * y_.n * z_.n - line[lines - 1];
     double* column = table_ + (from - start_) * lines;
     for (int c = 0; c < to - from;) {
       const int left = to - from - c;

@@ -2,6 +2,7 @@
 
 #include <immintrin.h>
 
+#include <cstdint>
 #include <type_traits>
 
 namespace voxreg::detail::avx2 {
@@ -29,7 +30,7 @@ struct Lanes {
     return _mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
   }
   /// Stores whole numbers as integers, which the sum with 1.5 * 2^52 holds in its low bits.
-  static void storeWhole(long* p, Doubles v) {
+  static void storeWhole(std::int64_t* p, Doubles v) {
     const __m256d shift = _mm256_set1_pd(0x1.8p52);
     _mm256_storeu_si256(
         reinterpret_cast<__m256i*>(p),

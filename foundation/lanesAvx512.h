@@ -2,6 +2,7 @@
 
 #include <immintrin.h>
 
+#include <cstdint>
 #include <type_traits>
 
 namespace voxreg::detail::avx512 {
@@ -29,7 +30,9 @@ struct Lanes {
     return _mm512_roundscale_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
   }
   /// Stores whole numbers as integers.
-  static void storeWhole(long* p, Doubles v) { _mm512_storeu_si512(p, _mm512_cvttpd_epi64(v)); }
+  static void storeWhole(std::int64_t* p, Doubles v) {
+    _mm512_storeu_si512(p, _mm512_cvttpd_epi64(v));
+  }
 
   /// Lanes that lie in [lower, upper]; NaN lies nowhere.
   static Mask within(Doubles v, Doubles lower, Doubles upper) {

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && defined(__x86_64__)
 #include <emmintrin.h>
 #endif
 
@@ -37,7 +38,7 @@ struct Lanes {
     return __builtin_convertvector(__builtin_convertvector(v, Ints), Doubles);
   }
   /// Stores whole numbers as integers, which the sum with 1.5 * 2^52 holds in its low bits.
-  static void storeWhole(long* p, Doubles v) {
+  static void storeWhole(std::int64_t* p, Doubles v) {
     const Doubles shift = all(0x1.8p52);
     const Mask integers = reinterpret_cast<Mask>(v + shift) - reinterpret_cast<Mask>(shift);
     std::memcpy(p, &integers, sizeof integers);
@@ -78,10 +79,10 @@ struct Lanes {
   using Ints = int __attribute__((vector_size(8)));
 
   static Doubles integers(int first, int second) {
-#if defined(__SSE2__)
+#if defined(__SSE2__) && defined(__x86_64__)
     // Both through one register: GCC converts a vector built of two integers one by one.
-    const unsigned long both = static_cast<unsigned>(first) |
-                               static_cast<unsigned long>(static_cast<unsigned>(second)) << 32;
+    const std::uint64_t both = static_cast<unsigned>(first) |
+                               static_cast<std::uint64_t>(static_cast<unsigned>(second)) << 32;
     return _mm_cvtepi32_pd(_mm_cvtsi64_si128(static_cast<long long>(both)));
 #else
     return __builtin_convertvector(Ints{first, second}, Doubles);

@@ -1,14 +1,16 @@
 #include "foundation/voxelGrid.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 
 namespace voxreg::detail {
 
-long VoxelGrid::numValues() const {
-  const long counts[4] = {dims.x, dims.y, dims.z, numDataVars};
-  long room = std::numeric_limits<long>::max() / static_cast<long>(sizeof(double));
-  long product = 1;
-  for (const long count : counts) {
+std::int64_t VoxelGrid::numValues() const {
+  const std::int64_t counts[4] = {dims.x, dims.y, dims.z, numDataVars};
+  std::int64_t room = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double);
+  std::int64_t product = 1;
+  for (const std::int64_t count : counts) {
     if (count < 1 || count > room) return -1;
     product *= count;
     room /= count;

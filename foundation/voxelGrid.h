@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmPrimType.h"
 #include "foundation/NmVec.h"
 
@@ -13,7 +15,7 @@ struct VoxelGrid {
 
   /// Values of all voxels and data variables; -1 where a count is below 1 or the bytes of the block
   /// are more than a size can hold.
-  long numValues() const;
+  std::int64_t numValues() const;
 };
 
 }  // namespace voxreg::detail

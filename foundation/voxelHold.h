@@ -3,15 +3,16 @@
 #include <utility>
 
 #include "foundation/VlData.h"
+#include "foundation/keepAlive.h"
 #include "foundation/voxelLock.h"
 
 /// What an access gives back when it goes: the lock first, then its part in the volume, which owns
 /// that lock. An access carries several where a volume hands out another volume's access.
 struct VlDataAccess::Hold : NmAllocated {
   Hold(VlData* owner, voxreg::detail::VoxelLease&& taken)
-      : volume(owner), lease(std::move(taken)) {}
+      : volume(*owner), lease(std::move(taken)) {}
 
-  NmHandle<VlData> volume;
+  voxreg::detail::KeepAlive volume;
   voxreg::detail::VoxelLease lease;
   Hold* next = nullptr;
 };

@@ -1,5 +1,7 @@
 #include "foundation/voxelLock.h"
 
+#include <cstdint>
+
 namespace voxreg::detail {
 
 ThreadIdentity ThreadIdentity::current() {
@@ -9,7 +11,7 @@ ThreadIdentity ThreadIdentity::current() {
 }
 
 VoxelLock::Reader* VoxelLock::findReader(const ThreadIdentity& thread) {
-  for (long i = 0; i < readers_.size; ++i)
+  for (std::int64_t i = 0; i < readers_.size; ++i)
     if (readers_[i].thread == thread) return &readers_[i];
   return nullptr;
 }

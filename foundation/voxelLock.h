@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <thread>
 #include <type_traits>
@@ -42,7 +43,7 @@ class VoxelLock : public NmAllocated {
  private:
   struct Reader {
     ThreadIdentity thread;
-    long count;
+    std::int64_t count;
   };
 
   Reader* findReader(const ThreadIdentity& thread);
@@ -72,6 +73,7 @@ class VoxelLease {
   }
 
   bool isGranted() const { return answer_ == VoxelLock::Answer::granted; }
+  bool isBusy() const { return answer_ == VoxelLock::Answer::busy; }
   bool isForWriting() const { return write_; }
 
  private:

@@ -1,5 +1,6 @@
 #include "foundation/voxelRange.h"
 
+#include <cstdint>
 #include <limits>
 #include <type_traits>
 
@@ -28,12 +29,12 @@ struct Extremes {
 };
 
 template <class T>
-Extremes<T> extremesOf(const T* values, long n) {
+Extremes<T> extremesOf(const T* values, std::int64_t n) {
   // Compilers vectorise a search over integers. That over floating point has a fixed order, whose
   // latency is hidden by independent chains.
   constexpr int numChains = std::is_integral_v<T> ? 1 : 4;
   Extremes<T> chains[numChains];
-  long i = 0;
+  std::int64_t i = 0;
   for (; i + numChains <= n; i += numChains)
     for (int k = 0; k < numChains; ++k) chains[k].add(values[i + k]);
   for (; i < n; ++i) chains[0].add(values[i]);
@@ -43,7 +44,7 @@ Extremes<T> extremesOf(const T* values, long n) {
 }
 
 template <class T>
-bool blockRange(const T* values, long n, float& min, float& max) {
+bool blockRange(const T* values, std::int64_t n, float& min, float& max) {
   const Extremes<T> extremes = extremesOf(values, n);
   if (!extremes.isFound()) return false;
   min = static_cast<float>(extremes.min);
@@ -55,8 +56,8 @@ bool rowRange(const VlDataAccess& access, const VoxelGrid& grid, float& min, flo
   NmDArray<float> line;
   line.resize(grid.dims.x * grid.numDataVars);
   Extremes<float> all;
-  for (long z = 0; z < grid.dims.z; ++z)
-    for (long y = 0; y < grid.dims.y; ++y) {
+  for (std::int64_t z = 0; z < grid.dims.z; ++z)
+    for (std::int64_t y = 0; y < grid.dims.y; ++y) {
       if (!access.row(-1, y, z, line.data).isOk()) return false;
       const Extremes<float> found = extremesOf(line.data, line.size);
       if (found.isFound()) all.add(found);
@@ -70,7 +71,7 @@ bool rowRange(const VlDataAccess& access, const VoxelGrid& grid, float& min, flo
 }  // namespace
 
 bool findVoxelRange(const VlDataAccess& access, const VoxelGrid& grid, float& min, float& max) {
-  const long n = grid.numValues();
+  const std::int64_t n = grid.numValues();
   if (n < 1) return false;
   bool found = false;
   const void* const block = access.isContiguous() ? access.dataPtr(0) : nullptr;

@@ -1,6 +1,7 @@
 #include "functional/RegFunctional.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cmath>
 #include <limits>
 
@@ -24,7 +25,7 @@ NmVec3i dimsOf(const VlData& volume) {
   NmVec3i limited;
   for (int axis = 0; axis < 3; ++axis)
     limited[axis] =
-        static_cast<int>(std::clamp<long>(dims[axis], 0, std::numeric_limits<int>::max()));
+        static_cast<int>(std::clamp<std::int64_t>(dims[axis], 0, std::numeric_limits<int>::max()));
   return limited;
 }
 
@@ -264,12 +265,13 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
     worldToPosition = inverse->absoluteMatrix;
     worldToPosition.multRight(worldToModel);
   }
-  for (long i = 0; i < reference.size; ++i) {
+  for (std::int64_t i = 0; i < reference.size; ++i) {
     VlData* const volume = reference[i];
     if (volume == nullptr) return false;
     // Every walk reads the voxels of the first reference, whatever volume lends its grid.
     if (bytesOf(*volume) > bytesOf(*reference[0])) {
-      getTheLogInstance().errorf("evaluateNoClip: reference %ld is larger than the first", i);
+      getTheLogInstance().errorf("evaluateNoClip: reference %" PRId64 " is larger than the first",
+                                 i);
       return false;
     }
     const NmVec3i dims = dimsOf(*volume);

@@ -153,7 +153,7 @@ class RegFunctional : public NmAllocated {
             RegNonAffineTransform* grid, int numHistograms, RegMetric& accumulator);
   void remember(double value);
   void updateBrickFlags(RegNonAffineTransform& grid);
-  bool isUnused(int vertex, long numVertices) const;
+  bool isUnused(int vertex, std::int64_t numVertices) const;
   void affineGradient(const GradientTask& task);
   int gridGradient(RegNonAffineTransform& grid, const GradientTask& task);
   int vertexGradient(VertexTrials& trials, int vertex, bool marginal, const GradientTask& task);

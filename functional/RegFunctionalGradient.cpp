@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cinttypes>
 
 #include "foundation/NmLogFile.h"
 #include "foundation/NmProgressInterface.h"
@@ -141,13 +142,14 @@ double RegFunctional::evaluateGradient(NmDVector<double>& gradient, float factor
   }
   const int dim = transform->getVariableParamVectorDim();
   if (transform->params.size < dim) {
-    getTheLogInstance().errorf("evaluateGradient: The transform has %ld of its %d parameters.",
+    getTheLogInstance().errorf("evaluateGradient: The transform has %" PRId64
+                               " of its %d parameters.",
                                transform->params.size, dim);
     std::fill_n(gradient.data, gradient.size, 0.0);
     return evaluate();
   }
   if (gradient.size < dim) {
-    getTheLogInstance().errorf("evaluateGradient: There is room for %ld of %d components.",
+    getTheLogInstance().errorf("evaluateGradient: There is room for %" PRId64 " of %d components.",
                                gradient.size, dim);
     return 0.0;
   }
@@ -216,7 +218,7 @@ void RegFunctional::orderVertices(const NmVec3i& numBricks, int numVertices) {
   for (int b = 0; b < numVertices; ++b) renumbering[b] = b;
 }
 
-bool RegFunctional::isUnused(int vertex, long numVertices) const {
+bool RegFunctional::isUnused(int vertex, std::int64_t numVertices) const {
   const bool isFlagged = unusedVertices.size == numVertices && unusedVertices[vertex] == 1;
   const bool isReached = reachedVertices_.size == numVertices && reachedVertices_[vertex] == 1;
   return isFlagged && !isReached;
@@ -225,7 +227,7 @@ bool RegFunctional::isUnused(int vertex, long numVertices) const {
 // One box and its present contribution serve all three coordinates.
 int RegFunctional::vertexGradient(VertexTrials& trials, int vertex, bool marginal,
                                   const GradientTask& task) {
-  const long numVertices = task.steps.size / 3;
+  const std::int64_t numVertices = task.steps.size / 3;
   if (vertex < 0 || vertex >= numVertices) return 0;  // a host's order
   const bool unused = isUnused(vertex, numVertices);
   int numPenalised = 0;

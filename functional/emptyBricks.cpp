@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cinttypes>
 
 #include "foundation/NmLogFile.h"
 #include "functional/RegFunctional.h"
@@ -116,7 +117,7 @@ class BrickScan {
   }
 
   bool rowShows(const Voxels& voxels) const {
-    for (long x = voxels.first; x <= voxels.last; ++x)
+    for (std::int64_t x = voxels.first; x <= voxels.last; ++x)
       if (range_.contains(row_[x * stride_])) return true;
     return false;
   }
@@ -125,7 +126,7 @@ class BrickScan {
   BrickAxis y_;
   BrickAxis z_;
   NmVec3i numBricks_;
-  long stride_;
+  std::int64_t stride_;
   const VlDataAccess& access_;
   ValueRange range_;
   NmDArray<float> row_;
@@ -135,13 +136,14 @@ class BrickScan {
 void clearCorners(const NmVec3i& n, int bi, int bj, int bk, Flags& vertices) {
   for (int corner = 0; corner < 8; ++corner)
     vertices[bi + (corner & 1) +
-             (n.x + 1L) * (bj + (corner >> 1 & 1) + (n.y + 1L) * (bk + (corner >> 2)))] = 0;
+             (n.x + std::int64_t{1}) *
+                 (bj + (corner >> 1 & 1) + (n.y + std::int64_t{1}) * (bk + (corner >> 2)))] = 0;
 }
 
 /// Flags the vertices that only flagged bricks surround and returns their number.
-long flagVertices(const NmVec3i& n, const Flags& bricks, Flags& vertices) {
+std::int64_t flagVertices(const NmVec3i& n, const Flags& bricks, Flags& vertices) {
   std::fill_n(vertices.data, vertices.size, static_cast<unsigned char>(1));
-  long brick = 0;
+  std::int64_t brick = 0;
   for (int bk = 0; bk < n.z; ++bk)
     for (int bj = 0; bj < n.y; ++bj)
       for (int bi = 0; bi < n.x; ++bi, ++brick)
@@ -156,10 +158,10 @@ void flagReached(BrickScan& scan, const RegNonAffineTransform& grid, Flags& vert
   scan.flag(bricks);
   vertices.resize(grid.vertexCount());
   flagVertices(grid.numBricks, bricks, vertices);
-  for (long v = 0; v < vertices.size; ++v) vertices[v] ^= 1;
+  for (std::int64_t v = 0; v < vertices.size; ++v) vertices[v] ^= 1;
 }
 
-void fillTo(long size, unsigned char flag, Flags& flags) {
+void fillTo(std::int64_t size, unsigned char flag, Flags& flags) {
   flags.resize(size);
   std::fill_n(flags.data, size, flag);
 }
@@ -177,7 +179,7 @@ int RegFunctional::findEmptyBricks(RegNonAffineTransform* grid) {
     return 0;
   const NmVec3i& n = grid->numBricks;
   int empty = 0;
-  long unused = 0;
+  std::int64_t unused = 0;
   if (reference.size > 0 && reference[0] != nullptr && reference[0] == lockedReference_) {
     BrickScan scan(*grid, *reference[0], *referenceAccess, range, Measure::literal);
     empty = scan.flag(emptyBricks);
@@ -189,9 +191,10 @@ int RegFunctional::findEmptyBricks(RegNonAffineTransform* grid) {
     else if (unused > 0 && !walked.seesTheSameVoxelsAs(scan))
       flagReached(walked, *grid, reachedVertices_);
   }
-  getTheLogInstance().printf("%d of %ld empty bricks\n", empty, emptyBricks.size);
+  getTheLogInstance().printf("%d of %" PRId64 " empty bricks\n", empty, emptyBricks.size);
   if (unused > 0)
-    getTheLogInstance().printf("%ld of %ld unused vertices\n", unused, unusedVertices.size);
+    getTheLogInstance().printf("%" PRId64 " of %" PRId64 " unused vertices\n", unused,
+                               unusedVertices.size);
   return empty;
 }
 

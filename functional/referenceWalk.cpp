@@ -16,7 +16,7 @@ namespace {
 struct PlacesInGrid {
   double first;
   double step;
-  long count;
+  std::int64_t count;
   double bricksPerUnit;
   int numBricks;
 };
@@ -52,14 +52,14 @@ double rangedStepY(const WalkArguments& a) {
 template <class F>
 void forEachPlace(const PlacesInGrid& run, F f) {
   double at = run.first;
-  for (long i = 0; i < run.count; ++i, at += run.step)
+  for (std::int64_t i = 0; i < run.count; ++i, at += run.step)
     f(i, placeInBricks(run.bricksPerUnit * at, run.numBricks));
 }
 
 BrickSpan touchedBy(const PlacesInGrid& run) {
   int first = run.numBricks;
   int last = -1;
-  forEachPlace(run, [&](long, const BrickPlace& place) {
+  forEachPlace(run, [&](std::int64_t, const BrickPlace& place) {
     first = std::min(first, place.brick);
     last = std::max(last, place.brick);
   });
@@ -70,13 +70,13 @@ CorrelationSums emptySums(const RegCorrelationRatio& metric) {
   return {metric.minRef, metric.maxRef, metric.minModel, metric.maxModel};
 }
 
-void addTo(RegMeanSquaredDifference& metric, const DifferenceSums& sums, long total) {
+void addTo(RegMeanSquaredDifference& metric, const DifferenceSums& sums, std::int64_t total) {
   metric.sumNegSquaredDiff += sums.negSquaredDiff;
   metric.numSamples += sums.count;
   metric.numTotalSamples += total;
 }
 
-void addTo(RegCorrelationRatio& metric, const CorrelationSums& sums, long total) {
+void addTo(RegCorrelationRatio& metric, const CorrelationSums& sums, std::int64_t total) {
   metric.accumulate(sums.count, total, sums.refSq, sums.modelSq, sums.refModel, sums.ref,
                     sums.model, RegMetricParamCurrent);
 }
@@ -89,15 +89,15 @@ class WorkHistogram {
       : metric_(metric), replaces_(numHistograms <= 1) {
     NmDArray<double>& target = replaces_ ? metric.jointHistogram : work_;
     target.resize(metric.jointHistogram.size);
-    std::memset(target.data, 0, static_cast<unsigned long>(target.size) * sizeof(double));
+    std::memset(target.data, 0, static_cast<std::size_t>(target.size) * sizeof(double));
     sums.rows = {metric.minRef, metric.scaleRef, metric.maxRef, metric.numBinsRef};
     sums.columns = {metric.minModel, metric.scaleModel, metric.maxModel, metric.numBinsMod};
     sums.histogram = target.data;
   }
 
-  void finish(long total) {
+  void finish(std::int64_t total) {
     if (!replaces_)
-      for (long k = 0; k < work_.size; ++k) metric_.jointHistogram[k] += work_[k];
+      for (std::int64_t k = 0; k < work_.size; ++k) metric_.jointHistogram[k] += work_[k];
     metric_.numSamples += sums.count;
     metric_.numTotalSamples += total;
   }
@@ -153,15 +153,18 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineT
   // In brick units along x, normalised to the box along y.
   const PlacesInGrid columns = {
       wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0,
-      wide ? stepX * nx / x : 1.0, walk.box.xmax - walk.box.xmin + 1L, 1.0, bricks.numBricks[0]};
+      wide ? stepX * nx / x : 1.0, walk.box.xmax - walk.box.xmin + std::int64_t{1}, 1.0,
+      bricks.numBricks[0]};
   const PlacesInGrid rows = {high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0,
-                             high ? stepY / y : 1.0, walk.box.ymax - walk.box.ymin + 1L,
+                             high ? stepY / y : 1.0,
+                             walk.box.ymax - walk.box.ymin + std::int64_t{1},
                              static_cast<double>(bricks.numBricks[1]), bricks.numBricks[1]};
   bricks.touched[0] = touchedBy(columns);
   bricks.touched[1] = touchedBy(rows);
   auto* const places = reinterpret_cast<BrickPlace*>(takeMemory(columns.count + rows.count));
-  forEachPlace(columns, [&](long i, const BrickPlace& place) { places[i] = place; });
-  forEachPlace(rows, [&](long i, const BrickPlace& place) { places[columns.count + i] = place; });
+  forEachPlace(columns, [&](std::int64_t i, const BrickPlace& place) { places[i] = place; });
+  forEachPlace(rows,
+               [&](std::int64_t i, const BrickPlace& place) { places[columns.count + i] = place; });
   bricks.columns = places;
   bricks.rows = places + columns.count;
 }
@@ -181,12 +184,12 @@ void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box)
   }
 }
 
-double* ReferenceWalk::takeMemory(long numPlaces) {
-  constexpr long alignment = 64 / sizeof(double);
-  constexpr long placeDoubles = sizeof(BrickPlace) / sizeof(double);
+double* ReferenceWalk::takeMemory(std::int64_t numPlaces) {
+  constexpr std::int64_t alignment = 64 / sizeof(double);
+  constexpr std::int64_t placeDoubles = sizeof(BrickPlace) / sizeof(double);
   const BrickSpan* const touched = walk.grid.touched;
-  const long kept = keptDoubles * (walk.box.xmax - walk.box.xmin + 1 + maxLanes);
-  const long stages = stageDoubles(touched[0].count, touched[1].count);
+  const std::int64_t kept = keptDoubles * (walk.box.xmax - walk.box.xmin + 1 + maxLanes);
+  const std::int64_t stages = stageDoubles(touched[0].count, touched[1].count);
   // Reserved but not filled: what a kernel reads, it has written.
   memory_.remax(kept + stages + placeDoubles * numPlaces + alignment, 0);
   const auto address = reinterpret_cast<std::uintptr_t>(memory_.data);
@@ -195,9 +198,10 @@ double* ReferenceWalk::takeMemory(long numPlaces) {
   return walk.stages + stages;
 }
 
-long ReferenceWalk::numVoxels() const {
+std::int64_t ReferenceWalk::numVoxels() const {
   const NmBox3i& box = walk.box;
-  return (box.xmax - box.xmin + 1L) * (box.ymax - box.ymin + 1L) * (box.zmax - box.zmin + 1L);
+  return (box.xmax - box.xmin + std::int64_t{1}) * (box.ymax - box.ymin + std::int64_t{1}) *
+         (box.zmax - box.zmin + std::int64_t{1});
 }
 
 void walkAffine(const WalkArguments& arguments, RegMeanSquaredDifference& metric) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmBox.h"
 #include "foundation/NmDArray.h"
 #include "foundation/NmVec.h"
@@ -47,7 +49,7 @@ class ReferenceWalk {
                 double stepY);
 
   /// Voxels of the walk, valid or not.
-  long numVoxels() const;
+  std::int64_t numVoxels() const;
 
   Walk walk = {};
 
@@ -55,7 +57,7 @@ class ReferenceWalk {
   void setFrame(const WalkArguments& arguments, const NmBox3i& box);
 
   /// Takes what the kernel works in, in one block; returns the room for the places of voxels.
-  double* takeMemory(long numPlaces);
+  double* takeMemory(std::int64_t numPlaces);
 
   NmDArray<double> memory_;
 };

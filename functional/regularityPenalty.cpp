@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 
 #include "foundation/NmWatch.h"
 #include "functional/RegFunctional.h"
@@ -37,10 +38,10 @@ double RegFunctional::regularityPenalty(RegNonAffineTransform& grid, int vertex,
   const bool analysed =
       grid.computeJacobiTransforms(vertex, numHistograms, minJacobian, &emptyBricks, nullptr,
                                    &maxStretch, &maxShear, &brickIndices) >= 0.0f;
-  const long entries = analysed ? minJacobian.size : 0;
+  const std::int64_t entries = analysed ? minJacobian.size : 0;
   const bool isWhole = brickIndices.size == 0;
   double largest = 0.0;
-  const auto note = [&](double term, long brick, double& largestSoFar) {
+  const auto note = [&](double term, std::int64_t brick, double& largestSoFar) {
     if (!isWhole) return;
     if (term > largest) {
       largest = term;
@@ -53,7 +54,7 @@ double RegFunctional::regularityPenalty(RegNonAffineTransform& grid, int vertex,
   const double weight =
       dynamic_cast<const RegMutualInformation*>(&accumulator) != nullptr ? 0.1 : 0.25;
   double shapeSum = 0.0;
-  for (long u = 0; u < entries; ++u) {
+  for (std::int64_t u = 0; u < entries; ++u) {
     const double shape = std::max(maxStretch[u], maxShear[u]);
     if (!(shape > limits.shape)) continue;
     const double term = weighted(weight, shape - limits.shape);
@@ -61,7 +62,7 @@ double RegFunctional::regularityPenalty(RegNonAffineTransform& grid, int vertex,
     note(term, u, maxShapePenalty);
   }
   double jacobianSum = 0.0;
-  for (long u = 0; u < entries; ++u)
+  for (std::int64_t u = 0; u < entries; ++u)
     for (const double excess :
          {limits.lowestJacobian - minJacobian[u], minJacobian[u] - limits.highestJacobian}) {
       if (!(excess > 0.0)) continue;

@@ -1,6 +1,7 @@
 #include "metrics/RegCorrelationRatio.h"
 
 #include <cmath>
+#include <cstdint>
 
 RegCorrelationRatio::RegCorrelationRatio(double minReference, double maxReference,
                                          double minimumModel, double maximumModel,
@@ -18,6 +19,19 @@ RegCorrelationRatio::RegCorrelationRatio(const RegCorrelationRatio& other)
       minModel(other.minModel),
       maxModel(other.maxModel),
       baseline_(other.baseline_) {}
+
+RegCorrelationRatio& RegCorrelationRatio::operator=(const RegCorrelationRatio& other) {
+  if (&other == this) return *this;
+  RegMetric::operator=(other);
+  minRef = other.minRef;
+  maxRef = other.maxRef;
+  minModel = other.minModel;
+  maxModel = other.maxModel;
+  baseline_ = other.baseline_;
+  reset(RegMetricParamCurrent);
+  reset(RegMetricParamRemoved);
+  return *this;
+}
 
 void RegCorrelationRatio::reset() {
   reset(RegMetricParamCurrent);
@@ -38,8 +52,8 @@ void RegCorrelationRatio::reset(RegMetricParamType type) {
   }
 }
 
-void RegCorrelationRatio::accumulate(long count, long total, double refSq, double modelSq,
-                                     double refModel, double ref, double model,
+void RegCorrelationRatio::accumulate(std::int64_t count, std::int64_t total, double refSq,
+                                     double modelSq, double refModel, double ref, double model,
                                      RegMetricParamType type) {
   const auto addTo = [&](auto& set, double refSum, double modelSum) {
     set.sumRefSq += refSq;

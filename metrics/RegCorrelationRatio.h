@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "metrics/RegMetric.h"
 
 /// Absolute value of Pearson's correlation coefficient over the samples whose two values lie in
@@ -21,9 +23,11 @@ class RegCorrelationRatio : public RegMetric {
                       double maximumModel, double minCoverageValue,
                       bool smoothCoveragePenaltyValue);
 
-  /// Copies the configuration and the baseline; the sums and the removed set start empty.
+  /// Copies the configuration and the baseline; counts, sums and the removed set start empty.
   RegCorrelationRatio(const RegCorrelationRatio& other);
-  RegCorrelationRatio& operator=(const RegCorrelationRatio&) = default;
+
+  /// Makes this what a copy would be. The metric itself changes nothing.
+  RegCorrelationRatio& operator=(const RegCorrelationRatio& other);
 
   void reset() override;
   void setOtherParams(RegMetricParamType type) override;
@@ -37,8 +41,8 @@ class RegCorrelationRatio : public RegMetric {
 
   /// Adds seven numbers to the set that `type` names. The baseline takes means, as getResult leaves
   /// them, in place of the last two sums, and multiplies them by `count`.
-  void accumulate(long count, long total, double refSq, double modelSq, double refModel, double ref,
-                  double model, RegMetricParamType type);
+  void accumulate(std::int64_t count, std::int64_t total, double refSq, double modelSq,
+                  double refModel, double ref, double model, RegMetricParamType type);
 
   /// Empties the set that `type` names.
   void reset(RegMetricParamType type);
@@ -50,8 +54,8 @@ class RegCorrelationRatio : public RegMetric {
     double sumRefModel = 0.0;
     double sumRef = 0.0;
     double sumModel = 0.0;
-    long numSamples = 0;
-    long numTotalSamples = 0;
+    std::int64_t numSamples = 0;
+    std::int64_t numTotalSamples = 0;
   };
 
   bool accepts(double ref, double model) const;

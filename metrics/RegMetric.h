@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmMemory.h"
 
 /// Names a set of a metric's accumulators.
@@ -19,9 +21,9 @@ enum RegMetricParamType {
 /// decrementIncrementAndGetResult.
 class RegMetric : public NmAllocated {
  public:
-  long numSamples = 0;       ///< samples that entered the accumulators
-  long numTotalSamples = 0;  ///< samples that were visited, valid or not
-  double minCoverage;        ///< share of valid samples at which the penalty ends; <= 0: no penalty
+  std::int64_t numSamples = 0;       ///< samples that entered the accumulators
+  std::int64_t numTotalSamples = 0;  ///< samples that were visited, valid or not
+  double minCoverage;  ///< share of valid samples at which the penalty ends; <= 0: no penalty
   bool smoothCoveragePenalty;  ///< quadratic penalty instead of a linear ramp
 
   virtual ~RegMetric();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
@@ -57,17 +58,16 @@ struct Bins {
   }
 };
 
-void resizeWithZeros(NmDArray<double>& histogram, long size) {
-  const long before = histogram.size;
+void resizeWithZeros(NmDArray<double>& histogram, std::int64_t size) {
+  const std::int64_t before = histogram.size;
   histogram.resize(size);
-  for (long k = before; k < size; ++k) histogram[k] = 0.0;
+  for (std::int64_t k = before; k < size; ++k) histogram[k] = 0.0;
 }
 
 /// Of an empty array: zeros that take no memory before they are written, which the metrics of
 /// levels that are not searched yet never are.
-void makeZeroed(NmDArray<double>& histogram, long size) {
-  histogram.data =
-      static_cast<double*>(nmcalloc(static_cast<unsigned long>(size) * sizeof(double)));
+void makeZeroed(NmDArray<double>& histogram, std::int64_t size) {
+  histogram.data = static_cast<double*>(nmcalloc(static_cast<std::size_t>(size) * sizeof(double)));
   histogram.max = histogram.size = size;
 }
 
@@ -108,7 +108,7 @@ RegMutualInformation::RegMutualInformation(NmPrimType typeRef, NmPrimType typeMo
   log.printf("minRef, maxRef: %d %d\n", forLog(minReference), forLog(maxReference));
   log.printf("minMod, maxMod: %d %d\n", forLog(minimumModel), forLog(maximumModel));
   log.printf("numBinsRef, numBinsMod: %d %d\n", numBinsRef, numBinsMod);
-  makeZeroed(jointHistogram, static_cast<long>(numBinsRef) * numBinsMod);
+  makeZeroed(jointHistogram, static_cast<std::int64_t>(numBinsRef) * numBinsMod);
 }
 
 // Both counts are lowered in proportion until the joint histogram has no more bins than it may.
@@ -147,12 +147,12 @@ RegMutualInformation::RegMutualInformation(const RegMutualInformation& other)
       baselineHistogram(other.baselineHistogram),
       knownBins_(other.knownBins_),
       knownTerms_(other.knownTerms_) {
-  makeZeroed(jointHistogram, static_cast<long>(numBinsRef) * numBinsMod);
+  makeZeroed(jointHistogram, static_cast<std::int64_t>(numBinsRef) * numBinsMod);
 }
 
 bool RegMutualInformation::canAccumulate() const {
   return numBinsRef >= 2 && numBinsMod >= 2 &&
-         jointHistogram.size == static_cast<long>(numBinsRef) * numBinsMod;
+         jointHistogram.size == static_cast<std::int64_t>(numBinsRef) * numBinsMod;
 }
 
 void RegMutualInformation::init1D(NmPrimType type, int& numBins, double& min, double& scale,
@@ -183,7 +183,7 @@ void RegMutualInformation::reset() {
   RegMetric::reset();
   if (jointHistogram.size > 0)
     std::memset(jointHistogram.data, 0,
-                static_cast<unsigned long>(jointHistogram.size) * sizeof(double));
+                static_cast<std::size_t>(jointHistogram.size) * sizeof(double));
 }
 
 void RegMutualInformation::setOtherParams(RegMetricParamType type) {
@@ -212,7 +212,7 @@ void RegMutualInformation::addWeights(double ref, double model, double sign) {
   const Bins rows((ref - minRef) * scaleRef, numBinsRef);
   const Bins columns((model - minModel) * scaleModel, numBinsMod);
   double* const bin =
-      jointHistogram.data + static_cast<long>(rows.lower) * numBinsMod + columns.lower;
+      jointHistogram.data + static_cast<std::int64_t>(rows.lower) * numBinsMod + columns.lower;
   bin[0] += sign * (rows.weights[0] * columns.weights[0]);
   bin[numBinsMod] += sign * (rows.weights[1] * columns.weights[0]);
   bin[1] += sign * (rows.weights[0] * columns.weights[1]);
@@ -241,8 +241,8 @@ void RegMutualInformation::getMarginalEntropies(double& entropyRef, double& entr
   for (int first = 0; first < numBinsRef; first += sumsAtOnce) {
     const double* rows[sumsAtOnce];
     for (int i = 0; i < sumsAtOnce; ++i)
-      rows[i] =
-          jointHistogram.data + static_cast<long>(std::min(first + i, numBinsRef - 1)) * numBinsMod;
+      rows[i] = jointHistogram.data +
+                static_cast<std::int64_t>(std::min(first + i, numBinsRef - 1)) * numBinsMod;
     double sums[sumsAtOnce] = {};
     for (int j = 0; j < numBinsMod; ++j)
       for (int i = 0; i < sumsAtOnce; ++i) sums[i] += rows[i][j];
@@ -251,7 +251,8 @@ void RegMutualInformation::getMarginalEntropies(double& entropyRef, double& entr
   const auto addColumns = [&](int first, auto count) {
     double sums[sumsAtOnce] = {};
     for (int i = 0; i < numBinsRef; ++i) {
-      const double* const row = jointHistogram.data + static_cast<long>(i) * numBinsMod + first;
+      const double* const row =
+          jointHistogram.data + static_cast<std::int64_t>(i) * numBinsMod + first;
       for (int j = 0; j < count; ++j) sums[j] += row[j];
     }
     subtractTerms(sums, count, n, entropyModel);

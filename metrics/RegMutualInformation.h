@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmDArray.h"
 #include "foundation/NmPrimType.h"
 #include "metrics/RegMetric.h"
@@ -19,11 +21,11 @@ class RegMutualInformation : public RegMetric {
   double scaleModel;  ///< columns per unit of model intensity
   double maxRef;
   double maxModel;
-  int numBinsRef;               ///< rows, one more than the bins between the bounds
-  int numBinsMod;               ///< columns
-  long baselineCounts[2] = {};  ///< numSamples and numTotalSamples of the baseline
+  int numBinsRef;                       ///< rows, one more than the bins between the bounds
+  int numBinsMod;                       ///< columns
+  std::int64_t baselineCounts[2] = {};  ///< numSamples and numTotalSamples of the baseline
   NmDArray<double> baselineHistogram;
-  long removedCounts[2] = {};
+  std::int64_t removedCounts[2] = {};
   NmDArray<double> removedHistogram;
 
   /// The joint histogram has at most 4 194 304 bins; more lower both counts in proportion.

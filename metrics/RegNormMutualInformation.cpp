@@ -1,5 +1,7 @@
 #include "metrics/RegNormMutualInformation.h"
 
+#include <cstdint>
+
 double RegNormMutualInformation::getResult() {
   if (numSamples == 0) return -1000.0;
   double entropyRef;
@@ -13,7 +15,7 @@ double RegNormMutualInformation::getResult() {
 
 double RegNormMutualInformation::decrementIncrementAndGetResult() {
   prepareCombination();
-  for (long k = 0; k < jointHistogram.size; ++k)
+  for (std::int64_t k = 0; k < jointHistogram.size; ++k)
     jointHistogram[k] = (baselineHistogram[k] - removedHistogram[k]) + jointHistogram[k];
   return getResult();
 }

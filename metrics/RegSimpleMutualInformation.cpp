@@ -1,5 +1,7 @@
 #include "metrics/RegSimpleMutualInformation.h"
 
+#include <cstdint>
+
 double RegSimpleMutualInformation::getResult() {
   if (numSamples == 0) return -1000.0;
   double entropyRef;
@@ -13,9 +15,9 @@ double RegSimpleMutualInformation::getResult() {
 // Adds and removes in two passes, which round apart from the single pass of the normalised form.
 double RegSimpleMutualInformation::decrementIncrementAndGetResult() {
   prepareCombination();
-  for (long k = 0; k < jointHistogram.size; ++k)
+  for (std::int64_t k = 0; k < jointHistogram.size; ++k)
     jointHistogram[k] = baselineHistogram[k] + jointHistogram[k];
-  for (long k = 0; k < jointHistogram.size; ++k)
+  for (std::int64_t k = 0; k < jointHistogram.size; ++k)
     jointHistogram[k] = jointHistogram[k] - removedHistogram[k];
   return getResult();
 }

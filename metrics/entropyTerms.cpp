@@ -1,6 +1,7 @@
 #include "metrics/entropyTerms.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "foundation/elementary.h"
 
@@ -39,17 +40,18 @@ void takeTerms(const double* values, const double* known, const double* knownTer
 
 void takeEntropyTerms(const NmDArray<double>& values, NmDArray<double>& terms) {
   terms.resize(values.size);
-  for (long first = 0; first < values.size; first += most)
+  for (std::int64_t first = 0; first < values.size; first += most)
     takeTerms(values.data + first, none, none,
-              static_cast<int>(std::min<long>(most, values.size - first)), terms.data + first);
+              static_cast<int>(std::min<std::int64_t>(most, values.size - first)),
+              terms.data + first);
 }
 
 double subtractEntropyTerms(const NmDArray<double>& values, const NmDArray<double>& known,
                             const NmDArray<double>& knownTerms) {
   const bool isKnown = known.size == values.size && knownTerms.size == values.size;
   double sum = 0.0;
-  for (long first = 0; first < values.size; first += most) {
-    const int count = static_cast<int>(std::min<long>(most, values.size - first));
+  for (std::int64_t first = 0; first < values.size; first += most) {
+    const int count = static_cast<int>(std::min<std::int64_t>(most, values.size - first));
     double terms[most];
     takeTerms(values.data + first, isKnown ? known.data + first : none,
               isKnown ? knownTerms.data + first : none, count, terms);

@@ -1,6 +1,7 @@
 #include "optimizers/NmTensorProductMatrix.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "optimizers/vectorArithmetic.h"
 
@@ -16,8 +17,8 @@ int NmTensorProductMatrix<T>::multVec(const NmDVector<T>& v, NmDVector<T>& resul
     return 1;
   }
   result.resize(v.size);
-  for (long i = 0; i < v.size; ++i) result[i] = diagonal * v[i];
-  for (long k = 0; k < vectors.size; ++k) {
+  for (std::int64_t i = 0; i < v.size; ++i) result[i] = diagonal * v[i];
+  for (std::int64_t k = 0; k < vectors.size; ++k) {
     const T along = voxreg::detail::dot(v, vectors[k]);
     voxreg::detail::addMultiple(result, weights[k] * along, vectors[k]);
   }

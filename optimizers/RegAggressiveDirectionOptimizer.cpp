@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "foundation/NmLogFile.h"
@@ -106,9 +107,10 @@ double RegAggressiveDirectionOptimizer::Run::search(float maxStep, float minStep
 
 void RegAggressiveDirectionOptimizer::Run::takeSteps() {
   search_.getParamSteps(steps_);
-  const long dim = steps_.size;
+  const std::int64_t dim = steps_.size;
   if (dim <= 12 && search_.restrictedMotion)
-    for (long i = 0; i < std::min(dim, 6L); ++i) steps_[i] *= suppressionFactors[i];
+    for (std::int64_t i = 0; i < std::min(dim, std::int64_t{6}); ++i)
+      steps_[i] *= suppressionFactors[i];
   diffs_.resize(dim);
   direction_.resize(dim);
   std::fill_n(direction_.data, dim, 0.0);
@@ -181,7 +183,7 @@ bool RegAggressiveDirectionOptimizer::Run::walkAlongDifferences() {
 bool RegAggressiveDirectionOptimizer::Run::selectDirection(double threshold, bool isFirst) {
   bool changed = false;
   bool any = false;
-  for (long i = 0; i < direction_.size; ++i) {
+  for (std::int64_t i = 0; i < direction_.size; ++i) {
     if (threshold > std::abs(diffs_[i])) {
       if (direction_[i] != 0.0) changed = true;
       direction_[i] = 0.0;

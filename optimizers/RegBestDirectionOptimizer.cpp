@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "functional/RegFunctional.h"
@@ -19,7 +20,7 @@ constexpr double moveReduction = 0.6667;
 
 /// From 8 on the coarsest level to 2 on the finest.
 int lineMovesOfLevel(int levelNumber, int numLevels) {
-  const auto levelsBefore = static_cast<float>(static_cast<long>(levelNumber) - 1);
+  const auto levelsBefore = static_cast<float>(static_cast<std::int64_t>(levelNumber) - 1);
   const auto levelsAfterFirst = static_cast<float>(std::max(numLevels, 2) - 1);
   const float moves = 8.0f - 6.0f * levelsBefore / levelsAfterFirst;
   return static_cast<int>(std::clamp(moves, -1.0e9f, 1.0e9f));
@@ -29,8 +30,8 @@ int lineMovesOfLevel(int levelNumber, int numLevels) {
 /// finest. Not finite for a single level.
 float reductionDropOfLevel(int levelNumber, int numLevels) {
   if (numLevels <= 0) return 0.1f;
-  const float level =
-      static_cast<float>(static_cast<long>(levelNumber) - 1) / static_cast<float>(numLevels - 1);
+  const float level = static_cast<float>(static_cast<std::int64_t>(levelNumber) - 1) /
+                      static_cast<float>(numLevels - 1);
   return static_cast<float>(0.1 * static_cast<double>(level));
 }
 
@@ -79,7 +80,8 @@ RegBestDirectionOptimizer::RegBestDirectionOptimizer(RegOptimizerCallback* callb
 
 float RegBestDirectionOptimizer::maxNorm(const NmDVector<double>& v) {
   float largest = 0.0f;
-  for (long i = 0; i < v.size; ++i) largest = std::max(largest, static_cast<float>(std::abs(v[i])));
+  for (std::int64_t i = 0; i < v.size; ++i)
+    largest = std::max(largest, static_cast<float>(std::abs(v[i])));
   return largest;
 }
 
@@ -152,7 +154,7 @@ RegBestDirectionOptimizer::Run::Next RegBestDirectionOptimizer::Run::followGradi
   if (progress_.wasInterrupted()) return Next::end;
   if (!(largest > 0.0f)) return Next::pass;
   const auto scale = static_cast<double>(step_ / largest);
-  for (long i = 0; i < move_.size; ++i) move_[i] = steps_[i] * scale * move_[i];
+  for (std::int64_t i = 0; i < move_.size; ++i) move_[i] = steps_[i] * scale * move_[i];
   voxreg::detail::dropNonFinite(move_);
   const bool moved = walk();
   if (!refine()) return Next::end;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmDArray.h"
 #include "optimizers/RegOptimizer.h"
 
@@ -77,7 +79,8 @@ class RegGradientOptimizer : public RegOptimizer {
   class QuasiNewton;
 
   bool wasInterrupted() const;
-  void moveTo(long n, const NmDVector<double>& point, const NmDVector<double>& direction, double x);
+  void moveTo(std::int64_t n, const NmDVector<double>& point, const NmDVector<double>& direction,
+              double x);
   void limitMove(int n, const NmDVector<double>& point, const NmDVector<double>& direction,
                  double maxMove, double* value, double* length);
   bool returnIfLost(const NmDVector<double>& point, double* value);

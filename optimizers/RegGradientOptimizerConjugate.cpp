@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "optimizers/RegGradientOptimizer.h"
 #include "optimizers/lineLengths.h"
@@ -103,13 +104,13 @@ bool RegGradientOptimizer::ConjugateGradients::takeGradient() {
 bool RegGradientOptimizer::ConjugateGradients::updateDirection() {
   double gg = 0.0;
   double dgg = 0.0;
-  for (long j = 0; j < xi_.size; ++j) {
+  for (std::int64_t j = 0; j < xi_.size; ++j) {
     gg += g_[j] * g_[j];
     dgg += (g_[j] + xi_[j]) * xi_[j];
   }
   if (gg == 0.0) return false;
   const double gamma = dgg / gg;
-  for (long j = 0; j < xi_.size; ++j) {
+  for (std::int64_t j = 0; j < xi_.size; ++j) {
     g_[j] = -xi_[j];
     h_[j] = h_[j] * gamma - xi_[j];
     xi_[j] = h_[j];

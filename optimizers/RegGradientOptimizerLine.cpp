@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <utility>
 
 #include "functional/RegFunctional.h"
@@ -222,8 +223,8 @@ void RegGradientOptimizer::linmin(NmDVector<double>& point, NmDVector<double>& d
   if (maxMove > 0.0 && (*length < -maxMove || *length > maxMove))
     limitMove(n, point, direction, maxMove, value, length);
   if (returnIfLost(point, value)) *length = 0.0;
-  const long moved = std::min({static_cast<long>(n), direction.size, point.size});
-  for (long j = 0; j < moved; ++j) {
+  const std::int64_t moved = std::min({static_cast<std::int64_t>(n), direction.size, point.size});
+  for (std::int64_t j = 0; j < moved; ++j) {
     direction[j] = *length * direction[j];
     point[j] += direction[j];
   }
@@ -245,11 +246,11 @@ void RegGradientOptimizer::limitMove(int n, const NmDVector<double>& point,
   *value = atLimit;
 }
 
-void RegGradientOptimizer::moveTo(long n, const NmDVector<double>& point,
+void RegGradientOptimizer::moveTo(std::int64_t n, const NmDVector<double>& point,
                                   const NmDVector<double>& direction, double x) {
   NmDVector<double>& params = transform->params;
-  const long moved = std::min({n, point.size, direction.size, params.size});
-  for (long j = 0; j < moved; ++j) params[j] = point[j] + x * direction[j];
+  const std::int64_t moved = std::min({n, point.size, direction.size, params.size});
+  for (std::int64_t j = 0; j < moved; ++j) params[j] = point[j] + x * direction[j];
 }
 
 // A metric that rises for ever along a line leads the parameters to infinity; true if they were

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 
 #include "foundation/NmLogFile.h"
@@ -109,7 +110,7 @@ void RegGradientOptimizer::QuasiNewton::run(double* value, int* iterations) {
 void RegGradientOptimizer::QuasiNewton::runRestarts(int* iterations) {
   for (restart_ = 0; restart_ < numRestarts; ++restart_) {
     if (!beginRestart() || iterate(iterations) == Next::end) return;
-    if (restart_ == numRestarts - 1 && *iterations == 2L * dim_)
+    if (restart_ == numRestarts - 1 && *iterations == std::int64_t{2} * dim_)
       getTheLogInstance().printf("Warning: %d restarts in quasi-Newton optimization.\n",
                                  numRestarts);
     if (totalIterations_ > 99) return;
@@ -133,7 +134,7 @@ bool RegGradientOptimizer::QuasiNewton::beginRestart() {
 
 RegGradientOptimizer::QuasiNewton::Next RegGradientOptimizer::QuasiNewton::iterate(
     int* iterations) {
-  for (int its = 1; its <= 2L * dim_; ++its) {
+  for (int its = 1; its <= std::int64_t{2} * dim_; ++its) {
     *iterations = its;
     searchLine(its);
     if (progress_.wasInterrupted()) return Next::end;
@@ -211,7 +212,7 @@ void RegGradientOptimizer::QuasiNewton::addRankOneTerms() {
   const double fae = dot(dg_, hdg_);
   const double a = 1.0 / fac;
   const double b = -1.0 / fae;
-  for (long i = 0; i < dg_.size; ++i) dg_[i] = b * hdg_[i] + a * move[i];
+  for (std::int64_t i = 0; i < dg_.size; ++i) dg_[i] = b * hdg_[i] + a * move[i];
   inverseHessian_.addEntry(move, a);
   inverseHessian_.addEntry(hdg_, b);
   inverseHessian_.addEntry(dg_, fae);

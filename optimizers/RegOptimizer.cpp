@@ -1,6 +1,7 @@
 #include "optimizers/RegOptimizer.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "foundation/NmLogFile.h"
 #include "functional/RegFunctional.h"
@@ -27,9 +28,9 @@ bool RegOptimizer::canSearch(const char* operation) const {
 }
 
 int RegOptimizer::numFreeParameters() const {
-  const long held = transform->params.size;
-  const long free = transform->getVariableParamVectorDim();
-  return static_cast<int>(std::clamp(free, 0L, held));
+  const std::int64_t held = transform->params.size;
+  const std::int64_t free = transform->getVariableParamVectorDim();
+  return static_cast<int>(std::clamp(free, std::int64_t{0}, held));
 }
 
 void RegOptimizer::getParamSteps(NmDVector<double>& steps) const {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "foundation/NmLogFile.h"
 #include "functional/RegFunctional.h"
@@ -58,7 +59,7 @@ void LineFreezing::freezeBrick(SearchLine& line, const NmDVector<double>& gradie
     const int a = corner & 1;
     const int b = corner >> 1 & 1;
     const int c = corner >> 2;
-    const long vertex = ((k + c) * (n.y + 1L) + (j + b)) * (n.x + 1) + (i + a);
+    const std::int64_t vertex = ((k + c) * (n.y + std::int64_t{1}) + (j + b)) * (n.x + 1) + (i + a);
     for (int component = 0; component < 3; ++component) list(gradient, 3 * vertex + component);
   }
   const double lengthBefore = line.length;
@@ -79,7 +80,7 @@ void LineFreezing::freezeLargestShifts(SearchLine& line, const NmDVector<double>
   keepIfLonger(line, lengthBefore);
 }
 
-void LineFreezing::list(const NmDVector<double>& gradient, long parameter) {
+void LineFreezing::list(const NmDVector<double>& gradient, std::int64_t parameter) {
   const NmVec2f candidate(static_cast<float>(std::abs(gradient[parameter])),
                           static_cast<float>(parameter));
   candidates_.insert(candidates_.size, 1, &candidate);
@@ -89,8 +90,9 @@ void LineFreezing::list(const NmDVector<double>& gradient, long parameter) {
 void LineFreezing::searchFrozen(SearchLine& line, int count) {
   line = saved_;
   std::sort(candidates_.data, candidates_.data + candidates_.size, comesBefore);
-  for (long i = std::max(candidates_.size - count, 0L); i < candidates_.size; ++i)
-    line.direction[static_cast<long>(candidates_[i].y)] = 0.0;
+  for (std::int64_t i = std::max(candidates_.size - count, std::int64_t{0}); i < candidates_.size;
+       ++i)
+    line.direction[static_cast<std::int64_t>(candidates_[i].y)] = 0.0;
   line.search(search_, dim_);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmDArray.h"
 #include "foundation/NmDVector.h"
 #include "foundation/NmVec.h"
@@ -39,7 +41,7 @@ class LineFreezing {
  private:
   void freezeBrick(SearchLine& line, const NmDVector<double>& gradient, int brick);
   void freezeLargestShifts(SearchLine& line, const NmDVector<double>& gradient, int count);
-  void list(const NmDVector<double>& gradient, long parameter);
+  void list(const NmDVector<double>& gradient, std::int64_t parameter);
   void searchFrozen(SearchLine& line, int count);
   void keepIfLonger(SearchLine& line, double lengthBefore);
 

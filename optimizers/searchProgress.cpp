@@ -17,7 +17,7 @@ SearchProgress::SearchProgress(const RegOptimizer& search)
       progress_(search.callback == nullptr ? nullptr : search.callback->getProgressInterface()) {
   if (search.numStages < 2) return;
   share_ = 1.0f / static_cast<float>(search.numStages);
-  const auto stagesBefore = static_cast<float>(static_cast<long>(search.stageNumber) - 1);
+  const auto stagesBefore = static_cast<float>(static_cast<std::int64_t>(search.stageNumber) - 1);
   offset_ = std::max(0.0f, stagesBefore * share_);
 }
 

@@ -2,38 +2,39 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace voxreg::detail {
 
 void addMultiple(NmDVector<double>& to, double factor, const NmDVector<double>& v) {
-  for (long i = 0; i < v.size; ++i) to[i] += factor * v[i];
+  for (std::int64_t i = 0; i < v.size; ++i) to[i] += factor * v[i];
 }
 
 void scale(NmDVector<double>& v, double factor) {
-  for (long i = 0; i < v.size; ++i) v[i] *= factor;
+  for (std::int64_t i = 0; i < v.size; ++i) v[i] *= factor;
 }
 
 void setNegative(NmDVector<double>& to, const NmDVector<double>& v) {
   to.resize(v.size);
-  for (long i = 0; i < v.size; ++i) to[i] = -v[i];
+  for (std::int64_t i = 0; i < v.size; ++i) to[i] = -v[i];
 }
 
 double dot(const NmDVector<double>& a, const NmDVector<double>& b) {
   double sum = 0.0;
-  for (long i = 0; i < a.size; ++i) sum += a[i] * b[i];
+  for (std::int64_t i = 0; i < a.size; ++i) sum += a[i] * b[i];
   return sum;
 }
 
 double largestMagnitude(const NmDVector<double>& v) {
   double largest = 0.0;
-  for (long i = 0; i < v.size; ++i) largest = std::max(largest, std::abs(v[i]));
+  for (std::int64_t i = 0; i < v.size; ++i) largest = std::max(largest, std::abs(v[i]));
   return largest;
 }
 
 void normalise(NmDVector<double>& v) {
   const double largest = largestMagnitude(v);
   if (!(largest > 0.0)) return;
-  for (long i = 0; i < v.size; ++i) v[i] /= largest;
+  for (std::int64_t i = 0; i < v.size; ++i) v[i] /= largest;
 }
 
 bool isFinite(const NmDVector<double>& v) {
@@ -41,7 +42,7 @@ bool isFinite(const NmDVector<double>& v) {
 }
 
 void dropNonFinite(NmDVector<double>& v) {
-  for (long i = 0; i < v.size; ++i)
+  for (std::int64_t i = 0; i < v.size; ++i)
     if (!std::isfinite(v[i])) v[i] = 0.0;
 }
 

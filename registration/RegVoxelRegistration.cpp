@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <new>
 #include <string>
 #include <utility>
@@ -26,7 +27,7 @@ void openTask(NmProgressInterface& progress) {
 }
 
 template <class T>
-bool isFinite(const T* values, long count) {
+bool isFinite(const T* values, std::int64_t count) {
   return std::all_of(values, values + count, [](T value) { return std::isfinite(value); });
 }
 

@@ -26,10 +26,10 @@ class RegParametricTransform;
 /// `finalMetric`. A matrix maps model world to reference world, a grid of bricks reference world to
 /// model world.
 ///
-/// The volumes are walked from the coarsest level to the finest, and each level through a schedule
-/// of stages, which free more and more of the transform. An interrupted run returns the best point
-/// that its last search has evaluated, with that point's value: never worse than where the search
-/// began.
+/// Coarser levels come first, and of three levels the finest, full resolution, is left out; each is
+/// walked through a schedule of stages, which free more and more of the transform. An interrupted
+/// run returns the best point that its last search has evaluated, with that point's value: never
+/// worse than where the search began.
 class RegVoxelRegistration : public RegOptimizerCallback {
  public:
   short busy = 0;                        ///< not 0 while compute runs
@@ -50,7 +50,7 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   bool keepCoarseAxis;         ///< leave the axis of the largest voxels alone
   int numThreads;              ///< at least 1; sizes buffers, starts no thread
   NmVec2f stepRange;           ///< x: largest step, y: smallest; both above 0
-  int numGradientLevels;       ///< how many of the finest levels are searched by gradient
+  int numGradientLevels;       ///< how many of the last levels, never the first, go by gradient
   float gradientStep;          ///< tolerance of the gradient searches
   /// 0 aggressive direction, 1 best neighbour, 2 quasi-Newton, 3 conjugate gradients, 4 best
   /// direction.

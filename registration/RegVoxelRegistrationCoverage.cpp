@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "foundation/NmLogFile.h"
 #include "registration/RegVoxelRegistration.h"
@@ -26,9 +27,9 @@ double coverageByExtent(const NmVec3d& reference, const NmVec3d& model, int flat
   return volume > 0.0 ? coverage : 1.0;
 }
 
-long countInRange(const NmDArray<float>& row, long stride, float min, float max) {
-  long count = 0;
-  for (long i = 0; i < row.size; i += stride)
+std::int64_t countInRange(const NmDArray<float>& row, std::int64_t stride, float min, float max) {
+  std::int64_t count = 0;
+  for (std::int64_t i = 0; i < row.size; i += stride)
     if (row[i] >= min && row[i] <= max) ++count;
   return count;
 }
@@ -40,12 +41,12 @@ double shareInRange(const VlData& volume, const VlDataAccess& access, float min,
   const double all =
       static_cast<double>(dims.x) * static_cast<double>(dims.y) * static_cast<double>(dims.z);
   if (!(all > 0.0)) return 1.0;
-  const long stride = std::max(volume.numDataVars(), 1);
+  const std::int64_t stride = std::max(volume.numDataVars(), 1);
   NmDArray<float> row;
   row.resize(dims.x * stride);
-  long count = 0;
-  for (long z = 0; z < dims.z; ++z)
-    for (long y = 0; y < dims.y; ++y)
+  std::int64_t count = 0;
+  for (std::int64_t z = 0; z < dims.z; ++z)
+    for (std::int64_t y = 0; y < dims.y; ++y)
       count += access.row(-1, y, z, row.data).isOk() ? countInRange(row, stride, min, max) : dims.x;
   return static_cast<double>(count) / all;
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 
 #include "foundation/NmLogFile.h"
@@ -64,7 +65,7 @@ bool RegVoxelRegistration::runLevels() {
   for (int level = 0; level < active; ++level) {
     std::unique_ptr<RegFunctional> functional(functionals->pop());
     if (functional == nullptr) break;
-    if (level > 0 && level >= static_cast<long>(active) - numGradientLevels) {
+    if (level > 0 && level >= static_cast<std::int64_t>(active) - numGradientLevels) {
       startGradientLevel(gradientCount++);
       steps.startGradientSearch();
     }
@@ -176,7 +177,7 @@ void RegVoxelRegistration::replaceTransform(bool nonAffine, const NmVec3i& numBr
 void RegVoxelRegistration::enterResolution(int level, int numLevels, int ignoreFinest) {
   if (currentStage() < 0) dofIndex = 0;
   if (optimizer == nullptr) return;
-  const int stages = static_cast<int>(std::max(dofSchedule.size - 1, 0L));
+  const int stages = static_cast<int>(std::max<std::int64_t>(dofSchedule.size - 1, 0));
   const bool ignores = ignoreFinest > 0 && numLevels > ignoreFinest;
   optimizer->levelNumber = level + 1;
   optimizer->numLevels = ignores ? numLevels - ignoreFinest : numLevels;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <stdexcept>
 
 #include "foundation/NmLogFile.h"
@@ -89,7 +90,7 @@ bool RegVoxelRegistration::addLevels(int k, const NmVec3i& coarsest, Levels& ref
     referenceLevels.resize(plan.size);
     modelLevels.resize(plan.size);
   }
-  for (long j = 0; j < plan.size; ++j) {
+  for (std::int64_t j = 0; j < plan.size; ++j) {
     if (j > 0) logSampling("reference", plan[j], deltaRef);
     NmHandle<VlData> volume;
     downsample(reference[k], volume, plan[j], referenceClass);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <memory>
 
@@ -118,7 +119,7 @@ bool RegVoxelRegistration::checkVolumes() const {
         volume->numDataVars());
     return true;
   };
-  for (long k = 0; k < reference.size; ++k)
+  for (std::int64_t k = 0; k < reference.size; ++k)
     if (refuse(reference[k])) return false;
   return !refuse(model[0]);
 }
@@ -127,7 +128,7 @@ bool RegVoxelRegistration::createFunctionals() {
   NmDArray<NmDArray<NmHandle<VlData>>> referenceLevels;
   NmDArray<NmDArray<NmHandle<VlData>>> modelLevels;
   if (!doResampling(referenceLevels, coarsestResampling, modelLevels)) return false;
-  for (long i = 0; i < referenceLevels.size; ++i) {
+  for (std::int64_t i = 0; i < referenceLevels.size; ++i) {
     std::unique_ptr<RegFunctional> functional(
         createFunctional(referenceLevels[i], modelLevels[i], 0, 0));
     if (functional == nullptr || !functional->canEvaluate()) {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 
 #include "foundation/NmLogFile.h"
@@ -12,7 +13,7 @@ namespace {
 
 using Descriptor = RegNonAffineTransform::NonAffineTransformDescriptor;
 
-constexpr long parameterCount = 15;
+constexpr std::int64_t parameterCount = 15;
 
 void widenIfFlat(float& min, float& max) {
   if (min > max) std::swap(min, max);
@@ -59,7 +60,7 @@ void RegVoxelRegistration::createTransform(bool nonAffine, const NmVec3i& numBri
     created.reset(new RegNonAffineTransform(nonAffineResult, numBricks));
   else
     created.reset(new RegNonAffineTransform(identityOver(*reference[0]), numBricks));
-  for (long i = 0; functionals != nullptr && i < functionals->size; ++i) {
+  for (std::int64_t i = 0; functionals != nullptr && i < functionals->size; ++i) {
     RegFunctional* const functional = functionals->data[i];
     if (functional != nullptr) functional->transform = created.get();
   }

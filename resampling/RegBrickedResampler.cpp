@@ -1,16 +1,18 @@
 #include "resampling/RegBrickedResampler.h"
 
+#include <cstdint>
 #include <limits>
 #include <type_traits>
 
 #include "foundation/NmException.h"
 #include "foundation/NmLogFile.h"
 #include "foundation/NmWatch.h"
-#include "foundation/voxelGrid.h"
+#include "foundation/volumeCore.h"
 #include "foundation/voxelTypes.h"
-#include "resampling/RegVoxelEvaluator.h"
 #include "resampling/memoryVolume.h"
+#include "resampling/samplingRule.h"
 
+using voxreg::detail::VolumeCore;
 using voxreg::detail::VoxelGrid;
 
 namespace {
@@ -22,7 +24,7 @@ bool arePair(const VlData* reference, const VlData* model) {
          reference->numDataVars() == oneVariable && model->numDataVars() == oneVariable;
 }
 
-bool isGrid(const NmBox3f& box, const NmVec3i& dims, long numNodes) {
+bool isGrid(const NmBox3f& box, const NmVec3i& dims, std::int64_t numNodes) {
   const NmVec3l size(dims.x, dims.y, dims.z);
   return box.volume() > 0.0f && dims.x > 1 && dims.y > 1 && dims.z > 1 &&
          numNodes <= std::numeric_limits<int>::max() &&
@@ -32,7 +34,7 @@ bool isGrid(const NmBox3f& box, const NmVec3i& dims, long numNodes) {
 float backgroundOf(VlData& model, bool zeroBackground) {
   float least = 0.0f;
   float most = 0.0f;
-  if (!zeroBackground) model.range(least, most, true);
+  if (!zeroBackground) VolumeCore::findRange(model, least, most);
   return least;
 }
 
@@ -56,12 +58,12 @@ struct Job {
     if (result == nullptr) return nullptr;
     NmBox3f voxelBox;
     reference.boundingBox(voxelBox);
-    result->setBoundingBox(voxelBox);
+    VolumeCore::setBoundingBox(*result, voxelBox);
     // One thread works, so that one sampler is all that is used.
     NmDArray<NmHandle<VlEvaluator>> evaluators;
     evaluators.resize(1);
-    RegVoxelEvaluator(&model, filter).createEvalModel(evaluators[0]);
-    const NmHandle<VlDataAccess> access = result->lock(true);
+    evaluators[0] = VolumeCore::makeEvaluator(model, voxreg::detail::samplingRule(filter)).object;
+    const NmHandle<VlDataAccess> access = VolumeCore::lock(*result, true).object;
     if (evaluators[0] == nullptr || access == nullptr || !access->isLinear()) return nullptr;
     const NmVec3i dims(static_cast<int>(size.x), static_cast<int>(size.y),
                        static_cast<int>(size.z));

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
 #include "resampling/RegBrickedResampler.h"
@@ -56,7 +57,7 @@ VoxelLookup lookUp(float p, const NodeAxis& nodes, bool clampToGrid) {
   return {i, (p - nodes.at(i)) / (nodes.at(i + 1) - nodes.at(i))};
 }
 
-bool fitsInt(long n, long stride) {
+bool fitsInt(std::int64_t n, std::int64_t stride) {
   return n >= 2 && stride > 0 && n - 2 <= std::numeric_limits<int>::max() / stride;
 }
 
@@ -72,7 +73,8 @@ void RegBrickedResampler::getIndicesAndWeights(const NmVec3i& dims, const NmBox3
   NmDArray<float>* const weights[3] = {&xWeights, &yWeights, &zWeights};
   const NmVec3f voxelSize = voxelBox.getVoxelSize(
       NmVec3f(static_cast<float>(dims.x), static_cast<float>(dims.y), static_cast<float>(dims.z)));
-  const long strides[3] = {1, gridDims.x, static_cast<long>(gridDims.x) * gridDims.y};
+  const std::int64_t strides[3] = {1, gridDims.x,
+                                   static_cast<std::int64_t>(gridDims.x) * gridDims.y};
   for (int axis = 2; axis >= 0; --axis) {
     const int n = std::max(dims[axis], 0);
     indices[axis]->resize(n);

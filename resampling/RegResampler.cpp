@@ -1,6 +1,7 @@
 #include "resampling/RegResampler.h"
 
 #include <cmath>
+#include <cstdint>
 #include <new>
 #include <stdexcept>
 
@@ -46,7 +47,8 @@ bool isReusable(const VlData& candidate, const VlData& source, const NmVec3l& di
 }
 
 /// One axis of setUniformCoords.
-void scaleRange(float& min, float& max, long sourceDim, long targetDim, float newDim) {
+void scaleRange(float& min, float& max, std::int64_t sourceDim, std::int64_t targetDim,
+                float newDim) {
   const auto sourceLength = static_cast<float>(sourceDim);
   if (!(std::fabs(static_cast<double>(sourceLength - newDim)) > 1e-10)) return;
   float voxelSize = max - min;

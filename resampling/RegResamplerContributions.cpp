@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 
 #include "foundation/NmException.h"
@@ -66,10 +67,10 @@ void FilteredAxis::addTaps(int i, RegResamplerContribList& list) const {
       isEmpty ? 0.0 : std::max(2.0 * (static_cast<double>(halfWidth) + 1.0), last - first + 1.0);
   list.taps = callocOrThrow<RegResamplerContrib>(std::min(room, static_cast<double>(numIn)));
   if (isEmpty) return;
-  const auto from = static_cast<long>(std::clamp(first, -reach, numIn + reach));
-  const auto to = static_cast<long>(std::clamp(last, -reach, numIn + reach));
+  const auto from = static_cast<std::int64_t>(std::clamp(first, -reach, numIn + reach));
+  const auto to = static_cast<std::int64_t>(std::clamp(last, -reach, numIn + reach));
   float sum = 0.0f;
-  for (long j = from; j <= to; ++j) {
+  for (std::int64_t j = from; j <= to; ++j) {
     const float w = weight(c - static_cast<float>(j));
     if (j < 0 || j >= numIn) continue;
     list.taps[list.n++] = {static_cast<int>(j), w};

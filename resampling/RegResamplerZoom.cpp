@@ -1,11 +1,12 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
 #include "foundation/NmRawData.h"
 #include "foundation/ProgressScope.h"
-#include "foundation/silently.h"
+#include "foundation/volumePair.h"
 #include "foundation/voxelGrid.h"
 #include "foundation/voxelTypes.h"
 #include "resampling/RegResampler.h"
@@ -19,7 +20,7 @@
 using voxreg::detail::ContribLists;
 using voxreg::detail::Extreme;
 using voxreg::detail::LineTaps;
-using voxreg::detail::lockSilently;
+using voxreg::detail::VolumePair;
 using voxreg::detail::VoxelGrid;
 using voxreg::detail::ZoomProgress;
 using voxreg::detail::ZoomShape;
@@ -30,16 +31,14 @@ constexpr int maxDataVars = 6;
 
 /// Source and target under their locks, both addressable from one pointer.
 struct LinearPair {
-  NmHandle<VlDataAccess> in;
-  NmHandle<VlDataAccess> out;
+  VolumePair locked;
   void* from = nullptr;
   void* to = nullptr;
 
-  LinearPair(VlData& source, VlData& target) : in(lockSilently(source, false)) {
-    if (in != nullptr) out = lockSilently(target, true);
-    if (out == nullptr || !in->isLinear() || !out->isLinear()) return;
-    from = in->dataPtr(0);
-    to = out->dataPtr(0);
+  LinearPair(VlData& source, VlData& target) : locked(voxreg::detail::lockPair(source, target)) {
+    if (!locked.isOpen() || !locked.source->isLinear() || !locked.target->isLinear()) return;
+    from = locked.source->dataPtr(0);
+    to = locked.target->dataPtr(0);
   }
 
   bool isOpen() const { return from != nullptr && to != nullptr; }
@@ -52,19 +51,19 @@ bool isSameType(const VlData& source, const VlData& target) {
 
 bool copyVoxels(VlData& source, VlData& target) {
   const NmPrimType type = source.primType();
-  const long numValues = VoxelGrid{source.dims(), source.numDataVars(), type}.numValues();
+  const std::int64_t numValues = VoxelGrid{source.dims(), source.numDataVars(), type}.numValues();
   if (!isSameType(source, target) || numValues < 1) return false;
   const LinearPair pair(source, target);
   if (!pair.isOpen()) return false;
-  const long bytes = numValues * NmPrimType::primTypeSize[type];
+  const std::int64_t bytes = numValues * NmPrimType::primTypeSize[type];
   // Two volumes may wrap the same memory of the host.
-  std::memmove(pair.to, pair.from, static_cast<unsigned long>(bytes));
+  std::memmove(pair.to, pair.from, static_cast<std::size_t>(bytes));
   return true;
 }
 
 int numSteps(const ZoomShape& shape) {
-  const long steps[3] = {shape.from.z, shape.from.z, shape.to.y};
-  long sum = 0;
+  const std::int64_t steps[3] = {shape.from.z, shape.from.z, shape.to.y};
+  std::int64_t sum = 0;
   for (int axis = 0; axis < 3; ++axis)
     if (!shape.isKept(axis)) sum += steps[axis];
   return static_cast<int>(std::min(sum, voxreg::detail::largestDimension));
@@ -78,7 +77,7 @@ bool averageCells(VlData& source, VlData& target, const ZoomShape& shape,
                   NmProgressInterface* progress) {
   const LinearPair pair(source, target);
   if (!pair.isOpen()) return false;
-  const auto size = [&](int axis) { return static_cast<unsigned long>(shape.from[axis]); };
+  const auto size = [&](int axis) { return static_cast<std::size_t>(shape.from[axis]); };
   NmRawData::downSample3D(pair.to, {pair.from, source.primType()}, size(0), size(1), size(2),
                           shape.wholeFactor(0), shape.wholeFactor(1), shape.wholeFactor(2),
                           progress);

@@ -1,6 +1,11 @@
 #include "resampling/RegVoxelEvaluator.h"
 
-#include "foundation/VlData.h"
+#include "foundation/NmLogFile.h"
+#include "foundation/volumeCore.h"
+#include "resampling/samplingRule.h"
+
+using voxreg::detail::Outcome;
+using voxreg::detail::VolumeCore;
 
 RegVoxelEvaluator::RegVoxelEvaluator(VlData* modelVolume, RegResampler::FilterType filterType)
     : filter(filterType), model(modelVolume) {}
@@ -12,10 +17,9 @@ void RegVoxelEvaluator::createEvalModel(NmHandle<VlEvaluator>& eval) const {
 }
 
 void RegVoxelEvaluator::createEval(VlData* data, NmHandle<VlEvaluator>& eval) const {
-  if (data == nullptr)
-    eval = nullptr;
-  else if (filter == RegResampler::Lanczos3)
-    eval = data->createEvaluatorLanczos();
-  else
-    eval = data->createEvaluator(VlData::Trilinear);
+  Outcome<VlEvaluator> made;
+  if (data != nullptr)
+    made = VolumeCore::makeEvaluator(*data, voxreg::detail::samplingRule(filter));
+  if (made.reason != nullptr) getTheLogInstance().errorf("createEval: %s", made.reason);
+  eval = made.object;
 }

@@ -17,8 +17,8 @@ class RegVoxelEvaluator {
   RegVoxelEvaluator(VlData* modelVolume, RegResampler::FilterType filterType);
   virtual ~RegVoxelEvaluator();
 
-  /// Replaces `eval` by a sampler of `model`. Null without a volume, and where the volume gives
-  /// none.
+  /// Replaces `eval` by a sampler of `model`. Null without a volume, and, with an error line, where
+  /// the volume gives none.
   void createEvalModel(NmHandle<VlEvaluator>& eval) const;
 
   /// The same for any volume.

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <type_traits>
 
@@ -18,7 +19,7 @@ struct AxisLookup {
   const NmDArray<float>& weights;
 
   /// True if there are voxels, an entry for each of them, and no index above `highest`.
-  bool fits(int n, long highest) const {
+  bool fits(int n, std::int64_t highest) const {
     if (n < 1 || indices.size < n || weights.size < n) return false;
     return std::all_of(indices.data, indices.data + n,
                        [=](int index) { return index >= -1 && index <= highest; });
@@ -71,19 +72,21 @@ NmVec3f between(const NmVec3f& lower, const NmVec3f& upper, float weight) {
 }
 
 /// out[i] between nodes[i] and nodes[i + stride].
-void interpolate(const NmVec3f* nodes, long stride, float weight, NmDArray<NmVec3f>& out) {
-  for (long i = 0; i < out.size; ++i) out[i] = between(nodes[i], nodes[i + stride], weight);
+void interpolate(const NmVec3f* nodes, std::int64_t stride, float weight, NmDArray<NmVec3f>& out) {
+  for (std::int64_t i = 0; i < out.size; ++i) out[i] = between(nodes[i], nodes[i + stride], weight);
 }
 
 /// Mapped positions of one row of voxels, axis by axis, as samplers take them.
 struct PositionRow {
   NmDArray<float> coordinates[3];
 
-  explicit PositionRow(long n) {
+  explicit PositionRow(std::int64_t n) {
     for (NmDArray<float>& axis : coordinates) axis.resize(n);
   }
-  NmVec3f at(long i) const { return {coordinates[0][i], coordinates[1][i], coordinates[2][i]}; }
-  void put(long i, const NmVec3f& position) {
+  NmVec3f at(std::int64_t i) const {
+    return {coordinates[0][i], coordinates[1][i], coordinates[2][i]};
+  }
+  void put(std::int64_t i, const NmVec3f& position) {
     for (int axis = 0; axis < 3; ++axis) coordinates[axis][i] = position[axis];
   }
 };
@@ -131,7 +134,7 @@ void clampTo(const NmBox3f& box, int first, int last, PositionRow& row) {
 class NodeRow {
  public:
   NodeRow(const NmDArray<NmVec3f>& nodes, const NmVec3i& gridDims) : nodes_(nodes) {
-    slice_.resize(static_cast<long>(gridDims.x) * gridDims.y);
+    slice_.resize(static_cast<std::int64_t>(gridDims.x) * gridDims.y);
     row_.resize(gridDims.x);
   }
 
@@ -153,10 +156,10 @@ class NodeRow {
 
 /// True if the lookups lead to nodes of the grid only.
 bool areSound(const AxisLookup (&lookups)[3], const NmVec3i& dims, const NmVec3i& gridDims,
-              long numNodes) {
+              std::int64_t numNodes) {
   if (gridDims.x < 2 || gridDims.y < 2 || gridDims.z < 2) return false;
-  const long inRow = gridDims.x;
-  const long inSlice = inRow * gridDims.y;
+  const std::int64_t inRow = gridDims.x;
+  const std::int64_t inSlice = inRow * gridDims.y;
   if (numNodes % inSlice != 0 || numNodes / inSlice != gridDims.z) return false;
   return lookups[0].fits(dims.x, inRow - 2) && lookups[1].fits(dims.y, inSlice - 2 * inRow) &&
          lookups[2].fits(dims.z, numNodes - 2 * inSlice);
@@ -242,11 +245,11 @@ struct VoxelWriter {
 
   void write(NmDArray<float>& values, T* voxels) const {
     if (isInteger != std::is_integral_v<T>)
-      for (long i = 0; i < values.size; ++i)
+      for (std::int64_t i = 0; i < values.size; ++i)
         values[i] = isInteger ? std::nearbyint(values[i]) : std::trunc(values[i]);
     voxreg::detail::writeVoxels(voxels, values.size, values.data);
     if (!isInteger || isWholeRange()) return;
-    for (long i = 0; i < values.size; ++i) {
+    for (std::int64_t i = 0; i < values.size; ++i) {
       const T raised = voxels[i] < lowest ? lowest : voxels[i];
       voxels[i] = raised > highest ? highest : raised;
     }
@@ -291,7 +294,8 @@ void brickedResampling(T* output, const NmVec3i& dims, NmBox3f& voxelBox, int /*
     if (isInterrupted(progress, k, dims.z)) continue;
     sampler.enterSlice(k);
     for (int j = 0; j < dims.y; ++j)
-      writer.write(sampler.sampleRow(j), output + (static_cast<long>(k) * dims.y + j) * dims.x);
+      writer.write(sampler.sampleRow(j),
+                   output + (static_cast<std::int64_t>(k) * dims.y + j) * dims.x);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 
 #include "resampling/RegResamplerContribList.h"
@@ -17,8 +18,8 @@ class ContribLists {
     std::free(lists_);
   }
 
-  RegResamplerContribList& operator[](long i) { return lists_[i]; }
-  const RegResamplerContribList& operator[](long i) const { return lists_[i]; }
+  RegResamplerContribList& operator[](std::int64_t i) { return lists_[i]; }
+  const RegResamplerContribList& operator[](std::int64_t i) const { return lists_[i]; }
   int size() const { return count_; }
 
   RegResamplerContribList* release() {

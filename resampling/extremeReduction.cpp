@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <string>
 
 #include "foundation/NmDArray.h"
 #include "foundation/ProgressScope.h"
-#include "foundation/silently.h"
+#include "foundation/VlData.h"
+#include "foundation/volumePair.h"
 #include "resampling/zoomShape.h"
 
 namespace voxreg::detail {
@@ -15,8 +17,8 @@ namespace {
 
 /// The source voxels of one cell along an axis, `last` not included.
 struct CellRange {
-  long first;
-  long last;
+  std::int64_t first;
+  std::int64_t last;
 };
 
 /// Walks the cells of an axis, whose borders are sums of the cell size in single precision.
@@ -35,30 +37,30 @@ class CellWalk {
 
  private:
   // Above 2^24 the last border may be rounded to beyond the axis.
-  long voxelAtOrAfter(float border) const {
-    return std::min(static_cast<long>(std::ceil(border)), numVoxels_);
+  std::int64_t voxelAtOrAfter(float border) const {
+    return std::min(static_cast<std::int64_t>(std::ceil(border)), numVoxels_);
   }
 
   float size_;
   float end_;
-  long numVoxels_;
+  std::int64_t numVoxels_;
   float border_ = 0.0f;
 };
 
 template <Extreme extreme>
-void fold(const float* in, const NmDArray<CellRange>& cells, long numDataVars, float* out) {
-  for (long i = 0; i < cells.size; ++i)
-    for (long x = cells[i].first; x < cells[i].last; ++x)
-      for (long c = 0; c < numDataVars; ++c) {
+void fold(const float* in, const NmDArray<CellRange>& cells, std::int64_t numDataVars, float* out) {
+  for (std::int64_t i = 0; i < cells.size; ++i)
+    for (std::int64_t x = cells[i].first; x < cells[i].last; ++x)
+      for (std::int64_t c = 0; c < numDataVars; ++c) {
         const float value = in[x * numDataVars + c];
-        const long at = i * numDataVars + c;
+        const std::int64_t at = i * numDataVars + c;
         if (extreme == Extreme::maximum ? value > out[at] : value < out[at]) out[at] = value;
       }
 }
 
 template <Extreme extreme>
 void reduce(const VlDataAccess& source, const VlDataAccess& target, const ZoomShape& shape,
-            long numDataVars, NmProgressInterface* progress) {
+            std::int64_t numDataVars, NmProgressInterface* progress) {
   constexpr float largest = std::numeric_limits<float>::max();
   constexpr float worst = extreme == Extreme::maximum ? -largest : largest;
   NmDArray<float> in;
@@ -69,23 +71,23 @@ void reduce(const VlDataAccess& source, const VlDataAccess& target, const ZoomSh
   NmDArray<CellRange> cellsX;
   cellsX.resize(shape.to.x);
   CellWalk walkX(shape, 0);
-  for (long i = 0; i < cellsX.size; ++i) cellsX[i] = walkX.next();
+  for (std::int64_t i = 0; i < cellsX.size; ++i) cellsX[i] = walkX.next();
 
   const ProgressScope scope(progress);
   if (progress != nullptr) progress->startWorking(static_cast<int>(shape.to.z), std::string());
   CellWalk walkZ(shape, 2);
-  for (long zi = 0; zi < shape.to.z; ++zi) {
+  for (std::int64_t zi = 0; zi < shape.to.z; ++zi) {
     if (progress != nullptr) {
       progress->setProgressValue(static_cast<int>(zi + 1));
       if (progress->wasInterrupted()) return;
     }
     const CellRange cellZ = walkZ.next();
     CellWalk walkY(shape, 1);
-    for (long yi = 0; yi < shape.to.y; ++yi) {
+    for (std::int64_t yi = 0; yi < shape.to.y; ++yi) {
       const CellRange cellY = walkY.next();
       std::fill(out.data, out.data + out.size, worst);
-      for (long z = cellZ.first; z < cellZ.last; ++z)
-        for (long y = cellY.first; y < cellY.last; ++y) {
+      for (std::int64_t z = cellZ.first; z < cellZ.last; ++z)
+        for (std::int64_t y = cellY.first; y < cellY.last; ++y) {
           source.row(-1, y, z, in.data);
           fold<extreme>(in.data, cellsX, numDataVars, out.data);
         }
@@ -98,15 +100,13 @@ void reduce(const VlDataAccess& source, const VlDataAccess& target, const ZoomSh
 
 bool reduceToExtremes(VlData& source, VlData& target, const ZoomShape& shape, Extreme extreme,
                       NmProgressInterface* progress) {
-  const NmHandle<VlDataAccess> in = lockSilently(source, false);
-  if (in == nullptr) return false;
-  const NmHandle<VlDataAccess> out = lockSilently(target, true);
-  if (out == nullptr) return false;
-  const long numDataVars = source.numDataVars();
+  const VolumePair pair = lockPair(source, target);
+  if (!pair.isOpen()) return false;
+  const std::int64_t numDataVars = source.numDataVars();
   if (extreme == Extreme::maximum)
-    reduce<Extreme::maximum>(*in, *out, shape, numDataVars, progress);
+    reduce<Extreme::maximum>(*pair.source, *pair.target, shape, numDataVars, progress);
   else
-    reduce<Extreme::minimum>(*in, *out, shape, numDataVars, progress);
+    reduce<Extreme::minimum>(*pair.source, *pair.target, shape, numDataVars, progress);
   return true;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmDArray.h"
 #include "foundation/NmVec.h"
 #include "resampling/RegResamplerContribList.h"
@@ -14,26 +16,26 @@ class LineTaps {
   explicit LineTaps(const ContribLists& lists);
 
   /// Sums of `cell` neighbours, times `scale`.
-  LineTaps(long numOut, int cell, float scale);
+  LineTaps(std::int64_t numOut, int cell, float scale);
 
-  long numOut() const { return ends_.size; }
-  long count(long i) const { return ends_[i] - begin(i); }
-  const RegResamplerContrib* at(long i) const { return taps_.data + begin(i); }
+  std::int64_t numOut() const { return ends_.size; }
+  std::int64_t count(std::int64_t i) const { return ends_[i] - begin(i); }
+  const RegResamplerContrib* at(std::int64_t i) const { return taps_.data + begin(i); }
 
   /// Factor of the finished sums.
   float factor() const { return factor_; }
 
  private:
-  long begin(long i) const { return i == 0 ? 0 : ends_[i - 1]; }
+  std::int64_t begin(std::int64_t i) const { return i == 0 ? 0 : ends_[i - 1]; }
 
   NmDArray<RegResamplerContrib> taps_;
-  NmDArray<long> ends_;
+  NmDArray<std::int64_t> ends_;
   float factor_ = 1.0f;
 };
 
 /// Output lines from input lines of `width` floats, which follow each other without a gap:
 /// out[i] = factor * sum over the taps of i of weight * lines[pixel], in single precision and in
 /// the order of the taps.
-void combineLines(const float* lines, long width, const LineTaps& taps, float* out);
+void combineLines(const float* lines, std::int64_t width, const LineTaps& taps, float* out);
 
 }  // namespace voxreg::detail

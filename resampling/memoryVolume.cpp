@@ -1,7 +1,7 @@
 #include "resampling/memoryVolume.h"
 
 #include "foundation/NmException.h"
-#include "foundation/silently.h"
+#include "foundation/volumeCore.h"
 
 namespace voxreg::detail {
 
@@ -9,7 +9,7 @@ NmHandle<VlMemoryData> makeMemoryVolume(const NmVec3l& dims, NmPrimType type, in
   try {
     const VlMeta meta(false, true);
     NmHandle<VlMemoryData> volume = new VlMemoryData(&meta);
-    if (initSilently(*volume, {dims, numDataVars, type})) return volume;
+    if (VolumeCore::allocate(*volume, {dims, numDataVars, type}) == nullptr) return volume;
   } catch (const NmMemoryException&) {  // NOLINT(bugprone-empty-catch): no volume is the answer
   }
   return nullptr;

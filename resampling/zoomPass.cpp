@@ -1,8 +1,10 @@
 #include "resampling/zoomPass.h"
 
 #include <algorithm>
+#include <cstdint>
 
-#include "foundation/silently.h"
+#include "foundation/VlData.h"
+#include "foundation/volumePair.h"
 #include "foundation/voxelLines.h"
 
 namespace voxreg::detail {
@@ -12,26 +14,27 @@ namespace {
 struct LockedVolume {
   NmHandle<VlDataAccess> access;
   NmVec3l dims;
-  long numDataVars;
+  std::int64_t numDataVars;
   NmPrimType type;
   void* block = nullptr;
 
-  LockedVolume(VlData& volume, bool write)
-      : access(lockSilently(volume, write)),
+  LockedVolume(const VlData& volume, const NmHandle<VlDataAccess>& lock)
+      : access(lock),
         dims(volume.dims()),
         numDataVars(volume.numDataVars()),
         type(volume.primType()) {
-    if (access != nullptr && access->isContiguous() && access->isLinear() &&
-        isServedVoxelType(type))
+    if (access->isContiguous() && access->isLinear() && isServedVoxelType(type))
       block = access->dataPtr(0);
   }
 
   /// Values from one voxel to the next along an axis.
-  long stride(int axis) const {
+  std::int64_t stride(int axis) const {
     return numDataVars * (axis > 0 ? dims.x : 1) * (axis > 1 ? dims.y : 1);
   }
-  void read(long first, long n, float* buffer) const { readVoxels(type, block, first, n, buffer); }
-  void write(long first, long n, const float* buffer) const {
+  void read(std::int64_t first, std::int64_t n, float* buffer) const {
+    readVoxels(type, block, first, n, buffer);
+  }
+  void write(std::int64_t first, std::int64_t n, const float* buffer) const {
     writeVoxels(type, block, first, n, buffer);
   }
 };
@@ -56,12 +59,12 @@ class LoneLines {
     std::fill(in_.data, in_.data + in_.size, 0.0f);
   }
 
-  void filterSlice(long outer) {
+  void filterSlice(std::int64_t outer) {
     const int innerAxis = v_.axis == 0 ? 1 : 0;
     NmVec3l at;
     at[v_.axis] = -1;
     at[v_.outerAxis()] = outer;
-    for (long inner = 0; inner < v_.in.dims[innerAxis]; ++inner) {
+    for (std::int64_t inner = 0; inner < v_.in.dims[innerAxis]; ++inner) {
       at[innerAxis] = inner;
       v_.in.access->row(at.x, at.y, at.z, in_.data);
       combineLines(in_.data, v_.in.numDataVars, v_.taps, out_.data);
@@ -84,62 +87,66 @@ class RowsAsLines {
     out_.resize(lengthOut() * width_);
   }
 
-  void filterSlice(long outer) {
-    for (long x = 0; x < rowLength_; x += width_)
+  void filterSlice(std::int64_t outer) {
+    for (std::int64_t x = 0; x < rowLength_; x += width_)
       filterPortion(outer, x, std::min(width_, rowLength_ - x));
   }
 
  private:
-  static long portion(long rowLength, long lengthIn) {
-    constexpr long floatsInCache = 65536;
-    return std::min(rowLength, std::max(floatsInCache / lengthIn, 64L));
+  static std::int64_t portion(std::int64_t rowLength, std::int64_t lengthIn) {
+    constexpr std::int64_t floatsInCache = 65536;
+    return std::min(rowLength, std::max(floatsInCache / lengthIn, std::int64_t{64}));
   }
 
-  long lengthIn() const { return v_.in.dims[v_.axis]; }
-  long lengthOut() const { return v_.out.dims[v_.axis]; }
+  std::int64_t lengthIn() const { return v_.in.dims[v_.axis]; }
+  std::int64_t lengthOut() const { return v_.out.dims[v_.axis]; }
 
-  void filterPortion(long outer, long x, long width) {
-    const long strideIn = v_.in.stride(v_.axis);
-    const long firstIn = outer * v_.in.stride(v_.outerAxis()) + x;
+  void filterPortion(std::int64_t outer, std::int64_t x, std::int64_t width) {
+    const std::int64_t strideIn = v_.in.stride(v_.axis);
+    const std::int64_t firstIn = outer * v_.in.stride(v_.outerAxis()) + x;
     if (strideIn == width)
       v_.in.read(firstIn, lengthIn() * width, in_.data);
     else
-      for (long i = 0; i < lengthIn(); ++i)
+      for (std::int64_t i = 0; i < lengthIn(); ++i)
         v_.in.read(firstIn + i * strideIn, width, in_.data + i * width);
     combineLines(in_.data, width, v_.taps, out_.data);
-    const long strideOut = v_.out.stride(v_.axis);
-    const long firstOut = outer * v_.out.stride(v_.outerAxis()) + x;
-    for (long i = 0; i < lengthOut(); ++i)
+    const std::int64_t strideOut = v_.out.stride(v_.axis);
+    const std::int64_t firstOut = outer * v_.out.stride(v_.outerAxis()) + x;
+    for (std::int64_t i = 0; i < lengthOut(); ++i)
       v_.out.write(firstOut + i * strideOut, width, out_.data + i * width);
   }
 
   PassVolumes v_;
-  long rowLength_;
-  long width_;
+  std::int64_t rowLength_;
+  std::int64_t width_;
   NmDArray<float> in_;
   NmDArray<float> out_;
 };
 
-constexpr long blockRows = 16;
+constexpr std::int64_t blockRows = 16;
 
 /// columns[x * numRows + r] = rows[r * length + x], of elements of `width` floats.
-void interleave(const float* rows, long numRows, long length, long width, float* columns) {
+void interleave(const float* rows, std::int64_t numRows, std::int64_t length, std::int64_t width,
+                float* columns) {
   if (numRows == blockRows && width == 1) {
-    for (long x = 0; x < length; ++x)
-      for (long r = 0; r < blockRows; ++r) columns[x * blockRows + r] = rows[r * length + x];
+    for (std::int64_t x = 0; x < length; ++x)
+      for (std::int64_t r = 0; r < blockRows; ++r)
+        columns[x * blockRows + r] = rows[r * length + x];
     return;
   }
-  for (long r = 0; r < numRows; ++r)
-    for (long x = 0; x < length; ++x)
+  for (std::int64_t r = 0; r < numRows; ++r)
+    for (std::int64_t x = 0; x < length; ++x)
       std::copy(rows + (r * length + x) * width, rows + (r * length + x + 1) * width,
                 columns + (x * numRows + r) * width);
 }
 
 /// The reverse.
-void separate(const float* columns, long numRows, long length, long width, float* rows) {
+void separate(const float* columns, std::int64_t numRows, std::int64_t length, std::int64_t width,
+              float* rows) {
   if (numRows == blockRows && width == 1) {
-    for (long x = 0; x < length; ++x)
-      for (long r = 0; r < blockRows; ++r) rows[r * length + x] = columns[x * blockRows + r];
+    for (std::int64_t x = 0; x < length; ++x)
+      for (std::int64_t r = 0; r < blockRows; ++r)
+        rows[r * length + x] = columns[x * blockRows + r];
     return;
   }
   interleave(columns, length, numRows, width, rows);
@@ -157,15 +164,15 @@ class ColumnsAsLines {
   }
 
   // The last block reaches back into the one before it rather than being smaller.
-  void filterSlice(long outer) {
-    const long numY = v_.in.dims.y;
-    for (long y = 0; y < numY; y += numRows_)
+  void filterSlice(std::int64_t outer) {
+    const std::int64_t numY = v_.in.dims.y;
+    for (std::int64_t y = 0; y < numY; y += numRows_)
       filterRows(outer * numY + std::min(y, numY - numRows_));
   }
 
  private:
-  void filterRows(long firstRow) {
-    const long width = v_.in.numDataVars;
+  void filterRows(std::int64_t firstRow) {
+    const std::int64_t width = v_.in.numDataVars;
     v_.in.read(firstRow * v_.in.stride(1), rowsIn_.size, rowsIn_.data);
     interleave(rowsIn_.data, numRows_, v_.in.dims.x, width, columnsIn_.data);
     combineLines(columnsIn_.data, numRows_ * width, v_.taps, columnsOut_.data);
@@ -174,7 +181,7 @@ class ColumnsAsLines {
   }
 
   PassVolumes v_;
-  long numRows_;
+  std::int64_t numRows_;
   NmDArray<float> rowsIn_;
   NmDArray<float> columnsIn_;
   NmDArray<float> columnsOut_;
@@ -185,7 +192,7 @@ template <class Slices>
 void filterSlices(const PassVolumes& volumes, ZoomProgress& progress) {
   Slices slices(volumes);
   progress.startPass();
-  for (long i = 0; i < volumes.in.dims[volumes.outerAxis()]; ++i)
+  for (std::int64_t i = 0; i < volumes.in.dims[volumes.outerAxis()]; ++i)
     if (!progress.isInterrupted(i)) slices.filterSlice(i);
 }
 
@@ -193,10 +200,10 @@ void filterSlices(const PassVolumes& volumes, ZoomProgress& progress) {
 
 bool runZoomPass(VlData& input, VlData& output, int axis, const LineTaps& taps,
                  ZoomProgress& progress) {
-  const LockedVolume in(input, false);
-  if (in.access == nullptr) return false;
-  const LockedVolume out(output, true);
-  if (out.access == nullptr) return false;
+  const VolumePair pair = lockPair(input, output);
+  if (!pair.isOpen()) return false;
+  const LockedVolume in(input, pair.source);
+  const LockedVolume out(output, pair.target);
   const PassVolumes volumes = {in, out, axis, taps};
   if (in.block == nullptr || out.block == nullptr)
     filterSlices<LoneLines>(volumes, progress);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 
 #include "foundation/NmProgressInterface.h"
 #include "resampling/zoomShape.h"
@@ -17,7 +18,7 @@ class ZoomProgress {
   void startPass() { base_ = last_; }
 
   /// Reports the iteration `index` of the present pass and asks whether it is to be left out.
-  bool isInterrupted(long index) {
+  bool isInterrupted(std::int64_t index) {
     if (progress_ == nullptr) return false;
     last_ = base_ + index;
     progress_->setProgressValue(static_cast<int>(std::min(last_, largestDimension)));
@@ -26,8 +27,8 @@ class ZoomProgress {
 
  private:
   NmProgressInterface* progress_;
-  long base_ = 1;
-  long last_ = 1;
+  std::int64_t base_ = 1;
+  std::int64_t last_ = 1;
 };
 
 }  // namespace voxreg::detail

@@ -1,13 +1,14 @@
 #include "resampling/zoomShape.h"
 
 #include <cmath>
+#include <cstdint>
 
 #include "foundation/VlData.h"
 
 namespace voxreg::detail {
 namespace {
 
-bool isDimension(long n) {
+bool isDimension(std::int64_t n) {
   return n >= 1 && n <= largestDimension;
 }
 
@@ -21,8 +22,9 @@ bool areLengths(const float* lengths) {
 }
 
 NmVec3l dimsOfLengths(const float* lengths) {
-  return {static_cast<long>(std::ceil(lengths[0])), static_cast<long>(std::ceil(lengths[1])),
-          static_cast<long>(std::ceil(lengths[2]))};
+  return {static_cast<std::int64_t>(std::ceil(lengths[0])),
+          static_cast<std::int64_t>(std::ceil(lengths[1])),
+          static_cast<std::int64_t>(std::ceil(lengths[2]))};
 }
 
 ZoomShape::ZoomShape(const VlData& source, const VlData& target, const float* lengths)

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmVec.h"
 
 class VlData;
 
 namespace voxreg::detail {
 
-constexpr long largestDimension = 2147483647;
+constexpr std::int64_t largestDimension = 2147483647;
 
 /// True for three lengths that a volume can have: above 0, and at most 2^31 - 1.
 bool areLengths(const float* lengths);
@@ -37,7 +39,7 @@ struct ZoomShape {
   bool isUnchanged(int axis) const { return fromLength(axis) == length[axis]; }
 
   /// Ratio of the dimensions, rounded down.
-  long ratio(int axis) const { return from[axis] / to[axis]; }
+  std::int64_t ratio(int axis) const { return from[axis] / to[axis]; }
 
   /// Whole number of source voxels per target voxel, or 0 where it isn't one.
   int wholeFactor(int axis) const;

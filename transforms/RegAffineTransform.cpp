@@ -2,25 +2,26 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <memory>
 
 #include "transforms/RegTools.h"
 
 namespace {
 
-constexpr long parameterCount = 15;
+constexpr std::int64_t parameterCount = 15;
 constexpr double pi = 3.141592653589793;
 
-double identityParameter(long i) {
+double identityParameter(std::int64_t i) {
   return i >= 6 && i < 9 ? 1.0 : 0.0;
 }
 
 /// Gives a vector that a host has shortened all its places again.
 void completeParameters(NmDVector<double>& params) {
-  const long present = params.size;
+  const std::int64_t present = params.size;
   if (present >= parameterCount) return;
   params.resize(parameterCount);
-  for (long i = present; i < parameterCount; ++i) params[i] = identityParameter(i);
+  for (std::int64_t i = present; i < parameterCount; ++i) params[i] = identityParameter(i);
 }
 
 NmMat4d translationBy(const NmVec3f& offset) {
@@ -99,7 +100,7 @@ RegParametricTransform* RegAffineTransform::makeInverse() {
 void RegAffineTransform::update() {}
 
 int RegAffineTransform::getVariableParamVectorDim() {
-  return static_cast<int>(std::clamp<long>(degreesOfFreedom, 0, params.size));
+  return static_cast<int>(std::clamp<std::int64_t>(degreesOfFreedom, 0, params.size));
 }
 
 double RegAffineTransform::getParamStep(int i, NmVec3d* size) {

@@ -1,6 +1,7 @@
 #include "transforms/RegNonAffineTransform.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -50,8 +51,8 @@ void fillWithNowhere(NmDArray<NmVec3d>& vectors) {
   std::fill_n(vectors.data, vectors.size, nowhere());
 }
 
-void growWithZeros(NmDArray<double>& values, long size) {
-  const long present = values.size;
+void growWithZeros(NmDArray<double>& values, std::int64_t size) {
+  const std::int64_t present = values.size;
   if (present >= size) return;
   values.resize(size);
   std::fill(values.data + present, values.data + size, 0.0);
@@ -66,16 +67,18 @@ NmVec3i limited(const NmVec3i& n) {
           std::clamp(n.z, 1, brickLimit)};
 }
 
-long bricksOf(const NmVec3i& n) {
+std::int64_t bricksOf(const NmVec3i& n) {
   if (!isBrickCount(n.x) || !isBrickCount(n.y) || !isBrickCount(n.z)) return 0;
-  return static_cast<long>(n.x) * n.y * n.z;
+  return static_cast<std::int64_t>(n.x) * n.y * n.z;
 }
 
-long verticesOf(const NmVec3i& n) {
-  return bricksOf(n) > 0 ? (n.x + 1L) * (n.y + 1L) * (n.z + 1L) : 0;
+std::int64_t verticesOf(const NmVec3i& n) {
+  return bricksOf(n) > 0
+             ? (n.x + std::int64_t{1}) * (n.y + std::int64_t{1}) * (n.z + std::int64_t{1})
+             : 0;
 }
 
-bool fits(const NmVec3i& n, long parameters) {
+bool fits(const NmVec3i& n, std::int64_t parameters) {
   return bricksOf(n) > 0 && parameters == 3 * verticesOf(n);
 }
 
@@ -106,9 +109,9 @@ class SavedCoefficients {
   }
 
   /// Takes `count` terms of one component, from the place `first` on.
-  void append(const NmDArray<double>& coefficients, long first, int count) {
+  void append(const NmDArray<double>& coefficients, std::int64_t first, int count) {
     if (!wanted_) return;
-    const long size = indices_->size;
+    const std::int64_t size = indices_->size;
     indices_->resize(size + count);
     values_->resize(size + count);
     for (int t = 0; t < count; ++t) {
@@ -125,10 +128,10 @@ class SavedCoefficients {
 
 /// Moves one corner of a brick. The table is zero above its diagonal, so that a corner reaches no
 /// term before its own.
-void changeCorner(RegNonAffineTransform& transform, long brick, int corner, int component,
+void changeCorner(RegNonAffineTransform& transform, std::int64_t brick, int corner, int component,
                   double delta, SavedCoefficients& saved) {
   NmDArray<double>& coefficients = transform.coefficients;
-  const long first = perBrick * brick + 3 * corner + component;
+  const std::int64_t first = perBrick * brick + 3 * corner + component;
   const int terms = corners - corner;
   saved.append(coefficients, first, terms);
   for (int t = 0; t < terms; ++t)
@@ -143,7 +146,7 @@ void changeParameter(RegNonAffineTransform& transform, int index, double delta,
   for (int bk = std::max(at.z - 1, 0); bk <= std::min(at.z, n.z - 1); ++bk)
     for (int bj = std::max(at.y - 1, 0); bj <= std::min(at.y, n.y - 1); ++bj)
       for (int bi = std::max(at.x - 1, 0); bi <= std::min(at.x, n.x - 1); ++bi)
-        changeCorner(transform, bi + n.x * (bj + static_cast<long>(n.y) * bk),
+        changeCorner(transform, bi + n.x * (bj + static_cast<std::int64_t>(n.y) * bk),
                      (at.x - bi) + 2 * (at.y - bj) + 4 * (at.z - bk), index % 3, delta, saved);
 }
 
@@ -155,8 +158,8 @@ void sampleVertices(RegNonAffineTransform& transform, const NmVec3i& grid, const
   NmDArray<NmVec3d> slice;
   NmDArray<NmVec3d> row;
   vertices.resize(3 * verticesOf(grid));
-  slice.resize(4L * transform.numBricks.x * transform.numBricks.y);
-  row.resize(2L * transform.numBricks.x);
+  slice.resize(std::int64_t{4} * transform.numBricks.x * transform.numBricks.y);
+  row.resize(std::int64_t{2} * transform.numBricks.x);
   double* vertex = vertices.data;
   for (int k = 0; k <= grid.z; ++k) {
     transform.setW(first.z + k * step.z, slice);
@@ -204,11 +207,11 @@ double RegNonAffineTransform::getParamStep(int /*i*/, NmVec3d* /*size*/) {
   return 0.25;
 }
 
-long RegNonAffineTransform::brickCount() const {
+std::int64_t RegNonAffineTransform::brickCount() const {
   return bricksOf(numBricks);
 }
 
-long RegNonAffineTransform::vertexCount() const {
+std::int64_t RegNonAffineTransform::vertexCount() const {
   return verticesOf(numBricks);
 }
 
@@ -217,7 +220,7 @@ bool RegNonAffineTransform::hasVertices() const {
 }
 
 bool RegNonAffineTransform::canEvaluate() const {
-  const long bricks = brickCount();
+  const std::int64_t bricks = brickCount();
   return bricks > 0 && coefficients.size >= perBrick * bricks;
 }
 
@@ -271,8 +274,8 @@ void RegNonAffineTransform::computeCoefficients() {
   initBrickMatrix();
   growWithZeros(coefficients, perBrick * brickCount());
   if (!hasVertices()) return;
-  const long rowStep = 3 * (numBricks.x + 1L);
-  const long sliceStep = rowStep * (numBricks.y + 1L);
+  const std::int64_t rowStep = 3 * (numBricks.x + std::int64_t{1});
+  const std::int64_t sliceStep = rowStep * (numBricks.y + std::int64_t{1});
   double* terms = coefficients.data;
   for (int bk = 0; bk < numBricks.z; ++bk)
     for (int bj = 0; bj < numBricks.y; ++bj)
@@ -297,34 +300,34 @@ void RegNonAffineTransform::updateCoefficients(NmDArray<int>& indices, NmDArray<
   initBrickMatrix();
   growWithZeros(coefficients, perBrick * brickCount());
   growWithZeros(deltas, indices.size);
-  for (long n = 0; n < indices.size; ++n)
+  for (std::int64_t n = 0; n < indices.size; ++n)
     if (indices[n] >= 0 && indices[n] < 3 * vertexCount() && deltas[n] != 0.0)
       changeParameter(*this, indices[n], deltas[n], saved);
 }
 
 void RegNonAffineTransform::restoreCoefficients(NmDArray<int>& indices, NmDArray<double>& values) {
-  const long count = std::min(indices.size, values.size);
-  for (long n = 0; n < count; ++n)
+  const std::int64_t count = std::min(indices.size, values.size);
+  for (std::int64_t n = 0; n < count; ++n)
     if (indices[n] >= 0 && indices[n] < coefficients.size) coefficients[indices[n]] = values[n];
 }
 
 void RegNonAffineTransform::setW(double w, NmDArray<NmVec3d>& out) const {
-  const long bricks = static_cast<long>(numBricks.x) * numBricks.y;
+  const std::int64_t bricks = static_cast<std::int64_t>(numBricks.x) * numBricks.y;
   if (!canEvaluate() || out.size < 4 * bricks) return fillWithNowhere(out);
   const BrickPlace place = placeOf(w, numBricks.z);
   const double* const layer = coefficients.data + perBrick * bricks * place.brick;
-  for (long b = 0; b < bricks; ++b)
+  for (std::int64_t b = 0; b < bricks; ++b)
     voxreg::detail::takeSlice(layer + perBrick * b, place.fraction, flat(out) + sliceDoubles * b);
 }
 
 void RegNonAffineTransform::setV(double v, const NmDArray<NmVec3d>& in,
                                  NmDArray<NmVec3d>& out) const {
-  const long bricks = static_cast<long>(numBricks.x) * numBricks.y;
+  const std::int64_t bricks = static_cast<std::int64_t>(numBricks.x) * numBricks.y;
   if (brickCount() == 0 || in.size < 4 * bricks || out.size < 2 * numBricks.x)
     return fillWithNowhere(out);
   const BrickPlace place = placeOf(v, numBricks.y);
   const double* const slice =
-      flat(in) + static_cast<long>(sliceDoubles) * numBricks.x * place.brick;
+      flat(in) + static_cast<std::int64_t>(sliceDoubles) * numBricks.x * place.brick;
   for (int b = 0; b < numBricks.x; ++b)
     voxreg::detail::takeRow(slice + sliceDoubles * b, place.fraction, flat(out) + rowDoubles * b);
 }
@@ -347,8 +350,9 @@ void RegNonAffineTransform::setWUnscaled(double w, NmDArray<NmVec3d>& out) const
 
 void RegNonAffineTransform::setWScaled(double w, NmDArray<NmVec3d>& out) const {
   setW(w, out);
-  const long groups = std::min(static_cast<long>(numBricks.x) * numBricks.y, out.size / 4);
-  for (long g = 0; g < groups; ++g)
+  const std::int64_t groups =
+      std::min(static_cast<std::int64_t>(numBricks.x) * numBricks.y, out.size / 4);
+  for (std::int64_t g = 0; g < groups; ++g)
     voxreg::detail::scaleSlice(&offsetToModel.x, &scaleToModel.x, flat(out) + sliceDoubles * g);
 }
 

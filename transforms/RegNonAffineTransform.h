@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmBox.h"
 #include "foundation/NmDArray.h"
 #include "foundation/NmDMatrix.h"
@@ -51,8 +53,8 @@ class RegNonAffineTransform : public RegParametricTransform {
   double getParamStep(int i, NmVec3d* size) override;
 
   /// Number of bricks and of vertices of the grid; 0 where a count is outside 1 to 32.
-  long brickCount() const;
-  long vertexCount() const;
+  std::int64_t brickCount() const;
+  std::int64_t vertexCount() const;
 
   /// True when `params` fits the grid.
   bool hasVertices() const;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "foundation/NmBox.h"
 #include "foundation/VlData.h"
@@ -128,7 +129,7 @@ struct CompleteParameters {
   double p[15] = {0, 0, 0, 0, 0, 0, 1, 1, 1};
 
   explicit CompleteParameters(const NmDVector<double>& given) {
-    for (long i = 0; i < std::min(given.size, 15L); ++i) p[i] = given[i];
+    for (std::int64_t i = 0; i < std::min(given.size, std::int64_t{15}); ++i) p[i] = given[i];
   }
 };
 

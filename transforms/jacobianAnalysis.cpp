@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "foundation/NmWatch.h"
@@ -171,7 +172,8 @@ double jacobianMeasure(const Range& determinants) {
   return std::min(determinants.low(), 1.0 / std::max(determinants.high(), 1.0));
 }
 
-void analyseBrick(const double* terms, const double (&size)[3], const Outputs& out, long entry) {
+void analyseBrick(const double* terms, const double (&size)[3], const Outputs& out,
+                  std::int64_t entry) {
   const SampledJacobian samples(terms, size);
   const bool wantsShape = out.maxStretch != nullptr || out.maxShear != nullptr;
   Range determinants;
@@ -195,8 +197,8 @@ struct BrickRange {
   NmVec3i first;
   NmVec3i end;
 
-  long count() const {
-    return static_cast<long>(end.x - first.x) * (end.y - first.y) * (end.z - first.z);
+  std::int64_t count() const {
+    return static_cast<std::int64_t>(end.x - first.x) * (end.y - first.y) * (end.z - first.z);
   }
 
   /// Calls f(brick) with the running index of each brick, x fastest.
@@ -219,7 +221,7 @@ BrickRange bricksAround(const NmVec3i& n, int vertex) {
 }
 
 template <class T>
-T* filled(NmDArray<T>* values, long count, T value) {
+T* filled(NmDArray<T>* values, std::int64_t count, T value) {
   if (values == nullptr) return nullptr;
   values->resize(count);
   std::fill_n(values->data, count, value);
@@ -233,7 +235,7 @@ float RegNonAffineTransform::computeJacobiTransforms(
     NmDArray<double>* minDiagonal, NmDArray<double>* maxStretch, NmDArray<double>* maxShear,
     NmDArray<int>* brickIndices) const {
   const NmWatch watch(true);
-  const long bricks = brickCount();
+  const std::int64_t bricks = brickCount();
   if (bricks == 0 || coefficients.size != perBrick * bricks) return -1.0f;
   double size[3];
   for (int axis = 0; axis < 3; ++axis)
@@ -243,16 +245,17 @@ float RegNonAffineTransform::computeJacobiTransforms(
   const bool isLocal = vertex >= 0 && vertex < vertexCount();
   const BrickRange range =
       isLocal ? bricksAround(numBricks, vertex) : BrickRange{NmVec3i(), numBricks};
-  const long count = range.count();
+  const std::int64_t count = range.count();
   const Outputs out = {filled(&minJacobian, count, 1.0), filled(minDiagonal, count, 1.0),
                        filled(maxStretch, count, 0.0), filled(maxShear, count, 0.0)};
   int* const indices = isLocal ? filled(brickIndices, count, -1) : nullptr;
   const bool canSkip = emptyBricks != nullptr && emptyBricks->size == bricks;
-  long entry = 0;
+  std::int64_t entry = 0;
   range.forEach(numBricks, [&](int brick) {
     if (indices != nullptr) indices[entry] = brick;
     if (!canSkip || (*emptyBricks)[brick] == 0)
-      analyseBrick(coefficients.data + static_cast<long>(perBrick) * brick, size, out, entry);
+      analyseBrick(coefficients.data + static_cast<std::int64_t>(perBrick) * brick, size, out,
+                   entry);
     ++entry;
   });
   return watch.getTime();

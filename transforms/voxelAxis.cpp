@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace voxreg::detail {
 
 VoxelAxis::VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis, Measure measure)
     : min_(box.min(axis)),
-      last_(static_cast<int>(std::clamp<long>(dims[axis], 0, std::numeric_limits<int>::max())) - 1),
+      last_(static_cast<int>(
+                std::clamp<std::int64_t>(dims[axis], 0, std::numeric_limits<int>::max())) -
+            1),
       measure_(measure) {
   const int steps = std::max(last_, 1);
   size_ = (static_cast<double>(box.max(axis)) - static_cast<double>(min_)) / steps;

@@ -11,7 +11,7 @@ class BrickPositions {
       : walk_(walk),
         row_(walk.stages),
         slices_(walk.stages +
-                static_cast<long>(rowDoubles) * Lanes::width * walk.grid.touched[0].count),
+                static_cast<std::int64_t>(rowDoubles) * Lanes::width * walk.grid.touched[0].count),
         slicesEnd_(walk.box.zmin) {}
 
   static RowSpan rowRange(const Walk& walk) { return {walk.box.ymin, walk.box.ymax}; }
@@ -21,7 +21,7 @@ class BrickPositions {
     startSlices(block);
     const int columns = walk_.grid.touched[0].count;
     for (int i = 0; i < columns; ++i) {
-      double* const row = row_ + static_cast<long>(rowDoubles) * Lanes::width * i;
+      double* const row = row_ + static_cast<std::int64_t>(rowDoubles) * Lanes::width * i;
       if constexpr (abreast == Abreast::slices)
         takeRows(block.y[0], i, row);
       else
@@ -40,7 +40,7 @@ class BrickPositions {
   /// Hands out the positions, in model voxel coordinates, and moves on to the next voxel.
   void take(typename Lanes::Doubles position[3]) {
     const BrickPlace& place = walk_.grid.columns[x_++ - walk_.box.xmin];
-    const double* const row = row_ + static_cast<long>(rowDoubles) * Lanes::width *
+    const double* const row = row_ + static_cast<std::int64_t>(rowDoubles) * Lanes::width *
                                          (place.brick - walk_.grid.touched[0].first);
     const auto t = Lanes::all(place.fraction);
     for (int axis = 0; axis < 3; ++axis)
@@ -53,8 +53,8 @@ class BrickPositions {
   /// stand abreast have a value per lane for each of them.
   double* sliceOf(int z, int i, int j) const {
     const BrickSpan* const touched = walk_.grid.touched;
-    const long bricks = static_cast<long>(touched[0].count) * touched[1].count;
-    const long brick = i + static_cast<long>(touched[0].count) * j;
+    const std::int64_t bricks = static_cast<std::int64_t>(touched[0].count) * touched[1].count;
+    const std::int64_t brick = i + static_cast<std::int64_t>(touched[0].count) * j;
     const int slot = (z - walk_.box.zmin) % Lanes::width;
     return slices_ + (abreast == Abreast::slices ? sliceDoubles * Lanes::width * brick + slot
                                                  : sliceDoubles * (brick + bricks * slot));
@@ -80,10 +80,10 @@ class BrickPositions {
 
   const double* coefficientsOf(int i, int j, int layer) const {
     const BrickGrid& grid = walk_.grid;
-    const long brick =
+    const std::int64_t brick =
         i + grid.touched[0].first +
-        static_cast<long>(grid.numBricks[0]) *
-            (j + grid.touched[1].first + static_cast<long>(grid.numBricks[1]) * layer);
+        static_cast<std::int64_t>(grid.numBricks[0]) *
+            (j + grid.touched[1].first + static_cast<std::int64_t>(grid.numBricks[1]) * layer);
     return grid.coefficients + brickDoubles * brick;
   }
 

@@ -15,10 +15,10 @@ struct Columns {
 };
 
 /// The sum of lanes that hold small whole numbers.
-static long wholeSumOf(typename Lanes::Doubles v) {
+static std::int64_t wholeSumOf(typename Lanes::Doubles v) {
   double lanes[Lanes::width];
   Lanes::store(lanes, v);
   double sum = 0.0;
   for (const double lane : lanes) sum += lane;
-  return static_cast<long>(sum);
+  return static_cast<std::int64_t>(sum);
 }

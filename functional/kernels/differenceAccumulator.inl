@@ -7,7 +7,7 @@ class DifferenceAccumulator {
   DifferenceAccumulator(DifferenceSums& sums, const Walk& walk)
       : sums_(sums),
         squares_(walk.kept),
-        spare_(walk.kept + Lanes::width * (walk.box.xmax - walk.box.xmin + 1L + Lanes::width)) {}
+        spare_(walk.kept + Lanes::width * (walk.box.xmax - walk.box.xmin + std::int64_t{1} + Lanes::width)) {}
 
   void startRows(const RowBlock& /*block*/) { count_ = 0; }
 
@@ -52,6 +52,6 @@ class DifferenceAccumulator {
   DifferenceSums& sums_;
   double* squares_;  ///< of the block that is being sampled
   double* spare_;    ///< those being summed
-  long count_ = 0;   ///< columns of squares
+  std::int64_t count_ = 0;   ///< columns of squares
   OrderedSum sum_;
 };

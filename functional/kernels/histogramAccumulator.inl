@@ -28,7 +28,7 @@ class HistogramAccumulator {
       const auto rowShare = rows_.split(Lanes::load(columns.reference + i * Lanes::width), row);
       const auto columnShare = columns_.split(model, column);
       const auto bin = row * Lanes::all(sums_.columns.count) + column;
-      Lanes::storeWhole(reinterpret_cast<long*>(end_),
+      Lanes::storeWhole(reinterpret_cast<std::int64_t*>(end_),
                         Lanes::select(counts, bin, Lanes::all(-1.0)));
       Lanes::store(end_ + Lanes::width, rowShare);
       Lanes::store(end_ + 2 * Lanes::width, columnShare);
@@ -75,10 +75,10 @@ class HistogramAccumulator {
   };
 
   void raiseBins(int r) {
-    const long columns = sums_.columns.count;
-    long count = 0;
+    const std::int64_t columns = sums_.columns.count;
+    std::int64_t count = 0;
     for (const double* place = places_ + r; place < end_; place += placeDoubles) {
-      long offset;
+      std::int64_t offset;
       __builtin_memcpy(&offset, place, sizeof offset);
       if (offset < 0) continue;
       double* const bin = sums_.histogram + offset;

@@ -6,7 +6,7 @@ class OrderedSum {
 
   /// Takes over rows 0 .. rows - 1 of a block: value k of row r stands at values[k * width + r],
   /// and `count`, the values of a row, is a multiple of the width.
-  void start(const double* values, long count, int rows) {
+  void start(const double* values, std::int64_t count, int rows) {
     values_ = next_ = values;
     end_ = values + count * Lanes::width;
     rowsLeft_ = count > 0 ? rows : 0;

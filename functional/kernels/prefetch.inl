@@ -1,8 +1,8 @@
 /// Addresses as numbers: what is asked for ahead of time may lie beyond a volume.
-static long addressOf(const void* p) {
-  return reinterpret_cast<long>(p);
+static std::int64_t addressOf(const void* p) {
+  return reinterpret_cast<std::int64_t>(p);
 }
 
-static void prefetch(long address) {
+static void prefetch(std::int64_t address) {
   __builtin_prefetch(reinterpret_cast<const void*>(address));
 }

@@ -1,15 +1,15 @@
 /// Voxels x .. x + n - 1 of the rows, widened, a value per lane for each x.
 template <class T, Abreast abreast>
 static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
-  constexpr long rowsAhead = abreast == Abreast::rows ? Lanes::width : 1;
+  constexpr std::int64_t rowsAhead = abreast == Abreast::rows ? Lanes::width : 1;
   constexpr int lineVoxels = 64 / static_cast<int>(sizeof(T));
-  const long rowLength = walk.referenceDims[0];
+  const std::int64_t rowLength = walk.referenceDims[0];
   const T* rows[Lanes::width];
   for (int r = 0; r < Lanes::width; ++r) {
     rows[r] = static_cast<const T*>(walk.reference) + x +
-              rowLength * (block.y[r] + static_cast<long>(walk.referenceDims[1]) * block.z[r]);
+              rowLength * (block.y[r] + static_cast<std::int64_t>(walk.referenceDims[1]) * block.z[r]);
     for (int i = 0; i < n; i += lineVoxels)
-      prefetch(addressOf(rows[r] + i) + rowsAhead * rowLength * static_cast<long>(sizeof(T)));
+      prefetch(addressOf(rows[r] + i) + rowsAhead * rowLength * static_cast<std::int64_t>(sizeof(T)));
   }
   T side[batchColumns * Lanes::width];
   for (int i = 0; i < n; ++i)

@@ -10,12 +10,12 @@ class TrilinearSampler {
   /// are copied first and widened later so that the loads of many samples overlap.
   struct alignas(64) Located {
     double fraction[3][Lanes::width];
-    long corner[Lanes::width];
+    std::int64_t corner[Lanes::width];
     U pairs[4][2 * Lanes::width];
   };
 
   explicit TrilinearSampler(const Walk& walk) : voxels_(static_cast<const U*>(walk.model)) {
-    long stride = 1;
+    std::int64_t stride = 1;
     for (int axis = 0; axis < 3; ++axis) {
       const int n = walk.modelDims[axis];
       neighbour_[axis] = n > 1 ? stride : 0;
@@ -24,13 +24,13 @@ class TrilinearSampler {
       lastCell_[axis] = Lanes::all(n > 1 ? n - 2 : n - 1);
       stride *= n;
     }
-    long ahead = 0;
+    std::int64_t ahead = 0;
     for (int axis = 2; axis >= 0; --axis)
       ahead = ahead * walk.modelDims[axis] + wholeNear(prefetchRows * walk.rowStep[axis]);
-    ahead_[0] = addressOf(voxels_) + ahead * static_cast<long>(sizeof(U));
-    ahead_[1] = ahead_[0] + (neighbour_[1] + neighbour_[2]) * static_cast<long>(sizeof(U));
-    ahead_[2] = ahead_[0] + neighbour_[1] * static_cast<long>(sizeof(U));
-    ahead_[3] = ahead_[0] + neighbour_[2] * static_cast<long>(sizeof(U));
+    ahead_[0] = addressOf(voxels_) + ahead * static_cast<std::int64_t>(sizeof(U));
+    ahead_[1] = ahead_[0] + (neighbour_[1] + neighbour_[2]) * static_cast<std::int64_t>(sizeof(U));
+    ahead_[2] = ahead_[0] + neighbour_[1] * static_cast<std::int64_t>(sizeof(U));
+    ahead_[3] = ahead_[0] + neighbour_[2] * static_cast<std::int64_t>(sizeof(U));
     isTilted_ = sizeOf(walk.step[0][1]) + sizeOf(walk.step[0][2]) > 0.05;
   }
 
@@ -116,20 +116,20 @@ class TrilinearSampler {
     for (int c = 0; c < count; c += columnStep)
       for (int r = 0; r < Lanes::width; ++r)
         for (int i = 0; i < lines; ++i)
-          prefetch(ahead_[i] + columns[c].corner[r] * static_cast<long>(sizeof(U)));
+          prefetch(ahead_[i] + columns[c].corner[r] * static_cast<std::int64_t>(sizeof(U)));
   }
 
   static double sizeOf(double v) { return v < 0.0 ? -v : v; }
 
-  static long wholeNear(double v) {
-    return v > -1.0e3 && v < 1.0e3 ? static_cast<long>(v < 0.0 ? v - 0.5 : v + 0.5) : 0;
+  static std::int64_t wholeNear(double v) {
+    return v > -1.0e3 && v < 1.0e3 ? static_cast<std::int64_t>(v < 0.0 ? v - 0.5 : v + 0.5) : 0;
   }
 
   static constexpr int prefetchRows = 8;
 
   const U* voxels_;
-  long neighbour_[3];
-  long ahead_[4];  ///< lines of voxel 0's cell, moved ahead, the lowest and the highest first
+  std::int64_t neighbour_[3];
+  std::int64_t ahead_[4];  ///< lines of voxel 0's cell, moved ahead, the lowest and the highest first
   bool isTilted_;  ///< rows leave the model's lines every few voxels: a hint
   Doubles stride_[3];
   Doubles top_[3];

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 #include "transforms/brickStages.h"
@@ -67,16 +69,16 @@ struct Walk {
 inline constexpr int maxLanes = 8;
 
 /// What an accumulator keeps of a voxel of the rows in flight.
-inline constexpr long keptDoubles = 3L * maxLanes;
+inline constexpr std::int64_t keptDoubles = std::int64_t{3} * maxLanes;
 
 /// What the stages of a brick grid take for `columns` times `rows` bricks.
-constexpr long stageDoubles(long columns, long rows) {
+constexpr std::int64_t stageDoubles(std::int64_t columns, std::int64_t rows) {
   return maxLanes * columns * (rowDoubles + sliceDoubles * rows);
 }
 
 struct DifferenceSums {
   double negSquaredDiff = 0.0;
-  long count = 0;
+  std::int64_t count = 0;
 };
 
 struct CorrelationSums {
@@ -89,7 +91,7 @@ struct CorrelationSums {
   double refModel = 0.0;
   double ref = 0.0;
   double model = 0.0;
-  long count = 0;
+  std::int64_t count = 0;
 };
 
 /// One axis of a joint histogram of at least two bins.
@@ -104,7 +106,7 @@ struct HistogramSums {
   HistogramAxis rows;     ///< of the reference
   HistogramAxis columns;  ///< of the model
   double* histogram;      ///< rows.count * columns.count bins
-  long count = 0;
+  std::int64_t count = 0;
 };
 
 /// The kernels of one instruction set, indexed by the model's voxelTypeIndex.

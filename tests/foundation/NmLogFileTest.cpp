@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "foundation/NmException.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
 
@@ -57,6 +60,37 @@ TEST(NmLogFile, EmptySinkWritesToStandardError) {
   getTheLogInstance().errorf("to the %s", "terminal");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "to the terminal\n");
   EXPECT_FALSE(getTheLogInstance().setSink(nullptr));
+}
+
+/// A sink whose copies need memory that may be gone.
+struct LargeSink {
+  const bool& isMemoryGone;
+  Lines& lines;
+
+  LargeSink(const bool& isGone, Lines& seen) : isMemoryGone(isGone), lines(seen) {}
+  LargeSink(const LargeSink& other) : LargeSink(other.isMemoryGone, other.lines) {
+    if (isMemoryGone) throw std::bad_alloc();
+  }
+  void operator()(bool, const std::string& line) const { lines.push_back(line); }
+};
+
+TEST(NmLogFile, KeepsItsSinkWhereThereIsNoMemoryForAnother) {
+  if (!FailingAllocation::isServed()) GTEST_SKIP();
+  LogCapture outer;
+  NmLogFile& log = getTheLogInstance();
+  bool isMemoryGone = false;
+  Lines seen;
+  log.setSink(LargeSink(isMemoryGone, seen));
+  {
+    NmLogFile::Sink other = [](bool, const std::string&) { ADD_FAILURE(); };
+    const FailingAllocation failure(1);
+    EXPECT_THROW(log.setSink(std::move(other)), NmMemoryException);
+  }
+  isMemoryGone = true;
+  EXPECT_THROW(log.setSink(nullptr), NmMemoryException);
+  log.printf("still here");
+  EXPECT_EQ(seen, Lines{"still here"});
+  isMemoryGone = false;
 }
 
 TEST(NmLogFile, ServesSeveralThreads) {

@@ -39,6 +39,18 @@ class FailingVolume : public WrappedVolume {
   }
 };
 
+/// Counts the volumes of its kind that are left.
+class CountedVolume : public VlMemoryData {
+ public:
+  static inline int alive = 0;
+
+  CountedVolume() : VlMemoryData(nullptr) {
+    ++alive;
+    init({2, 2, 2}, NmPrimType::Int, 1, true, true, true);
+  }
+  ~CountedVolume() override { --alive; }
+};
+
 TEST(VlDataLock, ReadersShareAndAWriterIsAlone) {
   const NmHandle<VlMemoryData> volume = smallVolume();
   for (const bool write : {false, true}) {
@@ -155,6 +167,41 @@ TEST(VlDataLock, OneAccessCarriesTheLocksOfAllItsVolumesAndKeepsThemAlive) {
   float line[2];
   EXPECT_TRUE(access->row(-1, 1, 1, line).isOk());
   EXPECT_EQ(line[1], 5.0f);
+}
+
+TEST(VlDataLock, LeavesAVolumeWithoutHandlesToTheHost) {
+  CountedVolume volume;
+  const auto useIt = [&] {
+    float min, max;
+    for (int i = 0; i < 500; ++i) {
+      EXPECT_TRUE(volume.lock(i % 7 == 0));
+      volume.tryLock(true);
+      EXPECT_TRUE(volume.range(min, max, true).isOk());
+      EXPECT_TRUE(volume.createEvaluator(VlData::NearestNeighbour));
+      EXPECT_TRUE(volume.createEvaluatorLanczos());
+    }
+  };
+  std::thread thread(useIt);
+  useIt();
+  thread.join();
+  EXPECT_EQ(CountedVolume::alive, 1);
+  EXPECT_EQ(volume.refCount(), 0);
+}
+
+TEST(VlDataLock, KeepsAVolumeAliveOnceHandlesHaveCome) {
+  CountedVolume* const volume = new CountedVolume;
+  NmHandle<VlDataAccess> first = volume->lock(false);
+  NmHandle<VlData> handle = volume;
+  NmHandle<VlDataAccess> second = volume->lock(false);
+  first = nullptr;
+  EXPECT_EQ(volume->refCount(), 2);
+  handle = nullptr;
+  ASSERT_EQ(CountedVolume::alive, 1);
+  handle = volume;  // from what the access keeps
+  onAnotherThread([&] { handle = nullptr; });
+  ASSERT_EQ(CountedVolume::alive, 1);
+  second = nullptr;
+  EXPECT_EQ(CountedVolume::alive, 0);
 }
 
 TEST(VlDataLock, NothingStaysLockedWhenMemoryIsExhausted) {

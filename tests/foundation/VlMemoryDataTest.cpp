@@ -195,6 +195,21 @@ TEST(VlMemoryData, WithoutVoxelsThereIsNoAccess) {
   EXPECT_EQ(log.error().rfind("VlData::createEvaluator:", 0), 0U);
 }
 
+TEST(VlMemoryData, ConstantVoxelsCanBeReadOnly) {
+  LogCapture log;
+  const float constant[] = {1.0f, 2.0f, 3.0f};
+  const NmHandle<VlMemoryData> volume = new VlMemoryData(nullptr);
+  ASSERT_TRUE(volume->initShared({3, 1, 1}, NmPrimType::Float, 1, constant).isOk());
+  EXPECT_EQ(volume->lock(false)->dataPtr(0), constant);
+  EXPECT_FALSE(volume->tryLock(true));
+  EXPECT_TRUE(log.errors.empty());
+  EXPECT_FALSE(volume->lock(true));
+  EXPECT_EQ(log.error(), "VlData::lock: the volume has no voxels to write to");
+  float voxels[] = {4.0f, 5.0f, 6.0f};
+  ASSERT_TRUE(volume->initShared({3, 1, 1}, NmPrimType::Float, 1, voxels).isOk());
+  EXPECT_TRUE(volume->lock(true));
+}
+
 TEST(VlMemoryData, RefusesABoxThatIsNotFinite) {
   LogCapture log;
   const NmHandle<VlMemoryData> volume = makeVolume({3, 1, 5}, NmPrimType::Short);

@@ -43,7 +43,8 @@ void expectWithin(double limit, Draw draw, F f, Reference reference) {
 TEST(Elementary, SineAndCosineAreExactToTheLastPlace) {
   const auto exactSine = [](long double x) { return std::sin(x); };
   const auto exactCosine = [](long double x) { return std::cos(x); };
-  for (const double range : {1.0e-3, 1.0, 7.0, 500.0, 9.9e5}) {
+  for (const double range :
+       {1.0e-3, 1.0, 7.0, 500.0, 9.9e5, 1.1e6, 1.0e9, 1.0e18, 1.0e150, 1.7e308}) {
     const auto draw = [range](double u) { return u * range; };
     expectWithin(0.9, draw, sine, exactSine);
     expectWithin(0.9, draw, cosine, exactCosine);
@@ -55,7 +56,13 @@ TEST(Elementary, SineAndCosineAreExactToTheLastPlace) {
     EXPECT_TRUE(std::isnan(sine(bad)));
     EXPECT_TRUE(std::isnan(cosine(bad)));
   }
-  EXPECT_LE(std::fabs(sine(1.0e300)), 1.0);
+  // Of all doubles the one nearest to a multiple of pi/2 (Muller, Elementary Functions, 1997).
+  const auto nearest = [](double u) {
+    return std::copysign(std::ldexp(6381956970095103.0, 797), u);
+  };
+  expectWithin(0.9, nearest, sine, exactSine);
+  expectWithin(0.9, nearest, cosine, exactCosine);
+  EXPECT_NEAR(cosine(nearest(1.0)), -4.68716592425462761112e-19, 1e-34);
 }
 
 TEST(Elementary, ManySinesAndCosinesHaveTheBitsOfSingleOnes) {
@@ -125,6 +132,14 @@ TEST(Elementary, PowerIsExact) {
   EXPECT_EQ(power(2.0, -1074.0), 5.0e-324);
   EXPECT_EQ(power(2.0, 1024.0), infinity);
   EXPECT_EQ(power(2.0, -1080.0), 0.0);
+  for (const double huge : {0x1p64, 0x1p65, 0x1.8p996, std::numeric_limits<double>::max()}) {
+    EXPECT_EQ(power(std::nextafter(1.0, 2.0), huge), infinity);
+    EXPECT_EQ(power(std::nextafter(1.0, 0.0), huge), 0.0);
+    EXPECT_EQ(power(0.5, -huge), infinity);
+    EXPECT_EQ(power(7.0, -huge), 0.0);
+    EXPECT_EQ(power(1.0, huge), 1.0);
+    EXPECT_EQ(power(1.0, -huge), 1.0);
+  }
   EXPECT_EQ(power(infinity, 2.0), infinity);
   EXPECT_EQ(power(0.0, -1.0), infinity);
 }

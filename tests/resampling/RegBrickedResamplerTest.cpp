@@ -10,6 +10,7 @@
 #include "tests/resampling/naiveBricks.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/RowVolume.h"
 #include "tests/support/volumeValues.h"
 
 using naiveBricks::Scene;
@@ -212,10 +213,31 @@ TEST(BrickedResampling, RefusesInSilence) {
     changed.gridBox.xmax = max;
     EXPECT_TRUE(refuses(changed));
   }
-  EXPECT_TRUE(log.lines.empty() && log.errors.empty());
   EXPECT_TRUE(isUnlocked(reference) && isUnlocked(model));
+  EXPECT_EQ(run(s, reference, new RowVolume(model)), nullptr);
   const NmHandle<VlDataAccess> held = model->lock(true);
-  EXPECT_EQ(run(s, reference, model), nullptr);
+  for (const bool zeroBackground : {false, true})
+    EXPECT_EQ(run(s, reference, model, RegResampler::Box, zeroBackground), nullptr);
+  EXPECT_TRUE(log.lines.empty() && log.errors.empty());
+}
+
+/// A volume with a box that no volume of the library takes.
+class Boxed : public WrappedVolume {
+ public:
+  using WrappedVolume::WrappedVolume;
+  void boundingBox(NmBox3f& box) const override { box = {0, inf, 0, nan, 0, 1}; }
+};
+
+TEST(BrickedResampling, LogsOneLineOnSuccess) {
+  const LogCapture log;
+  Scene s = irregularScene();
+  std::vector<float> noNumber(27, nan);
+  const NmHandle<VlData> model = wrapVolume({3, 3, 3}, NmPrimType::Float, 1, noNumber.data());
+  const NmHandle<VlData> reference = referenceOf(s, NmPrimType::Float);
+  EXPECT_NE(run(s, reference, model, RegResampler::Box, false), nullptr);
+  EXPECT_NE(run(s, new Boxed(reference), model), nullptr);
+  EXPECT_EQ(log.lines.size(), 2u);
+  EXPECT_TRUE(log.errors.empty());
 }
 
 /// Interrupts at slices of the test's choice.
@@ -406,6 +428,10 @@ TEST(VoxelEvaluator, OnlyLanczos3IsLanczos) {
     EXPECT_EQ(chooser.evaluator, nullptr);
     chooser.createEval(nullptr, evaluator);
     EXPECT_EQ(evaluator, nullptr);
+    LogCapture log;
+    chooser.createEval(NmHandle<VlData>(new RowVolume(volume)), evaluator);
+    EXPECT_EQ(evaluator, nullptr);
+    EXPECT_EQ(log.error(), "createEval: the voxels are not in one block of a served type");
   }
   EXPECT_TRUE(isUnlocked(volume));
 }
