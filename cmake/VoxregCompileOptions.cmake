@@ -1,10 +1,18 @@
-# Warnings are errors, and floating point means what the source says: no contraction into fused
-# multiply-adds, no value-changing optimisation. GCC's straight-line vectoriser drops the rounding of
-# (double)(float)x where two such values are stored side by side, so it is off.
+# Floating point means what the source says: no contraction into fused multiply-adds, no
+# value-changing optimisation. GCC's straight-line vectoriser drops the rounding of (double)(float)x
+# where two such values are stored side by side, so it is off. Where a host asks for no kind of build
+# and no optimisation, these targets are optimised all the same.
+set(voxreg_own_optimisation)
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES AND NOT CMAKE_CXX_FLAGS MATCHES "-O")
+  separate_arguments(voxreg_own_optimisation UNIX_COMMAND "${CMAKE_CXX_FLAGS_RELEASE}")
+endif()
+
 function(voxreg_compile_options target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wconversion -Wshadow -Werror
+    ${voxreg_own_optimisation}
+    -Wall -Wextra -Wconversion -Wshadow
+    $<$<BOOL:${VOXREG_WARNINGS_AS_ERRORS}>:-Werror>
     -ffp-contract=off
     $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
 endfunction()

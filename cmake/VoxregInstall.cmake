@@ -15,10 +15,8 @@ install(FILES voxreg.h ${PROJECT_BINARY_DIR}/include/voxregVersion.h
         DESTINATION ${voxreg_include_dir})
 foreach(folder IN ITEMS foundation metrics transforms functional optimizers resampling registration
                         elastic)
-  if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${folder})
-    install(DIRECTORY ${folder} DESTINATION ${voxreg_include_dir}
-            FILES_MATCHING REGEX "/[A-Z][^/]*\\.h$")
-  endif()
+  file(GLOB public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/[A-Z]*.h)
+  install(FILES ${public_headers} DESTINATION ${voxreg_include_dir}/${folder})
 endforeach()
 
 configure_package_config_file(cmake/voxregConfig.cmake.in ${PROJECT_BINARY_DIR}/voxregConfig.cmake
@@ -29,7 +27,13 @@ install(FILES ${PROJECT_BINARY_DIR}/voxregConfig.cmake
               ${PROJECT_BINARY_DIR}/voxregConfigVersion.cmake
         DESTINATION ${voxreg_config_dir})
 
-# Directories of the package file may be absolute or relative to the prefix.
+# Directories of the package file may be absolute or relative to the prefix, which lies as many
+# folders above the file as its own path below it has.
+set(voxreg_pc_prefix ${CMAKE_INSTALL_PREFIX})
+if(NOT IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  string(REGEX REPLACE "[^/]+" ".." way_up ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  set(voxreg_pc_prefix "\${pcfiledir}/${way_up}")
+endif()
 cmake_path(APPEND voxreg_pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
 cmake_path(APPEND voxreg_pc_includedir "\${prefix}" ${voxreg_include_dir})
 configure_file(cmake/voxreg.pc.in voxreg.pc @ONLY)

@@ -11,6 +11,19 @@ if(internal)
   message(FATAL_ERROR "internal headers are installed: ${internal}")
 endif()
 
+file(GLOB_RECURSE installed LIST_DIRECTORIES true ${SCRATCH}/prefix/*)
+foreach(path IN LISTS installed)
+  file(GLOB content ${path}/*)
+  if(IS_DIRECTORY ${path} AND NOT content)
+    message(FATAL_ERROR "an empty folder is installed: ${path}")
+  endif()
+endforeach()
+
+# Beside a shared library, where the command-line host is built.
+if(EXISTS ${SCRATCH}/prefix/bin/voxreg)
+  run(${SCRATCH}/prefix/bin/voxreg --version)
+endif()
+
 run(${CMAKE_COMMAND} -S ${HOST} -B ${SCRATCH}/host -G Ninja -D CMAKE_PREFIX_PATH=${SCRATCH}/prefix
     -D CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_CXX_FLAGS=${FLAGS} -D WANTED_VERSION=${VERSION})
 run(${CMAKE_COMMAND} --build ${SCRATCH}/host)
@@ -19,7 +32,7 @@ run(${SCRATCH}/host/host)
 file(GLOB_RECURSE package_file ${SCRATCH}/prefix/*/voxreg.pc)
 cmake_path(GET package_file PARENT_PATH package_dir)
 set(ENV{PKG_CONFIG_PATH} ${package_dir})
-execute_process(COMMAND pkg-config --define-prefix --static --cflags --libs voxreg
+execute_process(COMMAND pkg-config --static --cflags --libs voxreg
                 OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(flags UNIX_COMMAND "${flags}")
 separate_arguments(compiler_flags UNIX_COMMAND "${FLAGS}")
