@@ -74,7 +74,7 @@ int runAffine(const AffineOptions& options) {
       options.files.picture, reference, model,
       {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
   printSearch(result.metric, result.seconds, result.interrupted);
-  if (truth) printTargetError("target error", targetError(reference, result.matrix, *truth));
+  if (truth) printPlaceError("target error", targetError(reference, result.matrix, *truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 

@@ -90,7 +90,7 @@ AffineResult registerAffine(const NiftiVolume& reference, const NiftiVolume& mod
                             const AffineSettings& settings, InterruptibleProgress& progress) {
   const NmWatch watch(true);
   RegVoxelRegistration registration =
-      makeRegistration(reference, model, settings.metric, settings.search, progress);
+      makeRegistration(reference, model, settings.metric, settings.search, &progress);
   const InterruptibleProgress::Metric metric(progress, registration.finalMetric);
   worldToFrames(settings.start, reference, model).getValue(registration.matrix);
   const std::vector<LevelRun> runs =

@@ -53,8 +53,8 @@ void registerHead(const std::string& folder, InterruptibleProgress& progress) {
       file("registration.png"), reference, model,
       {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
   printSearch(result.metric, result.seconds, result.interrupted);
-  printTargetError("target error before", targetError(reference, settings.start, truth));
-  printTargetError("target error after", targetError(reference, result.matrix, truth));
+  printPlaceError("target error before", targetError(reference, settings.start, truth));
+  printPlaceError("target error after", targetError(reference, result.matrix, truth));
 }
 
 void printLesion(const std::string& name, const LesionContrast& contrast) {
@@ -84,8 +84,8 @@ void registerChest(const std::string& folder, InterruptibleProgress& progress) {
   const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
   const GridTransform identity = GridTransform::fromFrames(
       GridTransform::start(NmMat4d(), reference, model), reference, model);
-  printDisplacementError("displacement before", displacementError(identity, truth));
-  printDisplacementError("displacement after", displacementError(transform, truth));
+  printPlaceError("displacement before", displacementError(identity, truth));
+  printPlaceError("displacement after", displacementError(transform, truth));
   printLesion("lesion before", lesionContrast(phantom, subtraction(model, reference)));
   printLesion("lesion after", lesionContrast(phantom, volumes.subtraction));
 }

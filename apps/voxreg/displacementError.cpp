@@ -4,6 +4,7 @@
 #include <cmath>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "HostError.h"
 
@@ -33,20 +34,15 @@ std::vector<PointPair> readPointPairs(const std::string& path) {
   return pairs;
 }
 
-DisplacementError displacementError(const GridTransform& transform,
-                                    const std::vector<PointPair>& points) {
+PlaceError displacementError(const GridTransform& transform, const std::vector<PointPair>& points) {
   std::vector<double> distances;
-  DisplacementError error;
+  distances.reserve(points.size());
   for (const PointPair& pair : points) {
     const NmVec3d found = transform.ofWorld(pair.reference);
     distances.push_back(
         std::hypot(found.x - pair.model.x, found.y - pair.model.y, found.z - pair.model.z));
-    error.mean += distances.back() / static_cast<double>(points.size());
   }
-  std::sort(distances.begin(), distances.end());
-  error.percentile95 = distances[(distances.size() * 95 + 99) / 100 - 1];
-  error.maximum = distances.back();
-  return error;
+  return placeErrorOf(std::move(distances));
 }
 
 }  // namespace host

@@ -121,8 +121,7 @@ int runElastic(const ElasticOptions& options) {
   writeNifti(options.subtraction, volumes.subtraction);
   writeElasticPicture(options.files.picture, volumes, result.mask);
   printElastic(result);
-  if (!truth.empty())
-    printDisplacementError("displacement error", displacementError(transform, truth));
+  if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 

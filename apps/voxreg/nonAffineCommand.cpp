@@ -79,7 +79,7 @@ int runNonAffine(const NonAffineOptions& options) {
   printSearch(result.metric, result.seconds, result.interrupted);
   printJacobian(result.transform.smallestJacobian());
   if (!truth.empty())
-    printDisplacementError("displacement error", displacementError(result.transform, truth));
+    printPlaceError("displacement error", displacementError(result.transform, truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 

@@ -35,25 +35,6 @@ NmVec3i reductionFor(const NmVec3i& grid, const NiftiVolume& reference) {
   return factors;
 }
 
-/// The factors that bring the model's voxels near the size of the reduced reference's.
-NmVec3i modelReduction(const NmVec3i& factors, const NiftiVolume& reference,
-                       const NiftiVolume& model) {
-  const int flatAxis = RegVoxelRegistration::get2DOrientation(reference.data, model.data);
-  NmVec3i result = RegVoxelRegistration::getSamplingModel(factors, reference.data->voxelSpacing(),
-                                                          model.data->voxelSpacing(), flatAxis);
-  RegVoxelRegistration::restrictCoarsestResampling(model.data, nullptr, false, result);
-  return result;
-}
-
-/// The volume itself where it is not to be reduced, or cannot be.
-NmHandle<VlData> reduced(RegVoxelRegistration& registration, const NiftiVolume& volume,
-                         const NmVec3i& factors) {
-  const NmHandle<VlData> original = volume.data;
-  NmHandle<VlData> result = original;
-  registration.downsample(original, result, factors, RegDataClassOrdinary);
-  return result;
-}
-
 /// One run of the library.
 struct GridRun {
   int code;         ///< of the grid
@@ -72,14 +53,6 @@ std::vector<GridRun> planRuns(const std::vector<NmVec3i>& grids, const NiftiVolu
   runs.back().isThorough = true;
   if (!(runs.back().factors == full)) runs.push_back({runs.back().code, full, false});
   return runs;
-}
-
-void setVolumes(RegVoxelRegistration& registration, const NiftiVolume& reference,
-                const NiftiVolume& model, const NmVec3i& factors) {
-  const bool isReduced = !(factors == NmVec3i(1, 1, 1));
-  registration.reference[0] = reduced(registration, reference, factors);
-  registration.model[0] =
-      reduced(registration, model, isReduced ? modelReduction(factors, reference, model) : factors);
 }
 
 /// The gradient of a reduced volume takes its differences over as many of its voxels. What others
@@ -101,14 +74,14 @@ NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolum
   SearchSettings search = settings.search;
   if (!(search.gradientTolerance > 0.0f)) search.gradientTolerance = toleranceFor(settings.metric);
   RegVoxelRegistration registration =
-      makeRegistration(reference, model, settings.metric, search, progress);
+      makeRegistration(reference, model, settings.metric, search, &progress);
   const InterruptibleProgress::Metric metric(progress, registration.finalMetric);
   registration.nonAffineResult = GridTransform::start(settings.start, reference, model);
   const std::vector<GridRun> runs = planRuns(settings.grids, reference);
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
     progress.beginPart(i, runs.size());
     registration.nonAffineStages = NmVec3i(runs[i].code, 0, 0);
-    setVolumes(registration, reference, model, runs[i].factors);
+    setReducedVolumes(registration, reference, model, runs[i].factors);
     setSearch(registration, runs[i], search);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);

@@ -15,15 +15,11 @@ namespace {
 constexpr int longestSide = 240;  // pixels
 constexpr int checkerSide = 30;
 
-NmVec3f samePlace(const NmVec3f& place) {
-  return place;
-}
-
 /// A volume as the picture sees it: grey values of places in the reference's frame.
 class View {
  public:
   explicit View(const NiftiVolume& volume)
-      : sampler_(volume.data->createEvaluator(VlData::Trilinear)), map_(samePlace) {
+      : sampler_(volume.data->createEvaluator(VlData::Trilinear)), map_(samePlaces()) {
     if (sampler_ == nullptr) throw HostError("a volume cannot be sampled", HostError::failedRun);
     dark_ = percentile(*volume.data, 0.01);
     bright_ = percentile(*volume.data, 0.99);

@@ -28,11 +28,7 @@ void printJacobian(double smallest) {
   std::printf("%-24s %.3f smallest\n", "Jacobian", smallest);
 }
 
-void printTargetError(const std::string& name, const TargetError& error) {
-  std::printf("%-24s %.3f mm mean, %.3f mm maximum\n", name.c_str(), error.mean, error.maximum);
-}
-
-void printDisplacementError(const std::string& name, const DisplacementError& error) {
+void printPlaceError(const std::string& name, const PlaceError& error) {
   std::printf("%-24s %.3f mm mean, %.3f mm 95th percentile, %.3f mm maximum\n", name.c_str(),
               error.mean, error.percentile95, error.maximum);
 }

@@ -2,9 +2,8 @@
 
 #include <string>
 
-#include "displacementError.h"
 #include "elasticRegistration.h"
-#include "targetError.h"
+#include "placeError.h"
 
 namespace host {
 
@@ -20,8 +19,7 @@ void printElastic(const ElasticResult& result);
 /// Prints the smallest value of a transform's Jacobian.
 void printJacobian(double smallest);
 
-/// Print the error, millimetres.
-void printTargetError(const std::string& name, const TargetError& error);
-void printDisplacementError(const std::string& name, const DisplacementError& error);
+/// Prints the error, millimetres.
+void printPlaceError(const std::string& name, const PlaceError& error);
 
 }  // namespace host

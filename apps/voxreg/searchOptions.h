@@ -17,6 +17,11 @@ struct MetricSettings {
 
   /// The library's number of the metric.
   unsigned int kind() const;
+
+  bool hasRanges() const { return name != "msd"; }
+
+  /// Values beyond a range count as its ends; otherwise they do not count.
+  bool countsBeyondRange() const { return name != "cr"; }
 };
 
 /// How a search goes about it. A step of 1 moves a matrix by about a millimetre, and a vertex of a
