@@ -109,8 +109,8 @@ GreyImage jacobianMap(const Slice& slice, const PlaceMap& map) {
 
 }  // namespace
 
-void writePicture(const std::string& path, const NiftiVolume& reference, const NiftiVolume& model,
-                  const BeforeAndAfter& maps, MapPanels panels) {
+void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolume& reference,
+                  const NiftiVolume& model, const BeforeAndAfter& maps, MapPanels panels) {
   std::vector<std::string> captions = {"CHECKERBOARD BEFORE", "CHECKERBOARD AFTER",
                                        "DIFFERENCE BEFORE", "DIFFERENCE AFTER"};
   const bool showsMap = panels == MapPanels::shown;
@@ -134,7 +134,7 @@ void writePicture(const std::string& path, const NiftiVolume& reference, const N
     }
     sheet.nextRow(slice);
   }
-  sheet.save(path);
+  sheet.save(outputs, path);
 }
 
 }  // namespace host
