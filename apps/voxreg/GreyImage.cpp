@@ -2,8 +2,6 @@
 
 #include <png.h>
 
-#include "OutputFile.h"
-
 namespace host {
 
 namespace {
@@ -45,16 +43,14 @@ void GreyImage::write(const std::string& text, int left, int top) {
   }
 }
 
-void GreyImage::save(const std::string& path) const {
-  OutputFile output(path);
+void GreyImage::save(OutputFiles& outputs, const std::string& path) const {
   png_image png = {};
   png.version = PNG_IMAGE_VERSION;
   png.width = static_cast<png_uint_32>(width_);
   png.height = static_cast<png_uint_32>(height_);
   png.format = PNG_FORMAT_GRAY;
-  if (png_image_write_to_file(&png, output.partPath().c_str(), 0, pixels_.data(), 0, nullptr) == 0)
-    output.fail();
-  output.commit();
+  if (png_image_write_to_file(&png, outputs.add(path).c_str(), 0, pixels_.data(), 0, nullptr) == 0)
+    OutputFiles::fail(path);
 }
 
 }  // namespace host

@@ -4,26 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 
 namespace host {
 
 namespace {
-
-volatile std::sig_atomic_t interrupted = 0;
-
-void requestInterruption(int /*signal*/) {
-  interrupted = 1;
-}
-
-/// SA_RESETHAND gives the second Ctrl-C back its default.
-void catchFirstInterruption() {
-  struct sigaction action = {};
-  action.sa_handler = requestInterruption;
-  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-  (void)sigaction(SIGINT, &action, nullptr);
-}
 
 std::size_t terminalWidth() {
   winsize size = {};
@@ -39,14 +24,10 @@ std::string formatted(const char* format, double value) {
 
 }  // namespace
 
-InterruptibleProgress::InterruptibleProgress() : onTerminal_(isatty(STDERR_FILENO) != 0) {
-  interrupted = 0;
-  catchFirstInterruption();
-}
+InterruptibleProgress::InterruptibleProgress() : onTerminal_(isatty(STDERR_FILENO) != 0) {}
 
 InterruptibleProgress::~InterruptibleProgress() {
   wipe();
-  (void)std::signal(SIGINT, SIG_DFL);
 }
 
 void InterruptibleProgress::startWorking(int steps, const std::string& text) {
@@ -72,7 +53,7 @@ void InterruptibleProgress::progressInfoChanged(const std::string& /*text*/) {
 }
 
 bool InterruptibleProgress::wasInterrupted() {
-  return interrupted != 0;
+  return StopRequest::wasMade();
 }
 
 void InterruptibleProgress::beginPart(std::size_t part, std::size_t parts) {

@@ -4,11 +4,13 @@
 
 #include <string>
 
+#include "endingSignals.h"
+
 namespace host {
 
 /// Progress on standard error: one line that is painted over where that is a terminal, plain lines
-/// otherwise. While an object lives, the first Ctrl-C asks the running work to stop, and a second
-/// one ends the program.
+/// otherwise. While an object lives, the first Ctrl-C (or another signal that would end the
+/// program) asks the running work to stop, and a second one ends the program.
 class InterruptibleProgress : public NmProgressInterface {
  public:
   InterruptibleProgress();
@@ -49,6 +51,7 @@ class InterruptibleProgress : public NmProgressInterface {
   void writePlainLine();
   std::string line() const;
 
+  const StopRequest stopRequest_;
   bool onTerminal_;
   double partFirst_ = 0.0;
   double partLast_ = 1.0;

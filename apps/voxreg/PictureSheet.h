@@ -12,7 +12,7 @@ class PictureSheet {
 
   void panel(std::size_t column, const GreyImage& part) { image_.paste(part, left(column), top_); }
   void nextRow(const Slice& slice);
-  void save(const std::string& path) const { image_.save(path); }
+  void save(OutputFiles& outputs, const std::string& path) const { image_.save(outputs, path); }
 
  private:
   int left(std::size_t column) const;

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "OutputFile.h"
+#include "OutputFiles.h"
 #include "affineRegistration.h"
 #include "matrixFile.h"
 #include "pairOptions.h"
@@ -59,7 +59,7 @@ AffineSettings settingsOf(const AffineOptions& options) {
 
 int runAffine(const AffineOptions& options) {
   requireWritable(options.files);
-  OutputFile::requireWritable(options.matrix);
+  OutputFiles::requireWritable(options.matrix);
   const AffineSettings settings = settingsOf(options);
   std::optional<NmMat4d> truth;
   if (!options.truth.empty()) truth = readMatrix(options.truth);
@@ -68,11 +68,13 @@ int runAffine(const AffineOptions& options) {
 
   InterruptibleProgress progress;
   const AffineResult result = registerAffine(reference, model, settings, progress);
-  writeMatrix(options.matrix, result.matrix);
-  writeNifti(options.files.output, resampled(reference, model, result.matrix));
+  OutputFiles outputs;
+  writeMatrix(outputs, options.matrix, result.matrix);
+  writeNifti(outputs, options.files.output, resampled(reference, model, result.matrix));
   writePicture(
-      options.files.picture, reference, model,
+      outputs, options.files.picture, reference, model,
       {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
+  outputs.commit();
   printSearch(result.metric, result.seconds, result.interrupted);
   if (truth) printPlaceError("target error", targetError(reference, result.matrix, *truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;

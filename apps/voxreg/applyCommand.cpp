@@ -35,7 +35,10 @@ int runApply(const ApplyOptions& options) {
   const auto write = [&](const auto& transform) {
     const NiftiVolume reference = readNifti(options.reference);
     const NiftiVolume model = readNifti(options.model);
-    writeNifti(options.output, resampled(reference, model, placeMap(transform, reference, model)));
+    OutputFiles outputs;
+    writeNifti(outputs, options.output,
+               resampled(reference, model, placeMap(transform, reference, model)));
+    outputs.commit();
   };
   if (options.transform.empty())
     write(readMatrix(options.matrix));

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "OutputFile.h"
+#include "OutputFiles.h"
 #include "Phantom.h"
 #include "affineRegistration.h"
 #include "chestTruth.h"
@@ -34,23 +34,24 @@ NmMat4d movement() {
 }
 
 /// A head phantom and the same head moved, brought into line by a rigid matrix.
-void registerHead(const std::string& folder, InterruptibleProgress& progress) {
+void registerHead(OutputFiles& outputs, const std::string& folder,
+                  InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
   const NmMat4d truth = movement();
   const Phantom phantom(seed);
   const NiftiVolume reference = acquire(phantom, size, {NmMat4d(), 1.0, 0.01, 1});
   const NiftiVolume model = acquire(phantom, size, {truth, 1.0, 0.01, 2});
-  writeNifti(file("reference.nii.gz"), reference);
-  writeNifti(file("model.nii.gz"), model);
-  writeMatrix(file("truth.txt"), truth);
+  writeNifti(outputs, file("reference.nii.gz"), reference);
+  writeNifti(outputs, file("model.nii.gz"), model);
+  writeMatrix(outputs, file("truth.txt"), truth);
 
   AffineSettings settings;
   settings.stages = stagesFor(6);
   const AffineResult result = registerAffine(reference, model, settings, progress);
-  writeMatrix(file("matrix.txt"), result.matrix);
-  writeNifti(file("registered.nii.gz"), resampled(reference, model, result.matrix));
+  writeMatrix(outputs, file("matrix.txt"), result.matrix);
+  writeNifti(outputs, file("registered.nii.gz"), resampled(reference, model, result.matrix));
   writePicture(
-      file("registration.png"), reference, model,
+      outputs, file("registration.png"), reference, model,
       {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
   printSearch(result.metric, result.seconds, result.interrupted);
   printPlaceError("target error before", targetError(reference, settings.start, truth));
@@ -63,23 +64,24 @@ void printLesion(const std::string& name, const LesionContrast& contrast) {
 
 /// A chest before contrast agent, and after it with the breasts sagged, brought into line by
 /// bricks.
-void registerChest(const std::string& folder, InterruptibleProgress& progress) {
+void registerChest(OutputFiles& outputs, const std::string& folder,
+                   InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
   const NmVec3l dims(256, 256, 64);
   const ChestPhantom phantom(seed);
   const ChestMotion motion(phantom, seed);
   const NiftiVolume reference = chestBefore(phantom, dims, 1);
   const NiftiVolume model = chestAfter(phantom, motion, dims, 2);
-  writeNifti(file("chest-before.nii.gz"), reference);
-  writeNifti(file("chest-after.nii.gz"), model);
+  writeNifti(outputs, file("chest-before.nii.gz"), reference);
+  writeNifti(outputs, file("chest-after.nii.gz"), model);
 
   const ElasticResult result = registerElastic(reference, model, {}, progress);
   const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
   const GridTransform transform = result.inWorld(reference, model);
-  writeGridTransform(file("chest-bricks.json"), transform);
-  writeNifti(file("chest-registered.nii.gz"), volumes.registered);
-  writeNifti(file("chest-subtraction.nii.gz"), volumes.subtraction);
-  writeElasticPicture(file("chest.png"), volumes, result.mask);
+  writeGridTransform(outputs, file("chest-bricks.json"), transform);
+  writeNifti(outputs, file("chest-registered.nii.gz"), volumes.registered);
+  writeNifti(outputs, file("chest-subtraction.nii.gz"), volumes.subtraction);
+  writeElasticPicture(outputs, file("chest.png"), volumes, result.mask);
   printElastic(result);
   const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
   const GridTransform identity = GridTransform::fromFrames(
@@ -93,8 +95,10 @@ void registerChest(const std::string& folder, InterruptibleProgress& progress) {
 int runDemo(const std::string& folder) {
   makeFolder(folder);
   InterruptibleProgress progress;
-  registerHead(folder, progress);
-  if (!progress.wasInterrupted()) registerChest(folder, progress);
+  OutputFiles outputs;
+  registerHead(outputs, folder, progress);
+  if (!progress.wasInterrupted()) registerChest(outputs, folder, progress);
+  outputs.commit();
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 

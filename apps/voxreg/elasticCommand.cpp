@@ -7,7 +7,7 @@
 
 #include "HostError.h"
 #include "LogOnStandardError.h"
-#include "OutputFile.h"
+#include "OutputFiles.h"
 #include "displacementError.h"
 #include "elasticPicture.h"
 #include "pairOptions.h"
@@ -101,7 +101,7 @@ NmBox3i roiInFrame(const std::vector<int>& asked, const NiftiVolume& reference) 
 
 int runElastic(const ElasticOptions& options) {
   requireWritable(options.files);
-  OutputFile::requireWritable(options.transform);
+  OutputFiles::requireWritable(options.transform);
   requireWritableNifti(options.subtraction);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
@@ -116,10 +116,12 @@ int runElastic(const ElasticOptions& options) {
   const ElasticResult result = registerElastic(reference, model, settings, progress);
   const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
   const GridTransform transform = result.inWorld(reference, model);
-  writeGridTransform(options.transform, transform);
-  writeNifti(options.files.output, volumes.registered);
-  writeNifti(options.subtraction, volumes.subtraction);
-  writeElasticPicture(options.files.picture, volumes, result.mask);
+  OutputFiles outputs;
+  writeGridTransform(outputs, options.transform, transform);
+  writeNifti(outputs, options.files.output, volumes.registered);
+  writeNifti(outputs, options.subtraction, volumes.subtraction);
+  writeElasticPicture(outputs, options.files.picture, volumes, result.mask);
+  outputs.commit();
   printElastic(result);
   if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;

@@ -115,8 +115,8 @@ ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& m
   return {reference, model, registered, subtraction(registered, reference)};
 }
 
-void writeElasticPicture(const std::string& path, const ElasticVolumes& volumes,
-                         const std::optional<ChestMask>& mask) {
+void writeElasticPicture(OutputFiles& outputs, const std::string& path,
+                         const ElasticVolumes& volumes, const std::optional<ChestMask>& mask) {
   const float dark = percentile(*volumes.reference.data, 0.01);
   const float bright = percentile(*volumes.reference.data, 0.99);
   const float half = 0.5f * (bright - dark);
@@ -142,7 +142,7 @@ void writeElasticPicture(const std::string& path, const ElasticVolumes& volumes,
       });
     sheet.nextRow(slice);
   }
-  sheet.save(path);
+  sheet.save(outputs, path);
 }
 
 }  // namespace host

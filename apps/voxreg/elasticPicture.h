@@ -22,7 +22,7 @@ ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& m
 /// images of the model before and after. The mask's outline is drawn in white. Grey values run
 /// from the 1st to the 99th percentile of the reference; in a subtraction image the middle grey is
 /// 0 and the range the same.
-void writeElasticPicture(const std::string& path, const ElasticVolumes& volumes,
-                         const std::optional<ChestMask>& mask);
+void writeElasticPicture(OutputFiles& outputs, const std::string& path,
+                         const ElasticVolumes& volumes, const std::optional<ChestMask>& mask);
 
 }  // namespace host

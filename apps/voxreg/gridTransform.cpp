@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include "HostError.h"
-#include "OutputFile.h"
 #include "placeMap.h"
 
 namespace host {
@@ -214,13 +213,12 @@ GridTransform readGridTransform(const std::string& path) {
   }
 }
 
-void writeGridTransform(const std::string& path, const GridTransform& transform) {
-  OutputFile output(path);
-  std::ofstream file(output.partPath());
+void writeGridTransform(OutputFiles& outputs, const std::string& path,
+                        const GridTransform& transform) {
+  std::ofstream file(outputs.add(path));
   file << documentOf(transform).dump() << '\n';
   file.close();
-  if (!file) output.fail();
-  output.commit();
+  if (!file) OutputFiles::fail(path);
 }
 
 }  // namespace host

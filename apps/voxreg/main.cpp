@@ -10,6 +10,7 @@
 #include "applyCommand.h"
 #include "demoCommand.h"
 #include "elasticCommand.h"
+#include "endingSignals.h"
 #include "nonAffineCommand.h"
 #include "resampleCommand.h"
 
@@ -64,6 +65,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  host::catchEndingSignals();
   const LibraryErrors errors;
   const auto explained = [&](const std::exception& error) {
     return errors.last().empty() ? error.what() : error.what() + (" (" + errors.last() + ")");

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "HostError.h"
-#include "OutputFile.h"
 #include "voxelFormat.h"
 
 namespace host {
@@ -261,26 +260,25 @@ NiftiVolume scaledVolume(const NiftiVolume& original, const NmVec3f& newDims) {
   return volume;
 }
 
-void writeNifti(const std::string& path, const NiftiVolume& volume) {
-  OutputFile output(path);
+void writeNifti(OutputFiles& outputs, const std::string& path, const NiftiVolume& volume) {
   const nifti_1_header header = headerToWrite(volume);
   const char noExtension[4] = {};
   const NmHandle<VlDataAccess> access = volume.data->lock(false);
-  if (access == nullptr) output.fail();
+  if (access == nullptr)
+    throw HostError("cannot write " + path + ": its volume is in use", HostError::failedRun);
   // "T" writes the bytes as they are.
-  gzFile_s* const file = gzopen(output.partPath().c_str(), isCompressedName(path) ? "wb" : "wbT");
-  if (file == nullptr) output.fail();
+  gzFile_s* const file = gzopen(outputs.add(path).c_str(), isCompressedName(path) ? "wb" : "wbT");
+  if (file == nullptr) OutputFiles::fail(path);
   const bool written = gzfwrite(&header, sizeof header, 1, file) == 1 &&
                        gzfwrite(noExtension, sizeof noExtension, 1, file) == 1 &&
                        writeVoxels(file, volume, *access);
-  if (gzclose(file) != Z_OK || !written) output.fail();
-  output.commit();
+  if (gzclose(file) != Z_OK || !written) OutputFiles::fail(path);
 }
 
 void requireWritableNifti(const std::string& path) {
   if (!isCompressedName(path) && !path.ends_with(".nii"))
     throw HostError("cannot write " + path + ": its name ends neither in .nii nor in .nii.gz");
-  OutputFile::requireWritable(path);
+  OutputFiles::requireWritable(path);
 }
 
 }  // namespace host

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "OutputFiles.h"
 #include "volumeFrame.h"
 
 namespace host {
@@ -34,7 +35,8 @@ NiftiVolume scaledVolume(const NiftiVolume& original, const NmVec3f& newDims);
 NiftiVolume newVolume(const NmVec3l& dims, const NmBox3f& box, NmPrimType type);
 
 /// Writes .nii, or .nii.gz where the path ends in it, with the geometry of the volume's header.
-void writeNifti(const std::string& path, const NiftiVolume& volume);
+/// Throws HostError.
+void writeNifti(OutputFiles& outputs, const std::string& path, const NiftiVolume& volume);
 
 /// Throws HostError unless `path` is a name for a NIfTI file that can be written.
 void requireWritableNifti(const std::string& path);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "OutputFile.h"
+#include "OutputFiles.h"
 #include "displacementError.h"
 #include "matrixFile.h"
 #include "nonAffineRegistration.h"
@@ -62,7 +62,7 @@ NonAffineSettings settingsOf(const NonAffineOptions& options) {
 
 int runNonAffine(const NonAffineOptions& options) {
   requireWritable(options.files);
-  OutputFile::requireWritable(options.transform);
+  OutputFiles::requireWritable(options.transform);
   const NonAffineSettings settings = settingsOf(options);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
@@ -72,10 +72,12 @@ int runNonAffine(const NonAffineOptions& options) {
   InterruptibleProgress progress;
   const NonAffineResult result = registerNonAffine(reference, model, settings, progress);
   const PlaceMap map = placeMap(result.transform, reference, model);
-  writeGridTransform(options.transform, result.transform);
-  writeNifti(options.files.output, resampled(reference, model, map));
-  writePicture(options.files.picture, reference, model,
+  OutputFiles outputs;
+  writeGridTransform(outputs, options.transform, result.transform);
+  writeNifti(outputs, options.files.output, resampled(reference, model, map));
+  writePicture(outputs, options.files.picture, reference, model,
                {placeMap(settings.start, reference, model), map}, MapPanels::shown);
+  outputs.commit();
   printSearch(result.metric, result.seconds, result.interrupted);
   printJacobian(result.transform.smallestJacobian());
   if (!truth.empty())

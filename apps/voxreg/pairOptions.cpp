@@ -1,6 +1,6 @@
 #include "pairOptions.h"
 
-#include "OutputFile.h"
+#include "OutputFiles.h"
 #include "niftiVolume.h"
 
 namespace host {
@@ -16,7 +16,7 @@ void addPairOptions(CLI::App& command, PairFiles& files) {
 
 void requireWritable(const PairFiles& files) {
   requireWritableNifti(files.output);
-  OutputFile::requireWritable(files.picture);
+  OutputFiles::requireWritable(files.picture);
 }
 
 }  // namespace host

@@ -105,8 +105,8 @@ GreyImage jacobianMap(const Slice& slice, const PlaceMap& map) {
 
 }  // namespace
 
-void writePicture(const std::string& path, const NiftiVolume& reference, const NiftiVolume& model,
-                  const BeforeAndAfter& maps, MapPanels panels) {
+void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolume& reference,
+                  const NiftiVolume& model, const BeforeAndAfter& maps, MapPanels panels) {
   std::vector<std::string> captions = {"CHECKERBOARD BEFORE", "CHECKERBOARD AFTER",
                                        "DIFFERENCE BEFORE", "DIFFERENCE AFTER"};
   const bool showsMap = panels == MapPanels::shown;
@@ -130,7 +130,7 @@ void writePicture(const std::string& path, const NiftiVolume& reference, const N
     }
     sheet.nextRow(slice);
   }
-  sheet.save(path);
+  sheet.save(outputs, path);
 }
 
 }  // namespace host

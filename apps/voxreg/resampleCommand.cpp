@@ -100,7 +100,9 @@ int runResample(const ResampleOptions& options) {
   const NiftiVolume result =
       zoomed(volume, newDimsOf(options, volume), filterOf(options.filter), progress);
   if (progress.wasInterrupted()) return interruptedExitCode;
-  writeNifti(options.output, result);
+  OutputFiles outputs;
+  writeNifti(outputs, options.output, result);
+  outputs.commit();
   return 0;
 }
 

@@ -1,6 +1,7 @@
 #include "matrixFile.h"
 
 #include "HostError.h"
+#include "saved.h"
 #include "testFiles.h"
 
 namespace {
@@ -8,7 +9,7 @@ namespace {
 TEST(MatrixFile, writesFourRowsOfNineDecimalsAndReadsThemBack) {
   const TestFolder folder;
   const NmMat4d matrix(1, 0.25, 0, 0, -0.25, 1, 0, 0, 0, 0, 2, 0, 10.5, -20, 1.0 / 3.0, 1);
-  host::writeMatrix(folder.file("m.txt"), matrix);
+  saved(host::writeMatrix, folder.file("m.txt"), matrix);
   EXPECT_EQ(contentOf(folder.file("m.txt")),
             "1.000000000 0.250000000 0.000000000 0.000000000\n"
             "-0.250000000 1.000000000 0.000000000 0.000000000\n"

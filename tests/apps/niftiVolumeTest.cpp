@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "HostError.h"
+#include "saved.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 
@@ -102,7 +103,7 @@ TEST(NiftiVolume, everyOrientationReadsRightAndWritesBackTheSameVoxels) {
           for (int a = 0; a < 3; ++a) EXPECT_EQ(volume.frame.toWorld.m[a][a], 1.0);
         }
 
-        host::writeNifti(folder.file("out.nii"), volume);
+        saved(host::writeNifti, folder.file("out.nii"), volume);
         const std::string written = contentOf(folder.file("out.nii"));
         ASSERT_EQ(written.size(), bytes.size());
         EXPECT_EQ(written.substr(352), bytes.substr(352));
