@@ -73,6 +73,8 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   /// below 13 an affine stage, 0 none.
   NmVec3i nonAffineStages;
   double finalMetric = 0.0;  ///< value at which the last search ended
+  long numEvaluations = 0;   ///< whole evaluations of the last compute
+  long numGradients = 0;     ///< gradients of the last compute
 
   /// Stores the values and copies the handles; nothing is checked before compute.
   RegVoxelRegistration(NmProgressInterface* progressToTell, bool rethrow,

@@ -24,7 +24,8 @@ std::string formatted(const char* format, double value) {
 
 }  // namespace
 
-InterruptibleProgress::InterruptibleProgress() : onTerminal_(isatty(STDERR_FILENO) != 0) {}
+InterruptibleProgress::InterruptibleProgress(bool quiet)
+    : quiet_(quiet), onTerminal_(!quiet && isatty(STDERR_FILENO) != 0) {}
 
 InterruptibleProgress::~InterruptibleProgress() {
   wipe();
@@ -82,7 +83,7 @@ void InterruptibleProgress::paint() {
 
 void InterruptibleProgress::writePlainLine() {
   plainShare_ = share_;
-  (void)std::fprintf(stderr, "%s\n", line().c_str());
+  if (!quiet_) (void)std::fprintf(stderr, "%s\n", line().c_str());
 }
 
 std::string InterruptibleProgress::line() const {

@@ -13,7 +13,8 @@ namespace host {
 /// program) asks the running work to stop, and a second one ends the program.
 class InterruptibleProgress : public NmProgressInterface {
  public:
-  InterruptibleProgress();
+  /// A quiet one writes nothing.
+  explicit InterruptibleProgress(bool quiet = false);
   InterruptibleProgress(const InterruptibleProgress&) = delete;
   InterruptibleProgress& operator=(const InterruptibleProgress&) = delete;
   ~InterruptibleProgress() override;
@@ -52,6 +53,7 @@ class InterruptibleProgress : public NmProgressInterface {
   std::string line() const;
 
   const StopRequest stopRequest_;
+  bool quiet_;
   bool onTerminal_;
   double partFirst_ = 0.0;
   double partLast_ = 1.0;

@@ -95,19 +95,22 @@ AffineResult registerAffine(const NiftiVolume& reference, const NiftiVolume& mod
   worldToFrames(settings.start, reference, model).getValue(registration.matrix);
   const std::vector<LevelRun> runs =
       planRuns(coarsestFactors(reference, model, settings.levels), settings.stages);
+  SearchOutcome search;
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
     progress.beginPart(i, runs.size());
     setStages(registration, runs[i]);
     setSearch(registration, runs[i], levelsFrom(runs, i + 1), settings.search);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);
+    search.counts.add(registration);
     progress.endPart();
   }
   progress.wipe();
   NmMat4d frames;
   frames.setValue(registration.matrix);
-  return {framesToWorld(frames, reference, model), registration.finalMetric, watch.getTime(),
-          progress.wasInterrupted()};
+  search.seconds = watch.getTime();
+  search.interrupted = progress.wasInterrupted();
+  return {framesToWorld(frames, reference, model), search};
 }
 
 }  // namespace host

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "MetricProbe.h"
 #include "OutputFiles.h"
 #include "Phantom.h"
 #include "affineRegistration.h"
@@ -53,7 +54,9 @@ void registerHead(OutputFiles& outputs, const std::string& folder,
   writePicture(
       outputs, file("registration.png"), reference, model,
       {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
-  printSearch(result.metric, result.seconds, result.interrupted);
+  MetricProbe probe(reference, model, settings.metric, settings.search, fullResolution);
+  printSearch(probe.at(worldToFrames(result.matrix, reference, model)), result.search.seconds,
+              result.search.interrupted);
   printPlaceError("target error before", targetError(reference, settings.start, truth));
   printPlaceError("target error after", targetError(reference, result.matrix, truth));
 }
@@ -76,13 +79,15 @@ void registerChest(OutputFiles& outputs, const std::string& folder,
   writeNifti(outputs, file("chest-after.nii.gz"), model);
 
   const ElasticResult result = registerElastic(reference, model, {}, progress);
-  const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
   const GridTransform transform = result.inWorld(reference, model);
+  const ElasticVolumes volumes =
+      elasticVolumes(reference, model, transform, {Interpolation::lanczos, {}});
   writeGridTransform(outputs, file("chest-bricks.json"), transform);
   writeNifti(outputs, file("chest-registered.nii.gz"), volumes.registered);
   writeNifti(outputs, file("chest-subtraction.nii.gz"), volumes.subtraction);
   writeElasticPicture(outputs, file("chest.png"), volumes, result.mask);
   printElastic(result);
+  printSearch(std::nullopt, result.seconds, result.interrupted);
   const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
   const GridTransform identity = GridTransform::fromFrames(
       GridTransform::start(NmMat4d(), reference, model), reference, model);

@@ -7,7 +7,6 @@
 #include "PictureSheet.h"
 #include "intensity.h"
 #include "subtraction.h"
-#include "warped.h"
 
 namespace host {
 
@@ -110,8 +109,9 @@ class BlockMeans {
 }  // namespace
 
 ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& model,
-                              const GridTransform::Grid& transform) {
-  const NiftiVolume registered = warped(reference, model, transform);
+                              const GridTransform& transform, const Sampling& sampling) {
+  const NiftiVolume registered =
+      resampled(reference, model, placeMap(transform, reference, model), sampling);
   return {reference, model, registered, subtraction(registered, reference)};
 }
 

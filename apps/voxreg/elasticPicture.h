@@ -3,6 +3,7 @@
 #include <string>
 
 #include "elasticRegistration.h"
+#include "resampled.h"
 
 namespace host {
 
@@ -15,7 +16,7 @@ struct ElasticVolumes {
 };
 
 ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& model,
-                              const GridTransform::Grid& transform);
+                              const GridTransform& transform, const Sampling& sampling);
 
 /// Writes a PNG file with a row for each of three slices, which pass through the place of the
 /// strongest uptake outside the mask: reference, model, registered model, and the subtraction

@@ -4,6 +4,8 @@
 #include <filesystem>
 
 #include "HostError.h"
+#include "OutputFiles.h"
+#include "niftiVolume.h"
 
 namespace host {
 
@@ -23,6 +25,14 @@ bool areOneFile(const std::string& a, const std::string& b) {
 }
 
 }  // namespace
+
+void FileRole::requireWritable() const {
+  if (path.empty()) return;
+  if (isVolume)
+    requireWritableNifti(path);
+  else
+    OutputFiles::requireWritable(path);
+}
 
 void requireSeparateFiles(const std::vector<FileRole>& inputs,
                           const std::vector<FileRole>& outputs) {

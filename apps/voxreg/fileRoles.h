@@ -9,6 +9,10 @@ namespace host {
 struct FileRole {
   std::string option;
   std::string path;
+  bool isVolume = false;
+
+  /// Throws HostError unless an output of this name can be written, or none is asked for.
+  void requireWritable() const;
 };
 
 /// Throws HostError where two outputs are one file, or an output is an input, whatever their names.

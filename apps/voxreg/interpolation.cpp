@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <span>
 
 #include "HostError.h"
 
@@ -18,22 +19,24 @@ double keysCubic(double x) {
   return d < 2.0 ? ((-0.5 * d + 2.5) * d - 4.0) * d + 2.0 : 0.0;
 }
 
-/// Keeps the taps that a volume of n voxels has, and raises them to the sum 1.
-Taps limited(long first, int count, const double* weights, long n) {
-  Taps taps;
-  taps.first = std::max(first, 0L);
-  taps.count = static_cast<int>(std::min(first + count, n) - taps.first);
-  const double* const kept = weights + (taps.first - first);
+/// Keeps the weights of voxels that a line of n has, from `first` on, and raises them to the sum 1.
+Taps limited(long first, std::span<const double> weights, long n) {
+  Taps taps = {std::max(first, 0L), 0, {}};
   double sum = 0.0;
-  for (int i = 0; i < taps.count; ++i) sum += kept[i];
-  for (int i = 0; i < taps.count; ++i) taps.share[i] = kept[i] / sum;
+  for (const double weight : weights) {
+    const long index = first++;
+    if (index < 0 || index >= n) continue;
+    taps.share[taps.count++] = weight;
+    sum += weight;
+  }
+  for (int i = 0; i < taps.count; ++i) taps.share[i] /= sum;
   return taps;
 }
 
 Taps cubicTaps(long below, double fraction, long n) {
   double weights[4];
   for (int i = 0; i < 4; ++i) weights[i] = keysCubic(fraction + 1.0 - i);
-  return limited(below - 1, 4, weights, n);
+  return limited(below - 1, weights, n);
 }
 
 /// Up to a factor that all taps share, the kernel at x = fraction - k is sin(pi x / 3) / x^2 with
@@ -52,7 +55,7 @@ Taps lanczosTaps(long below, double fraction, long n) {
     const double x = fraction + 2.0 - i;
     weights[i] = (sine * cosines[i] - cosine * sines[i]) / (x * x);
   }
-  return limited(below - 2, 6, weights, n);
+  return limited(below - 2, weights, n);
 }
 
 /// What rounding may have added to a place half way between two voxels.

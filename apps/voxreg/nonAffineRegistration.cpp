@@ -1,6 +1,7 @@
 #include "nonAffineRegistration.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "HostError.h"
 #include "voxelRegistration.h"
@@ -44,14 +45,14 @@ struct GridRun {
 
 /// Each grid on volumes as coarse as its bricks allow, then the last one at full resolution.
 std::vector<GridRun> planRuns(const std::vector<NmVec3i>& grids, const NiftiVolume& reference) {
-  const NmVec3i full(1, 1, 1);
   std::vector<GridRun> runs;
   runs.reserve(grids.size() + 1);
   for (const NmVec3i& grid : grids)
     runs.push_back({codeOf(grid, reference.frame.dims), reductionFor(grid, reference), false});
   if (runs.empty()) return runs;
   runs.back().isThorough = true;
-  if (!(runs.back().factors == full)) runs.push_back({runs.back().code, full, false});
+  if (!(runs.back().factors == fullResolution))
+    runs.push_back({runs.back().code, fullResolution, false});
   return runs;
 }
 
@@ -67,6 +68,29 @@ void setSearch(RegVoxelRegistration& registration, const GridRun& run,
 
 }  // namespace
 
+NmVec3i defaultGrid(const NiftiVolume& reference) {
+  constexpr float millimetres = 16.0f;
+  constexpr long leastVoxels = 3;
+  constexpr long mostBricks = 32;
+  NmVec3i grid;
+  for (int a = 0; a < 3; ++a) {
+    const long bySize = std::lround(reference.frame.box.extent(a) / millimetres);
+    const long most = std::min(reference.frame.dims[a] / leastVoxels, mostBricks);
+    grid[a] = static_cast<int>(std::max(std::min(bySize, most), 1L));
+  }
+  return grid;
+}
+
+std::vector<NmVec3i> gridsUpTo(const NmVec3i& last) {
+  std::vector<NmVec3i> grids;
+  for (const int share : {4, 2, 1}) {
+    const auto bricks = [&](int axis) { return (last[axis] + share - 1) / share; };
+    const NmVec3i grid(bricks(0), bricks(1), bricks(2));
+    if (grids.empty() || !(grids.back() == grid)) grids.push_back(grid);
+  }
+  return grids;
+}
+
 NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolume& model,
                                   const NonAffineSettings& settings,
                                   InterruptibleProgress& progress) {
@@ -78,6 +102,7 @@ NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolum
   const InterruptibleProgress::Metric metric(progress, registration.finalMetric);
   registration.nonAffineResult = GridTransform::start(settings.start, reference, model);
   const std::vector<GridRun> runs = planRuns(settings.grids, reference);
+  SearchOutcome outcome;
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
     progress.beginPart(i, runs.size());
     registration.nonAffineStages = NmVec3i(runs[i].code, 0, 0);
@@ -85,11 +110,13 @@ NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolum
     setSearch(registration, runs[i], search);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);
+    outcome.counts.add(registration);
     progress.endPart();
   }
   progress.wipe();
-  return {GridTransform::fromFrames(registration.nonAffineResult, reference, model),
-          registration.finalMetric, watch.getTime(), progress.wasInterrupted()};
+  outcome.seconds = watch.getTime();
+  outcome.interrupted = progress.wasInterrupted();
+  return {registration.nonAffineResult, outcome};
 }
 
 }  // namespace host

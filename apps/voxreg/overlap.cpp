@@ -1,5 +1,7 @@
 #include "overlap.h"
 
+#include <cstdio>
+
 #include "mappedRows.h"
 #include "voxelTypes.h"
 
@@ -25,6 +27,23 @@ class Variation {
 };
 
 }  // namespace
+
+std::string Overlap::lack() const {
+  if (!(share > 0.0)) return "the volumes do not overlap";
+  if (referenceVaries && modelVaries) return "";
+  return std::string("where the volumes overlap, all voxels of the ") +
+         (referenceVaries ? "model" : "reference") + " are the same";
+}
+
+std::vector<std::string> Overlap::warnings() const {
+  constexpr double enough = 0.25;
+  if (!(share > 0.0)) return {"the volumes do not overlap"};
+  if (!(share < enough)) return {};
+  char text[100];
+  (void)std::snprintf(text, sizeof text, "the volumes overlap in %.2g %% of the reference only",
+                      100.0 * share);
+  return {text};
+}
 
 // For the model's value between voxels, the nearest one's will do.
 Overlap overlapOf(const NiftiVolume& reference, const NiftiVolume& model, const PlaceMap& map) {

@@ -62,6 +62,11 @@ double backgroundFor(const NiftiVolume& model, const Sampling& sampling) {
   return range ? range->smallest : 0.0;
 }
 
+void requireBackground(const NiftiVolume& model, const Sampling& sampling) {
+  withVoxelType(model.data->primType(),
+                [&]<class T>() { (void)backgroundVoxel<T>(model, sampling); });
+}
+
 NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model,
                       const NmMat4d& modelToReference, const Sampling& sampling) {
   return resampled(reference, model, placeMap(modelToReference, reference, model), sampling);

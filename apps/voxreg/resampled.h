@@ -17,10 +17,12 @@ struct Sampling {
 /// patient: its smallest finite value, which 0 is not in a CT.
 double backgroundFor(const NiftiVolume& model, const Sampling& sampling);
 
+/// Throws HostError for a background that the model's voxels cannot hold.
+void requireBackground(const NiftiVolume& model, const Sampling& sampling);
+
 /// The model on the reference's grid, in the model's voxel type: each voxel holds the value at the
 /// place in the model that the map tells. Integers take the nearest whole number and saturate. What
-/// is not finite goes on into the values that it has a share in. Throws HostError for a background
-/// that the type cannot hold.
+/// is not finite goes on into the values that it has a share in.
 NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model, const PlaceMap& map,
                       const Sampling& sampling = {});
 

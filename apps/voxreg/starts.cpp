@@ -1,6 +1,7 @@
 #include "starts.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "HostError.h"
 #include "MetricProbe.h"
@@ -23,6 +24,51 @@ NmMat4d matrixOf(StartRule rule, const NiftiVolume& reference, const NiftiVolume
   return {};
 }
 
+/// Lets a search be stopped, and tells nothing.
+class StopOnly : public NmProgressInterface {
+ public:
+  explicit StopOnly(NmProgressInterface& asked) : asked_(asked) {}
+
+  void startWorking(int, const std::string&) override {}
+  void stopWorking() override {}
+  void setProgressValue(int) override {}
+  bool wasInterrupted() override { return asked_.wasInterrupted(); }
+
+ private:
+  NmProgressInterface& asked_;
+};
+
+/// Short rigid searches on reduced volumes.
+class Trial {
+ public:
+  Trial(const NiftiVolume& reference, const NiftiVolume& model, const MetricSettings& metric,
+        const NmVec3i& factors, NmProgressInterface& progress)
+      : reference_(reference),
+        model_(model),
+        stopOnly_(progress),
+        registration_(makeRegistration(reference, model, metric, SearchSettings(), &stopOnly_)) {
+    setReducedVolumes(registration_, reference, model, factors);
+    registration_.nonAffineStages = NmVec3i(6, 0, 0);
+    registration_.gradientStep = 1e-4f;
+    const auto coarse = static_cast<float>(std::max({factors.x, factors.y, factors.z}));
+    registration_.stepRange.y = std::min(registration_.stepRange.x, coarse);
+  }
+
+  /// What the metric comes to from there. Nothing where it can tell nothing.
+  std::optional<double> from(const NmMat4d& start) {
+    worldToFrames(start, reference_, model_).getValue(registration_.matrix);
+    constexpr double noStatement = -1000.0;
+    const bool done = registration_.compute(2) && registration_.finalMetric > noStatement;
+    return done ? std::optional<double>(registration_.finalMetric) : std::nullopt;
+  }
+
+ private:
+  const NiftiVolume& reference_;
+  const NiftiVolume& model_;
+  StopOnly stopOnly_;
+  RegVoxelRegistration registration_;
+};
+
 }  // namespace
 
 const std::vector<std::string>& startRuleNames() {
@@ -42,23 +88,35 @@ const std::string& nameOf(StartRule rule) {
 }
 
 std::vector<Start> startsFor(StartRule rule, const NiftiVolume& reference, const NiftiVolume& model,
-                             const MetricSettings& metric, const SearchSettings& search) {
+                             const MetricSettings& metric, NmProgressInterface& progress) {
   std::vector<Start> starts;
-  for (const StartRule kind : {StartRule::header, StartRule::boxes, StartRule::masses}) {
+  for (const StartRule kind : {StartRule::header, StartRule::boxes, StartRule::masses})
     if (rule == StartRule::best || rule == kind)
-      starts.push_back({kind, matrixOf(kind, reference, model), {}});
-  }
+      starts.push_back({kind, matrixOf(kind, reference, model), {}, {}});
   if (rule != StartRule::best) return starts;
-  MetricProbe probe(reference, model, metric, search, coarsestFactors(reference, model, {}));
-  for (Start& start : starts) start.value = probe.at(worldToFrames(start.matrix, reference, model));
+  const NmVec3i factors = coarsestFactors(reference, model, {});
+  MetricProbe probe(reference, model, metric, {}, factors);
+  Trial trial(reference, model, metric, factors, progress);
+  for (Start& start : starts) {
+    start.value = probe.at(worldToFrames(start.matrix, reference, model));
+    start.reached = trial.from(start.matrix);
+  }
   return starts;
 }
 
 const Start& bestOf(const std::vector<Start>& starts) {
-  const Start* best = &starts.front();
+  constexpr double tie = 0.05;  // of what there is to gain
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  double lowest = infinity;
+  double highest = -infinity;
+  for (const Start& start : starts) {
+    if (start.value) lowest = std::min(lowest, *start.value);
+    if (start.reached) highest = std::max(highest, *start.reached);
+  }
+  const double enough = highest - tie * std::max(highest - lowest, 0.0);
   for (const Start& start : starts)
-    if (start.value && (!best->value || *start.value > *best->value)) best = &start;
-  return *best;
+    if (start.reached && *start.reached >= enough) return start;
+  return starts.front();
 }
 
 }  // namespace host

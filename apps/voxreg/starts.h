@@ -11,7 +11,7 @@ namespace host {
 
 /// How a registration finds where to begin.
 enum class StartRule {
-  best,    ///< the one of the others at which the metric is highest
+  best,    ///< the one of the others from which a short coarse search gets furthest
   header,  ///< as the files have it
   boxes,   ///< the middles of the volumes' boxes on each other
   masses   ///< the centres of mass on each other
@@ -20,8 +20,11 @@ enum class StartRule {
 /// Where a registration may begin.
 struct Start {
   StartRule rule;
-  NmMat4d matrix;               ///< model world to reference world
-  std::optional<double> value;  ///< of the metric on a coarse level, where it can tell one
+  NmMat4d matrix;  ///< model world to reference world
+
+  // On a coarse level, where the metric can tell a value:
+  std::optional<double> value;    ///< at the start
+  std::optional<double> reached;  ///< by a short rigid search from there
 };
 
 /// The names that the command line has for the rules, in their order.
@@ -30,11 +33,13 @@ StartRule startRuleOf(const std::string& name);
 const std::string& nameOf(StartRule rule);
 
 /// The places from which a search could begin: that of a rule or, with the metric's values, all of
-/// them, the header's first.
+/// them, the header's first. `progress` is asked whether to stop, and not told.
 std::vector<Start> startsFor(StartRule rule, const NiftiVolume& reference, const NiftiVolume& model,
-                             const MetricSettings& metric, const SearchSettings& search);
+                             const MetricSettings& metric, NmProgressInterface& progress);
 
-/// The start of the highest value; the first of equals, and where no value can be told.
+/// The first start from which a search gets nearly as far as from any: what is missing is less than
+/// a twentieth of what there is to gain, so that the header's stays unless it is wrong. The first
+/// one of all where nothing is known.
 const Start& bestOf(const std::vector<Start>& starts);
 
 }  // namespace host

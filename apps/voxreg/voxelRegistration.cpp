@@ -44,8 +44,7 @@ unsigned int binsFor(const NiftiVolume& volume, const NmVec2f& range, int asked)
 /// The factors that bring the model's voxels near the size of the reduced reference's.
 NmVec3i modelReduction(const NmVec3i& factors, const NiftiVolume& reference,
                        const NiftiVolume& model) {
-  const NmVec3i full(1, 1, 1);
-  if (factors == full) return full;
+  if (factors == fullResolution) return factors;
   const int flat = RegVoxelRegistration::get2DOrientation(reference.data, model.data);
   NmVec3i result = RegVoxelRegistration::getSamplingModel(factors, reference.data->voxelSpacing(),
                                                           model.data->voxelSpacing(), flat);

@@ -14,6 +14,8 @@ RegVoxelRegistration makeRegistration(const NiftiVolume& reference, const NiftiV
                                       const MetricSettings& metric, const SearchSettings& search,
                                       NmProgressInterface* progress);
 
+inline const NmVec3i fullResolution(1, 1, 1);
+
 /// The reduction of the coarsest level.
 NmVec3i coarsestFactors(const NiftiVolume& reference, const NiftiVolume& model,
                         const LevelSettings& settings);

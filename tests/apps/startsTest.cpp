@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "InterruptibleProgress.h"
 #include "Phantom.h"
 #include "centres.h"
 #include "overlap.h"
@@ -49,8 +50,9 @@ NiftiVolume headAt(double shift) {
 
 TEST(Starts, areTheHeadersUnlessOthersShowMore) {
   const NiftiVolume reference = host::acquire(host::Phantom(3), 32, {});
+  host::InterruptibleProgress progress(/*quiet=*/true);
   const auto best = [&](const NiftiVolume& model) {
-    return host::bestOf(host::startsFor(StartRule::best, reference, model, {}, {}));
+    return host::bestOf(host::startsFor(StartRule::best, reference, model, {}, progress));
   };
   // The boxes have one middle here, so that their start and the header's are equally good.
   EXPECT_EQ(best(host::acquire(host::Phantom(3), 32, {})).rule, StartRule::header);
@@ -58,7 +60,7 @@ TEST(Starts, areTheHeadersUnlessOthersShowMore) {
   const host::Start found = best(farAway);
   EXPECT_NE(found.rule, StartRule::header);
   EXPECT_NEAR(found.matrix.m[3][1], -500, 10);
-  const auto starts = host::startsFor(StartRule::masses, reference, farAway, {}, {});
+  const auto starts = host::startsFor(StartRule::masses, reference, farAway, {}, progress);
   ASSERT_EQ(starts.size(), 1u);
   for (int c = 0; c < 3; ++c)  // 5, -4, 6 mm at voxels of 6 mm
     EXPECT_NEAR(starts[0].matrix.m[3][c], (NmVec3d(5, -504, 6)[c]), 2.0);
