@@ -28,9 +28,8 @@ std::optional<double> MetricProbe::value() {
   const std::unique_ptr<RegFunctional> functional(
       registration_.createFunctional(registration_.reference, registration_.model, 0, 0));
   if (functional == nullptr) return std::nullopt;
-  constexpr double noStatement = -1000.0;
   const double found = functional->evaluate();
-  const bool isStatement = functional->metric->numSamples > 0 && found > noStatement;
+  const bool isStatement = functional->metric->numSamples > 0 && found != noStatement;
   return isStatement ? std::optional<double>(found) : std::nullopt;
 }
 

@@ -7,6 +7,9 @@
 
 namespace host {
 
+/// What a metric gives where it can say nothing.
+constexpr double noStatement = -1000.0;
+
 /// Tells what a metric says of a pair of volumes, as a search would have it, at one transform after
 /// the other.
 class MetricProbe {

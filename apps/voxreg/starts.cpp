@@ -1,12 +1,13 @@
 #include "starts.h"
 
 #include <algorithm>
-#include <limits>
+#include <cmath>
 
 #include "HostError.h"
 #include "MetricProbe.h"
 #include "centres.h"
 #include "placeMap.h"
+#include "voxelRegistration.h"
 
 namespace host {
 
@@ -45,6 +46,7 @@ class Trial {
         const NmVec3i& factors, NmProgressInterface& progress)
       : reference_(reference),
         model_(model),
+        chance_(metric.valueOfChance()),
         stopOnly_(progress),
         registration_(makeRegistration(reference, model, metric, SearchSettings(), &stopOnly_)) {
     setReducedVolumes(registration_, reference, model, factors);
@@ -54,20 +56,27 @@ class Trial {
     registration_.stepRange.y = std::min(registration_.stepRange.x, coarse);
   }
 
-  /// What the metric comes to from there. Nothing where it can tell nothing.
+  /// How far a search gets from there. Nothing where the metric can tell nothing.
   std::optional<double> from(const NmMat4d& start) {
     worldToFrames(start, reference_, model_).getValue(registration_.matrix);
-    constexpr double noStatement = -1000.0;
-    const bool done = registration_.compute(2) && registration_.finalMetric > noStatement;
-    return done ? std::optional<double>(registration_.finalMetric) : std::nullopt;
+    const bool done = registration_.compute(2) && registration_.finalMetric != noStatement;
+    if (!done) return std::nullopt;
+    return registration_.finalMetric - chance_;
   }
 
  private:
   const NiftiVolume& reference_;
   const NiftiVolume& model_;
+  double chance_;
   StopOnly stopOnly_;
   RegVoxelRegistration registration_;
 };
+
+/// The difference is smallest where two volumes share nothing but air.
+MetricSettings judgeFor(MetricSettings metric) {
+  if (metric.name == "msd") metric.name = "nmi";
+  return metric;
+}
 
 }  // namespace
 
@@ -92,30 +101,21 @@ std::vector<Start> startsFor(StartRule rule, const NiftiVolume& reference, const
   std::vector<Start> starts;
   for (const StartRule kind : {StartRule::header, StartRule::boxes, StartRule::masses})
     if (rule == StartRule::best || rule == kind)
-      starts.push_back({kind, matrixOf(kind, reference, model), {}, {}});
+      starts.push_back({kind, matrixOf(kind, reference, model), {}});
   if (rule != StartRule::best) return starts;
   const NmVec3i factors = coarsestFactors(reference, model, {});
-  MetricProbe probe(reference, model, metric, {}, factors);
-  Trial trial(reference, model, metric, factors, progress);
-  for (Start& start : starts) {
-    start.value = probe.at(worldToFrames(start.matrix, reference, model));
-    start.reached = trial.from(start.matrix);
-  }
+  Trial trial(reference, model, judgeFor(metric), factors, progress);
+  for (Start& start : starts) start.reached = trial.from(start.matrix);
   return starts;
 }
 
 const Start& bestOf(const std::vector<Start>& starts) {
-  constexpr double tie = 0.05;  // of what there is to gain
-  constexpr double infinity = std::numeric_limits<double>::infinity();
-  double lowest = infinity;
-  double highest = -infinity;
-  for (const Start& start : starts) {
-    if (start.value) lowest = std::min(lowest, *start.value);
-    if (start.reached) highest = std::max(highest, *start.reached);
-  }
-  const double enough = highest - tie * std::max(highest - lowest, 0.0);
+  std::optional<double> highest;
   for (const Start& start : starts)
-    if (start.reached && *start.reached >= enough) return start;
+    if (start.reached && (!highest || *start.reached > *highest)) highest = start.reached;
+  constexpr double tie = 0.05;
+  for (const Start& start : starts)
+    if (start.reached && *start.reached >= *highest - tie * std::abs(*highest)) return start;
   return starts.front();
 }
 

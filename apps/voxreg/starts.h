@@ -20,11 +20,8 @@ enum class StartRule {
 /// Where a registration may begin.
 struct Start {
   StartRule rule;
-  NmMat4d matrix;  ///< model world to reference world
-
-  // On a coarse level, where the metric can tell a value:
-  std::optional<double> value;    ///< at the start
-  std::optional<double> reached;  ///< by a short rigid search from there
+  NmMat4d matrix;                 ///< model world to reference world
+  std::optional<double> reached;  ///< by a short rigid search from there, above what chance gives
 };
 
 /// The names that the command line has for the rules, in their order.
@@ -32,14 +29,14 @@ const std::vector<std::string>& startRuleNames();
 StartRule startRuleOf(const std::string& name);
 const std::string& nameOf(StartRule rule);
 
-/// The places from which a search could begin: that of a rule or, with the metric's values, all of
-/// them, the header's first. `progress` is asked whether to stop, and not told.
+/// The places from which a search could begin: that of a rule or, with the values of the metric
+/// (nmi in place of msd), all of them, the header's first. `progress` is asked whether to stop, and
+/// not told.
 std::vector<Start> startsFor(StartRule rule, const NiftiVolume& reference, const NiftiVolume& model,
                              const MetricSettings& metric, NmProgressInterface& progress);
 
-/// The first start from which a search gets nearly as far as from any: what is missing is less than
-/// a twentieth of what there is to gain, so that the header's stays unless it is wrong. The first
-/// one of all where nothing is known.
+/// The first start from which a search gets nearly as far as from any, a twentieth less at most:
+/// the header's stays unless it is wrong. The first one of all where nothing is known.
 const Start& bestOf(const std::vector<Start>& starts);
 
 }  // namespace host
