@@ -63,18 +63,23 @@ int runAffine(const AffineOptions& options) {
   const AffineSettings settings = settingsOf(options);
   std::optional<NmMat4d> truth;
   if (!options.truth.empty()) truth = readMatrix(options.truth);
+  InterruptibleProgress progress(
+      {{"Reading", 1.0}, {"Registering", 20.0}, {"Resampling", 1.5}, {"Writing", 2.0}});
   const NiftiVolume reference = readNifti(options.files.reference);
   const NiftiVolume model = readNifti(options.files.model);
 
-  InterruptibleProgress progress;
   const AffineResult result = registerAffine(reference, model, settings, progress);
+  progress.enter("Resampling");
+  const NiftiVolume moved = resampled(reference, model, result.matrix);
+  progress.enter("Writing");
   OutputFiles outputs;
   writeMatrix(outputs, options.matrix, result.matrix);
-  writeNifti(outputs, options.files.output, resampled(reference, model, result.matrix));
+  writeNifti(outputs, options.files.output, moved);
   writePicture(
       outputs, options.files.picture, reference, model,
       {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
   outputs.commit();
+  progress.finish();
   printSearch(result.metric, result.seconds, result.interrupted);
   if (truth) printTargetError("target error", targetError(reference, result.matrix, *truth));
   return progress.wasInterrupted() ? interruptedExitCode : 0;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "InterruptibleProgress.h"
 #include "matrixFile.h"
 #include "niftiVolume.h"
 #include "resampled.h"
@@ -32,13 +33,17 @@ void addOptions(CLI::App& command, ApplyOptions& options) {
 
 int runApply(const ApplyOptions& options) {
   requireWritableNifti(options.output);
+  InterruptibleProgress progress({{"Reading", 1.0}, {"Resampling", 3.0}, {"Writing", 2.0}});
   const auto write = [&](const auto& transform) {
     const NiftiVolume reference = readNifti(options.reference);
     const NiftiVolume model = readNifti(options.model);
+    progress.enter("Resampling");
+    const NiftiVolume moved = resampled(reference, model, placeMap(transform, reference, model));
+    progress.enter("Writing");
     OutputFiles outputs;
-    writeNifti(outputs, options.output,
-               resampled(reference, model, placeMap(transform, reference, model)));
+    writeNifti(outputs, options.output, moved);
     outputs.commit();
+    progress.finish();
   };
   if (options.transform.empty())
     write(readMatrix(options.matrix));

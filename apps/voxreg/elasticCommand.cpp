@@ -105,6 +105,8 @@ int runElastic(const ElasticOptions& options) {
   requireWritableNifti(options.subtraction);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
+  InterruptibleProgress progress(
+      {{"Reading", 1.0}, {"Registering", 40.0}, {"Resampling", 3.0}, {"Writing", 3.0}});
   const NiftiVolume reference = readNifti(options.files.reference);
   const NiftiVolume model = readNifti(options.files.model);
   ElasticSettings settings = options.settings;
@@ -112,16 +114,18 @@ int runElastic(const ElasticOptions& options) {
 
   std::optional<LogOnStandardError> log;
   if (options.log) log.emplace();
-  InterruptibleProgress progress;
   const ElasticResult result = registerElastic(reference, model, settings, progress);
+  progress.enter("Resampling");
   const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
   const GridTransform transform = result.inWorld(reference, model);
+  progress.enter("Writing");
   OutputFiles outputs;
   writeGridTransform(outputs, options.transform, transform);
   writeNifti(outputs, options.files.output, volumes.registered);
   writeNifti(outputs, options.subtraction, volumes.subtraction);
   writeElasticPicture(outputs, options.files.picture, volumes, result.mask);
   outputs.commit();
+  progress.finish();
   printElastic(result);
   if (!truth.empty())
     printDisplacementError("displacement error", displacementError(transform, truth));

@@ -66,18 +66,23 @@ int runNonAffine(const NonAffineOptions& options) {
   const NonAffineSettings settings = settingsOf(options);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
+  InterruptibleProgress progress(
+      {{"Reading", 1.0}, {"Registering", 60.0}, {"Resampling", 1.0}, {"Writing", 2.0}});
   const NiftiVolume reference = readNifti(options.files.reference);
   const NiftiVolume model = readNifti(options.files.model);
 
-  InterruptibleProgress progress;
   const NonAffineResult result = registerNonAffine(reference, model, settings, progress);
   const PlaceMap map = placeMap(result.transform, reference, model);
+  progress.enter("Resampling");
+  const NiftiVolume moved = resampled(reference, model, map);
+  progress.enter("Writing");
   OutputFiles outputs;
   writeGridTransform(outputs, options.transform, result.transform);
-  writeNifti(outputs, options.files.output, resampled(reference, model, map));
+  writeNifti(outputs, options.files.output, moved);
   writePicture(outputs, options.files.picture, reference, model,
                {placeMap(settings.start, reference, model), map}, MapPanels::shown);
   outputs.commit();
+  progress.finish();
   printSearch(result.metric, result.seconds, result.interrupted);
   printJacobian(result.transform.smallestJacobian());
   if (!truth.empty())
