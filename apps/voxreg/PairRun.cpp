@@ -30,11 +30,23 @@ VolumePair readPair(const PairOptions& options, const std::vector<FileRole>& inp
   return {readNifti(options.reference), readNifti(options.model)};
 }
 
+/// `work` is that of the registration, compared with that of reading.
+std::vector<ProgressPlan::Stage> stagesOf(double work) {
+  return {{"Reading", 1.0},
+          {"Looking for a start", 1.0},
+          {"Registering", work},
+          {"Resampling", 1.5},
+          {"Writing", 2.0}};
+}
+
 }  // namespace
 
 PairRun::PairRun(const CLI::App& command, const PairOptions& options,
-                 const std::vector<FileRole>& inputs, const std::vector<FileRole>& outputs)
-    : progress(options.talk.quiet), options_(options), files_(readPair(options, inputs, outputs)) {
+                 const std::vector<FileRole>& inputs, const std::vector<FileRole>& outputs,
+                 double work)
+    : progress(stagesOf(work), options.talk.quiet),
+      options_(options),
+      files_(readPair(options, inputs, outputs)) {
   if (options.talk.verbose) log_.emplace();
   report.command = command.get_name();
   report.settings = optionValues(command);
@@ -71,11 +83,13 @@ void PairRun::requireResult() const {
     throw HostError("nothing found: " + lack_, HostError::nothingFound);
 }
 
-void PairRun::writeOutput(OutputFiles& outputs, const PlaceMap& map) const {
+void PairRun::writeOutput(OutputFiles& outputs, const PlaceMap& map) {
   if (options_.output.empty()) return;
   const auto& [reference, model] = files_;
-  writeNifti(outputs, options_.output,
-             resampled(reference, model, map, options_.sampling.sampling()));
+  progress.enter("Resampling");
+  const NiftiVolume moved = resampled(reference, model, map, options_.sampling.sampling());
+  progress.enter("Writing");
+  writeNifti(outputs, options_.output, moved);
 }
 
 void PairRun::writePicture(OutputFiles& outputs, const BeforeAndAfter& maps,
@@ -88,6 +102,7 @@ void PairRun::writePicture(OutputFiles& outputs, const BeforeAndAfter& maps,
 int PairRun::finish(OutputFiles& outputs, const std::function<void()>& more) {
   if (!options_.report.empty()) writeReport(outputs, options_.report, report);
   outputs.commit();
+  progress.finish();
   printWarnings(report.warnings);
   if (!options_.talk.quiet) {
     printReport(report);

@@ -23,9 +23,10 @@ struct VolumePair {
 class PairRun {
  public:
   /// Refuses names that do not go together, then reads the volumes. `inputs` and `outputs` are the
-  /// files beside those of PairOptions.
+  /// files beside those of PairOptions; `work` is how long the registration takes, compared with
+  /// the reading.
   PairRun(const CLI::App& command, const PairOptions& options, const std::vector<FileRole>& inputs,
-          const std::vector<FileRole>& outputs);
+          const std::vector<FileRole>& outputs, double work);
 
   const VolumePair& files() const { return files_; }
 
@@ -41,7 +42,7 @@ class PairRun {
   void judge(const Assessment& result);
 
   /// Each writes what was asked for: the registered model, and the usual picture.
-  void writeOutput(OutputFiles& outputs, const PlaceMap& map) const;
+  void writeOutput(OutputFiles& outputs, const PlaceMap& map);
   void writePicture(OutputFiles& outputs, const BeforeAndAfter& maps, MapPanels panels) const;
 
   /// Writes the report and gives all outputs their names, then prints warnings, the gist of the

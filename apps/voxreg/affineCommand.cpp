@@ -94,7 +94,7 @@ NmMat4d registeredMatrix(const AffineOptions& options, PairRun& run) {
 
 int runAffine(const AffineOptions& options, const CLI::App& command) {
   PairRun run(command, options.pair, {{"--start", options.start.file}, {"--truth", options.truth}},
-              {{"--matrix", options.matrix}});
+              {{"--matrix", options.matrix}}, 20.0);
   std::optional<NmMat4d> truth;
   if (!options.truth.empty()) truth = readMatrix(options.truth);
   const NiftiVolume& reference = run.files().reference;

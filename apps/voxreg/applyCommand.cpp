@@ -53,6 +53,8 @@ int runApply(const ApplyOptions& options) {
   output.requireWritable();
   std::optional<LogOnStandardError> log;
   if (options.talk.verbose) log.emplace();
+  InterruptibleProgress progress({{"Reading", 1.0}, {"Resampling", 3.0}, {"Writing", 2.0}},
+                                 options.talk.quiet);
   const NiftiVolume reference = readNifti(options.reference);
   const NiftiVolume model = readNifti(options.model);
   const PlaceMap map = mapOf(options, reference, model);
@@ -60,10 +62,13 @@ int runApply(const ApplyOptions& options) {
   const HostError nothing("nothing found: the volumes do not overlap", HostError::nothingFound);
   if (!(overlap.share > 0.0) && !options.force) throw nothing;
 
+  progress.enter("Resampling");
+  const NiftiVolume moved = resampled(reference, model, map, options.sampling.sampling());
+  progress.enter("Writing");
   OutputFiles outputs;
-  writeNifti(outputs, options.output,
-             resampled(reference, model, map, options.sampling.sampling()));
+  writeNifti(outputs, options.output, moved);
   outputs.commit();
+  progress.finish();
   printWarnings(warningsAbout(options.reference, reference));
   printWarnings(warningsAbout(options.model, model));
   printWarnings(overlap.warnings());

@@ -54,6 +54,7 @@ void registerHead(OutputFiles& outputs, const std::string& folder,
   writePicture(
       outputs, file("registration.png"), reference, model,
       {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
+  progress.wipe();
   MetricProbe probe(reference, model, settings.metric, settings.search, fullResolution);
   printSearch(probe.at(worldToFrames(result.matrix, reference, model)), result.search.seconds,
               result.search.interrupted);
@@ -70,6 +71,7 @@ void printLesion(const std::string& name, const LesionContrast& contrast) {
 void registerChest(OutputFiles& outputs, const std::string& folder,
                    InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
+  progress.enter("Making the chest");
   const NmVec3l dims(256, 256, 64);
   const ChestPhantom phantom(seed);
   const ChestMotion motion(phantom, seed);
@@ -79,6 +81,7 @@ void registerChest(OutputFiles& outputs, const std::string& folder,
   writeNifti(outputs, file("chest-after.nii.gz"), model);
 
   const ElasticResult result = registerElastic(reference, model, {}, progress);
+  progress.enter("Writing");
   const GridTransform transform = result.inWorld(reference, model);
   const ElasticVolumes volumes =
       elasticVolumes(reference, model, transform, {Interpolation::lanczos, {}});
@@ -86,6 +89,7 @@ void registerChest(OutputFiles& outputs, const std::string& folder,
   writeNifti(outputs, file("chest-registered.nii.gz"), volumes.registered);
   writeNifti(outputs, file("chest-subtraction.nii.gz"), volumes.subtraction);
   writeElasticPicture(outputs, file("chest.png"), volumes, result.mask);
+  progress.wipe();
   printElastic(result);
   printSearch(std::nullopt, result.seconds, result.interrupted);
   const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
@@ -99,11 +103,16 @@ void registerChest(OutputFiles& outputs, const std::string& folder,
 
 int runDemo(const std::string& folder) {
   makeFolder(folder);
-  InterruptibleProgress progress;
+  InterruptibleProgress progress({{"Making the head", 3.0},
+                                  {"Registering", 3.0},
+                                  {"Making the chest", 20.0},
+                                  {"Registering", 50.0},
+                                  {"Writing", 14.0}});
   OutputFiles outputs;
   registerHead(outputs, folder, progress);
   if (!progress.wasInterrupted()) registerChest(outputs, folder, progress);
   outputs.commit();
+  progress.finish();
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 

@@ -123,13 +123,14 @@ ElasticResult registeredResult(const ElasticOptions& options, PairRun& run) {
   return result;
 }
 
-void writeVolumes(const ElasticOptions& options, const VolumePair& pair,
-                  const ElasticResult& result, const GridTransform& transform,
-                  OutputFiles& outputs) {
+void writeVolumes(const ElasticOptions& options, const ElasticResult& result,
+                  const GridTransform& transform, PairRun& run, OutputFiles& outputs) {
   const PairOptions& files = options.pair;
   if (files.output.empty() && files.picture.empty() && options.subtraction.empty()) return;
-  const ElasticVolumes volumes =
-      elasticVolumes(pair.reference, pair.model, transform, files.sampling.sampling());
+  run.progress.enter("Resampling");
+  const ElasticVolumes volumes = elasticVolumes(run.files().reference, run.files().model, transform,
+                                                files.sampling.sampling());
+  run.progress.enter("Writing");
   if (!files.output.empty()) writeNifti(outputs, files.output, volumes.registered);
   if (!options.subtraction.empty()) writeNifti(outputs, options.subtraction, volumes.subtraction);
   if (!files.picture.empty()) writeElasticPicture(outputs, files.picture, volumes, result.mask);
@@ -137,14 +138,15 @@ void writeVolumes(const ElasticOptions& options, const VolumePair& pair,
 
 int runElastic(const ElasticOptions& options, const CLI::App& command) {
   PairRun run(command, options.pair, {{"--truth", options.truth}},
-              {{"--transform", options.transform}, {"--subtraction", options.subtraction, true}});
+              {{"--transform", options.transform}, {"--subtraction", options.subtraction, true}},
+              40.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
 
   const ElasticResult result = registeredResult(options, run);
   const GridTransform transform = result.inWorld(run.files().reference, run.files().model);
   OutputFiles outputs;
-  writeVolumes(options, run.files(), result, transform, outputs);
+  writeVolumes(options, result, transform, run, outputs);
   if (!options.transform.empty()) writeGridTransform(outputs, options.transform, transform);
   return run.finish(outputs, [&] {
     printElastic(result);

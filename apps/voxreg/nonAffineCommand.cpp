@@ -99,7 +99,7 @@ GridTransform::Grid registeredGrid(const NonAffineOptions& options, PairRun& run
 
 int runNonAffine(const NonAffineOptions& options, const CLI::App& command) {
   PairRun run(command, options.pair, {{"--start", options.start.file}, {"--truth", options.truth}},
-              {{"--transform", options.transform}});
+              {{"--transform", options.transform}}, 60.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
   const auto& [reference, model] = run.files();

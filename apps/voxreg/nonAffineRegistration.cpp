@@ -56,6 +56,21 @@ std::vector<GridRun> planRuns(const std::vector<NmVec3i>& grids, const NiftiVolu
   return runs;
 }
 
+/// Finer grids take more steps, besides more voxels.
+std::vector<ProgressPlan::Stage> progressStages(const std::vector<GridRun>& runs,
+                                                const std::vector<NmVec3i>& grids) {
+  const std::string count = std::to_string(runs.size());
+  std::vector<ProgressPlan::Stage> stages;
+  for (const GridRun& run : runs) {
+    const NmVec3i& grid = grids[std::min(stages.size(), grids.size() - 1)];
+    const double voxels =
+        1.0 / (static_cast<double>(run.factors.x) * run.factors.y * run.factors.z);
+    stages.push_back({"Registering, step " + std::to_string(stages.size() + 1) + " of " + count,
+                      voxels * std::cbrt(static_cast<double>(grid.x) * grid.y * grid.z)});
+  }
+  return stages;
+}
+
 /// The gradient of a reduced volume takes its differences over as many of its voxels. What others
 /// go on from, or have prepared, need not be searched as closely.
 void setSearch(RegVoxelRegistration& registration, const GridRun& run,
@@ -99,21 +114,20 @@ NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolum
   if (!(search.gradientTolerance > 0.0f)) search.gradientTolerance = toleranceFor(settings.metric);
   RegVoxelRegistration registration =
       makeRegistration(reference, model, settings.metric, search, &progress);
-  const InterruptibleProgress::Metric metric(progress, registration.finalMetric);
   registration.nonAffineResult = GridTransform::start(settings.start, reference, model);
   const std::vector<GridRun> runs = planRuns(settings.grids, reference);
+  progress.enter("Registering", progressStages(runs, settings.grids));
+  progress.takeStopRequests();
   SearchOutcome outcome;
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
-    progress.beginPart(i, runs.size());
+    if (i > 0) progress.nextStage();
     registration.nonAffineStages = NmVec3i(runs[i].code, 0, 0);
     setReducedVolumes(registration, reference, model, runs[i].factors);
     setSearch(registration, runs[i], search);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);
     outcome.counts.add(registration);
-    progress.endPart();
   }
-  progress.wipe();
   outcome.seconds = watch.getTime();
   outcome.interrupted = progress.wasInterrupted();
   return {registration.nonAffineResult, outcome};

@@ -95,14 +95,16 @@ NmVec3f newDimsOf(const ResampleOptions& options, const NiftiVolume& volume) {
 // Half a volume is no result, so that an interruption leaves no file.
 int runResample(const ResampleOptions& options) {
   requireWritableNifti(options.output);
+  InterruptibleProgress progress({{"Reading", 1.0}, {"Resampling", 4.0}, {"Writing", 4.0}});
   const NiftiVolume volume = readNifti(options.input);
-  InterruptibleProgress progress;
   const NiftiVolume result =
       zoomed(volume, newDimsOf(options, volume), filterOf(options.filter), progress);
   if (progress.wasInterrupted()) return interruptedExitCode;
+  progress.enter("Writing");
   OutputFiles outputs;
   writeNifti(outputs, options.output, result);
   outputs.commit();
+  progress.finish();
   return 0;
 }
 

@@ -32,6 +32,8 @@ NmMat4d chooseStart(const StartOptions& options, const MetricSettings& metric, P
     run.report.start = {{"file", options.file}, {"matrix", numbersOf(matrix)}};
     return matrix;
   }
+  run.progress.enter("Looking for a start");
+  run.progress.takeStopRequests();
   const std::vector<Start> starts = startsFor(startRuleOf(options.init), run.searched().reference,
                                               run.searched().model, metric, run.progress);
   run.report.start = choiceOf(options.init, starts);

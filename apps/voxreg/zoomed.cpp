@@ -18,9 +18,11 @@ void requireDims(const NmVec3f& dims) {
 }  // namespace
 
 NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
-                   RegResampler::FilterType filter, NmProgressInterface& progress) {
+                   RegResampler::FilterType filter, InterruptibleProgress& progress) {
   requireDims(newDims);
   try {
+    progress.enter("Resampling");
+    progress.takeStopRequests();
     NiftiVolume result = scaledVolume(volume, newDims);
     NmHandle<VlData> target = result.data;
     RegResampler resampler;
@@ -29,7 +31,7 @@ NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
       throw NmMemoryException();
     return result;
   } catch (const NmMemoryException&) {
-    throw HostError("there is no room for a volume of this size");
+    throw HostError("there is no room for a volume of this size", HostError::failedRun);
   }
 }
 

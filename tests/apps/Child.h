@@ -43,9 +43,9 @@ class Child {
 
   void interrupt(int number = SIGINT) const { (void)kill(child_, number); }
 
-  /// Waits until standard error holds a line.
-  void awaitLine() const {
-    while (errors().find('\n') == std::string::npos)
+  /// Waits until standard error tells of a search.
+  void awaitSearch() const {
+    while (errors().find("Registering") == std::string::npos)
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
 

@@ -269,7 +269,7 @@ TEST_F(CommandLine, findsAGridOfBricksThatApplyUses) {
 
 TEST_F(CommandLine, anInterruptedGridIsWritten) {
   Child child(folder, gridArguments(folder));
-  child.awaitLine();
+  child.awaitSearch();
   child.interrupt();
   EXPECT_EQ(child.wait(), 130);
   EXPECT_TRUE(wrote("t.json") && wrote("out.nii") && wrote("out.png"));
@@ -277,7 +277,7 @@ TEST_F(CommandLine, anInterruptedGridIsWritten) {
 
 TEST_F(CommandLine, theFirstInterruptionStopsTheSearchAndWritesWhatWasReached) {
   Child child(folder, argumentsWith("--dof", "12"));
-  child.awaitLine();
+  child.awaitSearch();
   child.interrupt();
   EXPECT_EQ(child.wait(), 130);
   EXPECT_TRUE(wrote("out.txt") && wrote("out.nii") && wrote("out.png"));
@@ -286,7 +286,7 @@ TEST_F(CommandLine, theFirstInterruptionStopsTheSearchAndWritesWhatWasReached) {
 
 TEST_F(CommandLine, theSecondInterruptionEndsTheProgram) {
   Child child(folder, argumentsWith("--dof", "12"));
-  child.awaitLine();
+  child.awaitSearch();
   child.interrupt();
   child.interrupt();
   const int code = child.wait();
@@ -374,7 +374,7 @@ TEST_F(ElasticCommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
 
 TEST_F(ElasticCommandLine, anInterruptionWritesWhatWasReached) {
   Child child(folder, elasticArguments({"--no-mask"}));
-  child.awaitLine();
+  child.awaitSearch();
   child.interrupt();
   EXPECT_EQ(child.wait(), 130);
   EXPECT_TRUE(wrote("out.json") && wrote("out.nii") && wrote("out-s.nii") && wrote("out.png"));

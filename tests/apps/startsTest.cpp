@@ -50,7 +50,7 @@ NiftiVolume headAt(double shift) {
 
 TEST(Starts, areTheHeadersUnlessOthersShowMore) {
   const NiftiVolume reference = host::acquire(host::Phantom(3), 32, {});
-  host::InterruptibleProgress progress(/*quiet=*/true);
+  host::InterruptibleProgress progress;
   const auto best = [&](const NiftiVolume& model) {
     return host::bestOf(host::startsFor(StartRule::best, reference, model, {}, progress));
   };
