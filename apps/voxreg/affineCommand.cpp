@@ -64,10 +64,9 @@ std::string kindOf(int degreesOfFreedom) {
   return degreesOfFreedom == 7 ? "similarity" : "affine";
 }
 
-Assessment assessmentOf(const VolumePair& pair, const AffineSettings& settings,
-                        const NmMat4d& before, const NmMat4d& after) {
+Assessment assessmentOf(const VolumePair& pair, MetricProbe& probe, const NmMat4d& before,
+                        const NmMat4d& after) {
   const auto& [reference, model] = pair;
-  MetricProbe probe(reference, model, settings.metric, settings.search, fullResolution);
   return {probe.at(worldToFrames(before, reference, model)),
           probe.at(worldToFrames(after, reference, model)),
           overlapOf(reference, model, placeMap(after, reference, model)),
@@ -85,10 +84,11 @@ NmMat4d registeredMatrix(const AffineOptions& options, PairRun& run) {
   run.report.transform = kindOf(settings.stages.back());
   const NmMat4d given = givenMatrix(options.start);
   if (!run.hasInformation(settings.metric)) return given;
-  settings.start = chooseStart(options.start, settings.metric, run);
   const VolumePair& pair = run.searched();
+  MetricProbe probe(pair.reference, pair.model, settings.metric, settings.search, fullResolution);
+  settings.start = chooseStart(options.start, settings.metric, run);
   const AffineResult result = registerAffine(pair.reference, pair.model, settings, run.progress);
-  run.judge(result.search, assessmentOf(pair, settings, given, result.matrix));
+  run.judge(result.search, assessmentOf(pair, probe, given, result.matrix));
   return result.matrix;
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <sstream>
 
+#include "HostError.h"
 #include "missingVoxels.h"
 #include "voxelTypes.h"
 
@@ -37,6 +38,8 @@ bool variesWithin(const NiftiVolume& volume, double low, double high, bool seesB
 std::string lackOf(const std::string& name, const NiftiVolume& volume,
                    const std::vector<float>& range, const MetricSettings& metric) {
   const std::optional<ValueRange> present = finiteRange(volume);
+  if (!range.empty() && !(range[0] < range[1]))
+    throw HostError("the range of the " + name + "'s values ends below its beginning");
   if (!present) return "the " + name + " has no finite voxel";
   if (!(present->smallest < present->largest))
     return "all voxels of the " + name + " are " + textOf(present->smallest);

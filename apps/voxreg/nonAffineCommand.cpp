@@ -70,10 +70,9 @@ GridTransform::Grid givenGrid(const StartOptions& start, const VolumePair& pair)
   return GridTransform::start(matrix, pair.reference, pair.model);
 }
 
-Assessment assessmentOf(const VolumePair& pair, const NonAffineSettings& settings,
+Assessment assessmentOf(const VolumePair& pair, MetricProbe& probe,
                         const GridTransform::Grid& before, const GridTransform::Grid& after) {
   const auto& [reference, model] = pair;
-  MetricProbe probe(reference, model, settings.metric, settings.search, fullResolution);
   const GridTransform transform = GridTransform::fromFrames(after, reference, model);
   return {probe.at(before), probe.at(after),
           overlapOf(reference, model, placeMap(transform, reference, model)),
@@ -90,10 +89,11 @@ GridTransform::Grid registeredGrid(const NonAffineOptions& options, PairRun& run
   run.report.settings["bricks"] = {last.x, last.y, last.z};
   const GridTransform::Grid given = givenGrid(options.start, pair);
   if (!run.hasInformation(settings.metric)) return given;
+  MetricProbe probe(pair.reference, pair.model, settings.metric, settings.search, fullResolution);
   settings.start = chooseStart(options.start, settings.metric, run);
   const NonAffineResult result =
       registerNonAffine(pair.reference, pair.model, settings, run.progress);
-  run.judge(result.search, assessmentOf(pair, settings, given, result.frames));
+  run.judge(result.search, assessmentOf(pair, probe, given, result.frames));
   return result.frames;
 }
 

@@ -113,7 +113,7 @@ const Start& bestOf(const std::vector<Start>& starts) {
   std::optional<double> highest;
   for (const Start& start : starts)
     if (start.reached && (!highest || *start.reached > *highest)) highest = start.reached;
-  constexpr double tie = 0.05;
+  constexpr double tie = 0.1;
   for (const Start& start : starts)
     if (start.reached && *start.reached >= *highest - tie * std::abs(*highest)) return start;
   return starts.front();

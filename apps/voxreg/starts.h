@@ -35,7 +35,7 @@ const std::string& nameOf(StartRule rule);
 std::vector<Start> startsFor(StartRule rule, const NiftiVolume& reference, const NiftiVolume& model,
                              const MetricSettings& metric, NmProgressInterface& progress);
 
-/// The first start from which a search gets nearly as far as from any, a twentieth less at most:
+/// The first start from which a search gets nearly as far as from any, a tenth less at most:
 /// the header's stays unless it is wrong. The first one of all where nothing is known.
 const Start& bestOf(const std::vector<Start>& starts);
 

@@ -33,7 +33,8 @@ TEST(Progress, runsOnceTo100AndNeverBackInCaptionsOfTheHost) {
   saved(host::writeNifti, folder.file("r.nii"), host::acquire(phantom, 24, {}));
   saved(host::writeNifti, folder.file("m.nii"), host::acquire(phantom, 24, moved));
   const std::regex captions(
-      "(Registering, (level|step) [0-9] of [0-9]|Resampling|Writing|Done)(, about .* left)?");
+      "(Looking for a start|Registering, (level|step) [0-9] of [0-9]|Resampling|Writing|Done)"
+      "(, about .* left)?");
   const std::vector<std::string> pair = {
       "--reference", folder.file("r.nii"), "--model",  folder.file("m.nii"),
       "--picture",   folder.file("p.png"), "--output", folder.file("o.nii")};
