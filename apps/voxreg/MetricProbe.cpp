@@ -28,7 +28,10 @@ std::optional<double> MetricProbe::value() {
   const std::unique_ptr<RegFunctional> functional(
       registration_.createFunctional(registration_.reference, registration_.model, 0, 0));
   if (functional == nullptr) return std::nullopt;
-  const double found = functional->evaluate();
+  double penalty = 0.0;
+  double time = 0.0;
+  const double found =
+      functional->evaluate(true, nullptr, -1, false, nullptr, nullptr, penalty, time) + penalty;
   const bool isStatement = functional->metric->numSamples > 0 && found != noStatement;
   return isStatement ? std::optional<double>(found) : std::nullopt;
 }

@@ -10,8 +10,8 @@ namespace host {
 /// What a metric gives where it can say nothing.
 constexpr double noStatement = -1000.0;
 
-/// Tells what a metric says of a pair of volumes, as a search would have it, at one transform after
-/// the other.
+/// Tells what a metric says of a pair of volumes at one transform after the other: as a search has
+/// it, but without the penalty on irregular grids.
 class MetricProbe {
  public:
   /// On volumes reduced by `factors`.
