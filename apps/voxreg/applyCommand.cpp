@@ -25,8 +25,8 @@ void addOptions(CLI::App& command, ApplyOptions& options) {
   map->add_option("--transform", options.transform, "Transform file (.json)");
   map->add_option("--matrix", options.matrix, "Matrix file");
   map->require_option(1);
-  command.add_option("--model", options.model, "Volume to resample (NIfTI-1)")->required();
-  command.add_option("--reference", options.reference, "Volume whose grid to take (NIfTI-1)")
+  command.add_option("--model", options.model, "Volume to resample (NIfTI)")->required();
+  command.add_option("--reference", options.reference, "Volume whose grid to take (NIfTI)")
       ->required();
   command.add_option("--output", options.output, "Volume to write (.nii, .nii.gz)")->required();
 }

@@ -120,8 +120,8 @@ NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolum
       makeRegistration(reference, model, settings.metric, search, progress);
   registration.nonAffineResult = GridTransform::start(settings.start, reference, model);
   const std::vector<GridRun> runs = planRuns(settings.grids, reference);
-  progress.enter("Registering", progressStages(runs, settings.grids));
   progress.takeStopRequests();
+  progress.enter("Registering", progressStages(runs, settings.grids));
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
     if (i > 0) progress.nextStage();
     registration.nonAffineStages = NmVec3i(runs[i].code, 0, 0);

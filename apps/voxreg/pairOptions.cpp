@@ -1,13 +1,13 @@
 #include "pairOptions.h"
 
-#include "OutputFiles.h"
+#include "GreyImage.h"
 #include "niftiVolume.h"
 
 namespace host {
 
 void addPairOptions(CLI::App& command, PairFiles& files) {
-  command.add_option("--reference", files.reference, "Volume that stays (NIfTI-1)")->required();
-  command.add_option("--model", files.model, "Volume to move (NIfTI-1)")->required();
+  command.add_option("--reference", files.reference, "Volume that stays (NIfTI)")->required();
+  command.add_option("--model", files.model, "Volume to move (NIfTI)")->required();
   command.add_option("--output", files.output, "Model on the reference's grid (.nii, .nii.gz)")
       ->required();
   command.add_option("--picture", files.picture, "Middle slices before and after (.png)")
@@ -16,7 +16,7 @@ void addPairOptions(CLI::App& command, PairFiles& files) {
 
 void requireWritable(const PairFiles& files) {
   requireWritableNifti(files.output);
-  OutputFiles::requireWritable(files.picture);
+  requireWritablePicture(files.picture);
 }
 
 }  // namespace host
