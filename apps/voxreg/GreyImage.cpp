@@ -2,6 +2,10 @@
 
 #include <png.h>
 
+#include <cstdio>
+
+#include "HostError.h"
+
 namespace host {
 
 namespace {
@@ -49,8 +53,16 @@ void GreyImage::save(OutputFiles& outputs, const std::string& path) const {
   png.width = static_cast<png_uint_32>(width_);
   png.height = static_cast<png_uint_32>(height_);
   png.format = PNG_FORMAT_GRAY;
-  if (png_image_write_to_file(&png, outputs.add(path).c_str(), 0, pixels_.data(), 0, nullptr) == 0)
-    OutputFiles::fail(path);
+  std::FILE* const file = std::fopen(outputs.add(path).c_str(), "wb");
+  if (file == nullptr) OutputFiles::fail(path);
+  const bool written = png_image_write_to_stdio(&png, file, 0, pixels_.data(), 0, nullptr) != 0;
+  if (std::fclose(file) != 0 || !written) OutputFiles::fail(path);
+}
+
+void requireWritablePicture(const std::string& path) {
+  if (!path.ends_with(".png"))
+    throw HostError("cannot write " + path + ": its name does not end in .png");
+  OutputFiles::requireWritable(path);
 }
 
 }  // namespace host

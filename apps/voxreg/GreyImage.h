@@ -44,4 +44,7 @@ class GreyImage {
   std::vector<std::uint8_t> pixels_;
 };
 
+/// Throws HostError unless `path` is a name for a picture that can be written.
+void requireWritablePicture(const std::string& path);
+
 }  // namespace host

@@ -19,8 +19,8 @@ std::vector<FileRole> joined(std::vector<FileRole> first, const std::vector<File
 
 VolumePair readPair(const PairOptions& options, const std::vector<FileRole>& inputs,
                     const std::vector<FileRole>& outputs) {
-  const auto allOutputs = joined({{"--output", options.output, true},
-                                  {"--picture", options.picture},
+  const auto allOutputs = joined({{"--output", options.output, FileRole::Kind::volume},
+                                  {"--picture", options.picture, FileRole::Kind::picture},
                                   {"--report", options.report}},
                                  outputs);
   requireAnOutput(allOutputs);

@@ -111,8 +111,8 @@ AffineResult registerAffine(const NiftiVolume& reference, const NiftiVolume& mod
   worldToFrames(settings.start, reference, model).getValue(registration.matrix);
   const std::vector<LevelRun> runs =
       planRuns(coarsestFactors(reference, model, settings.levels), settings.stages);
-  progress.enter("Registering", progressStages(runs));
   progress.takeStopRequests();
+  progress.enter("Registering", progressStages(runs));
   SearchOutcome search;
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
     if (i > 0) progress.nextStage();

@@ -44,7 +44,7 @@ PlaceMap mapOf(const ApplyOptions& options, const NiftiVolume& reference,
 }
 
 int runApply(const ApplyOptions& options) {
-  const FileRole output = {"--output", options.output, true};
+  const FileRole output = {"--output", options.output, FileRole::Kind::volume};
   requireSeparateFiles({{"--reference", options.reference},
                         {"--model", options.model},
                         {"--matrix", options.matrix},

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <sstream>
 #include <utility>
 
 #include "HostError.h"
+#include "inputFile.h"
 
 namespace host {
 
@@ -19,8 +19,7 @@ bool isFinite(double number) {
 }  // namespace
 
 std::vector<PointPair> readPointPairs(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw HostError("cannot read " + path);
+  std::istringstream file(inputText(path));
   std::vector<PointPair> pairs;
   for (std::string text; std::getline(file, text);) {
     std::istringstream line(text);

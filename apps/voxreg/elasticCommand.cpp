@@ -138,7 +138,8 @@ void writeVolumes(const ElasticOptions& options, const ElasticResult& result,
 
 int runElastic(const ElasticOptions& options, const CLI::App& command) {
   PairRun run(command, options.pair, {{"--truth", options.truth}},
-              {{"--transform", options.transform}, {"--subtraction", options.subtraction, true}},
+              {{"--transform", options.transform},
+               {"--subtraction", options.subtraction, FileRole::Kind::volume}},
               40.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);

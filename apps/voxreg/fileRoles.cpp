@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "GreyImage.h"
 #include "HostError.h"
 #include "OutputFiles.h"
 #include "niftiVolume.h"
@@ -28,10 +29,14 @@ bool areOneFile(const std::string& a, const std::string& b) {
 
 void FileRole::requireWritable() const {
   if (path.empty()) return;
-  if (isVolume)
-    requireWritableNifti(path);
-  else
-    OutputFiles::requireWritable(path);
+  switch (kind) {
+    case Kind::volume:
+      return requireWritableNifti(path);
+    case Kind::picture:
+      return requireWritablePicture(path);
+    default:
+      return OutputFiles::requireWritable(path);
+  }
 }
 
 void requireSeparateFiles(const std::vector<FileRole>& inputs,

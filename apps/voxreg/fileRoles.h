@@ -7,9 +7,11 @@ namespace host {
 
 /// An option of the command line that names a file; one that was not given has an empty path.
 struct FileRole {
+  enum class Kind { plain, volume, picture };
+
   std::string option;
   std::string path;
-  bool isVolume = false;
+  Kind kind = Kind::plain;
 
   /// Throws HostError unless an output of this name can be written, or none is asked for.
   void requireWritable() const;

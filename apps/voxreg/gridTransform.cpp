@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "HostError.h"
+#include "inputFile.h"
 #include "placeMap.h"
 
 namespace host {
@@ -202,10 +203,9 @@ double GridTransform::smallestJacobian() const {
 }
 
 GridTransform readGridTransform(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw HostError("cannot read " + path);
+  const std::string text = inputText(path);
   try {
-    return transformOf(json::parse(file));
+    return transformOf(json::parse(text));
   } catch (const json::exception&) {
     throw HostError(path + " is not a transform file");
   } catch (const HostError& error) {

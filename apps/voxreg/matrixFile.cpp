@@ -2,15 +2,15 @@
 
 #include <cmath>
 #include <cstdio>
-#include <fstream>
+#include <sstream>
 
 #include "HostError.h"
+#include "inputFile.h"
 
 namespace host {
 
 NmMat4d readMatrix(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw HostError("cannot read " + path);
+  std::istringstream file(inputText(path));
   NmMat4d matrix;
   bool good = true;
   for (auto& row : matrix.m)
@@ -29,7 +29,8 @@ void writeMatrix(OutputFiles& outputs, const std::string& path, const NmMat4d& m
   if (file == nullptr) OutputFiles::fail(path);
   bool good = true;
   for (const auto& row : matrix.m)
-    good = std::fprintf(file, "%.9f %.9f %.9f %.9f\n", row[0], row[1], row[2], row[3]) > 0 && good;
+    good =
+        std::fprintf(file, "%.17g %.17g %.17g %.17g\n", row[0], row[1], row[2], row[3]) > 0 && good;
   if (std::fclose(file) != 0 || !good) OutputFiles::fail(path);
 }
 

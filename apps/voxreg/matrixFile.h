@@ -13,7 +13,7 @@ namespace host {
 /// matrix without inverse.
 NmMat4d readMatrix(const std::string& path);
 
-/// Writes that form with nine decimals. Throws HostError.
+/// Writes that form with all digits of the numbers. Throws HostError.
 void writeMatrix(OutputFiles& outputs, const std::string& path, const NmMat4d& matrix);
 
 }  // namespace host

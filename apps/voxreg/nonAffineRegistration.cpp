@@ -116,8 +116,8 @@ NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolum
       makeRegistration(reference, model, settings.metric, search, &progress);
   registration.nonAffineResult = GridTransform::start(settings.start, reference, model);
   const std::vector<GridRun> runs = planRuns(settings.grids, reference);
-  progress.enter("Registering", progressStages(runs, settings.grids));
   progress.takeStopRequests();
+  progress.enter("Registering", progressStages(runs, settings.grids));
   SearchOutcome outcome;
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
     if (i > 0) progress.nextStage();

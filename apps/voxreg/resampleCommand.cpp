@@ -56,7 +56,7 @@ RegResampler::FilterType filterOf(const std::string& name) {
 }
 
 void addOptions(CLI::App& command, ResampleOptions& options) {
-  command.add_option("--input", options.input, "Volume to scale (NIfTI-1)")->required();
+  command.add_option("--input", options.input, "Volume to scale (NIfTI)")->required();
   command.add_option("--output", options.output, "Volume to write (.nii, .nii.gz)")->required();
   CLI::App* const shape = command.add_option_group("shape");
   shape

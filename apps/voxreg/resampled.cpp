@@ -6,6 +6,7 @@
 #include "HostError.h"
 #include "mappedRows.h"
 #include "missingVoxels.h"
+#include "voxelFormat.h"
 #include "voxelTypes.h"
 
 namespace host {
@@ -42,12 +43,26 @@ class Voxels {
   Interpolation interpolation_;
 };
 
+/// Whether a file of this type gives the voxel back.
+template <class T>
+bool isKeptBy(int fileType, T voxel) {
+  const VoxelFormat& format = *VoxelFormat::find(fileType);
+  const MemoryLine line = {0, 1};
+  char stored[sizeof(double)];
+  T back;
+  format.storePlain(&voxel, line, 1, stored);
+  format.convertPlain(stored, 1, {}, &back, line);
+  return back == voxel;
+}
+
 /// The background as a voxel, which must be that very value.
 template <class T>
 T backgroundVoxel(const NiftiVolume& model, const Sampling& sampling) {
   const double value = backgroundFor(model, sampling);
-  const bool fits = std::is_floating_point_v<T> || static_cast<double>(asVoxel<T>(value)) == value;
-  if (fits) return asVoxel<T>(value);
+  const T voxel = asVoxel<T>(value);
+  bool fits = std::is_floating_point_v<T> || static_cast<double>(voxel) == value;
+  if (model.fileType != 0) fits = fits && isKeptBy(model.fileType, voxel);
+  if (fits) return voxel;
   std::ostringstream text;
   text << value << " is no background for the model, whose voxels cannot hold it";
   throw HostError(text.str());
@@ -75,6 +90,7 @@ NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model,
 NiftiVolume resampled(const NiftiVolume& reference, const NiftiVolume& model, const PlaceMap& map,
                       const Sampling& sampling) {
   NiftiVolume result = volumeLike(reference, model.data->primType());
+  result.fileType = model.fileType;
   const NmHandle<VlDataAccess> access = result.data->lock(true);
   if (access == nullptr) throw HostError("a volume cannot be locked", HostError::failedRun);
   withVoxels(*model.data, [&]<class T>(std::span<const T> voxels) {

@@ -9,10 +9,10 @@ namespace host {
 namespace {
 
 void requireDims(const NmVec3f& dims) {
-  constexpr float largest = 32767.0f;  // of a NIfTI-1 header
+  constexpr float largest = 32767.0f;  // of a NIfTI-1 header, and of what makes sense
   for (int a = 0; a < 3; ++a)
     if (!(dims[a] > 0.0f && dims[a] <= largest))
-      throw HostError("no file can have that many voxels on an axis");
+      throw HostError("that many voxels on an axis are too many");
 }
 
 }  // namespace
@@ -21,8 +21,8 @@ NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
                    RegResampler::FilterType filter, InterruptibleProgress& progress) {
   requireDims(newDims);
   try {
-    progress.enter("Resampling");
     progress.takeStopRequests();
+    progress.enter("Resampling");
     NiftiVolume result = scaledVolume(volume, newDims);
     NmHandle<VlData> target = result.data;
     RegResampler resampler;

@@ -25,6 +25,7 @@ class Child {
     std::vector<char*> pointers;
     for (std::string& argument : arguments) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
+    for (const std::string& old : {out_, err_}) std::filesystem::remove(old);
     child_ = fork();
     if (child_ == 0) {
       for (const int number : {SIGINT, SIGTERM, SIGHUP}) (void)std::signal(number, SIG_DFL);

@@ -173,12 +173,13 @@ TEST_F(CommandLine, startsFromAMatrixInTheWorld) {
 TEST_F(CommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
   const std::string nowhere = folder.file("nowhere/out");
   expectRefused(argumentsWith("--reference", folder.file("none.nii")), "does not exist");
-  expectRefused(argumentsWith("--model", VOXREG_PROGRAM), "not a NIfTI-1 file");
+  expectRefused(argumentsWith("--model", VOXREG_PROGRAM), "not a NIfTI file");
   expectRefused(argumentsWith("--dof", "5"), "--dof");
   expectRefused(argumentsWith("--matrix", nowhere), "cannot write");
   expectRefused(argumentsWith("--output", nowhere + ".nii"), "cannot write");
   expectRefused(argumentsWith("--output", folder.file("out.mgz")), ".nii");
-  expectRefused(argumentsWith("--picture", "/dev/null"), "not a regular file");
+  expectRefused(argumentsWith("--picture", folder.file("out.jpg")), ".png");
+  expectRefused(argumentsWith("--matrix", "/dev/null"), "not a regular file");
   std::vector<std::string> extended = arguments();
   extended.insert(extended.end(), {"--start", folder.file("r.nii.gz")});
   expectRefused(extended, "4 x 4 numbers");

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "HostError.h"
 #include "Phantom.h"
+#include "saved.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 
@@ -83,6 +85,33 @@ TEST(Resampled, valuesPassExactlyWhereNothingIsInterpolated) {
   const std::vector<int> moved = {0, 2147483647, -2147483647 - 1, 16777217, -16777219, 0, 1};
   EXPECT_EQ(movedLine<int>(lineOf(large, NmPrimType::Int), 0.7, {Interpolation::nearest, {}}),
             moved);
+}
+
+template <class T>
+void expectLabelsUnchanged(short type, const std::vector<T>& labels) {
+  const TestFolder folder;
+  const auto n = static_cast<int>(labels.size());
+  nifti_1_header header = makeHeader(n, 1, 1, type, static_cast<short>(8 * sizeof(T)));
+  writeFile(folder.file("l.nii"), bytesOf(header, labels));
+  const NiftiVolume volume = host::readNifti(folder.file("l.nii"));
+  saved(host::writeNifti, folder.file("o.nii"),
+        host::resampled(volume, volume, NmMat4d(), {host::Interpolation::nearest, {}}));
+  const std::string bytes = contentOf(folder.file("o.nii"));
+  ASSERT_EQ(bytes.size(), 352 + labels.size() * sizeof(T));
+  EXPECT_EQ(std::memcmp(bytes.data() + 352, labels.data(), labels.size() * sizeof(T)), 0);
+  EXPECT_EQ(std::memcmp(bytes.data() + 70, &type, sizeof type), 0);
+}
+
+TEST(Resampled, labelsOfEveryIntegerTypeKeepTheirValuesAndTheirType) {
+  expectLabelsUnchanged<std::uint8_t>(DT_UINT8, {0, 255, 7});
+  expectLabelsUnchanged<std::int8_t>(DT_INT8, {-128, 127, 7});
+  expectLabelsUnchanged<std::int16_t>(DT_INT16, {-32768, 32767, 7});
+  expectLabelsUnchanged<std::uint16_t>(DT_UINT16, {0, 65535, 7});
+  expectLabelsUnchanged<std::int32_t>(DT_INT32, {-2147483647 - 1, 2147483647, 16777217});
+  expectLabelsUnchanged<std::uint32_t>(DT_UINT32, {0, 4294967295u, 16777217});
+  expectLabelsUnchanged<std::int64_t>(DT_INT64, {-(1L << 53), 1L << 53, 7});
+  expectLabelsUnchanged<std::uint64_t>(DT_UINT64, {0, 1UL << 63, 7});
+  EXPECT_THROW(expectLabelsUnchanged<std::int64_t>(DT_INT64, {0, (1L << 53) + 1}), host::HostError);
 }
 
 TEST(Resampled, integersAreRoundedAndSaturate) {
