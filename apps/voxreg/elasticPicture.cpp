@@ -124,7 +124,7 @@ void writeElasticPicture(OutputFiles& outputs, const std::string& path,
   const Sampler model(volumes.model);
   const Sampler registered(volumes.registered);
   const std::vector<Slice> slices = slicesThrough(
-      BlockMeans(volumes.subtraction).largestOutside(mask), volumes.reference.frame, longestSide);
+      BlockMeans(volumes.subtraction).largestOutside(mask), volumes.reference, longestSide);
   PictureSheet sheet(slices, {"REFERENCE", "MODEL", "REGISTERED MODEL", "SUBTRACTION BEFORE",
                               "SUBTRACTION AFTER"});
   for (const Slice& slice : slices) {
@@ -140,7 +140,7 @@ void writeElasticPicture(OutputFiles& outputs, const std::string& path,
       addPanel([&](const NmVec3f& place) {
         return greyOf((*volume)(place)-reference(place), -half, half);
       });
-    sheet.nextRow(slice);
+    sheet.nextRow();
   }
   sheet.save(outputs, path);
 }

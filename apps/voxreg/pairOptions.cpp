@@ -36,7 +36,8 @@ void addPairOptions(CLI::App& command, PairOptions& options) {
   addVolumeOptions(command, options.reference, options.model);
   command.add_option("-o,--output", options.output,
                      "Model on the reference's grid (.nii, .nii.gz)");
-  command.add_option("--picture", options.picture, "Middle slices before and after (.png)");
+  command.add_option("--picture", options.picture,
+                     "Middle slices before and after, the patient's left on the left (.png)");
   command.add_option("--report", options.report,
                      "Settings, metric, overlap, warnings and more (.json)");
   addSamplingOptions(command, options.sampling);

@@ -114,7 +114,7 @@ void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolu
   const View referenceView(reference);
   View modelView(model);
   const std::vector<Slice> slices =
-      slicesThrough(middleOf(reference.frame.box), reference.frame, longestSide);
+      slicesThrough(middleOf(reference.frame.box), reference, longestSide);
   PictureSheet sheet(slices, captions);
   for (const Slice& slice : slices) {
     std::size_t column = 0;
@@ -128,7 +128,7 @@ void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolu
       sheet.panel(4, deformedGrid(slice, maps.after));
       sheet.panel(5, jacobianMap(slice, maps.after));
     }
-    sheet.nextRow(slice);
+    sheet.nextRow();
   }
   sheet.save(outputs, path);
 }
