@@ -58,9 +58,9 @@ PairRun::PairRun(const CLI::App& command, const PairOptions& options,
 
 bool PairRun::hasInformation(const MetricSettings& metric) {
   report.metric = metric.name;
-  lack_ = lackOfInformation(files_.reference, files_.model, metric);
+  report.lack = lackOfInformation(files_.reference, files_.model, metric);
   requireResult();
-  return lack_.empty();
+  return report.lack.empty();
 }
 
 void PairRun::judge(const SearchOutcome& search, const Assessment& result) {
@@ -74,13 +74,13 @@ void PairRun::judge(const Assessment& result) {
   report.result = result;
   report.warn(result.warnings());
   // What was reached when the user stopped the search is no verdict on the volumes.
-  if (!report.interrupted) lack_ = result.overlap.lack();
+  if (!report.interrupted) report.lack = result.overlap.lack();
   requireResult();
 }
 
 void PairRun::requireResult() const {
-  if (!lack_.empty() && !options_.force)
-    throw HostError("nothing found: " + lack_, HostError::nothingFound);
+  if (!report.lack.empty() && !options_.force)
+    throw HostError("nothing found: " + report.lack, HostError::nothingFound);
 }
 
 void PairRun::writeOutput(OutputFiles& outputs, const PlaceMap& map) {
@@ -108,8 +108,8 @@ int PairRun::finish(OutputFiles& outputs, const std::function<void()>& more) {
     printReport(report);
     more();
   }
-  if (!lack_.empty())
-    throw HostError("nothing found: " + lack_ + " (the outputs are written nevertheless)",
+  if (!report.lack.empty())
+    throw HostError("nothing found: " + report.lack + " (the outputs are written nevertheless)",
                     HostError::nothingFound);
   return report.interrupted ? interruptedExitCode : 0;
 }

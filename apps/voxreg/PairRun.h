@@ -60,7 +60,6 @@ class PairRun {
   std::optional<LogOnStandardError> log_;
   VolumePair files_;
   VolumePair searched_;
-  std::string lack_;  ///< why nothing was found
 };
 
 /// What is doubtful in a volume's file.

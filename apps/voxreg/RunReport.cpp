@@ -37,6 +37,7 @@ json RunReport::document() const {
           {"gradients", counts ? json(counts->gradients) : json()},
           {"seconds", seconds},
           {"interrupted", interrupted},
+          {"nothingFound", lack.empty() ? json() : json(lack)},
           {"warnings", warnings}};
 }
 

@@ -22,6 +22,7 @@ struct RunReport {
   std::optional<SearchCounts> counts;
   double seconds = 0.0;
   bool interrupted = false;
+  std::string lack;  ///< why nothing was found; empty where something was
   std::vector<std::string> warnings;
 
   void warn(const std::vector<std::string>& texts) {

@@ -110,7 +110,8 @@ Preparation prepare(RegElasticRegistration& elastic, const NiftiVolume& referenc
   if (settings.roi) made.roi = *settings.roi;
   if (!elastic.findRanges(true, made.airLevel, made.tissueLevel, made.reference.rescale,
                           made.model.rescale, made.referenceRange, made.modelRange))
-    throw HostError("the volumes have no intensities to register", HostError::failedRun);
+    throw HostError("nothing found: the volumes have no intensities to register",
+                    HostError::nothingFound);
   return made;
 }
 

@@ -233,6 +233,8 @@ TEST_F(Outcome, isBadUsageWhereFilesMeetOrOptionsContradictEachOther) {
        "--start and --matrix are the same file"},
       {"elastic -r @r.nii -m @m.nii -o @out.nii --subtraction @./out.nii",
        "--output and --subtraction are the same file"},
+      {"resample --input @m.nii -o @link.nii --size 8 8 8",
+       "--input and --output are the same file"},
       {"affine -r @r.nii -m @m.nii -o @out.nii --start @away.txt --init none", "--init"},
       {"affine -r @r.nii -m @m.nii -o @out.nii --background -5", "-5 is no background"},
       {"affine -r @r.nii -m @m.nii -o @out.nii --interpolation cubit", "--interpolation"},
