@@ -2,7 +2,9 @@
 
 #include <png.h>
 
-#include "OutputFile.h"
+#include <cstdio>
+
+#include "HostError.h"
 
 namespace host {
 
@@ -18,7 +20,7 @@ constexpr Glyph glyphs[] = {
     {'A', 025755}, {'B', 065656}, {'C', 034443}, {'D', 065556}, {'E', 074647},
     {'F', 074644}, {'G', 034553}, {'H', 055755}, {'I', 072227}, {'J', 011152},
     {'K', 055655}, {'L', 044447}, {'M', 057755}, {'N', 065555}, {'O', 025552},
-    {'R', 065655}, {'S', 034216}, {'T', 072222}, {'U', 055557},
+    {'P', 065644}, {'R', 065655}, {'S', 034216}, {'T', 072222}, {'U', 055557},
 };
 
 }  // namespace
@@ -45,16 +47,22 @@ void GreyImage::write(const std::string& text, int left, int top) {
   }
 }
 
-void GreyImage::save(const std::string& path) const {
-  OutputFile output(path);
+void GreyImage::save(OutputFiles& outputs, const std::string& path) const {
   png_image png = {};
   png.version = PNG_IMAGE_VERSION;
   png.width = static_cast<png_uint_32>(width_);
   png.height = static_cast<png_uint_32>(height_);
   png.format = PNG_FORMAT_GRAY;
-  if (png_image_write_to_file(&png, output.partPath().c_str(), 0, pixels_.data(), 0, nullptr) == 0)
-    output.fail();
-  output.commit();
+  std::FILE* const file = std::fopen(outputs.add(path).c_str(), "wb");
+  if (file == nullptr) OutputFiles::fail(path);
+  const bool written = png_image_write_to_stdio(&png, file, 0, pixels_.data(), 0, nullptr) != 0;
+  if (std::fclose(file) != 0 || !written) OutputFiles::fail(path);
+}
+
+void requireWritablePicture(const std::string& path) {
+  if (!path.ends_with(".png"))
+    throw HostError("cannot write " + path + ": its name does not end in .png");
+  OutputFiles::requireWritable(path);
 }
 
 }  // namespace host

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "OutputFiles.h"
+
 namespace host {
 
 /// An 8-bit grey picture, rows from top to bottom.
@@ -28,7 +30,7 @@ class GreyImage {
   static constexpr int glyphWidth = 8;  ///< four pixels, each painted two wide
 
   /// Writes a PNG file, or throws HostError.
-  void save(const std::string& path) const;
+  void save(OutputFiles& outputs, const std::string& path) const;
 
  private:
   std::size_t index(int x, int y) const {
@@ -41,5 +43,8 @@ class GreyImage {
   int height_;
   std::vector<std::uint8_t> pixels_;
 };
+
+/// Throws HostError unless `path` is a name for a picture that can be written.
+void requireWritablePicture(const std::string& path);
 
 }  // namespace host

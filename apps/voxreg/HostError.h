@@ -8,6 +8,7 @@ namespace host {
 class HostError : public std::runtime_error {
  public:
   static constexpr int badInput = 2;
+  static constexpr int nothingFound = 3;
   static constexpr int failedRun = 1;
 
   explicit HostError(const std::string& line, int code = badInput)

@@ -1,114 +1,91 @@
 #include "InterruptibleProgress.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <csignal>
-#include <cstdio>
+#include <cmath>
+#include <utility>
 
 namespace host {
 
-namespace {
-
-volatile std::sig_atomic_t interrupted = 0;
-
-void requestInterruption(int /*signal*/) {
-  interrupted = 1;
+InterruptibleProgress::InterruptibleProgress(std::vector<ProgressPlan::Stage> stages, bool quiet)
+    : plan_(std::move(stages)), line_(quiet) {
+  show();
 }
 
-/// SA_RESETHAND gives the second Ctrl-C back its default.
-void catchFirstInterruption() {
-  struct sigaction action = {};
-  action.sa_handler = requestInterruption;
-  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-  (void)sigaction(SIGINT, &action, nullptr);
+void InterruptibleProgress::enter(const std::string& caption) {
+  plan_.enter(caption);
+  show();
 }
 
-std::size_t terminalWidth() {
-  winsize size = {};
-  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return known ? size.ws_col : 80;
+void InterruptibleProgress::enter(const std::string& caption,
+                                  std::vector<ProgressPlan::Stage> parts) {
+  plan_.enter(caption);
+  plan_.divide(std::move(parts));
+  show();
 }
 
-std::string formatted(const char* format, double value) {
-  char buffer[64];
-  (void)std::snprintf(buffer, sizeof buffer, format, value);
-  return buffer;
+void InterruptibleProgress::nextStage() {
+  plan_.next();
+  show();
 }
 
-}  // namespace
-
-InterruptibleProgress::InterruptibleProgress() : onTerminal_(isatty(STDERR_FILENO) != 0) {
-  interrupted = 0;
-  catchFirstInterruption();
+void InterruptibleProgress::finish() {
+  plan_.enter("Done");
+  plan_.finish();
+  show();
+  line_.wipe();
 }
 
-InterruptibleProgress::~InterruptibleProgress() {
-  wipe();
-  (void)std::signal(SIGINT, SIG_DFL);
+void InterruptibleProgress::expectRuns(int runs, int searches) {
+  runs_ = runs;
+  searches_ = searches;
+  isFirst_ = true;
 }
 
-void InterruptibleProgress::startWorking(int steps, const std::string& text) {
+void InterruptibleProgress::startWorking(int steps, const std::string& /*text*/) {
   steps_ = std::max(steps, 1);
-  share_ = plainShare_ = partFirst_;
-  setProgressInfo(text.c_str());
+  search_ = 0;
 }
 
-void InterruptibleProgress::stopWorking() {}
+/// A run may have made fewer searches than it was to.
+void InterruptibleProgress::stopWorking() {
+  while (search_ < searches_) beginSearch();
+  plan_.report(1.0);
+  show();
+  if (--runs_ <= 0) expectRuns(1, 1);
+}
+
+void InterruptibleProgress::beginSearch() {
+  if (search_ == searches_) return;
+  ++search_;
+  if (!isFirst_) plan_.next();
+  isFirst_ = false;
+}
 
 void InterruptibleProgress::setProgressValue(int value) {
-  const double done = std::clamp(static_cast<double>(value) / steps_, 0.0, 1.0);
-  share_ = partFirst_ + done * (partLast_ - partFirst_);
-  if (onTerminal_) {
-    paint();
-  } else if (share_ >= plainShare_ + 0.1) {
-    writePlainLine();
-  }
+  plan_.report(partOfSearch(std::clamp(static_cast<double>(value) / steps_, 0.0, 1.0)));
+  show();
 }
 
-void InterruptibleProgress::progressInfoChanged(const std::string& /*text*/) {
-  if (onTerminal_) paint();
+/// Searches report the share of the run that they have reached, but the aggressive one leaves out
+/// those before it. The nearer they come to their end, the slower they are.
+double InterruptibleProgress::partOfSearch(double partOfRun) const {
+  constexpr double rounding = 0.01;
+  if (search_ == 0) return partOfRun;
+  const double before = search_ - 1;
+  const bool isOfRun = partOfRun + rounding >= before / searches_;
+  const double part = partOfRun * searches_ - (isOfRun ? before : 0.0);
+  return part * std::abs(part);
+}
+
+/// The library's caption of a search.
+void InterruptibleProgress::progressInfoChanged(const std::string& text) {
+  if (!text.starts_with("Registering at")) return;
+  beginSearch();
+  show();
 }
 
 bool InterruptibleProgress::wasInterrupted() {
-  return interrupted != 0;
-}
-
-void InterruptibleProgress::beginPart(std::size_t part, std::size_t parts) {
-  partFirst_ = static_cast<double>(part) / static_cast<double>(parts);
-  partLast_ = static_cast<double>(part + 1) / static_cast<double>(parts);
-  share_ = partFirst_;
-}
-
-void InterruptibleProgress::endPart() {
-  share_ = partLast_;
-  if (onTerminal_) {
-    paint();
-  } else {
-    writePlainLine();
-  }
-}
-
-void InterruptibleProgress::wipe() const {
-  if (onTerminal_) (void)std::fputs("\r\033[K", stderr);
-}
-
-void InterruptibleProgress::paint() {
-  (void)std::fprintf(stderr, "\r\033[K%s", line().substr(0, terminalWidth() - 1).c_str());
-  (void)std::fflush(stderr);
-}
-
-void InterruptibleProgress::writePlainLine() {
-  plainShare_ = share_;
-  (void)std::fprintf(stderr, "%s\n", line().c_str());
-}
-
-std::string InterruptibleProgress::line() const {
-  std::string result = formatted("%3.0f %%", 100.0 * share_);
-  const bool isKnown = metric_ != nullptr && *metric_ != 0.0;  // 0 until the first search is over
-  if (isKnown) result += formatted("  metric %.6g", *metric_);
-  return result + "  " + progressInfo();
+  return stopRequest_.has_value() && StopRequest::wasMade();
 }
 
 }  // namespace host

@@ -2,19 +2,49 @@
 
 #include <voxreg.h>
 
+#include <optional>
 #include <string>
+#include <vector>
+
+#include "ProgressLine.h"
+#include "ProgressPlan.h"
+#include "endingSignals.h"
 
 namespace host {
 
-/// Progress on standard error: one line that is painted over where that is a terminal, plain lines
-/// otherwise. While an object lives, the first Ctrl-C asks the running work to stop, and a second
-/// one ends the program.
+/// The progress of a whole command on standard error, and the user's wish to stop it. The library
+/// tells here how far its runs have come; the stages and their captions are the host's.
 class InterruptibleProgress : public NmProgressInterface {
  public:
-  InterruptibleProgress();
-  InterruptibleProgress(const InterruptibleProgress&) = delete;
-  InterruptibleProgress& operator=(const InterruptibleProgress&) = delete;
-  ~InterruptibleProgress() override;
+  /// One stage.
+  InterruptibleProgress() : InterruptibleProgress({{"Working", 1.0}}) {}
+
+  /// At the beginning of the first of these stages. A quiet one writes nothing.
+  explicit InterruptibleProgress(std::vector<ProgressPlan::Stage> stages, bool quiet = false);
+
+  /// The next stage of this caption begins.
+  void enter(const std::string& caption);
+
+  /// The same for a stage that consists of these; the first of them begins.
+  void enter(const std::string& caption, std::vector<ProgressPlan::Stage> parts);
+
+  void nextStage();
+
+  /// The next runs of the library, so many of them, make so many searches each. Every search is a
+  /// stage, and the present one is the first.
+  void expectRuns(int runs, int searches);
+
+  /// From now on the first Ctrl-C (or another signal that would end the program) asks the running
+  /// work to stop, and a second one ends the program.
+  void takeStopRequests() {
+    if (!stopRequest_) stopRequest_.emplace();
+  }
+
+  /// Everything is done.
+  void finish();
+
+  /// Clears the terminal's line for what follows.
+  void wipe() const { line_.wipe(); }
 
   void startWorking(int steps, const std::string& text) override;
   void stopWorking() override;
@@ -22,40 +52,19 @@ class InterruptibleProgress : public NmProgressInterface {
   void progressInfoChanged(const std::string& text) override;
   bool wasInterrupted() override;
 
-  /// The task that follows is the part of this number, counted from 0, of `parts` equal ones.
-  void beginPart(std::size_t part, std::size_t parts);
-
-  void endPart();
-
-  /// Shows a value of the metric beside the progress as long as it lives.
-  class Metric {
-   public:
-    Metric(InterruptibleProgress& progress, const double& value) : progress_(progress) {
-      progress_.metric_ = &value;
-    }
-    Metric(const Metric&) = delete;
-    Metric& operator=(const Metric&) = delete;
-    ~Metric() { progress_.metric_ = nullptr; }
-
-   private:
-    InterruptibleProgress& progress_;
-  };
-
-  /// Clears the terminal's line for what follows.
-  void wipe() const;
-
  private:
-  void paint();
-  void writePlainLine();
-  std::string line() const;
+  void beginSearch();
+  double partOfSearch(double partOfRun) const;
+  void show() { line_.show(plan_.share(), plan_.caption()); }
 
-  bool onTerminal_;
-  double partFirst_ = 0.0;
-  double partLast_ = 1.0;
-  double share_ = 0.0;
-  double plainShare_ = 0.0;  ///< share at the last plain line
+  std::optional<StopRequest> stopRequest_;
+  ProgressPlan plan_;
+  ProgressLine line_;
   int steps_ = 100;
-  const double* metric_ = nullptr;
+  int runs_ = 1;         ///< still to come, with the present one
+  int searches_ = 1;     ///< of each of them
+  int search_ = 0;       ///< of the present run, from 1 on
+  bool isFirst_ = true;  ///< of the stages that the runs fill
 };
 
 }  // namespace host

@@ -5,18 +5,22 @@
 
 namespace host {
 
-/// A picture with a row of panels for each slice, and a caption above each column.
+/// A picture with a row of panels for each slice, and a caption above each column. Letters tell the
+/// sides of the patient.
 class PictureSheet {
  public:
   PictureSheet(const std::vector<Slice>& slices, const std::vector<std::string>& captions);
 
-  void panel(std::size_t column, const GreyImage& part) { image_.paste(part, left(column), top_); }
-  void nextRow(const Slice& slice);
-  void save(const std::string& path) const { image_.save(path); }
+  /// Adds a panel to the present row.
+  void panel(std::size_t column, const GreyImage& part);
+  void nextRow();
+  void save(OutputFiles& outputs, const std::string& path) const { image_.save(outputs, path); }
 
  private:
   int left(std::size_t column) const;
 
+  std::vector<Slice> slices_;
+  std::size_t row_ = 0;
   int columnWidth_;
   int top_;
   GreyImage image_{0, 0, 0};

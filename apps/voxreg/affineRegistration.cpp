@@ -79,6 +79,23 @@ int levelsFrom(const std::vector<LevelRun>& runs, std::size_t first) {
   return levels;
 }
 
+/// Every search on every level. An evaluation takes as long as there are voxels.
+std::vector<ProgressPlan::Stage> progressStages(const std::vector<LevelRun>& runs) {
+  const std::string levels = std::to_string(levelsFrom(runs, 0));
+  std::vector<ProgressPlan::Stage> stages;
+  int level = 0;
+  for (const LevelRun& run : runs) {
+    NmVec3i factors = run.coarsest;
+    for (int i = 0; i < run.levels(); ++i) {
+      const std::string caption = "Registering, level " + std::to_string(++level) + " of " + levels;
+      const double work = 1.0 / (static_cast<double>(factors.x) * factors.y * factors.z);
+      stages.insert(stages.end(), run.stages.size(), {caption, work});
+      for (int a = 0; a < 3; ++a) factors[a] = std::max(factors[a] / 2, 1);
+    }
+  }
+  return stages;
+}
+
 }  // namespace
 
 std::vector<int> stagesFor(int degreesOfFreedom) {
@@ -90,24 +107,27 @@ AffineResult registerAffine(const NiftiVolume& reference, const NiftiVolume& mod
                             const AffineSettings& settings, InterruptibleProgress& progress) {
   const NmWatch watch(true);
   RegVoxelRegistration registration =
-      makeRegistration(reference, model, settings.metric, settings.search, progress);
-  const InterruptibleProgress::Metric metric(progress, registration.finalMetric);
+      makeRegistration(reference, model, settings.metric, settings.search, &progress);
   worldToFrames(settings.start, reference, model).getValue(registration.matrix);
   const std::vector<LevelRun> runs =
       planRuns(coarsestFactors(reference, model, settings.levels), settings.stages);
+  progress.takeStopRequests();
+  progress.enter("Registering", progressStages(runs));
+  SearchOutcome search;
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
-    progress.beginPart(i, runs.size());
+    if (i > 0) progress.nextStage();
+    progress.expectRuns(1, runs[i].levels() * static_cast<int>(runs[i].stages.size()));
     setStages(registration, runs[i]);
     setSearch(registration, runs[i], levelsFrom(runs, i + 1), settings.search);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);
-    progress.endPart();
+    search.counts.add(registration);
   }
-  progress.wipe();
   NmMat4d frames;
   frames.setValue(registration.matrix);
-  return {framesToWorld(frames, reference, model), registration.finalMetric, watch.getTime(),
-          progress.wasInterrupted()};
+  search.seconds = watch.getTime();
+  search.interrupted = progress.wasInterrupted();
+  return {framesToWorld(frames, reference, model), search};
 }
 
 }  // namespace host

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "InterruptibleProgress.h"
+#include "SearchOutcome.h"
 #include "niftiVolume.h"
 #include "searchOptions.h"
 
@@ -19,9 +20,7 @@ struct AffineSettings {
 
 struct AffineResult {
   NmMat4d matrix;  ///< model world to reference world, row vectors
-  double metric = 0.0;
-  double seconds = 0.0;
-  bool interrupted = false;
+  SearchOutcome search;
 };
 
 /// The searches that lead to a number of degrees of freedom.

@@ -3,9 +3,10 @@
 #include <memory>
 #include <string>
 
+#include "HostError.h"
+#include "PairRun.h"
 #include "matrixFile.h"
-#include "niftiVolume.h"
-#include "resampled.h"
+#include "overlap.h"
 
 namespace host {
 
@@ -17,6 +18,9 @@ struct ApplyOptions {
   std::string reference;
   std::string model;
   std::string output;
+  SamplingOptions sampling;
+  TalkOptions talk;
+  bool force = false;
 };
 
 void addOptions(CLI::App& command, ApplyOptions& options) {
@@ -24,23 +28,51 @@ void addOptions(CLI::App& command, ApplyOptions& options) {
   map->add_option("--transform", options.transform, "Transform file (.json)");
   map->add_option("--matrix", options.matrix, "Matrix file");
   map->require_option(1);
-  command.add_option("--model", options.model, "Volume to resample (NIfTI-1)")->required();
-  command.add_option("--reference", options.reference, "Volume whose grid to take (NIfTI-1)")
+  command.add_option("-m,--model", options.model, "Volume to resample (NIfTI)")->required();
+  command.add_option("-r,--reference", options.reference, "Volume whose grid to take (NIfTI)")
       ->required();
-  command.add_option("--output", options.output, "Volume to write (.nii, .nii.gz)")->required();
+  command.add_option("-o,--output", options.output, "Volume to write (.nii, .nii.gz)")->required();
+  addSamplingOptions(command, options.sampling);
+  addForceOption(command, options.force);
+  addTalkOptions(command, options.talk);
+}
+
+PlaceMap mapOf(const ApplyOptions& options, const NiftiVolume& reference,
+               const NiftiVolume& model) {
+  if (options.transform.empty()) return placeMap(readMatrix(options.matrix), reference, model);
+  return placeMap(readGridTransform(options.transform), reference, model);
 }
 
 int runApply(const ApplyOptions& options) {
-  requireWritableNifti(options.output);
-  const auto write = [&](const auto& transform) {
-    const NiftiVolume reference = readNifti(options.reference);
-    const NiftiVolume model = readNifti(options.model);
-    writeNifti(options.output, resampled(reference, model, placeMap(transform, reference, model)));
-  };
-  if (options.transform.empty())
-    write(readMatrix(options.matrix));
-  else
-    write(readGridTransform(options.transform));
+  const FileRole output = {"--output", options.output, FileRole::Kind::volume};
+  requireSeparateFiles({{"--reference", options.reference},
+                        {"--model", options.model},
+                        {"--matrix", options.matrix},
+                        {"--transform", options.transform}},
+                       {output});
+  output.requireWritable();
+  std::optional<LogOnStandardError> log;
+  if (options.talk.verbose) log.emplace();
+  InterruptibleProgress progress({{"Reading", 1.0}, {"Resampling", 3.0}, {"Writing", 2.0}},
+                                 options.talk.quiet);
+  const NiftiVolume reference = readNifti(options.reference);
+  const NiftiVolume model = readNifti(options.model);
+  const PlaceMap map = mapOf(options, reference, model);
+  const Overlap overlap = overlapOf(reference, model, map);
+  const HostError nothing("nothing found: the volumes do not overlap", HostError::nothingFound);
+  if (!(overlap.share > 0.0) && !options.force) throw nothing;
+
+  progress.enter("Resampling");
+  const NiftiVolume moved = resampled(reference, model, map, options.sampling.sampling());
+  progress.enter("Writing");
+  OutputFiles outputs;
+  writeNifti(outputs, options.output, moved);
+  outputs.commit();
+  progress.finish();
+  printWarnings(warningsAbout(options.reference, reference));
+  printWarnings(warningsAbout(options.model, model));
+  printWarnings(overlap.warnings());
+  if (!(overlap.share > 0.0)) throw nothing;
   return 0;
 }
 

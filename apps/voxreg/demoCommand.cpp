@@ -4,7 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "OutputFile.h"
+#include "MetricProbe.h"
+#include "OutputFiles.h"
 #include "Phantom.h"
 #include "affineRegistration.h"
 #include "chestTruth.h"
@@ -34,27 +35,31 @@ NmMat4d movement() {
 }
 
 /// A head phantom and the same head moved, brought into line by a rigid matrix.
-void registerHead(const std::string& folder, InterruptibleProgress& progress) {
+void registerHead(OutputFiles& outputs, const std::string& folder,
+                  InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
   const NmMat4d truth = movement();
   const Phantom phantom(seed);
   const NiftiVolume reference = acquire(phantom, size, {NmMat4d(), 1.0, 0.01, 1});
   const NiftiVolume model = acquire(phantom, size, {truth, 1.0, 0.01, 2});
-  writeNifti(file("reference.nii.gz"), reference);
-  writeNifti(file("model.nii.gz"), model);
-  writeMatrix(file("truth.txt"), truth);
+  writeNifti(outputs, file("reference.nii.gz"), reference);
+  writeNifti(outputs, file("model.nii.gz"), model);
+  writeMatrix(outputs, file("truth.txt"), truth);
 
   AffineSettings settings;
   settings.stages = stagesFor(6);
   const AffineResult result = registerAffine(reference, model, settings, progress);
-  writeMatrix(file("matrix.txt"), result.matrix);
-  writeNifti(file("registered.nii.gz"), resampled(reference, model, result.matrix));
+  writeMatrix(outputs, file("matrix.txt"), result.matrix);
+  writeNifti(outputs, file("registered.nii.gz"), resampled(reference, model, result.matrix));
   writePicture(
-      file("registration.png"), reference, model,
+      outputs, file("registration.png"), reference, model,
       {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
-  printSearch(result.metric, result.seconds, result.interrupted);
-  printTargetError("target error before", targetError(reference, settings.start, truth));
-  printTargetError("target error after", targetError(reference, result.matrix, truth));
+  progress.wipe();
+  MetricProbe probe(reference, model, settings.metric, settings.search, fullResolution);
+  printSearch(probe.at(worldToFrames(result.matrix, reference, model)), result.search.seconds,
+              result.search.interrupted);
+  printPlaceError("target error before", targetError(reference, settings.start, truth));
+  printPlaceError("target error after", targetError(reference, result.matrix, truth));
 }
 
 void printLesion(const std::string& name, const LesionContrast& contrast) {
@@ -63,38 +68,51 @@ void printLesion(const std::string& name, const LesionContrast& contrast) {
 
 /// A chest before contrast agent, and after it with the breasts sagged, brought into line by
 /// bricks.
-void registerChest(const std::string& folder, InterruptibleProgress& progress) {
+void registerChest(OutputFiles& outputs, const std::string& folder,
+                   InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
+  progress.enter("Making the chest");
   const NmVec3l dims(256, 256, 64);
   const ChestPhantom phantom(seed);
   const ChestMotion motion(phantom, seed);
   const NiftiVolume reference = chestBefore(phantom, dims, 1);
   const NiftiVolume model = chestAfter(phantom, motion, dims, 2);
-  writeNifti(file("chest-before.nii.gz"), reference);
-  writeNifti(file("chest-after.nii.gz"), model);
+  writeNifti(outputs, file("chest-before.nii.gz"), reference);
+  writeNifti(outputs, file("chest-after.nii.gz"), model);
 
   const ElasticResult result = registerElastic(reference, model, {}, progress);
-  const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
+  progress.enter("Writing");
   const GridTransform transform = result.inWorld(reference, model);
-  writeGridTransform(file("chest-bricks.json"), transform);
-  writeNifti(file("chest-registered.nii.gz"), volumes.registered);
-  writeNifti(file("chest-subtraction.nii.gz"), volumes.subtraction);
-  writeElasticPicture(file("chest.png"), volumes, result.mask);
+  const ElasticVolumes volumes =
+      elasticVolumes(reference, model, transform, {Interpolation::lanczos, {}});
+  writeGridTransform(outputs, file("chest-bricks.json"), transform);
+  writeNifti(outputs, file("chest-registered.nii.gz"), volumes.registered);
+  writeNifti(outputs, file("chest-subtraction.nii.gz"), volumes.subtraction);
+  writeElasticPicture(outputs, file("chest.png"), volumes, result.mask);
+  progress.wipe();
   printElastic(result);
+  printSearch(std::nullopt, result.seconds, result.interrupted);
   const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
   const GridTransform identity = GridTransform::fromFrames(
       GridTransform::start(NmMat4d(), reference, model), reference, model);
-  printDisplacementError("displacement before", displacementError(identity, truth));
-  printDisplacementError("displacement after", displacementError(transform, truth));
+  printPlaceError("displacement before", displacementError(identity, truth));
+  printPlaceError("displacement after", displacementError(transform, truth));
   printLesion("lesion before", lesionContrast(phantom, subtraction(model, reference)));
   printLesion("lesion after", lesionContrast(phantom, volumes.subtraction));
 }
 
 int runDemo(const std::string& folder) {
   makeFolder(folder);
-  InterruptibleProgress progress;
-  registerHead(folder, progress);
-  if (!progress.wasInterrupted()) registerChest(folder, progress);
+  InterruptibleProgress progress({{"Making the head", 3.0},
+                                  {"Registering", 3.0},
+                                  {"Making the chest", 20.0},
+                                  {"Registering", 50.0},
+                                  {"Writing", 14.0}});
+  OutputFiles outputs;
+  registerHead(outputs, folder, progress);
+  if (!progress.wasInterrupted()) registerChest(outputs, folder, progress);
+  outputs.commit();
+  progress.finish();
   return progress.wasInterrupted() ? interruptedExitCode : 0;
 }
 

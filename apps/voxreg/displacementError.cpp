@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "HostError.h"
+#include "inputFile.h"
 
 namespace host {
 
@@ -18,8 +19,7 @@ bool isFinite(double number) {
 }  // namespace
 
 std::vector<PointPair> readPointPairs(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw HostError("cannot read " + path);
+  std::istringstream file(inputText(path));
   std::vector<PointPair> pairs;
   for (std::string text; std::getline(file, text);) {
     std::istringstream line(text);
@@ -33,20 +33,15 @@ std::vector<PointPair> readPointPairs(const std::string& path) {
   return pairs;
 }
 
-DisplacementError displacementError(const GridTransform& transform,
-                                    const std::vector<PointPair>& points) {
+PlaceError displacementError(const GridTransform& transform, const std::vector<PointPair>& points) {
   std::vector<double> distances;
-  DisplacementError error;
+  distances.reserve(points.size());
   for (const PointPair& pair : points) {
     const NmVec3d found = transform.ofWorld(pair.reference);
     distances.push_back(
         std::hypot(found.x - pair.model.x, found.y - pair.model.y, found.z - pair.model.z));
-    error.mean += distances.back() / static_cast<double>(points.size());
   }
-  std::sort(distances.begin(), distances.end());
-  error.percentile95 = distances[(distances.size() * 95 + 99) / 100 - 1];
-  error.maximum = distances.back();
-  return error;
+  return placeErrorOf(std::move(distances));
 }
 
 }  // namespace host

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "gridTransform.h"
+#include "placeError.h"
 
 namespace host {
 
@@ -13,18 +14,10 @@ struct PointPair {
   NmVec3d model;
 };
 
-/// How far a transform sends points from where they belong, millimetres.
-struct DisplacementError {
-  double mean = 0.0;
-  double percentile95 = 0.0;
-  double maximum = 0.0;
-};
-
 /// Reads lines of six numbers, xr yr zr xm ym zm. Throws HostError for anything else.
 std::vector<PointPair> readPointPairs(const std::string& path);
 
-/// There must be points.
-DisplacementError displacementError(const GridTransform& transform,
-                                    const std::vector<PointPair>& points);
+/// How far a transform sends the points from where they belong.
+PlaceError displacementError(const GridTransform& transform, const std::vector<PointPair>& points);
 
 }  // namespace host

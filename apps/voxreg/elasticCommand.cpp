@@ -6,11 +6,10 @@
 #include <vector>
 
 #include "HostError.h"
-#include "LogOnStandardError.h"
-#include "OutputFile.h"
+#include "MetricProbe.h"
+#include "PairRun.h"
 #include "displacementError.h"
 #include "elasticPicture.h"
-#include "pairOptions.h"
 #include "report.h"
 #include "searchOptions.h"
 
@@ -19,13 +18,14 @@ namespace host {
 namespace {
 
 struct ElasticOptions {
-  PairFiles files;
+  ElasticOptions() { pair.sampling.interpolation = "lanczos"; }
+
+  PairOptions pair;
   ElasticSettings settings;
   std::vector<int> roi;
   std::string transform;
   std::string subtraction;
   std::string truth;
-  bool log = false;
 };
 
 void addMaskOptions(CLI::App& command, ElasticOptions& options) {
@@ -42,13 +42,10 @@ void addMaskOptions(CLI::App& command, ElasticOptions& options) {
 }
 
 void addOptions(CLI::App& command, ElasticOptions& options) {
-  addPairOptions(command, options.files);
-  command.add_option("--transform", options.transform, "Grid of bricks to write (.json)")
-      ->required();
-  command
-      .add_option("--subtraction", options.subtraction,
-                  "Registered model minus reference (.nii, .nii.gz)")
-      ->required();
+  addPairOptions(command, options.pair);
+  command.add_option("--transform", options.transform, "Grid of bricks to write (.json)");
+  command.add_option("--subtraction", options.subtraction,
+                     "Registered model minus reference (.nii, .nii.gz)");
   addMaskOptions(command, options);
   command
       .add_option("--levels", options.settings.levels,
@@ -79,7 +76,6 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
   command.add_option("--truth", options.truth,
                      "Lines of six numbers, a place in the reference and the same in the model, to "
                      "print the displacement error against");
-  command.add_flag("--log", options.log, "Print the library's log to standard error");
 }
 
 /// From the axes of the file to those of the frame.
@@ -99,31 +95,64 @@ NmBox3i roiInFrame(const std::vector<int>& asked, const NiftiVolume& reference) 
   return {bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]};
 }
 
-int runElastic(const ElasticOptions& options) {
-  requireWritable(options.files);
-  OutputFile::requireWritable(options.transform);
-  requireWritableNifti(options.subtraction);
+/// What can be told over the whole volumes, whatever was masked.
+Assessment assessmentOf(const VolumePair& pair, const MetricSettings& metric,
+                        const GridTransform::Grid& frames, const GridTransform& transform) {
+  const auto& [reference, model] = pair;
+  MetricProbe probe(reference, model, metric, {}, fullResolution);
+  return {probe.at(GridTransform::start(NmMat4d(), reference, model)), probe.at(frames),
+          overlapOf(reference, model, placeMap(transform, reference, model)),
+          transform.smallestJacobian()};
+}
+
+/// Leaves the model where it is if there is nothing to go by.
+ElasticResult registeredResult(const ElasticOptions& options, PairRun& run) {
+  const VolumePair& pair = run.searched();
+  ElasticSettings settings = options.settings;
+  if (!options.roi.empty()) settings.roi = roiInFrame(options.roi, pair.reference);
+  MetricSettings metric;
+  metric.name = settings.metric;
+  run.report.transform = "bricks";
+  if (!run.hasInformation(metric))
+    return {GridTransform::start(NmMat4d(), pair.reference, pair.model), {}, 0.0, false};
+  const ElasticResult result = registerElastic(pair.reference, pair.model, settings, run.progress);
+  run.report.seconds = result.seconds;
+  run.report.interrupted = result.interrupted;
+  run.judge(
+      assessmentOf(pair, metric, result.transform, result.inWorld(pair.reference, pair.model)));
+  return result;
+}
+
+void writeVolumes(const ElasticOptions& options, const ElasticResult& result,
+                  const GridTransform& transform, PairRun& run, OutputFiles& outputs) {
+  const PairOptions& files = options.pair;
+  if (files.output.empty() && files.picture.empty() && options.subtraction.empty()) return;
+  run.progress.enter("Resampling");
+  const ElasticVolumes volumes = elasticVolumes(run.files().reference, run.files().model, transform,
+                                                files.sampling.sampling());
+  run.progress.enter("Writing");
+  if (!files.output.empty()) writeNifti(outputs, files.output, volumes.registered);
+  if (!options.subtraction.empty()) writeNifti(outputs, options.subtraction, volumes.subtraction);
+  if (!files.picture.empty()) writeElasticPicture(outputs, files.picture, volumes, result.mask);
+}
+
+int runElastic(const ElasticOptions& options, const CLI::App& command) {
+  PairRun run(command, options.pair, {{"--truth", options.truth}},
+              {{"--transform", options.transform},
+               {"--subtraction", options.subtraction, FileRole::Kind::volume}},
+              40.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
-  const NiftiVolume reference = readNifti(options.files.reference);
-  const NiftiVolume model = readNifti(options.files.model);
-  ElasticSettings settings = options.settings;
-  if (!options.roi.empty()) settings.roi = roiInFrame(options.roi, reference);
 
-  std::optional<LogOnStandardError> log;
-  if (options.log) log.emplace();
-  InterruptibleProgress progress;
-  const ElasticResult result = registerElastic(reference, model, settings, progress);
-  const ElasticVolumes volumes = elasticVolumes(reference, model, result.transform);
-  const GridTransform transform = result.inWorld(reference, model);
-  writeGridTransform(options.transform, transform);
-  writeNifti(options.files.output, volumes.registered);
-  writeNifti(options.subtraction, volumes.subtraction);
-  writeElasticPicture(options.files.picture, volumes, result.mask);
-  printElastic(result);
-  if (!truth.empty())
-    printDisplacementError("displacement error", displacementError(transform, truth));
-  return progress.wasInterrupted() ? interruptedExitCode : 0;
+  const ElasticResult result = registeredResult(options, run);
+  const GridTransform transform = result.inWorld(run.files().reference, run.files().model);
+  OutputFiles outputs;
+  writeVolumes(options, result, transform, run, outputs);
+  if (!options.transform.empty()) writeGridTransform(outputs, options.transform, transform);
+  return run.finish(outputs, [&] {
+    printElastic(result);
+    if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
+  });
 }
 
 }  // namespace
@@ -133,7 +162,7 @@ void addElasticCommand(CLI::App& app, int& exitCode) {
       "elastic", "Register two volumes of one patient on one grid by bricks, coarse to fine");
   const auto options = std::make_shared<ElasticOptions>();
   addOptions(*command, *options);
-  command->callback([options, &exitCode] { exitCode = runElastic(*options); });
+  command->callback([options, command, &exitCode] { exitCode = runElastic(*options, *command); });
 }
 
 }  // namespace host

@@ -7,7 +7,6 @@
 #include "PictureSheet.h"
 #include "intensity.h"
 #include "subtraction.h"
-#include "warped.h"
 
 namespace host {
 
@@ -110,13 +109,14 @@ class BlockMeans {
 }  // namespace
 
 ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& model,
-                              const GridTransform::Grid& transform) {
-  const NiftiVolume registered = warped(reference, model, transform);
+                              const GridTransform& transform, const Sampling& sampling) {
+  const NiftiVolume registered =
+      resampled(reference, model, placeMap(transform, reference, model), sampling);
   return {reference, model, registered, subtraction(registered, reference)};
 }
 
-void writeElasticPicture(const std::string& path, const ElasticVolumes& volumes,
-                         const std::optional<ChestMask>& mask) {
+void writeElasticPicture(OutputFiles& outputs, const std::string& path,
+                         const ElasticVolumes& volumes, const std::optional<ChestMask>& mask) {
   const float dark = percentile(*volumes.reference.data, 0.01);
   const float bright = percentile(*volumes.reference.data, 0.99);
   const float half = 0.5f * (bright - dark);
@@ -124,7 +124,7 @@ void writeElasticPicture(const std::string& path, const ElasticVolumes& volumes,
   const Sampler model(volumes.model);
   const Sampler registered(volumes.registered);
   const std::vector<Slice> slices = slicesThrough(
-      BlockMeans(volumes.subtraction).largestOutside(mask), volumes.reference.frame, longestSide);
+      BlockMeans(volumes.subtraction).largestOutside(mask), volumes.reference, longestSide);
   PictureSheet sheet(slices, {"REFERENCE", "MODEL", "REGISTERED MODEL", "SUBTRACTION BEFORE",
                               "SUBTRACTION AFTER"});
   for (const Slice& slice : slices) {
@@ -140,9 +140,9 @@ void writeElasticPicture(const std::string& path, const ElasticVolumes& volumes,
       addPanel([&](const NmVec3f& place) {
         return greyOf((*volume)(place)-reference(place), -half, half);
       });
-    sheet.nextRow(slice);
+    sheet.nextRow();
   }
-  sheet.save(path);
+  sheet.save(outputs, path);
 }
 
 }  // namespace host

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "elasticRegistration.h"
+#include "resampled.h"
 
 namespace host {
 
@@ -15,14 +16,14 @@ struct ElasticVolumes {
 };
 
 ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& model,
-                              const GridTransform::Grid& transform);
+                              const GridTransform& transform, const Sampling& sampling);
 
 /// Writes a PNG file with a row for each of three slices, which pass through the place of the
 /// strongest uptake outside the mask: reference, model, registered model, and the subtraction
 /// images of the model before and after. The mask's outline is drawn in white. Grey values run
 /// from the 1st to the 99th percentile of the reference; in a subtraction image the middle grey is
 /// 0 and the range the same.
-void writeElasticPicture(const std::string& path, const ElasticVolumes& volumes,
-                         const std::optional<ChestMask>& mask);
+void writeElasticPicture(OutputFiles& outputs, const std::string& path,
+                         const ElasticVolumes& volumes, const std::optional<ChestMask>& mask);
 
 }  // namespace host

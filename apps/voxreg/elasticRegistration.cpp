@@ -110,8 +110,30 @@ Preparation prepare(RegElasticRegistration& elastic, const NiftiVolume& referenc
   if (settings.roi) made.roi = *settings.roi;
   if (!elastic.findRanges(true, made.airLevel, made.tissueLevel, made.reference.rescale,
                           made.model.rescale, made.referenceRange, made.modelRange))
-    throw HostError("the volumes have no intensities to register", HostError::failedRun);
+    throw HostError("nothing found: the volumes have no intensities to register",
+                    HostError::nothingFound);
   return made;
+}
+
+/// The pipeline makes two runs on each of up to three coarser levels, and about one on the finest,
+/// which it leaves out below those unless many bricks are asked for.
+std::vector<ProgressPlan::Stage> progressStages(RegElasticRegistration& elastic, int maxBricks) {
+  constexpr std::size_t mostCoarser = 3;
+  constexpr int manyBricks = 18;
+  constexpr double ratioOfLevels = 4.0;
+  const NmVec3l voxels = elastic.reference->dims();
+  NmVec3i dims(static_cast<int>(voxels.x), static_cast<int>(voxels.y), static_cast<int>(voxels.z));
+  NmVec3f size = elastic.reference->voxelSpacing();
+  std::vector<double> works(1, 1.0);
+  while (works.size() < 2 * mostCoarser && elastic.specifyDownsampling(dims, size, dims, size))
+    works.insert(works.begin(), 2, works.front() / ratioOfLevels);
+  if (works.size() > 2 * mostCoarser && maxBricks < manyBricks) works.pop_back();
+  std::vector<ProgressPlan::Stage> stages;
+  for (const double work : works)
+    stages.push_back({"Registering, step " + std::to_string(stages.size() + 1) + " of " +
+                          std::to_string(works.size()),
+                      work});
+  return stages;
 }
 
 }  // namespace
@@ -129,14 +151,16 @@ ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& m
   const NmWatch watch(true);
   RegElasticRegistration elastic;
   elastic.progress = &progress;
-  progress.beginPart(0, 1);
+  progress.takeStopRequests();
   const Preparation made = prepare(elastic, reference, model, settings);
+  const std::vector<ProgressPlan::Stage> stages = progressStages(elastic, settings.maxBricks);
+  progress.expectRuns(static_cast<int>(stages.size()), 1);
+  progress.enter("Registering", stages);
   const ChestMask mask = made.mask.value_or(ChestMask{});
   const bool done = elastic.doRegistration(
       made.referenceRange, made.modelRange, settings.metric == "cr" ? 1u : 0u,
       made.mask.has_value(), made.reference.rescale, made.model.rescale, mask.center, mask.weights,
       mask.innerRadius, mask.outerRadius, &made.roi, settings.maxBricks, made.body.axes.x);
-  progress.wipe();
   if (!done && !progress.wasInterrupted())
     throw HostError("the registration failed", HostError::failedRun);
   if (elastic.transform.vertices.size == 0)

@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "HostError.h"
-#include "OutputFile.h"
+#include "inputFile.h"
 #include "placeMap.h"
 
 namespace host {
@@ -203,10 +203,9 @@ double GridTransform::smallestJacobian() const {
 }
 
 GridTransform readGridTransform(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw HostError("cannot read " + path);
+  const std::string text = inputText(path);
   try {
-    return transformOf(json::parse(file));
+    return transformOf(json::parse(text));
   } catch (const json::exception&) {
     throw HostError(path + " is not a transform file");
   } catch (const HostError& error) {
@@ -214,13 +213,12 @@ GridTransform readGridTransform(const std::string& path) {
   }
 }
 
-void writeGridTransform(const std::string& path, const GridTransform& transform) {
-  OutputFile output(path);
-  std::ofstream file(output.partPath());
+void writeGridTransform(OutputFiles& outputs, const std::string& path,
+                        const GridTransform& transform) {
+  std::ofstream file(outputs.add(path));
   file << documentOf(transform).dump() << '\n';
   file.close();
-  if (!file) output.fail();
-  output.commit();
+  if (!file) OutputFiles::fail(path);
 }
 
 }  // namespace host

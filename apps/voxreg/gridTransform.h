@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "OutputFiles.h"
 #include "niftiVolume.h"
 
 namespace host {
@@ -44,6 +45,7 @@ struct GridTransform {
 
 /// Reads or writes a transform as JSON. Both throw HostError.
 GridTransform readGridTransform(const std::string& path);
-void writeGridTransform(const std::string& path, const GridTransform& transform);
+void writeGridTransform(OutputFiles& outputs, const std::string& path,
+                        const GridTransform& transform);
 
 }  // namespace host

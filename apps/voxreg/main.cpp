@@ -4,14 +4,17 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "HostError.h"
 #include "affineCommand.h"
 #include "applyCommand.h"
 #include "demoCommand.h"
 #include "elasticCommand.h"
+#include "endingSignals.h"
 #include "nonAffineCommand.h"
 #include "resampleCommand.h"
+#include "similarName.h"
 
 namespace {
 
@@ -41,6 +44,19 @@ int complain(std::string text, int exitCode) {
   return exitCode;
 }
 
+/// CLI11 would merely say that a command is missing.
+void requireKnownCommand(const CLI::App& app, int argc, char** argv) {
+  if (argc < 2 || argv[1][0] == '-') return;
+  const std::string name = argv[1];
+  std::vector<std::string> names;
+  for (const CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; }))
+    names.push_back(command->get_name());
+  if (std::find(names.begin(), names.end(), name) != names.end()) return;
+  const std::string meant = host::similarName(name, names);
+  throw host::HostError("there is no command " + name +
+                        (meant.empty() ? " (see voxreg --help)" : "; did you mean " + meant + "?"));
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Registration of volumetric images", "voxreg");
   app.set_version_flag("--version", VOXREG_VERSION);
@@ -52,6 +68,7 @@ int run(int argc, char** argv) {
   host::addNonAffineCommand(app, exitCode);
   host::addApplyCommand(app, exitCode);
   host::addResampleCommand(app, exitCode);
+  requireKnownCommand(app, argc, argv);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -64,6 +81,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  host::catchEndingSignals();
   const LibraryErrors errors;
   const auto explained = [&](const std::exception& error) {
     return errors.last().empty() ? error.what() : error.what() + (" (" + errors.last() + ")");

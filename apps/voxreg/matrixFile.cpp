@@ -2,16 +2,15 @@
 
 #include <cmath>
 #include <cstdio>
-#include <fstream>
+#include <sstream>
 
 #include "HostError.h"
-#include "OutputFile.h"
+#include "inputFile.h"
 
 namespace host {
 
 NmMat4d readMatrix(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw HostError("cannot read " + path);
+  std::istringstream file(inputText(path));
   NmMat4d matrix;
   bool good = true;
   for (auto& row : matrix.m)
@@ -25,15 +24,14 @@ NmMat4d readMatrix(const std::string& path) {
   return matrix;
 }
 
-void writeMatrix(const std::string& path, const NmMat4d& matrix) {
-  OutputFile output(path);
-  std::FILE* const file = std::fopen(output.partPath().c_str(), "w");
-  if (file == nullptr) output.fail();
+void writeMatrix(OutputFiles& outputs, const std::string& path, const NmMat4d& matrix) {
+  std::FILE* const file = std::fopen(outputs.add(path).c_str(), "w");
+  if (file == nullptr) OutputFiles::fail(path);
   bool good = true;
   for (const auto& row : matrix.m)
-    good = std::fprintf(file, "%.9f %.9f %.9f %.9f\n", row[0], row[1], row[2], row[3]) > 0 && good;
-  if (std::fclose(file) != 0 || !good) output.fail();
-  output.commit();
+    good =
+        std::fprintf(file, "%.17g %.17g %.17g %.17g\n", row[0], row[1], row[2], row[3]) > 0 && good;
+  if (std::fclose(file) != 0 || !good) OutputFiles::fail(path);
 }
 
 }  // namespace host

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "OutputFiles.h"
+
 namespace host {
 
 /// Reads four lines of four numbers, a matrix for row vectors (translation in the fourth line) from
@@ -11,7 +13,7 @@ namespace host {
 /// matrix without inverse.
 NmMat4d readMatrix(const std::string& path);
 
-/// Writes that form with nine decimals.
-void writeMatrix(const std::string& path, const NmMat4d& matrix);
+/// Writes that form with all digits of the numbers. Throws HostError.
+void writeMatrix(OutputFiles& outputs, const std::string& path, const NmMat4d& matrix);
 
 }  // namespace host

@@ -1,27 +1,34 @@
 #pragma once
 
-#include <nifti1_io.h>
+#include <nifti2_io.h>
 #include <voxreg.h>
 
 #include <memory>
 #include <string>
 
+#include "OutputFiles.h"
 #include "volumeFrame.h"
 
 namespace host {
 
-/// A volume that came from a NIfTI-1 file or can become one.
+/// A volume that came from a NIfTI file or can become one.
 struct NiftiVolume {
   NmHandle<VlMemoryData> data;  ///< in the frame that `frame` describes
   VolumeFrame frame;
   FileGrid grid;
   VoxelOrder order;
   std::shared_ptr<nifti_image> header;  ///< without voxels
+  int fileType = 0;  ///< NIfTI data type that a file of it gets; 0: what the voxels are
 };
 
-/// Reads a volume of one real number per voxel, .nii, .nii.gz or .hdr with .img. Throws HostError
-/// with one clear line for anything else.
+/// Reads a volume of one real number per voxel, NIfTI-1 or NIfTI-2: .nii or a .hdr and its .img by
+/// either name, compressed or not. Throws HostError with one clear line for anything else.
 NiftiVolume readNifti(const std::string& path);
+
+/// A new zeroed volume in the place that the header of a file of this name tells. Throws HostError
+/// where it tells none, and NmMemoryException.
+NiftiVolume newVolume(std::shared_ptr<nifti_image> header, NmPrimType type,
+                      const std::string& name = "the new volume");
 
 /// A new zeroed volume of a voxel type on the grid of another.
 NiftiVolume volumeLike(const NiftiVolume& grid, NmPrimType type);
@@ -33,8 +40,10 @@ NiftiVolume scaledVolume(const NiftiVolume& original, const NmVec3f& newDims);
 /// A new zeroed volume along the world's axes.
 NiftiVolume newVolume(const NmVec3l& dims, const NmBox3f& box, NmPrimType type);
 
-/// Writes .nii, or .nii.gz where the path ends in it, with the geometry of the volume's header.
-void writeNifti(const std::string& path, const NiftiVolume& volume);
+/// Writes .nii, or .nii.gz where the path ends in it, with the geometry of the volume's header and
+/// as the version of NIfTI that it came from. A file of whole numbers takes the nearest ones and
+/// saturates. Throws HostError.
+void writeNifti(OutputFiles& outputs, const std::string& path, const NiftiVolume& volume);
 
 /// Throws HostError unless `path` is a name for a NIfTI file that can be written.
 void requireWritableNifti(const std::string& path);

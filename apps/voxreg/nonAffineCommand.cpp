@@ -5,82 +5,117 @@
 #include <string>
 #include <vector>
 
-#include "OutputFile.h"
+#include "MetricProbe.h"
+#include "PairRun.h"
 #include "displacementError.h"
 #include "matrixFile.h"
 #include "nonAffineRegistration.h"
-#include "pairOptions.h"
 #include "picture.h"
 #include "report.h"
-#include "resampled.h"
+#include "startChoice.h"
 
 namespace host {
 
 namespace {
 
 struct NonAffineOptions {
-  PairFiles files;
+  PairOptions pair;
+  StartOptions start;
   NonAffineSettings settings;
   std::vector<int> bricks;
   std::vector<int> stages;
-  std::string startMatrix;
   std::string transform;
   std::string truth;
 };
 
 void addOptions(CLI::App& command, NonAffineOptions& options) {
-  addPairOptions(command, options.files);
-  command.add_option("--transform", options.transform, "Transform file to write (.json)")
-      ->required();
-  command.add_option("--bricks", options.bricks, "Bricks of the last grid on each axis")
+  addPairOptions(command, options.pair);
+  command.add_option("--transform", options.transform, "Transform file to write (.json)");
+  command
+      .add_option("--bricks", options.bricks,
+                  "Bricks of the last grid on each axis (default: of about 16 mm and no less than "
+                  "three voxels)")
       ->expected(3)
       ->type_name("X Y Z")
-      ->check(CLI::Range(1, 32))
-      ->required();
+      ->check(CLI::Range(1, 32));
   command
       .add_option("--stages", options.stages,
-                  "Bricks on every axis of the grids before it, which have no more than it has")
+                  "Bricks on every axis of the grids before it, which have no more than it has "
+                  "(default: a quarter and half as many)")
       ->check(CLI::Range(1, 32));
-  command.add_option("--start-matrix", options.startMatrix,
-                     "Matrix file to start from (default: identity)");
+  addStartOptions(command, options.start);
   command.add_option("--truth", options.truth,
                      "File of points xr yr zr xm ym zm to print the displacement error at");
   addMetricOptions(command, options.settings.metric);
   addSearchOptions(command, options.settings.search);
 }
 
-NonAffineSettings settingsOf(const NonAffineOptions& options) {
-  NonAffineSettings settings = options.settings;
-  const NmVec3i last(options.bricks[0], options.bricks[1], options.bricks[2]);
-  for (const int count : options.stages)
-    settings.grids.emplace_back(std::min(count, last.x), std::min(count, last.y),
-                                std::min(count, last.z));
-  settings.grids.push_back(last);
-  if (!options.startMatrix.empty()) settings.start = readMatrix(options.startMatrix);
-  return settings;
+NmVec3i lastGrid(const NonAffineOptions& options, const NiftiVolume& reference) {
+  const std::vector<int>& bricks = options.bricks;
+  return bricks.empty() ? defaultGrid(reference) : NmVec3i(bricks[0], bricks[1], bricks[2]);
 }
 
-int runNonAffine(const NonAffineOptions& options) {
-  requireWritable(options.files);
-  OutputFile::requireWritable(options.transform);
-  const NonAffineSettings settings = settingsOf(options);
+std::vector<NmVec3i> gridsOf(const NonAffineOptions& options, const NmVec3i& last) {
+  if (options.stages.empty()) return gridsUpTo(last);
+  std::vector<NmVec3i> grids;
+  for (const int count : options.stages)
+    grids.emplace_back(std::min(count, last.x), std::min(count, last.y), std::min(count, last.z));
+  grids.push_back(last);
+  return grids;
+}
+
+/// The model's places in the reference's frame where the files or the user have put it.
+GridTransform::Grid givenGrid(const StartOptions& start, const VolumePair& pair) {
+  const NmMat4d matrix = start.file.empty() ? NmMat4d() : readMatrix(start.file);
+  return GridTransform::start(matrix, pair.reference, pair.model);
+}
+
+Assessment assessmentOf(const VolumePair& pair, MetricProbe& probe,
+                        const GridTransform::Grid& before, const GridTransform::Grid& after) {
+  const auto& [reference, model] = pair;
+  const GridTransform transform = GridTransform::fromFrames(after, reference, model);
+  return {probe.at(before), probe.at(after),
+          overlapOf(reference, model, placeMap(transform, reference, model)),
+          transform.smallestJacobian()};
+}
+
+/// Leaves the model where it is if there is nothing to go by.
+GridTransform::Grid registeredGrid(const NonAffineOptions& options, PairRun& run) {
+  const VolumePair& pair = run.searched();
+  const NmVec3i last = lastGrid(options, pair.reference);
+  NonAffineSettings settings = options.settings;
+  settings.grids = gridsOf(options, last);
+  run.report.transform = "bricks";
+  run.report.settings["bricks"] = {last.x, last.y, last.z};
+  const GridTransform::Grid given = givenGrid(options.start, pair);
+  if (!run.hasInformation(settings.metric)) return given;
+  MetricProbe probe(pair.reference, pair.model, settings.metric, settings.search, fullResolution);
+  settings.start = chooseStart(options.start, settings.metric, run);
+  const NonAffineResult result =
+      registerNonAffine(pair.reference, pair.model, settings, run.progress);
+  run.judge(result.search, assessmentOf(pair, probe, given, result.frames));
+  return result.frames;
+}
+
+int runNonAffine(const NonAffineOptions& options, const CLI::App& command) {
+  PairRun run(command, options.pair, {{"--start", options.start.file}, {"--truth", options.truth}},
+              {{"--transform", options.transform}}, 60.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
-  const NiftiVolume reference = readNifti(options.files.reference);
-  const NiftiVolume model = readNifti(options.files.model);
+  const auto& [reference, model] = run.files();
 
-  InterruptibleProgress progress;
-  const NonAffineResult result = registerNonAffine(reference, model, settings, progress);
-  const PlaceMap map = placeMap(result.transform, reference, model);
-  writeGridTransform(options.transform, result.transform);
-  writeNifti(options.files.output, resampled(reference, model, map));
-  writePicture(options.files.picture, reference, model,
-               {placeMap(settings.start, reference, model), map}, MapPanels::shown);
-  printSearch(result.metric, result.seconds, result.interrupted);
-  printJacobian(result.transform.smallestJacobian());
-  if (!truth.empty())
-    printDisplacementError("displacement error", displacementError(result.transform, truth));
-  return progress.wasInterrupted() ? interruptedExitCode : 0;
+  const GridTransform transform =
+      GridTransform::fromFrames(registeredGrid(options, run), reference, model);
+  const GridTransform given =
+      GridTransform::fromFrames(givenGrid(options.start, run.files()), reference, model);
+  const PlaceMap map = placeMap(transform, reference, model);
+  OutputFiles outputs;
+  run.writeOutput(outputs, map);
+  run.writePicture(outputs, {placeMap(given, reference, model), map}, MapPanels::shown);
+  if (!options.transform.empty()) writeGridTransform(outputs, options.transform, transform);
+  return run.finish(outputs, [&] {
+    if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
+  });
 }
 
 }  // namespace
@@ -89,7 +124,7 @@ void addNonAffineCommand(CLI::App& app, int& exitCode) {
   CLI::App* const command = app.add_subcommand("nonaffine", "Find a transform on a grid of bricks");
   const auto options = std::make_shared<NonAffineOptions>();
   addOptions(*command, *options);
-  command->callback([options, &exitCode] { exitCode = runNonAffine(*options); });
+  command->callback([options, command, &exitCode] { exitCode = runNonAffine(*options, *command); });
 }
 
 }  // namespace host

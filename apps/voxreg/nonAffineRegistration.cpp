@@ -1,6 +1,7 @@
 #include "nonAffineRegistration.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "HostError.h"
 #include "voxelRegistration.h"
@@ -35,25 +36,6 @@ NmVec3i reductionFor(const NmVec3i& grid, const NiftiVolume& reference) {
   return factors;
 }
 
-/// The factors that bring the model's voxels near the size of the reduced reference's.
-NmVec3i modelReduction(const NmVec3i& factors, const NiftiVolume& reference,
-                       const NiftiVolume& model) {
-  const int flatAxis = RegVoxelRegistration::get2DOrientation(reference.data, model.data);
-  NmVec3i result = RegVoxelRegistration::getSamplingModel(factors, reference.data->voxelSpacing(),
-                                                          model.data->voxelSpacing(), flatAxis);
-  RegVoxelRegistration::restrictCoarsestResampling(model.data, nullptr, false, result);
-  return result;
-}
-
-/// The volume itself where it is not to be reduced, or cannot be.
-NmHandle<VlData> reduced(RegVoxelRegistration& registration, const NiftiVolume& volume,
-                         const NmVec3i& factors) {
-  const NmHandle<VlData> original = volume.data;
-  NmHandle<VlData> result = original;
-  registration.downsample(original, result, factors, RegDataClassOrdinary);
-  return result;
-}
-
 /// One run of the library.
 struct GridRun {
   int code;         ///< of the grid
@@ -63,23 +45,30 @@ struct GridRun {
 
 /// Each grid on volumes as coarse as its bricks allow, then the last one at full resolution.
 std::vector<GridRun> planRuns(const std::vector<NmVec3i>& grids, const NiftiVolume& reference) {
-  const NmVec3i full(1, 1, 1);
   std::vector<GridRun> runs;
   runs.reserve(grids.size() + 1);
   for (const NmVec3i& grid : grids)
     runs.push_back({codeOf(grid, reference.frame.dims), reductionFor(grid, reference), false});
   if (runs.empty()) return runs;
   runs.back().isThorough = true;
-  if (!(runs.back().factors == full)) runs.push_back({runs.back().code, full, false});
+  if (!(runs.back().factors == fullResolution))
+    runs.push_back({runs.back().code, fullResolution, false});
   return runs;
 }
 
-void setVolumes(RegVoxelRegistration& registration, const NiftiVolume& reference,
-                const NiftiVolume& model, const NmVec3i& factors) {
-  const bool isReduced = !(factors == NmVec3i(1, 1, 1));
-  registration.reference[0] = reduced(registration, reference, factors);
-  registration.model[0] =
-      reduced(registration, model, isReduced ? modelReduction(factors, reference, model) : factors);
+/// Finer grids take more steps, besides more voxels.
+std::vector<ProgressPlan::Stage> progressStages(const std::vector<GridRun>& runs,
+                                                const std::vector<NmVec3i>& grids) {
+  const std::string count = std::to_string(runs.size());
+  std::vector<ProgressPlan::Stage> stages;
+  for (const GridRun& run : runs) {
+    const NmVec3i& grid = grids[std::min(stages.size(), grids.size() - 1)];
+    const double voxels =
+        1.0 / (static_cast<double>(run.factors.x) * run.factors.y * run.factors.z);
+    stages.push_back({"Registering, step " + std::to_string(stages.size() + 1) + " of " + count,
+                      voxels * std::cbrt(static_cast<double>(grid.x) * grid.y * grid.z)});
+  }
+  return stages;
 }
 
 /// The gradient of a reduced volume takes its differences over as many of its voxels. What others
@@ -94,6 +83,29 @@ void setSearch(RegVoxelRegistration& registration, const GridRun& run,
 
 }  // namespace
 
+NmVec3i defaultGrid(const NiftiVolume& reference) {
+  constexpr float millimetres = 16.0f;
+  constexpr long leastVoxels = 3;
+  constexpr long mostBricks = 32;
+  NmVec3i grid;
+  for (int a = 0; a < 3; ++a) {
+    const long bySize = std::lround(reference.frame.box.extent(a) / millimetres);
+    const long most = std::min(reference.frame.dims[a] / leastVoxels, mostBricks);
+    grid[a] = static_cast<int>(std::max(std::min(bySize, most), 1L));
+  }
+  return grid;
+}
+
+std::vector<NmVec3i> gridsUpTo(const NmVec3i& last) {
+  std::vector<NmVec3i> grids;
+  for (const int share : {4, 2, 1}) {
+    const auto bricks = [&](int axis) { return (last[axis] + share - 1) / share; };
+    const NmVec3i grid(bricks(0), bricks(1), bricks(2));
+    if (grids.empty() || !(grids.back() == grid)) grids.push_back(grid);
+  }
+  return grids;
+}
+
 NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolume& model,
                                   const NonAffineSettings& settings,
                                   InterruptibleProgress& progress) {
@@ -101,22 +113,24 @@ NonAffineResult registerNonAffine(const NiftiVolume& reference, const NiftiVolum
   SearchSettings search = settings.search;
   if (!(search.gradientTolerance > 0.0f)) search.gradientTolerance = toleranceFor(settings.metric);
   RegVoxelRegistration registration =
-      makeRegistration(reference, model, settings.metric, search, progress);
-  const InterruptibleProgress::Metric metric(progress, registration.finalMetric);
+      makeRegistration(reference, model, settings.metric, search, &progress);
   registration.nonAffineResult = GridTransform::start(settings.start, reference, model);
   const std::vector<GridRun> runs = planRuns(settings.grids, reference);
+  progress.takeStopRequests();
+  progress.enter("Registering", progressStages(runs, settings.grids));
+  SearchOutcome outcome;
   for (std::size_t i = 0; i < runs.size() && !progress.wasInterrupted(); ++i) {
-    progress.beginPart(i, runs.size());
+    if (i > 0) progress.nextStage();
     registration.nonAffineStages = NmVec3i(runs[i].code, 0, 0);
-    setVolumes(registration, reference, model, runs[i].factors);
+    setReducedVolumes(registration, reference, model, runs[i].factors);
     setSearch(registration, runs[i], search);
     if (!registration.compute(2) && !progress.wasInterrupted())
       throw HostError("the registration failed", HostError::failedRun);
-    progress.endPart();
+    outcome.counts.add(registration);
   }
-  progress.wipe();
-  return {GridTransform::fromFrames(registration.nonAffineResult, reference, model),
-          registration.finalMetric, watch.getTime(), progress.wasInterrupted()};
+  outcome.seconds = watch.getTime();
+  outcome.interrupted = progress.wasInterrupted();
+  return {registration.nonAffineResult, outcome};
 }
 
 }  // namespace host

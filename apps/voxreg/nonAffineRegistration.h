@@ -1,6 +1,7 @@
 #pragma once
 
 #include "InterruptibleProgress.h"
+#include "SearchOutcome.h"
 #include "gridTransform.h"
 #include "searchOptions.h"
 
@@ -17,11 +18,16 @@ struct NonAffineSettings {
 };
 
 struct NonAffineResult {
-  GridTransform transform;
-  double metric = 0.0;
-  double seconds = 0.0;
-  bool interrupted = false;
+  GridTransform::Grid frames;  ///< reference's frame to model's frame
+  SearchOutcome search;
 };
+
+/// A grid that suits most pairs: bricks of about 16 mm that hold three voxels at least on each
+/// axis.
+NmVec3i defaultGrid(const NiftiVolume& reference);
+
+/// Grids of a quarter and half as many bricks, and the last one itself.
+std::vector<NmVec3i> gridsUpTo(const NmVec3i& last);
 
 /// Registers the volumes, each grid on volumes as coarse as its bricks allow and the last one at
 /// full resolution in the end. An interruption leaves the best transform up to then.

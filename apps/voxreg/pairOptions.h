@@ -1,21 +1,52 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
+
+#include "resampled.h"
+#include "starts.h"
 
 namespace host {
 
-/// The files of every command that brings one volume onto another.
-struct PairFiles {
+/// How much a command says.
+struct TalkOptions {
+  bool quiet = false;    ///< no progress and no results
+  bool verbose = false;  ///< the library's log as well
+};
+
+/// How --output comes about.
+struct SamplingOptions {
+  std::string interpolation = "linear";
+  std::optional<double> background;
+
+  Sampling sampling() const { return {interpolationOf(interpolation), background}; }
+};
+
+/// What every command that brings one volume onto another is given.
+struct PairOptions {
   std::string reference;
   std::string model;
   std::string output;
   std::string picture;
+  std::string report;
+  SamplingOptions sampling;
+  TalkOptions talk;
+  bool force = false;
 };
 
-void addPairOptions(CLI::App& command, PairFiles& files);
+/// Where a search begins.
+struct StartOptions {
+  std::string file;
+  std::string init = "auto";
+};
 
-/// Throws HostError unless output and picture can be written.
-void requireWritable(const PairFiles& files);
+/// Each adds its options to a command; the present values are the defaults.
+void addVolumeOptions(CLI::App& command, std::string& reference, std::string& model);
+void addSamplingOptions(CLI::App& command, SamplingOptions& options);
+void addTalkOptions(CLI::App& command, TalkOptions& options);
+void addForceOption(CLI::App& command, bool& force);
+void addPairOptions(CLI::App& command, PairOptions& options);
+void addStartOptions(CLI::App& command, StartOptions& options);
 
 }  // namespace host

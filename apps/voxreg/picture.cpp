@@ -15,15 +15,11 @@ namespace {
 constexpr int longestSide = 240;  // pixels
 constexpr int checkerSide = 30;
 
-NmVec3f samePlace(const NmVec3f& place) {
-  return place;
-}
-
 /// A volume as the picture sees it: grey values of places in the reference's frame.
 class View {
  public:
   explicit View(const NiftiVolume& volume)
-      : sampler_(volume.data->createEvaluator(VlData::Trilinear)), map_(samePlace) {
+      : sampler_(volume.data->createEvaluator(VlData::Trilinear)), map_(samePlaces()) {
     if (sampler_ == nullptr) throw HostError("a volume cannot be sampled", HostError::failedRun);
     dark_ = percentile(*volume.data, 0.01);
     bright_ = percentile(*volume.data, 0.99);
@@ -109,8 +105,8 @@ GreyImage jacobianMap(const Slice& slice, const PlaceMap& map) {
 
 }  // namespace
 
-void writePicture(const std::string& path, const NiftiVolume& reference, const NiftiVolume& model,
-                  const BeforeAndAfter& maps, MapPanels panels) {
+void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolume& reference,
+                  const NiftiVolume& model, const BeforeAndAfter& maps, MapPanels panels) {
   std::vector<std::string> captions = {"CHECKERBOARD BEFORE", "CHECKERBOARD AFTER",
                                        "DIFFERENCE BEFORE", "DIFFERENCE AFTER"};
   const bool showsMap = panels == MapPanels::shown;
@@ -118,7 +114,7 @@ void writePicture(const std::string& path, const NiftiVolume& reference, const N
   const View referenceView(reference);
   View modelView(model);
   const std::vector<Slice> slices =
-      slicesThrough(middleOf(reference.frame.box), reference.frame, longestSide);
+      slicesThrough(middleOf(reference.frame.box), reference, longestSide);
   PictureSheet sheet(slices, captions);
   for (const Slice& slice : slices) {
     std::size_t column = 0;
@@ -132,9 +128,9 @@ void writePicture(const std::string& path, const NiftiVolume& reference, const N
       sheet.panel(4, deformedGrid(slice, maps.after));
       sheet.panel(5, jacobianMap(slice, maps.after));
     }
-    sheet.nextRow(slice);
+    sheet.nextRow();
   }
-  sheet.save(path);
+  sheet.save(outputs, path);
 }
 
 }  // namespace host

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "OutputFiles.h"
 #include "placeMap.h"
 
 namespace host {
@@ -23,7 +24,8 @@ enum class MapPanels {
 /// Writes a PNG file: one row for each of the three middle slices of the reference (those that are
 /// more than a line), with reference and model as a checkerboard and as a difference image, before
 /// and after. Each volume's grey values run from its 1st to its 99th percentile.
-void writePicture(const std::string& path, const NiftiVolume& reference, const NiftiVolume& model,
-                  const BeforeAndAfter& maps, MapPanels panels = MapPanels::none);
+void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolume& reference,
+                  const NiftiVolume& model, const BeforeAndAfter& maps,
+                  MapPanels panels = MapPanels::none);
 
 }  // namespace host

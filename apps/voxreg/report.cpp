@@ -4,35 +4,27 @@
 
 namespace host {
 
-namespace {
-
-void printTime(double seconds, bool interrupted) {
-  std::printf("%-24s %.1f s%s\n", "time", seconds, interrupted ? " (interrupted)" : "");
+void printReport(const RunReport& report) {
+  if (report.start.contains("chosen"))
+    std::printf("%-24s %s\n", "start", report.start["chosen"].get<std::string>().c_str());
+  std::printf("%-24s %.1f %% of the reference\n", "overlap", 100.0 * report.result.overlap.share);
+  if (report.transform == "bricks")
+    std::printf("%-24s %.3f smallest\n", "Jacobian", report.result.smallestJacobian);
+  printSearch(report.metricAfter(), report.seconds, report.interrupted);
 }
 
-}  // namespace
-
-void printSearch(double metric, double seconds, bool interrupted) {
-  std::printf("%-24s %.6g\n", "metric", metric);
-  printTime(seconds, interrupted);
+void printSearch(const std::optional<double>& metric, double seconds, bool interrupted) {
+  if (metric) std::printf("%-24s %.6g\n", "metric", *metric);
+  std::printf("%-24s %.1f s%s\n", "time", seconds, interrupted ? " (interrupted)" : "");
 }
 
 void printElastic(const ElasticResult& result) {
   const NmVec3i& bricks = result.transform.numBricks;
   std::printf("%-24s %d x %d x %d\n", "bricks", bricks.x, bricks.y, bricks.z);
   std::printf("%-24s %s\n", "chest wall", result.mask ? "masked" : "not masked");
-  printTime(result.seconds, result.interrupted);
 }
 
-void printJacobian(double smallest) {
-  std::printf("%-24s %.3f smallest\n", "Jacobian", smallest);
-}
-
-void printTargetError(const std::string& name, const TargetError& error) {
-  std::printf("%-24s %.3f mm mean, %.3f mm maximum\n", name.c_str(), error.mean, error.maximum);
-}
-
-void printDisplacementError(const std::string& name, const DisplacementError& error) {
+void printPlaceError(const std::string& name, const PlaceError& error) {
   std::printf("%-24s %.3f mm mean, %.3f mm 95th percentile, %.3f mm maximum\n", name.c_str(),
               error.mean, error.percentile95, error.maximum);
 }

@@ -2,26 +2,25 @@
 
 #include <string>
 
-#include "displacementError.h"
+#include "RunReport.h"
 #include "elasticRegistration.h"
-#include "targetError.h"
+#include "placeError.h"
 
 namespace host {
 
-/// Exit code of a run that Ctrl-C has cut short and that has written what it had reached.
+/// Exit code of a run that a signal has cut short and that has written what it had reached.
 constexpr int interruptedExitCode = 130;
 
-/// Prints the metric's value and the time to standard output.
-void printSearch(double metric, double seconds, bool interrupted);
+/// Each prints to standard output: the gist of a report;
+void printReport(const RunReport& report);
 
-/// Prints the grid, whether there is a mask, and the time.
+/// the metric's value, if there is one, and the time;
+void printSearch(const std::optional<double>& metric, double seconds, bool interrupted);
+
+/// the grid, and whether there is a mask;
 void printElastic(const ElasticResult& result);
 
-/// Prints the smallest value of a transform's Jacobian.
-void printJacobian(double smallest);
-
-/// Print the error, millimetres.
-void printTargetError(const std::string& name, const TargetError& error);
-void printDisplacementError(const std::string& name, const DisplacementError& error);
+/// an error, millimetres.
+void printPlaceError(const std::string& name, const PlaceError& error);
 
 }  // namespace host

@@ -2,12 +2,16 @@
 
 #include <cmath>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "HostError.h"
 #include "InterruptibleProgress.h"
+#include "LogOnStandardError.h"
+#include "fileRoles.h"
 #include "niftiVolume.h"
+#include "pairOptions.h"
 #include "report.h"
 #include "searchOptions.h"
 #include "zoomed.h"
@@ -41,6 +45,7 @@ struct ResampleOptions {
   std::vector<float> spacing;
   std::vector<int> size;
   std::string filter = "bell";
+  TalkOptions talk;
 };
 
 std::vector<std::string> filterNames() {
@@ -56,8 +61,8 @@ RegResampler::FilterType filterOf(const std::string& name) {
 }
 
 void addOptions(CLI::App& command, ResampleOptions& options) {
-  command.add_option("--input", options.input, "Volume to scale (NIfTI-1)")->required();
-  command.add_option("--output", options.output, "Volume to write (.nii, .nii.gz)")->required();
+  command.add_option("--input", options.input, "Volume to scale (NIfTI)")->required();
+  command.add_option("-o,--output", options.output, "Volume to write (.nii, .nii.gz)")->required();
   CLI::App* const shape = command.add_option_group("shape");
   shape
       ->add_option("--spacing", options.spacing,
@@ -76,6 +81,7 @@ void addOptions(CLI::App& command, ResampleOptions& options) {
                   "Kernel of the weighted means, or the extreme value of each cell")
       ->check(CLI::IsMember(filterNames()))
       ->capture_default_str();
+  addTalkOptions(command, options.talk);
 }
 
 NmVec3f newDimsOf(const ResampleOptions& options, const NiftiVolume& volume) {
@@ -94,13 +100,22 @@ NmVec3f newDimsOf(const ResampleOptions& options, const NiftiVolume& volume) {
 
 // Half a volume is no result, so that an interruption leaves no file.
 int runResample(const ResampleOptions& options) {
-  requireWritableNifti(options.output);
+  const FileRole output = {"--output", options.output, FileRole::Kind::volume};
+  requireSeparateFiles({{"--input", options.input}}, {output});
+  output.requireWritable();
+  std::optional<LogOnStandardError> log;
+  if (options.talk.verbose) log.emplace();
+  InterruptibleProgress progress({{"Reading", 1.0}, {"Resampling", 4.0}, {"Writing", 4.0}},
+                                 options.talk.quiet);
   const NiftiVolume volume = readNifti(options.input);
-  InterruptibleProgress progress;
   const NiftiVolume result =
       zoomed(volume, newDimsOf(options, volume), filterOf(options.filter), progress);
   if (progress.wasInterrupted()) return interruptedExitCode;
-  writeNifti(options.output, result);
+  progress.enter("Writing");
+  OutputFiles outputs;
+  writeNifti(outputs, options.output, result);
+  outputs.commit();
+  progress.finish();
   return 0;
 }
 

@@ -17,6 +17,14 @@ struct MetricSettings {
 
   /// The library's number of the metric.
   unsigned int kind() const;
+
+  /// Of volumes that have nothing to do with each other; the difference knows no such value.
+  double valueOfChance() const { return name == "nmi" ? 1.0 : 0.0; }
+
+  bool hasRanges() const { return name != "msd"; }
+
+  /// Values beyond a range count as its ends; otherwise they do not count.
+  bool countsBeyondRange() const { return name != "cr"; }
 };
 
 /// How a search goes about it. A step of 1 moves a matrix by about a millimetre, and a vertex of a

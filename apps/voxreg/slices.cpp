@@ -1,16 +1,19 @@
 #include "slices.h"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace host {
 
 namespace {
 
-Slice sliceThrough(const NmVec3f& place, const NmBox3f& box, int normal, float pixel) {
+Slice sliceThrough(const NmVec3f& place, const NiftiVolume& volume, int normal, float pixel) {
+  const NmBox3f& box = volume.frame.box;
   const int across = normal == 0 ? 1 : 0;
   const int up = normal == 2 ? 1 : 2;
   const auto pixels = [&](int axis) { return static_cast<int>(box.extent(axis) / pixel) + 1; };
-  Slice slice = {pixels(across), pixels(up), {}, {}, {}};
+  Slice slice = {pixels(across), pixels(up), {}, {}, {}, sidesOf(volume, across)};
   slice.corner[normal] = place[normal];
   slice.corner[across] = box.min(across);
   slice.corner[up] = box.max(up);
@@ -21,7 +24,8 @@ Slice sliceThrough(const NmVec3f& place, const NmBox3f& box, int normal, float p
 
 }  // namespace
 
-std::vector<Slice> slicesThrough(const NmVec3f& place, const VolumeFrame& frame, int longestSide) {
+std::vector<Slice> slicesThrough(const NmVec3f& place, const NiftiVolume& volume, int longestSide) {
+  const VolumeFrame& frame = volume.frame;
   float longest = 0.0f;
   int flat = 3;
   for (int a = 0; a < 3; ++a) {
@@ -31,9 +35,20 @@ std::vector<Slice> slicesThrough(const NmVec3f& place, const VolumeFrame& frame,
   const float pixel = longest / static_cast<float>(longestSide);
   std::vector<Slice> slices;
   for (const int normal : {2, 1, 0})
-    if (flat == 3 || flat == normal)
-      slices.push_back(sliceThrough(place, frame.box, normal, pixel));
+    if (flat == 3 || flat == normal) slices.push_back(sliceThrough(place, volume, normal, pixel));
   return slices;
+}
+
+// The world's axes run to the patient's right, to the front and to the head.
+std::string sidesOf(const NiftiVolume& volume, int axis) {
+  constexpr const char* sides[] = {"LR", "PA", "IS"};
+  if (volume.header->sform_code <= 0 && volume.header->qform_code <= 0) return "";
+  const double* const direction = volume.frame.toWorld.m[axis];
+  const auto isShorter = [](double a, double b) { return std::abs(a) < std::abs(b); };
+  const double* const main = std::max_element(direction, direction + 3, isShorter);
+  std::string found = sides[main - direction];
+  if (*main < 0.0) std::swap(found[0], found[1]);
+  return found;
 }
 
 NmVec3f middleOf(const NmBox3f& box) {

@@ -87,6 +87,8 @@ std::optional<VolumeFrame> VolumeFrame::of(const FileGrid& grid, const VoxelOrde
     edges[2 * a + 1] =
         static_cast<float>(corner[a] + static_cast<double>(frame.dims[a] - 1) * spacing[a]);
   }
+  if (!std::all_of(edges, edges + 6, [](float edge) { return std::isfinite(edge); }))
+    return std::nullopt;
   frame.box = NmBox3f(edges[0], edges[1], edges[2], edges[3], edges[4], edges[5]);
   return frame;
 }

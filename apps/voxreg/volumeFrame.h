@@ -43,7 +43,7 @@ struct VolumeFrame {
   NmBox3f box;      ///< through the centres of the outermost voxels, in the frame
   NmMat4d toWorld;  ///< frame to world, row vectors
 
-  /// Nothing when the axes do not span the space.
+  /// Nothing when the axes do not span the space, or leave what a float can tell.
   static std::optional<VolumeFrame> of(const FileGrid& grid, const VoxelOrder& order);
 };
 

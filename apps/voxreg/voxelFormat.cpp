@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "voxelTypes.h"
+
 namespace host {
 
 namespace {
@@ -36,6 +38,21 @@ void convertScaled(const void* stored, long n, const ValueScale& scale, void* vo
   }
 }
 
+template <class Stored, class Voxel>
+void storePlain(const void* voxels, const MemoryLine& line, long n, void* stored) {
+  const Voxel* const first = static_cast<const Voxel*>(voxels) + line.start;
+  for (long i = 0; i < n; ++i) {
+    const Voxel voxel = first[i * line.stride];
+    Stored value;
+    if constexpr (std::is_same_v<Stored, Voxel>)
+      value = voxel;
+    else
+      value = asVoxel<Stored>(static_cast<double>(voxel));
+    std::memcpy(static_cast<char*>(stored) + static_cast<std::size_t>(i) * sizeof value, &value,
+                sizeof value);
+  }
+}
+
 template <class T>
 constexpr NmPrimType::Value primType() {
   if constexpr (std::is_same_v<T, unsigned char>) return NmPrimType::UnsignedChar;
@@ -48,8 +65,13 @@ constexpr NmPrimType::Value primType() {
 
 template <class Stored, class Plain, class Scaled>
 constexpr VoxelFormat format(int niftiType) {
-  return {niftiType, primType<Plain>(), primType<Scaled>(), convertPlain<Stored, Plain>,
-          convertScaled<Stored, Scaled>};
+  return {niftiType,
+          sizeof(Stored),
+          primType<Plain>(),
+          primType<Scaled>(),
+          convertPlain<Stored, Plain>,
+          convertScaled<Stored, Scaled>,
+          storePlain<Stored, Plain>};
 }
 
 // A float holds the scaled values of 16 bits; those of 32 bits take a double.

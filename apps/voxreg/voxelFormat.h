@@ -18,14 +18,19 @@ struct ValueScale {
 using LineConversion = void (*)(const void* stored, long n, const ValueScale& scale, void* voxels,
                                 const MemoryLine& line);
 
+/// Converts voxels of a volume back to `n` stored values, as they are in an unscaled file.
+using LineStorage = void (*)(const void* voxels, const MemoryLine& line, long n, void* stored);
+
 /// How one data type of a NIfTI file becomes a voxel type: one that holds every stored value, and a
 /// floating-point one for values that the header scales.
 struct VoxelFormat {
   int niftiType;
+  std::size_t size;  ///< bytes of a stored value
   NmPrimType::Value plainType;
   NmPrimType::Value scaledType;
   LineConversion convertPlain;
   LineConversion convertScaled;
+  LineStorage storePlain;  ///< of voxels of the plain type
 
   /// Null for types that are not one real number.
   static const VoxelFormat* find(int niftiType);

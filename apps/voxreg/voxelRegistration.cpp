@@ -28,7 +28,6 @@ NmVec2f rangeOf(const NiftiVolume& volume, const std::vector<float>& asked) {
     (void)volume.data->range(range.x, range.y, true);
     return range;
   }
-  if (!(asked[0] < asked[1])) throw HostError("a range of values ends below its beginning");
   return {asked[0], asked[1]};
 }
 
@@ -41,11 +40,31 @@ unsigned int binsFor(const NiftiVolume& volume, const NmVec2f& range, int asked)
   return static_cast<unsigned int>(asked > 0 ? asked : std::min(fitting, most));
 }
 
+/// The factors that bring the model's voxels near the size of the reduced reference's.
+NmVec3i modelReduction(const NmVec3i& factors, const NiftiVolume& reference,
+                       const NiftiVolume& model) {
+  if (factors == fullResolution) return factors;
+  const int flat = RegVoxelRegistration::get2DOrientation(reference.data, model.data);
+  NmVec3i result = RegVoxelRegistration::getSamplingModel(factors, reference.data->voxelSpacing(),
+                                                          model.data->voxelSpacing(), flat);
+  RegVoxelRegistration::restrictCoarsestResampling(model.data, nullptr, false, result);
+  return result;
+}
+
+/// The volume itself where it is not to be reduced, or cannot be.
+NmHandle<VlData> reduced(RegVoxelRegistration& registration, const NiftiVolume& volume,
+                         const NmVec3i& factors) {
+  const NmHandle<VlData> original = volume.data;
+  NmHandle<VlData> result = original;
+  registration.downsample(original, result, factors, RegDataClassOrdinary);
+  return result;
+}
+
 }  // namespace
 
 RegVoxelRegistration makeRegistration(const NiftiVolume& reference, const NiftiVolume& model,
                                       const MetricSettings& metric, const SearchSettings& search,
-                                      NmProgressInterface& progress) {
+                                      NmProgressInterface* progress) {
   if (flatAxis(reference) != flatAxis(model))
     throw HostError("reference and model are not flat on the same axis");
   constexpr int orientationByDimensionMode = 3;
@@ -57,7 +76,7 @@ RegVoxelRegistration makeRegistration(const NiftiVolume& reference, const NiftiV
   NmVec4i affineStages;
   NmVec3i nonAffineStages;
   return RegVoxelRegistration(
-      &progress, /*rethrow=*/true, references, models, orientationByDimensionMode, ranges[0].x,
+      progress, /*rethrow=*/true, references, models, orientationByDimensionMode, ranges[0].x,
       ranges[0].y, ranges[1].x, ranges[1].y, /*threads=*/1, metric.kind(),
       binsFor(reference, ranges[0], metric.bins), binsFor(model, ranges[1], metric.bins),
       /*coarsest=*/NmVec3i(1, 1, 1), dimensionMode, /*findCoverage=*/true, affineStages,
@@ -83,6 +102,12 @@ NmVec3i coarsestFactors(const NiftiVolume& reference, const NiftiVolume& model,
   }
   RegVoxelRegistration::restrictCoarsestResampling(reference.data, model.data, false, factors);
   return factors;
+}
+
+void setReducedVolumes(RegVoxelRegistration& registration, const NiftiVolume& reference,
+                       const NiftiVolume& model, const NmVec3i& factors) {
+  registration.reference[0] = reduced(registration, reference, factors);
+  registration.model[0] = reduced(registration, model, modelReduction(factors, reference, model));
 }
 
 }  // namespace host

@@ -9,18 +9,20 @@ namespace host {
 namespace {
 
 void requireDims(const NmVec3f& dims) {
-  constexpr float largest = 32767.0f;  // of a NIfTI-1 header
+  constexpr float largest = 32767.0f;  // of a NIfTI-1 header, and of what makes sense
   for (int a = 0; a < 3; ++a)
     if (!(dims[a] > 0.0f && dims[a] <= largest))
-      throw HostError("no file can have that many voxels on an axis");
+      throw HostError("that many voxels on an axis are too many");
 }
 
 }  // namespace
 
 NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
-                   RegResampler::FilterType filter, NmProgressInterface& progress) {
+                   RegResampler::FilterType filter, InterruptibleProgress& progress) {
   requireDims(newDims);
   try {
+    progress.takeStopRequests();
+    progress.enter("Resampling");
     NiftiVolume result = scaledVolume(volume, newDims);
     NmHandle<VlData> target = result.data;
     RegResampler resampler;
@@ -29,7 +31,7 @@ NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
       throw NmMemoryException();
     return result;
   } catch (const NmMemoryException&) {
-    throw HostError("there is no room for a volume of this size");
+    throw HostError("there is no room for a volume of this size", HostError::failedRun);
   }
 }
 

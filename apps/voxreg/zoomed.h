@@ -1,7 +1,6 @@
 #pragma once
 
-#include <voxreg.h>
-
+#include "InterruptibleProgress.h"
 #include "niftiVolume.h"
 
 namespace host {
@@ -9,6 +8,6 @@ namespace host {
 /// The volume scaled to ceil(newDims) voxels along the axes of its frame. Throws HostError for
 /// dimensions that no file can have, and where memory is short.
 NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
-                   RegResampler::FilterType filter, NmProgressInterface& progress);
+                   RegResampler::FilterType filter, InterruptibleProgress& progress);
 
 }  // namespace host

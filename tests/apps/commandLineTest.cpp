@@ -1,73 +1,15 @@
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <thread>
 
+#include "Child.h"
 #include "Phantom.h"
 #include "matrixFile.h"
 #include "niftiVolume.h"
+#include "saved.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 
 namespace {
-
-/// The program as a child process, its output in files.
-class Child {
- public:
-  Child(const TestFolder& folder, std::vector<std::string> arguments)
-      : out_(folder.file("stdout")), err_(folder.file("stderr")) {
-    arguments.insert(arguments.begin(), VOXREG_PROGRAM);
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    child_ = fork();
-    if (child_ == 0) {
-      redirect(STDOUT_FILENO, out_);
-      redirect(STDERR_FILENO, err_);
-      execv(pointers[0], pointers.data());
-      _exit(127);
-    }
-  }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-  ~Child() {
-    if (!waited_) (void)wait();
-  }
-
-  void interrupt() const { kill(child_, SIGINT); }
-
-  /// Waits until standard error holds a line.
-  void awaitLine() const {
-    while (errors().find('\n') == std::string::npos)
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-
-  /// Exit code, or -1 after a signal.
-  int wait() {
-    int status = 0;
-    waitpid(child_, &status, 0);
-    waited_ = true;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  std::string output() const { return contentOf(out_); }
-  std::string errors() const { return contentOf(err_); }
-
- private:
-  static void redirect(int descriptor, const std::string& path) {
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    dup2(file, descriptor);
-  }
-
-  std::string out_;
-  std::string err_;
-  pid_t child_;
-  bool waited_ = false;
-};
 
 double displacementErrorIn(const std::string& output) {
   const auto at = output.find("displacement error");
@@ -79,11 +21,11 @@ class CommandLine : public testing::Test {
  protected:
   void SetUp() override {
     const host::Phantom phantom(3);
-    host::writeNifti(folder.file("r.nii.gz"), host::acquire(phantom, size, {}));
+    saved(host::writeNifti, folder.file("r.nii.gz"), host::acquire(phantom, size, {}));
     host::Acquisition moved;
     moved.modelToReference.setTranslate(NmVec3d(6, -4, 3));
-    host::writeNifti(folder.file("m.nii.gz"), host::acquire(phantom, size, moved));
-    host::writeMatrix(folder.file("truth.txt"), moved.modelToReference);
+    saved(host::writeNifti, folder.file("m.nii.gz"), host::acquire(phantom, size, moved));
+    saved(host::writeMatrix, folder.file("truth.txt"), moved.modelToReference);
   }
 
   std::vector<std::string> arguments() const {
@@ -231,12 +173,13 @@ TEST_F(CommandLine, startsFromAMatrixInTheWorld) {
 TEST_F(CommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
   const std::string nowhere = folder.file("nowhere/out");
   expectRefused(argumentsWith("--reference", folder.file("none.nii")), "does not exist");
-  expectRefused(argumentsWith("--model", VOXREG_PROGRAM), "not a NIfTI-1 file");
+  expectRefused(argumentsWith("--model", VOXREG_PROGRAM), "not a NIfTI file");
   expectRefused(argumentsWith("--dof", "5"), "--dof");
   expectRefused(argumentsWith("--matrix", nowhere), "cannot write");
   expectRefused(argumentsWith("--output", nowhere + ".nii"), "cannot write");
   expectRefused(argumentsWith("--output", folder.file("out.mgz")), ".nii");
-  expectRefused(argumentsWith("--picture", "/dev/null"), "not a regular file");
+  expectRefused(argumentsWith("--picture", folder.file("out.jpg")), ".png");
+  expectRefused(argumentsWith("--matrix", "/dev/null"), "not a regular file");
   std::vector<std::string> extended = arguments();
   extended.insert(extended.end(), {"--start", folder.file("r.nii.gz")});
   expectRefused(extended, "4 x 4 numbers");
@@ -327,7 +270,7 @@ TEST_F(CommandLine, findsAGridOfBricksThatApplyUses) {
 
 TEST_F(CommandLine, anInterruptedGridIsWritten) {
   Child child(folder, gridArguments(folder));
-  child.awaitLine();
+  child.awaitSearch();
   child.interrupt();
   EXPECT_EQ(child.wait(), 130);
   EXPECT_TRUE(wrote("t.json") && wrote("out.nii") && wrote("out.png"));
@@ -335,7 +278,7 @@ TEST_F(CommandLine, anInterruptedGridIsWritten) {
 
 TEST_F(CommandLine, theFirstInterruptionStopsTheSearchAndWritesWhatWasReached) {
   Child child(folder, argumentsWith("--dof", "12"));
-  child.awaitLine();
+  child.awaitSearch();
   child.interrupt();
   EXPECT_EQ(child.wait(), 130);
   EXPECT_TRUE(wrote("out.txt") && wrote("out.nii") && wrote("out.png"));
@@ -344,11 +287,11 @@ TEST_F(CommandLine, theFirstInterruptionStopsTheSearchAndWritesWhatWasReached) {
 
 TEST_F(CommandLine, theSecondInterruptionEndsTheProgram) {
   Child child(folder, argumentsWith("--dof", "12"));
-  child.awaitLine();
+  child.awaitSearch();
   child.interrupt();
   child.interrupt();
   const int code = child.wait();
-  EXPECT_TRUE(code == -1 || code == 130) << code;
+  EXPECT_TRUE(code == -SIGINT || code == 130) << code;
 }
 
 /// A thin slab of waves, moved along x, in values from 10 to 11.
@@ -432,7 +375,7 @@ TEST_F(ElasticCommandLine, refusesBadInputInOneLineAndLeavesNothingBehind) {
 
 TEST_F(ElasticCommandLine, anInterruptionWritesWhatWasReached) {
   Child child(folder, elasticArguments({"--no-mask"}));
-  child.awaitLine();
+  child.awaitSearch();
   child.interrupt();
   EXPECT_EQ(child.wait(), 130);
   EXPECT_TRUE(wrote("out.json") && wrote("out.nii") && wrote("out-s.nii") && wrote("out.png"));

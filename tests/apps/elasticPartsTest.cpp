@@ -6,7 +6,6 @@
 #include "subtraction.h"
 #include "tests/apps/testFiles.h"
 #include "tests/apps/voxelsOf.h"
-#include "warped.h"
 
 namespace {
 
@@ -31,37 +30,6 @@ NiftiVolume volumeOf(const NmBox3f& box, NmPrimType type, const Show& show) {
 }
 
 const NmBox3f box(-8, 8, 0, 14, 2, 14);
-
-/// Moves by 1, -2 and 0.5 mm and stretches x by a tenth.
-host::GridTransform::Grid stretch() {
-  host::GridTransform::Grid transform;
-  transform.box = box;
-  RegNonAffineTransform grid(transform, NmVec3i(4, 3, 2));
-  grid.getTransform(transform);
-  for (long i = 0; i < transform.vertices.size; i += 3) {
-    transform.vertices[i] = 1.1 * transform.vertices[i] + 1.0;
-    transform.vertices[i + 1] -= 2.0;
-    transform.vertices[i + 2] += 0.5;
-  }
-  return transform;
-}
-
-TEST(WarpedTest, takesAVolumeOfAnotherTypeTheSameWay) {
-  const NiftiVolume reference = volumeOf(box, NmPrimType::Short, [](NmVec3f) { return 0.0f; });
-  const auto ramp = [](const NmVec3f& p) { return p.x + 0.1f * p.y; };
-  const NiftiVolume model = volumeOf(NmBox3f(-20, 20, -20, 40, -20, 40), NmPrimType::Float, ramp);
-  const host::GridTransform::Grid transform = stretch();
-  const NiftiVolume result = warped(reference, model, transform);
-  EXPECT_EQ(result.data->primType(), NmPrimType::Float);
-  EXPECT_EQ(result.frame.box, box);
-  const std::vector<float> expected =
-      voxelsOf(*volumeOf(box, NmPrimType::Float, [&](const NmVec3f& p) {
-                  return ramp(NmVec3f(1.1f * p.x + 1.0f, p.y - 2.0f, p.z));
-                }).data);
-  const std::vector<float> values = voxelsOf(*result.data);
-  // The Lanczos kernel is no exact interpolator of a ramp.
-  for (std::size_t i = 0; i < values.size(); ++i) EXPECT_NEAR(values[i], expected[i], 0.25);
-}
 
 struct Values {
   NmPrimType::Value type;

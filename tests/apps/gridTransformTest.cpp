@@ -5,6 +5,7 @@
 #include "HostError.h"
 #include "displacementError.h"
 #include "placeMap.h"
+#include "saved.h"
 #include "testFiles.h"
 #include "tests/support/expectNear.h"
 #include "tests/support/grids.h"
@@ -47,7 +48,7 @@ TEST(GridTransform, comesBackFromItsFile) {
   const TestFolder folder;
   GridTransform transform = someTransform();
   transform.beyond = GridTransform::Beyond::displacement;
-  host::writeGridTransform(folder.file("t.json"), transform);
+  saved(host::writeGridTransform, folder.file("t.json"), transform);
   const GridTransform read = host::readGridTransform(folder.file("t.json"));
   EXPECT_EQ(read.grid.box, transform.grid.box);
   EXPECT_EQ(read.grid.numBricks, transform.grid.numBricks);
@@ -61,7 +62,7 @@ TEST(GridTransform, comesBackFromItsFile) {
 
 TEST(GridTransform, refusesFilesThatDescribeNone) {
   const TestFolder folder;
-  host::writeGridTransform(folder.file("good.json"), someTransform());
+  saved(host::writeGridTransform, folder.file("good.json"), someTransform());
   const std::string good = contentOf(folder.file("good.json"));
   const auto with = [&](const std::string& from, const std::string& to) {
     std::string text = good;

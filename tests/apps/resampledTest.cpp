@@ -1,8 +1,12 @@
 #include "resampled.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 
+#include "HostError.h"
 #include "Phantom.h"
+#include "saved.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 
@@ -41,6 +45,98 @@ TEST(Resampled, theIdentityGivesTheSameVoxelsHoweverTheFileIsTurned) {
   EXPECT_EQ(voxelsOf(*host::resampled(volume, volume, NmMat4d()).data), expected);
   const NiftiVolume turned = turnedCopy(folder, volume);
   EXPECT_EQ(voxelsOf(*host::resampled(volume, turned, NmMat4d()).data), expected);
+}
+
+/// A line of voxels along x, 1 mm apart.
+template <class T>
+NiftiVolume lineOf(const std::vector<T>& values, NmPrimType::Value type) {
+  const auto n = static_cast<long>(values.size());
+  NiftiVolume volume =
+      host::newVolume(NmVec3l(n, 2, 2), NmBox3f(0, static_cast<float>(n - 1), 0, 1, 0, 1), type);
+  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  for (long line = 0; line < 4; ++line)
+    std::copy(values.begin(), values.end(), static_cast<T*>(access->dataPtr(0)) + n * line);
+  return volume;
+}
+
+/// The line as it comes out where the model is moved along x.
+template <class T>
+std::vector<T> movedLine(const NiftiVolume& volume, double shift, const host::Sampling& sampling) {
+  NmMat4d matrix;
+  matrix.setTranslate(NmVec3d(shift, 0, 0));
+  const NiftiVolume result = host::resampled(volume, volume, matrix, sampling);
+  EXPECT_EQ(result.data->primType(), volume.data->primType());
+  const NmHandle<VlDataAccess> access = result.data->lock(false);
+  const T* const first = static_cast<const T*>(access->dataPtr(0));
+  return {first, first + volume.frame.dims.x};
+}
+
+using host::Interpolation;
+
+TEST(Resampled, valuesPassExactlyWhereNothingIsInterpolated) {
+  const std::vector<int> large = {2147483647, -2147483647 - 1, 16777217, -16777219, 0, 1, 7};
+  const std::vector<double> fine = {0.1, -1e300, 1.0 / 3.0, 16777217.25, 5e-324, 0.0, 2.0};
+  for (const auto how : {Interpolation::nearest, Interpolation::linear, Interpolation::cubic,
+                         Interpolation::lanczos})
+    for (const double shift : {0.0, 0.0005}) {  // up to rounding
+      EXPECT_EQ(movedLine<int>(lineOf(large, NmPrimType::Int), shift, {how, {}}), large);
+      EXPECT_EQ(movedLine<double>(lineOf(fine, NmPrimType::Double), shift, {how, {}}), fine);
+    }
+  const std::vector<int> moved = {0, 2147483647, -2147483647 - 1, 16777217, -16777219, 0, 1};
+  EXPECT_EQ(movedLine<int>(lineOf(large, NmPrimType::Int), 0.7, {Interpolation::nearest, {}}),
+            moved);
+}
+
+template <class T>
+void expectLabelsUnchanged(short type, const std::vector<T>& labels) {
+  const TestFolder folder;
+  const auto n = static_cast<int>(labels.size());
+  nifti_1_header header = makeHeader(n, 1, 1, type, static_cast<short>(8 * sizeof(T)));
+  writeFile(folder.file("l.nii"), bytesOf(header, labels));
+  const NiftiVolume volume = host::readNifti(folder.file("l.nii"));
+  saved(host::writeNifti, folder.file("o.nii"),
+        host::resampled(volume, volume, NmMat4d(), {host::Interpolation::nearest, {}}));
+  const std::string bytes = contentOf(folder.file("o.nii"));
+  ASSERT_EQ(bytes.size(), 352 + labels.size() * sizeof(T));
+  EXPECT_EQ(std::memcmp(bytes.data() + 352, labels.data(), labels.size() * sizeof(T)), 0);
+  EXPECT_EQ(std::memcmp(bytes.data() + 70, &type, sizeof type), 0);
+}
+
+TEST(Resampled, labelsOfEveryIntegerTypeKeepTheirValuesAndTheirType) {
+  expectLabelsUnchanged<std::uint8_t>(DT_UINT8, {0, 255, 7});
+  expectLabelsUnchanged<std::int8_t>(DT_INT8, {-128, 127, 7});
+  expectLabelsUnchanged<std::int16_t>(DT_INT16, {-32768, 32767, 7});
+  expectLabelsUnchanged<std::uint16_t>(DT_UINT16, {0, 65535, 7});
+  expectLabelsUnchanged<std::int32_t>(DT_INT32, {-2147483647 - 1, 2147483647, 16777217});
+  expectLabelsUnchanged<std::uint32_t>(DT_UINT32, {0, 4294967295u, 16777217});
+  expectLabelsUnchanged<std::int64_t>(DT_INT64, {-(1L << 53), 1L << 53, 7});
+  expectLabelsUnchanged<std::uint64_t>(DT_UINT64, {0, 1UL << 63, 7});
+  EXPECT_THROW(expectLabelsUnchanged<std::int64_t>(DT_INT64, {0, (1L << 53) + 1}), host::HostError);
+}
+
+TEST(Resampled, integersAreRoundedAndSaturate) {
+  const std::vector<unsigned char> edge = {0, 0, 0, 255, 255, 255};
+  const NiftiVolume volume = lineOf(edge, NmPrimType::UnsignedChar);
+  using Line = std::vector<unsigned char>;
+  EXPECT_EQ(movedLine<unsigned char>(volume, 0.2, {Interpolation::linear, 9.0}),
+            (Line{9, 0, 0, 204, 255, 255}));
+  // The cubic goes below 0 in front of the edge and above 255 behind it.
+  EXPECT_EQ(movedLine<unsigned char>(volume, 0.5, {Interpolation::cubic, 9.0}),
+            (Line{9, 0, 0, 128, 255, 255}));
+}
+
+TEST(Resampled, theBackgroundIsWhatSuitsThePurposeUnlessItIsAskedFor) {
+  const NiftiVolume volume = lineOf(std::vector<short>{-1000, 40, 50, 60}, NmPrimType::Short);
+  const auto firstOf = [&](const host::Sampling& sampling) {
+    return movedLine<short>(volume, 1.0, sampling).front();
+  };
+  EXPECT_EQ(firstOf({Interpolation::linear, {}}), -1000);
+  EXPECT_EQ(firstOf({Interpolation::nearest, {}}), 0);
+  EXPECT_EQ(firstOf({Interpolation::lanczos, 5.0}), 5);
+  for (const double wrong : {0.5, 40000.0, static_cast<double>(NAN)})
+    EXPECT_THROW((void)firstOf({Interpolation::linear, wrong}), host::HostError) << wrong;
+  const std::vector<float> withGap = {NAN, 3.0f, -2.0f, INFINITY};
+  EXPECT_EQ(movedLine<float>(lineOf(withGap, NmPrimType::Float), 1.0, {}).front(), -2.0f);
 }
 
 TEST(Resampled, aModelMovedByAMatrixComesBackUnderIt) {

@@ -34,9 +34,20 @@ TEST(TargetError, isMeasuredWhereTheReferenceShowsTheHead) {
   // In the reference's world the result stretches x by a tenth: 1 mm at the first, 3 at the second.
   NmMat4d result = truth;
   result.multRight(NmMat4d(1.1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1));
-  const host::TargetError error = host::targetError(reference, result, truth);
+  const host::PlaceError error = host::targetError(reference, result, truth);
   EXPECT_NEAR(error.mean, 2.0, 1e-9);
+  EXPECT_NEAR(error.percentile95, 3.0, 1e-9);
   EXPECT_NEAR(error.maximum, 3.0, 1e-9);
+}
+
+TEST(PlaceError, takesTheSmallestDistanceThatNineteenTwentiethsDoNotExceed) {
+  std::vector<double> distances;
+  for (int i = 0; i < 40; ++i) distances.push_back((i * 7) % 40 + 1);  // 1 to 40
+  const host::PlaceError error = host::placeErrorOf(distances);
+  EXPECT_DOUBLE_EQ(error.mean, 20.5);
+  EXPECT_EQ(error.percentile95, 38.0);
+  EXPECT_EQ(error.maximum, 40.0);
+  EXPECT_EQ(host::placeErrorOf({}).maximum, 0.0);
 }
 
 }  // namespace

@@ -15,10 +15,10 @@
 /// A folder of its own for one test, removed with the object.
 class TestFolder {
  public:
-  TestFolder()
+  explicit TestFolder(const std::string& name = "")
       : path_(std::filesystem::temp_directory_path() /
               (std::string("voxreg.") +
-               testing::UnitTest::GetInstance()->current_test_info()->name() + "." +
+               testing::UnitTest::GetInstance()->current_test_info()->name() + name + "." +
                std::to_string(getpid()))) {
     std::filesystem::remove_all(path_);
     std::filesystem::create_directories(path_);

@@ -4,6 +4,7 @@
 
 #include "HostError.h"
 #include "InterruptibleProgress.h"
+#include "saved.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 
@@ -66,8 +67,8 @@ TEST(Zoomed, keepsEveryVoxelAtItsPlaceInTheWorldInTheFileToo) {
                {NmVec3f(10, 8, 12), 2, 0.01},
                {NmVec3f(13.25f, 16, 18.5f), 4, 0.1}};
   for (const auto& [dims, rim, tolerance] : cases) {
-    host::writeNifti(folder.file("out.nii"),
-                     host::zoomed(ramp, dims, RegResampler::Mitchell, progress));
+    saved(host::writeNifti, folder.file("out.nii"),
+          host::zoomed(ramp, dims, RegResampler::Mitchell, progress));
     const host::NiftiVolume read = host::readNifti(folder.file("out.nii"));
     for (int a = 0; a < 3; ++a) EXPECT_EQ(read.frame.dims[a], std::ceil(dims[a]));
     EXPECT_LT(worstOfRamp(read, rim), tolerance) << dims.x;

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+namespace host {
+
+/// The options of a command and of its groups under their long names without dashes, with what was
+/// given or, where nothing was, their default.
+nlohmann::json optionValues(const CLI::App& command);
+
+}  // namespace host

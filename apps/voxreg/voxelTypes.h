@@ -1,0 +1,61 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include <cmath>
+#include <limits>
+#include <span>
+#include <type_traits>
+
+#include "HostError.h"
+
+namespace host {
+
+/// Calls `f.template operator()<T>()` with the type of a volume's voxels.
+template <class F>
+void withVoxelType(NmPrimType type, F&& f) {
+  switch (static_cast<int>(type)) {
+    case NmPrimType::UnsignedChar:
+      return f.template operator()<unsigned char>();
+    case NmPrimType::Short:
+      return f.template operator()<short>();
+    case NmPrimType::UnsignedShort:
+      return f.template operator()<unsigned short>();
+    case NmPrimType::Int:
+      return f.template operator()<int>();
+    case NmPrimType::Float:
+      return f.template operator()<float>();
+    case NmPrimType::Double:
+      return f.template operator()<double>();
+    default:
+      throw HostError("there are no voxels of this type", HostError::failedRun);
+  }
+}
+
+/// Calls `f(voxels)` with all voxels of a volume, x fastest, as a span of their type.
+template <class F>
+void withVoxels(VlMemoryData& volume, F&& f) {
+  const NmHandle<VlDataAccess> access = volume.lock(false);
+  if (access == nullptr) throw HostError("a volume cannot be locked", HostError::failedRun);
+  const NmVec3l dims = volume.dims();
+  withVoxelType(volume.primType(), [&]<class T>() {
+    f(std::span<const T>(static_cast<const T*>(access->dataPtr(0)),
+                         static_cast<std::size_t>(dims.x * dims.y * dims.z)));
+  });
+}
+
+/// The nearest value that a voxel can hold; an integer is never given NaN.
+template <class T>
+T asVoxel(double value) {
+  if constexpr (std::is_floating_point_v<T>) {
+    return static_cast<T>(value);
+  } else {
+    constexpr T lowest = std::numeric_limits<T>::lowest();
+    constexpr T highest = std::numeric_limits<T>::max();
+    const double whole = std::nearbyint(value);
+    if (!(whole > static_cast<double>(lowest))) return lowest;
+    return whole < static_cast<double>(highest) ? static_cast<T>(whole) : highest;
+  }
+}
+
+}  // namespace host

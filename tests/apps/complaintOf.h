@@ -1,0 +1,22 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "HostError.h"
+#include "niftiVolume.h"
+
+/// What reading a volume throws, as bad input; empty where it is read. Nothing else may speak up.
+inline std::string complaintOf(const std::string& path) {
+  std::string complaint;
+  testing::internal::CaptureStderr();
+  try {
+    (void)host::readNifti(path);
+  } catch (const host::HostError& error) {
+    EXPECT_EQ(error.exitCode, 2);
+    complaint = error.what();
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  return complaint;
+}
