@@ -59,7 +59,7 @@ NiftiVolume readVoxels(ZipReader& file, const NiftiHeader& source) {
   const VoxelFormat& format = *VoxelFormat::find(header.datatype);
   const LineConversion convert = scale.isIdentity() ? format.convertPlain : format.convertScaled;
   NiftiVolume volume = newVolume(
-      source.image, scale.isIdentity() ? format.plainType : format.scaledType, file.path());
+      source.image, scale.isIdentity() ? format.plainType : format.scaledType, source.path);
   const NmHandle<VlDataAccess> access = volume.data->lock(true);
   const long nx = volume.grid.dims[0];
   std::vector<char> stored(static_cast<std::size_t>(nx) * static_cast<std::size_t>(header.nbyper));
