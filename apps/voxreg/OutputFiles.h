@@ -33,7 +33,7 @@ class OutputFiles {
 
  private:
   struct Output {
-    explicit Output(const std::string& path);
+    explicit Output(const std::string& name);
 
     std::string path;  ///< as the user has given it
     std::filesystem::path target;

@@ -85,7 +85,7 @@ NiftiHeader readVersion(ZipReader& file, const char* start, bool isSwapped) {
   const std::uint64_t offset = offsetOfVoxels(raw, isPair, file);
   const std::shared_ptr<nifti_image> image = owned(NiftiVersion<Raw>::toImage(raw, nullptr));
   image->nifti_type = NiftiVersion<Raw>::type;
-  return {image, offset, isSwapped, isPair};
+  return {file.path(), image, offset, isSwapped, isPair};
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ namespace host {
 
 /// What stands in front of the voxels of a NIfTI file.
 struct NiftiHeader {
+  std::string path;
   std::shared_ptr<nifti_image> image;  ///< of three dimensions at most, without voxels
   std::uint64_t offset;                ///< of the voxels, from what was read of their file
   bool isSwapped;                      ///< voxels are in the other byte order

@@ -68,7 +68,7 @@ NiftiVolume readVoxels(ZipReader& file, const NiftiHeader& source) {
   const VoxelFormat& format = *VoxelFormat::find(header.datatype);
   const LineConversion convert = scale.isIdentity() ? format.convertPlain : format.convertScaled;
   NiftiVolume volume = newVolume(
-      source.image, scale.isIdentity() ? format.plainType : format.scaledType, file.path());
+      source.image, scale.isIdentity() ? format.plainType : format.scaledType, source.path);
   if (scale.isIdentity() && niftiTypeOf(format.plainType) != header.datatype)
     volume.fileType = header.datatype;
   const NmHandle<VlDataAccess> access = volume.data->lock(true);
