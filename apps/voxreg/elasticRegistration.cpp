@@ -4,19 +4,14 @@
 #include <cmath>
 
 #include "HostError.h"
+#include "chestEvidence.h"
+#include "chestWall.h"
 #include "intensity.h"
 #include "shortVolume.h"
 
 namespace host {
 
 namespace {
-
-/// How a volume's axes run along the body: x to the left, y to the back, z to the head.
-struct BodyAxes {
-  NmVec3i axes;
-  NmVec3i signs;
-  bool oblique;
-};
 
 BodyAxes bodyAxesOf(const RegElasticRegistration& elastic, const VolumeFrame& frame) {
   NmMat4f directions;  // the world runs to the right, to the front and to the head
@@ -56,6 +51,7 @@ struct Preparation {
   ShortVolume model;
   BodyAxes body;
   std::optional<ChestMask> mask;
+  std::string chestWall;
   NmBox3i roi;
   int airLevel = 1;
   int tissueLevel = 1;
@@ -63,20 +59,34 @@ struct Preparation {
   NmVec2f modelRange;
 };
 
-void findMask(const RegElasticRegistration& elastic, const ElasticSettings& settings,
-              Preparation& made) {
+/// The wall is masked where it is a chest's, or was asked for.
+void decideMask(const ElasticSettings& settings, Preparation& made) {
   using Masking = ElasticSettings::Masking;
-  if (settings.masking == Masking::none) return;
-  ChestMask mask = {};
-  const bool found =
-      !made.body.oblique &&
-      elastic.findMasking(made.reference.rescale, made.body.axes, made.body.signs, mask.center,
-                          mask.weights, mask.innerRadius, mask.outerRadius, &made.roi,
-                          made.airLevel, made.tissueLevel);
-  if (found)
-    made.mask = mask;
-  else if (settings.masking == Masking::required)
-    throw HostError("no chest wall was found in the reference", HostError::failedRun);
+  if (settings.masking == Masking::none) {
+    made.chestWall = "not masked, as asked";
+    return;
+  }
+  std::optional<ChestWall> wall;
+  if (!made.body.oblique)
+    wall = findChestWall(made.reference.data, made.reference.rescale, made.body);
+  if (settings.masking == Masking::required) {
+    if (!wall) throw HostError("no chest wall was found in the reference", HostError::failedRun);
+    made.chestWall = "masked, as asked";
+  } else if (!wall) {
+    made.chestWall = made.body.oblique
+                         ? "not masked: the volume lies oblique to the body's axes"
+                         : "not masked: there is none in front of the volume's middle";
+    return;
+  } else {
+    const ChestVerdict verdict =
+        judgeChest(chestEvidence(*made.reference.data, made.body, wall->mask));
+    made.chestWall = (verdict.isChest ? "masked: " : "not masked: ") + verdict.reason;
+    if (!verdict.isChest) return;
+  }
+  made.mask = wall->mask;
+  made.roi = wall->roi;
+  made.airLevel = wall->airLevel;
+  made.tissueLevel = wall->tissueLevel;
 }
 
 /// The levels that were asked for or, where the body has told none, shares of the bright voxels.
@@ -105,7 +115,7 @@ Preparation prepare(RegElasticRegistration& elastic, const NiftiVolume& referenc
   elastic.reference = made.reference.data;
   elastic.model = made.model.data;
   made.body = bodyAxesOf(elastic, reference.frame);
-  findMask(elastic, settings, made);
+  decideMask(settings, made);
   findLevels(reference, settings, made);
   if (settings.roi) made.roi = *settings.roi;
   if (!elastic.findRanges(true, made.airLevel, made.tissueLevel, made.reference.rescale,
@@ -115,12 +125,6 @@ Preparation prepare(RegElasticRegistration& elastic, const NiftiVolume& referenc
 }
 
 }  // namespace
-
-bool ChestMask::holds(const NmVec3f& place) const {
-  float sum = 0.0f;
-  for (int a = 0; a < 3; ++a) sum += weights[a] * (place[a] - center[a]) * (place[a] - center[a]);
-  return sum < outerRadius * outerRadius;
-}
 
 ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& model,
                               const ElasticSettings& settings, InterruptibleProgress& progress) {
@@ -141,7 +145,7 @@ ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& m
     throw HostError("the registration failed", HostError::failedRun);
   if (elastic.transform.vertices.size == 0)
     elastic.transform = GridTransform::start(NmMat4d(), reference, model);
-  return {elastic.transform, made.mask, watch.getTime(), progress.wasInterrupted()};
+  return {elastic.transform, made.mask, watch.getTime(), progress.wasInterrupted(), made.chestWall};
 }
 
 }  // namespace host

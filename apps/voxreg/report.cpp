@@ -20,7 +20,7 @@ void printSearch(double metric, double seconds, bool interrupted) {
 void printElastic(const ElasticResult& result) {
   const NmVec3i& bricks = result.transform.numBricks;
   std::printf("%-24s %d x %d x %d\n", "bricks", bricks.x, bricks.y, bricks.z);
-  std::printf("%-24s %s\n", "chest wall", result.mask ? "masked" : "not masked");
+  std::printf("%-24s %s\n", "chest wall", result.chestWall.c_str());
   printTime(result.seconds, result.interrupted);
 }
 

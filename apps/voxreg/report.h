@@ -14,7 +14,7 @@ constexpr int interruptedExitCode = 130;
 /// Prints the metric's value and the time to standard output.
 void printSearch(double metric, double seconds, bool interrupted);
 
-/// Prints the grid, whether there is a mask, and the time.
+/// Prints the grid, whether there is a mask and why, and the time.
 void printElastic(const ElasticResult& result);
 
 /// Prints the smallest value of a transform's Jacobian.
