@@ -37,7 +37,7 @@ void addMaskOptions(CLI::App& command, ElasticOptions& options) {
       "--mask", choose(Masking::required), "Insist on masking what lies behind the chest wall");
   command
       .add_flag_callback("--no-mask", choose(Masking::none),
-                         "Register everything (default: mask where a chest wall is found)")
+                         "Register everything (default: mask what lies behind the wall of a chest)")
       ->excludes(mask);
 }
 
@@ -57,9 +57,11 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
       ->type_name("LOW HIGH")
       ->check(numberAbove(-1e30));
   command
-      .add_option("--max-bricks", options.settings.maxBricks,
-                  "Bricks from left to right at the end; from 18 on, volumes of more than 300 "
-                  "voxels are also registered at full resolution")
+      .add_option(
+          "--max-bricks", options.settings.maxBricks,
+          "Bricks from left to right at the end, as far as they keep four voxels along each "
+          "axis; from 18 on, volumes of more than 300 voxels are also registered at full "
+          "resolution")
       ->check(CLI::Range(12, 40))
       ->capture_default_str();
   command

@@ -6,8 +6,8 @@
 #include "HostError.h"
 #include "chestEvidence.h"
 #include "chestWall.h"
+#include "elasticRuns.h"
 #include "intensity.h"
-#include "shortVolume.h"
 
 namespace host {
 
@@ -45,22 +45,8 @@ bool shareGrid(const NiftiVolume& reference, const NiftiVolume& model) {
   return true;
 }
 
-/// The pair as the pipeline takes it, and what the measurements before it have found.
-struct Preparation {
-  ShortVolume reference;
-  ShortVolume model;
-  BodyAxes body;
-  std::optional<ChestMask> mask;
-  std::string chestWall;
-  NmBox3i roi;
-  int airLevel = 1;
-  int tissueLevel = 1;
-  NmVec2f referenceRange;
-  NmVec2f modelRange;
-};
-
 /// The wall is masked where it is a chest's, or was asked for.
-void decideMask(const ElasticSettings& settings, Preparation& made) {
+void decideMask(const ElasticSettings& settings, ElasticPair& made) {
   using Masking = ElasticSettings::Masking;
   if (settings.masking == Masking::none) {
     made.chestWall = "not masked, as asked";
@@ -73,9 +59,8 @@ void decideMask(const ElasticSettings& settings, Preparation& made) {
     if (!wall) throw HostError("no chest wall was found in the reference", HostError::failedRun);
     made.chestWall = "masked, as asked";
   } else if (!wall) {
-    made.chestWall = made.body.oblique
-                         ? "not masked: the volume lies oblique to the body's axes"
-                         : "not masked: there is none in front of the volume's middle";
+    made.chestWall = made.body.oblique ? "not masked: the volume lies oblique to the body"
+                                       : "not masked: none was found";
     return;
   } else {
     const ChestVerdict verdict =
@@ -90,7 +75,7 @@ void decideMask(const ElasticSettings& settings, Preparation& made) {
 }
 
 /// The levels that were asked for or, where the body has told none, shares of the bright voxels.
-void findLevels(const NiftiVolume& reference, const ElasticSettings& settings, Preparation& made) {
+void findLevels(const NiftiVolume& reference, const ElasticSettings& settings, ElasticPair& made) {
   constexpr float air = 0.02f;
   constexpr float tissue = 0.2f;
   constexpr double bright = 0.99;
@@ -104,9 +89,9 @@ void findLevels(const NiftiVolume& reference, const ElasticSettings& settings, P
   made.tissueLevel = whole(asked ? settings.levels[1] : tissue * top);
 }
 
-Preparation prepare(RegElasticRegistration& elastic, const NiftiVolume& reference,
+ElasticPair prepare(RegElasticRegistration& elastic, const NiftiVolume& reference,
                     const NiftiVolume& model, const ElasticSettings& settings) {
-  Preparation made;
+  ElasticPair made;
   made.reference = asUnsignedShort(reference);
   made.model = asUnsignedShort(model);
   // The grids differ by rounding at most, which the pipeline does not forgive.
@@ -134,12 +119,8 @@ ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& m
   RegElasticRegistration elastic;
   elastic.progress = &progress;
   progress.beginPart(0, 1);
-  const Preparation made = prepare(elastic, reference, model, settings);
-  const ChestMask mask = made.mask.value_or(ChestMask{});
-  const bool done = elastic.doRegistration(
-      made.referenceRange, made.modelRange, settings.metric == "cr" ? 1u : 0u,
-      made.mask.has_value(), made.reference.rescale, made.model.rescale, mask.center, mask.weights,
-      mask.innerRadius, mask.outerRadius, &made.roi, settings.maxBricks, made.body.axes.x);
+  const ElasticPair made = prepare(elastic, reference, model, settings);
+  const bool done = runElastic(elastic, made, settings, progress);
   progress.wipe();
   if (!done && !progress.wasInterrupted())
     throw HostError("the registration failed", HostError::failedRun);

@@ -36,7 +36,8 @@ struct ElasticResult {
 };
 
 /// Registers two volumes on one grid, coarse to fine, without what lies behind a chest's wall. An
-/// interruption leaves what was reached. Throws HostError for volumes on different grids.
+/// interruption leaves what was reached. Throws HostError for volumes on different grids, single
+/// slices and volumes of too few voxels.
 ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& model,
                               const ElasticSettings& settings, InterruptibleProgress& progress);
 
