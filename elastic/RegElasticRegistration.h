@@ -32,7 +32,9 @@ class RegElasticRegistration {
   NmHandle<VlData> reference;
   NmHandle<VlData> model;
   RegNonAffineTransform::NonAffineTransformDescriptor transform;  ///< the result
-  int numThreads = 1;  ///< below 1 counts as 1; starts no thread
+  int numThreads = 1;               ///< below 1 counts as 1; starts no thread
+  std::int64_t numEvaluations = 0;  ///< of whole volumes, by all registrations so far
+  std::int64_t numGradients = 0;    ///< by all registrations so far
 
   static NmVec3f defaultWeights() { return {1.0f, 1.0f, 1.0f}; }
   static float defaultInnerMaskRadius() { return 192.0f; }

@@ -96,7 +96,10 @@ bool RegElasticRegistration::invokeVoxelRegistration(
       1, true, affineStages, nonAffineStages, false, stepRange, 1, 0.0001f, quasiNewton, false,
       false);
   registration.nonAffineResult = transform;
-  if (!registration.compute(2)) return false;
+  const bool done = registration.compute(2);
+  numEvaluations += registration.numEvaluations;
+  numGradients += registration.numGradients;
+  if (!done) return false;
   adopt(registration.nonAffineResult, transform);
   if (metricValue != nullptr) *metricValue = registration.finalMetric;
   return true;

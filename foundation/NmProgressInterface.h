@@ -20,8 +20,8 @@ class NmProgressInterface {
   /// The caption changed; does nothing by default.
   virtual void progressInfoChanged(const std::string& text);
 
-  /// True once the user has asked to stop, and from then on until the task is closed; every long loop
-  /// polls it.
+  /// True once the user has asked to stop, and from then on until the task is closed; every long
+  /// loop polls it.
   virtual bool wasInterrupted() = 0;
 
   /// Replaces the caption and tells progressInfoChanged; null counts as an empty text.

@@ -58,8 +58,7 @@ PairRun::PairRun(const CLI::App& command, const PairOptions& options,
 
 bool PairRun::hasInformation(const MetricSettings& metric) {
   report.metric = metric.name;
-  report.lack = lackOfInformation(files_.reference, files_.model, metric);
-  requireResult();
+  noteLack(lackOfInformation(files_.reference, files_.model, metric));
   return report.lack.empty();
 }
 
@@ -67,18 +66,14 @@ void PairRun::judge(const SearchOutcome& search, const Assessment& result) {
   report.counts = search.counts;
   report.seconds = search.seconds;
   report.interrupted = search.interrupted;
-  judge(result);
-}
-
-void PairRun::judge(const Assessment& result) {
   report.result = result;
   report.warn(result.warnings());
   // What was reached when the user stopped the search is no verdict on the volumes.
-  if (!report.interrupted) report.lack = result.overlap.lack();
-  requireResult();
+  if (!report.interrupted) noteLack(result.overlap.lack());
 }
 
-void PairRun::requireResult() const {
+void PairRun::noteLack(const std::string& lack) {
+  report.lack = lack;
   if (!report.lack.empty() && !options_.force)
     throw HostError("nothing found: " + report.lack, HostError::nothingFound);
 }

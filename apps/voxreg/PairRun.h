@@ -39,7 +39,9 @@ class PairRun {
 
   /// Takes what a search has found, which may be nothing as well, and throws likewise.
   void judge(const SearchOutcome& search, const Assessment& result);
-  void judge(const Assessment& result);
+
+  /// Why nothing was found, empty where something was; throws likewise.
+  void noteLack(const std::string& lack);
 
   /// Each writes what was asked for: the registered model, and the usual picture.
   void writeOutput(OutputFiles& outputs, const PlaceMap& map);
@@ -54,8 +56,6 @@ class PairRun {
   InterruptibleProgress progress;
 
  private:
-  void requireResult() const;
-
   const PairOptions options_;
   std::optional<LogOnStandardError> log_;
   VolumePair files_;

@@ -1,16 +1,17 @@
 #pragma once
 
-#include <voxreg.h>
+#include <cstdint>
 
 namespace host {
 
 /// What a search has cost.
 struct SearchCounts {
-  long evaluations = 0;
-  long gradients = 0;
+  std::int64_t evaluations = 0;
+  std::int64_t gradients = 0;
 
-  /// Adds those of a registration's last run.
-  void add(const RegVoxelRegistration& registration) {
+  /// Adds those that a registration has counted.
+  template <class Registration>
+  void add(const Registration& registration) {
     evaluations += registration.numEvaluations;
     gradients += registration.numGradients;
   }

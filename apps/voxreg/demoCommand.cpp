@@ -91,7 +91,7 @@ void registerChest(OutputFiles& outputs, const std::string& folder,
   writeElasticPicture(outputs, file("chest.png"), volumes, result.mask);
   progress.wipe();
   printElastic(result);
-  printSearch(std::nullopt, result.seconds, result.interrupted);
+  printSearch(std::nullopt, result.search.seconds, result.search.interrupted);
   const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
   const GridTransform identity = GridTransform::fromFrames(
       GridTransform::start(NmMat4d(), reference, model), reference, model);

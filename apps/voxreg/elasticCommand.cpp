@@ -37,7 +37,7 @@ void addMaskOptions(CLI::App& command, ElasticOptions& options) {
       "--mask", choose(Masking::required), "Insist on masking what lies behind the chest wall");
   command
       .add_flag_callback("--no-mask", choose(Masking::none),
-                         "Register everything (default: mask where a chest wall is found)")
+                         "Register everything (default: mask what lies behind the wall of a chest)")
       ->excludes(mask);
 }
 
@@ -54,9 +54,11 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
       ->type_name("LOW HIGH")
       ->check(numberAbove(-1e30));
   command
-      .add_option("--max-bricks", options.settings.maxBricks,
-                  "Bricks from left to right at the end; from 18 on, volumes of more than 300 "
-                  "voxels are also registered at full resolution")
+      .add_option(
+          "--max-bricks", options.settings.maxBricks,
+          "Bricks from left to right at the end, as far as they keep four voxels along each "
+          "axis; from 18 on, volumes of more than 300 voxels are also registered at full "
+          "resolution")
       ->check(CLI::Range(12, 40))
       ->capture_default_str();
   command
@@ -113,13 +115,15 @@ ElasticResult registeredResult(const ElasticOptions& options, PairRun& run) {
   MetricSettings metric;
   metric.name = settings.metric;
   run.report.transform = "bricks";
-  if (!run.hasInformation(metric))
-    return {GridTransform::start(NmMat4d(), pair.reference, pair.model), {}, 0.0, false};
-  const ElasticResult result = registerElastic(pair.reference, pair.model, settings, run.progress);
-  run.report.seconds = result.seconds;
-  run.report.interrupted = result.interrupted;
-  run.judge(
-      assessmentOf(pair, metric, result.transform, result.inWorld(pair.reference, pair.model)));
+  ElasticResult result;
+  result.transform = GridTransform::start(NmMat4d(), pair.reference, pair.model);
+  if (!run.hasInformation(metric)) return result;
+  result = registerElastic(pair.reference, pair.model, settings, run.progress);
+  if (!result.lack.empty())
+    run.noteLack(result.lack);
+  else
+    run.judge(result.search, assessmentOf(pair, metric, result.transform,
+                                          result.inWorld(pair.reference, pair.model)));
   return result;
 }
 

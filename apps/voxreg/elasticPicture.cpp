@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "BlockMeans.h"
 #include "HostError.h"
 #include "PictureSheet.h"
 #include "intensity.h"
@@ -47,64 +48,25 @@ void drawOutline(GreyImage& image, const Slice& slice, const ChestMask& mask) {
     }
 }
 
-/// Means of blocks of voxels, so that noise does not count as uptake.
-class BlockMeans {
- public:
-  explicit BlockMeans(const NiftiVolume& volume) : box_(volume.frame.box) {
-    constexpr float blockLength = 8.0f;  // millimetres
-    const NmVec3f voxel = volume.data->voxelSpacing();
-    for (int a = 0; a < 3; ++a) {
-      voxels_[a] = std::max(1L, std::lround(blockLength / std::max(voxel[a], 0.01f)));
-      blocks_[a] = (volume.frame.dims[a] + voxels_[a] - 1) / voxels_[a];
-      length_[a] = static_cast<float>(voxels_[a]) * voxel[a];
-    }
-    means_.resize(static_cast<std::size_t>(blocks_[0] * blocks_[1] * blocks_[2]));
-    std::vector<long> counts(means_.size());
-    forEachRow(*volume.data, [&](long y, long z, const float* row) {
-      for (long x = 0; x < volume.frame.dims.x; ++x) {
-        const std::size_t block = indexOf(x / voxels_[0], y / voxels_[1], z / voxels_[2]);
-        means_[block] += static_cast<double>(row[x]);
-        ++counts[block];
+/// The middle of the block of the largest mean outside the mask; the volume's middle if there is
+/// none. Blocks keep noise from counting as uptake.
+NmVec3f strongestUptake(const NiftiVolume& subtraction, const std::optional<ChestMask>& mask) {
+  constexpr float blockLength = 8.0f;  // millimetres
+  const BlockMeans blocks(*subtraction.data, blockLength);
+  const NmVec3l& n = blocks.counts();
+  NmVec3f best = middleOf(subtraction.frame.box);
+  double largest = 0.0;
+  for (long z = 0; z < n.z; ++z)
+    for (long y = 0; y < n.y; ++y)
+      for (long x = 0; x < n.x; ++x) {
+        const double mean = blocks.mean({x, y, z});
+        const NmVec3f middle = blocks.middle({x, y, z});
+        if (!(mean > largest) || (mask && mask->holds(middle))) continue;
+        largest = mean;
+        best = middle;
       }
-    });
-    for (std::size_t i = 0; i < means_.size(); ++i) means_[i] /= static_cast<double>(counts[i]);
-  }
-
-  /// The middle of the block of the largest mean outside the mask; the volume's middle if there is
-  /// none.
-  NmVec3f largestOutside(const std::optional<ChestMask>& mask) const {
-    NmVec3f best = middleOf(box_);
-    double largest = 0.0;
-    for (long z = 0; z < blocks_[2]; ++z)
-      for (long y = 0; y < blocks_[1]; ++y)
-        for (long x = 0; x < blocks_[0]; ++x) {
-          const NmVec3f middle = middleOfBlock(x, y, z);
-          if (!(means_[indexOf(x, y, z)] > largest) || (mask && mask->holds(middle))) continue;
-          largest = means_[indexOf(x, y, z)];
-          best = middle;
-        }
-    return best;
-  }
-
- private:
-  std::size_t indexOf(long x, long y, long z) const {
-    return static_cast<std::size_t>(x + blocks_[0] * (y + blocks_[1] * z));
-  }
-  NmVec3f middleOfBlock(long x, long y, long z) const {
-    const long place[3] = {x, y, z};
-    NmVec3f middle;
-    for (int a = 0; a < 3; ++a)
-      middle[a] =
-          std::min(box_.min(a) + (static_cast<float>(place[a]) + 0.5f) * length_[a], box_.max(a));
-    return middle;
-  }
-
-  NmBox3f box_;
-  long voxels_[3];
-  long blocks_[3];
-  float length_[3];
-  std::vector<double> means_;
-};
+  return best;
+}
 
 }  // namespace
 
@@ -123,8 +85,8 @@ void writeElasticPicture(OutputFiles& outputs, const std::string& path,
   const Sampler reference(volumes.reference);
   const Sampler model(volumes.model);
   const Sampler registered(volumes.registered);
-  const std::vector<Slice> slices = slicesThrough(
-      BlockMeans(volumes.subtraction).largestOutside(mask), volumes.reference, longestSide);
+  const std::vector<Slice> slices =
+      slicesThrough(strongestUptake(volumes.subtraction, mask), volumes.reference, longestSide);
   PictureSheet sheet(slices, {"REFERENCE", "MODEL", "REGISTERED MODEL", "SUBTRACTION BEFORE",
                               "SUBTRACTION AFTER"});
   for (const Slice& slice : slices) {

@@ -4,19 +4,14 @@
 #include <cmath>
 
 #include "HostError.h"
+#include "chestEvidence.h"
+#include "chestWall.h"
+#include "elasticRuns.h"
 #include "intensity.h"
-#include "shortVolume.h"
 
 namespace host {
 
 namespace {
-
-/// How a volume's axes run along the body: x to the left, y to the back, z to the head.
-struct BodyAxes {
-  NmVec3i axes;
-  NmVec3i signs;
-  bool oblique;
-};
 
 BodyAxes bodyAxesOf(const RegElasticRegistration& elastic, const VolumeFrame& frame) {
   NmMat4f directions;  // the world runs to the right, to the front and to the head
@@ -50,37 +45,37 @@ bool shareGrid(const NiftiVolume& reference, const NiftiVolume& model) {
   return true;
 }
 
-/// The pair as the pipeline takes it, and what the measurements before it have found.
-struct Preparation {
-  ShortVolume reference;
-  ShortVolume model;
-  BodyAxes body;
-  std::optional<ChestMask> mask;
-  NmBox3i roi;
-  int airLevel = 1;
-  int tissueLevel = 1;
-  NmVec2f referenceRange;
-  NmVec2f modelRange;
-};
-
-void findMask(const RegElasticRegistration& elastic, const ElasticSettings& settings,
-              Preparation& made) {
+/// The wall is masked where it is a chest's, or was asked for.
+void decideMask(const ElasticSettings& settings, ElasticPair& made) {
   using Masking = ElasticSettings::Masking;
-  if (settings.masking == Masking::none) return;
-  ChestMask mask = {};
-  const bool found =
-      !made.body.oblique &&
-      elastic.findMasking(made.reference.rescale, made.body.axes, made.body.signs, mask.center,
-                          mask.weights, mask.innerRadius, mask.outerRadius, &made.roi,
-                          made.airLevel, made.tissueLevel);
-  if (found)
-    made.mask = mask;
-  else if (settings.masking == Masking::required)
-    throw HostError("no chest wall was found in the reference", HostError::failedRun);
+  if (settings.masking == Masking::none) {
+    made.chestWall = "not masked, as asked";
+    return;
+  }
+  std::optional<ChestWall> wall;
+  if (!made.body.oblique)
+    wall = findChestWall(made.reference.data, made.reference.rescale, made.body);
+  if (settings.masking == Masking::required) {
+    if (!wall) throw HostError("no chest wall was found in the reference", HostError::failedRun);
+    made.chestWall = "masked, as asked";
+  } else if (!wall) {
+    made.chestWall = made.body.oblique ? "not masked: the volume lies oblique to the body"
+                                       : "not masked: none was found";
+    return;
+  } else {
+    const ChestVerdict verdict =
+        judgeChest(chestEvidence(*made.reference.data, made.body, wall->mask));
+    made.chestWall = (verdict.isChest ? "masked: " : "not masked: ") + verdict.reason;
+    if (!verdict.isChest) return;
+  }
+  made.mask = wall->mask;
+  made.roi = wall->roi;
+  made.airLevel = wall->airLevel;
+  made.tissueLevel = wall->tissueLevel;
 }
 
 /// The levels that were asked for or, where the body has told none, shares of the bright voxels.
-void findLevels(const NiftiVolume& reference, const ElasticSettings& settings, Preparation& made) {
+void findLevels(const NiftiVolume& reference, const ElasticSettings& settings, ElasticPair& made) {
   constexpr float air = 0.02f;
   constexpr float tissue = 0.2f;
   constexpr double bright = 0.99;
@@ -94,9 +89,9 @@ void findLevels(const NiftiVolume& reference, const ElasticSettings& settings, P
   made.tissueLevel = whole(asked ? settings.levels[1] : tissue * top);
 }
 
-Preparation prepare(RegElasticRegistration& elastic, const NiftiVolume& reference,
+ElasticPair prepare(RegElasticRegistration& elastic, const NiftiVolume& reference,
                     const NiftiVolume& model, const ElasticSettings& settings) {
-  Preparation made;
+  ElasticPair made;
   made.reference = asUnsignedShort(reference);
   made.model = asUnsignedShort(model);
   // The grids differ by rounding at most, which the pipeline does not forgive.
@@ -105,44 +100,13 @@ Preparation prepare(RegElasticRegistration& elastic, const NiftiVolume& referenc
   elastic.reference = made.reference.data;
   elastic.model = made.model.data;
   made.body = bodyAxesOf(elastic, reference.frame);
-  findMask(elastic, settings, made);
+  decideMask(settings, made);
   findLevels(reference, settings, made);
   if (settings.roi) made.roi = *settings.roi;
-  if (!elastic.findRanges(true, made.airLevel, made.tissueLevel, made.reference.rescale,
-                          made.model.rescale, made.referenceRange, made.modelRange))
-    throw HostError("nothing found: the volumes have no intensities to register",
-                    HostError::nothingFound);
   return made;
 }
 
-/// The pipeline makes two runs on each of up to three coarser levels, and about one on the finest,
-/// which it leaves out below those unless many bricks are asked for.
-std::vector<ProgressPlan::Stage> progressStages(RegElasticRegistration& elastic, int maxBricks) {
-  constexpr std::size_t mostCoarser = 3;
-  constexpr int manyBricks = 18;
-  constexpr double ratioOfLevels = 4.0;
-  const NmVec3l voxels = elastic.reference->dims();
-  NmVec3i dims(static_cast<int>(voxels.x), static_cast<int>(voxels.y), static_cast<int>(voxels.z));
-  NmVec3f size = elastic.reference->voxelSpacing();
-  std::vector<double> works(1, 1.0);
-  while (works.size() < 2 * mostCoarser && elastic.specifyDownsampling(dims, size, dims, size))
-    works.insert(works.begin(), 2, works.front() / ratioOfLevels);
-  if (works.size() > 2 * mostCoarser && maxBricks < manyBricks) works.pop_back();
-  std::vector<ProgressPlan::Stage> stages;
-  for (const double work : works)
-    stages.push_back({"Registering, step " + std::to_string(stages.size() + 1) + " of " +
-                          std::to_string(works.size()),
-                      work});
-  return stages;
-}
-
 }  // namespace
-
-bool ChestMask::holds(const NmVec3f& place) const {
-  float sum = 0.0f;
-  for (int a = 0; a < 3; ++a) sum += weights[a] * (place[a] - center[a]) * (place[a] - center[a]);
-  return sum < outerRadius * outerRadius;
-}
 
 ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& model,
                               const ElasticSettings& settings, InterruptibleProgress& progress) {
@@ -152,20 +116,24 @@ ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& m
   RegElasticRegistration elastic;
   elastic.progress = &progress;
   progress.takeStopRequests();
-  const Preparation made = prepare(elastic, reference, model, settings);
-  const std::vector<ProgressPlan::Stage> stages = progressStages(elastic, settings.maxBricks);
-  progress.expectRuns(static_cast<int>(stages.size()), 1);
-  progress.enter("Registering", stages);
-  const ChestMask mask = made.mask.value_or(ChestMask{});
-  const bool done = elastic.doRegistration(
-      made.referenceRange, made.modelRange, settings.metric == "cr" ? 1u : 0u,
-      made.mask.has_value(), made.reference.rescale, made.model.rescale, mask.center, mask.weights,
-      mask.innerRadius, mask.outerRadius, &made.roi, settings.maxBricks, made.body.axes.x);
-  if (!done && !progress.wasInterrupted())
+  ElasticPair pair = prepare(elastic, reference, model, settings);
+  ElasticResult result;
+  result.transform = GridTransform::start(NmMat4d(), reference, model);
+  result.mask = pair.mask;
+  result.chestWall = pair.chestWall;
+  if (!elastic.findRanges(true, pair.airLevel, pair.tissueLevel, pair.reference.rescale,
+                          pair.model.rescale, pair.referenceRange, pair.modelRange)) {
+    result.lack = "the volumes have no intensities to register";
+    return result;
+  }
+  const bool done = searchBricks(elastic, pair, settings, progress);
+  result.search.interrupted = progress.wasInterrupted();
+  if (!done && !result.search.interrupted)
     throw HostError("the registration failed", HostError::failedRun);
-  if (elastic.transform.vertices.size == 0)
-    elastic.transform = GridTransform::start(NmMat4d(), reference, model);
-  return {elastic.transform, made.mask, watch.getTime(), progress.wasInterrupted()};
+  result.search.counts.add(elastic);
+  result.search.seconds = watch.getTime();
+  if (elastic.transform.vertices.size > 0) result.transform = elastic.transform;
+  return result;
 }
 
 }  // namespace host

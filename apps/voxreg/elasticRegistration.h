@@ -4,26 +4,18 @@
 #include <string>
 #include <vector>
 
+#include "ChestMask.h"
 #include "InterruptibleProgress.h"
+#include "SearchOutcome.h"
 #include "gridTransform.h"
 
 namespace host {
 
-/// The part of a chest that is left out: an ellipsoid in the reference's frame.
-struct ChestMask {
-  NmVec3f center;
-  NmVec3f weights;  ///< of the squared distances along the axes
-  float innerRadius;
-  float outerRadius;
-
-  bool holds(const NmVec3f& place) const;
-};
-
 /// What an elastic registration is to do.
 struct ElasticSettings {
-  enum class Masking { whereFound, required, none };
+  enum class Masking { chests, required, none };
 
-  Masking masking = Masking::whereFound;
+  Masking masking = Masking::chests;
   std::vector<float> levels;   ///< values of air and of the darkest tissue; empty: measured
   std::optional<NmBox3i> roi;  ///< voxels of the frame; none: found with the mask
   int maxBricks = 12;          ///< along the body's x axis
@@ -33,8 +25,9 @@ struct ElasticSettings {
 struct ElasticResult {
   GridTransform::Grid transform;  ///< reference's frame to model's frame
   std::optional<ChestMask> mask;
-  double seconds = 0.0;
-  bool interrupted = false;
+  SearchOutcome search;
+  std::string lack;  ///< why nothing could be registered; empty where something could
+  std::string chestWall = "not masked";  ///< whether there is a mask, and why
 
   /// Beside the grid the displacement of its nearest point holds.
   GridTransform inWorld(const NiftiVolume& reference, const NiftiVolume& model) const {
@@ -43,8 +36,9 @@ struct ElasticResult {
   }
 };
 
-/// Registers two volumes on one grid, coarse to fine, without what lies behind the chest wall. An
-/// interruption leaves what was reached. Throws HostError for volumes on different grids.
+/// Registers two volumes on one grid, coarse to fine, without what lies behind a chest's wall. An
+/// interruption leaves what was reached, and a pair without intensities the model where it is.
+/// Throws HostError for volumes on different grids, single slices and volumes of too few voxels.
 ElasticResult registerElastic(const NiftiVolume& reference, const NiftiVolume& model,
                               const ElasticSettings& settings, InterruptibleProgress& progress);
 

@@ -21,7 +21,7 @@ void printSearch(const std::optional<double>& metric, double seconds, bool inter
 void printElastic(const ElasticResult& result) {
   const NmVec3i& bricks = result.transform.numBricks;
   std::printf("%-24s %d x %d x %d\n", "bricks", bricks.x, bricks.y, bricks.z);
-  std::printf("%-24s %s\n", "chest wall", result.mask ? "masked" : "not masked");
+  std::printf("%-24s %s\n", "chest wall", result.chestWall.c_str());
 }
 
 void printPlaceError(const std::string& name, const PlaceError& error) {

@@ -17,7 +17,7 @@ void printReport(const RunReport& report);
 /// the metric's value, if there is one, and the time;
 void printSearch(const std::optional<double>& metric, double seconds, bool interrupted);
 
-/// the grid, and whether there is a mask;
+/// the grid, and whether there is a mask and why;
 void printElastic(const ElasticResult& result);
 
 /// an error, millimetres.

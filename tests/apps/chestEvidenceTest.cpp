@@ -1,0 +1,240 @@
+#include "chestEvidence.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "chestVolumes.h"
+#include "chestWall.h"
+#include "shortVolume.h"
+#include "tests/apps/sharedData.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+using host::BodyAxes;
+using host::ChestMask;
+using host::ChestVerdict;
+using host::NiftiVolume;
+
+/// Value at a place in millimetres: to the left, to the back and to the head of the middle.
+using Show = double (*)(double x, double y, double z);
+
+/// The level of an ellipsoid's surface is 1.
+double level(double x, double y, double z, double rx, double ry, double rz) {
+  return (x * x) / (rx * rx) + (y * y) / (ry * ry) + (z * z) / (rz * rz);
+}
+double tube(double x, double y, double rx, double ry) {
+  return level(x, y, 0, rx, ry, 1);
+}
+
+constexpr double fat = 1000.0;
+constexpr double muscle = 360.0;
+constexpr double lung = 60.0;
+
+/// Skin and fat, a wall of muscle, and within it what is not lung. The front is at -80.
+double trunk(double x, double y) {
+  if (tube(x, y - 40, 165, 120) > 1) return 0;
+  return tube(x, y - 40, 145, 100) > 1 ? fat : muscle;
+}
+
+double chest(double x, double y, double z) {
+  const bool isLung = tube(std::abs(x) - 70, y - 45, 48, 72) < 1 && z > -70;
+  return isLung ? lung : trunk(x, y);
+}
+
+/// The tips of the lungs below, or the lower ends of them above.
+double shoulders(double x, double y, double z) {
+  return z < -45 ? chest(x, y, 0) : trunk(x, y);
+}
+
+double oneLung(double x, double y, double z) {
+  return x < 0 ? chest(x, y, z) : trunk(x, y);
+}
+
+/// Gas in the bowels, and arms at the sides, which leave air behind and between.
+double abdomen(double x, double y, double z) {
+  if (tube(std::abs(x) - 100, y, 22, 22) < 1 && z < 60) return 0;
+  if (tube(std::abs(x) - 190, y - 30, 32, 40) < 1) return muscle;
+  return 0.9 * trunk(x * 1.1, y);
+}
+
+double ball(double x, double y, double z) {
+  return level(x, y, z, 90, 90, 90) < 1 ? 800 : 0;
+}
+double wideBall(double x, double y, double z) {
+  return level(x, y - 60, z, 200, 140, 200) < 1 ? 800 : 0;
+}
+double cube(double x, double y, double z) {
+  return std::max({std::abs(x), std::abs(y), std::abs(z)}) < 80 ? 800 : 0;
+}
+double twoBalls(double x, double y, double z) {
+  return level(std::abs(x) - 75, y, z, 70, 70, 70) < 1 ? 800 : 0;
+}
+
+/// Scalp, bone, brain and its two ventricles.
+double head(double x, double y, double z) {
+  if (level(x, y, z, 80, 98, 100) > 1) return 0;
+  if (level(x, y, z, 72, 90, 92) > 1) return fat;
+  if (level(x, y, z, 65, 83, 85) > 1) return 20;
+  return level(std::abs(x) - 15, y, z, 8, 40, 25) < 1 ? 90 : 500;
+}
+
+double legs(double x, double y, double) {
+  const double across = std::abs(x) - 80;
+  if (tube(across, y, 12, 12) < 1) return 700;  // marrow
+  if (tube(across, y, 20, 20) < 1) return 20;   // bone
+  return tube(across, y, 80, 80) < 1 ? muscle : 0;
+}
+
+double air(double, double, double) {
+  return 0;
+}
+
+struct Scene {
+  const char* name;
+  Show show;
+  double width;  ///< of the volume, millimetres
+  double wall;   ///< where the mask ends on the middle line
+  bool isChest;
+};
+
+void PrintTo(const Scene& scene, std::ostream* out) {
+  *out << scene.name;
+}
+
+/// In voxels of 6 mm, and 9 mm along the body.
+NiftiVolume volumeOf(const Scene& scene, const BodyAxes& body) {
+  const double lengths[] = {scene.width, 352, 176};
+  NmVec3l dims;
+  NmVec3f half;
+  for (int a = 0; a < 3; ++a) {
+    const double voxel = a == 2 ? 9.0 : 6.0;
+    dims[body.axes[a]] = std::lround(lengths[a] / voxel);
+    half[body.axes[a]] = static_cast<float>(0.5 * (lengths[a] - voxel));
+  }
+  NiftiVolume volume = host::newVolume(
+      dims, NmBox3f(-half.x, half.x, -half.y, half.y, -half.z, half.z), NmPrimType::UnsignedShort);
+  const NmVec3f voxel = volume.data->voxelSpacing();
+  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  std::vector<float> row(static_cast<std::size_t>(dims.x));
+  for (long z = 0; z < dims.z; ++z)
+    for (long y = 0; y < dims.y; ++y) {
+      for (long x = 0; x < dims.x; ++x) {
+        const NmVec3l place(x, y, z);
+        NmVec3d inBody;
+        for (int a = 0; a < 3; ++a) {
+          const int axis = body.axes[a];
+          inBody[a] =
+              body.signs[a] *
+              static_cast<double>(static_cast<float>(place[axis]) * voxel[axis] - half[axis]);
+        }
+        const double noise = 12.0;
+        row[static_cast<std::size_t>(x)] = static_cast<float>(std::hypot(
+            scene.show(inBody.x, inBody.y, inBody.z) + noise * host::voxelNoise(x, y, z, 1),
+            noise * host::voxelNoise(x, y, z, 2)));
+      }
+      (void)access->putRow(-1, y, z, row.data());
+    }
+  return volume;
+}
+
+/// As RegElasticRegistration::findMasking shapes it.
+ChestMask maskBehind(double wall, const BodyAxes& body) {
+  ChestMask mask = {{}, {}, 192.0f, 205.0f};
+  mask.center[body.axes.y] = static_cast<float>(body.signs.y * (wall + 205.0));
+  mask.weights[body.axes.x] = 1.1f;
+  mask.weights[body.axes.y] = 1.0f;
+  mask.weights[body.axes.z] = 1.25f;
+  return mask;
+}
+
+class ChestEvidenceTest : public testing::TestWithParam<Scene> {};
+
+TEST_P(ChestEvidenceTest, tellsAChestFromOtherBodies) {
+  const Scene& scene = GetParam();
+  for (const BodyAxes& body :
+       {BodyAxes{{0, 1, 2}, {-1, -1, 1}, false}, BodyAxes{{2, 0, 1}, {1, 1, -1}, false}}) {
+    const NiftiVolume volume = volumeOf(scene, body);
+    const auto evidence = chestEvidence(*volume.data, body, maskBehind(scene.wall, body));
+    const ChestVerdict verdict = judgeChest(evidence);
+    EXPECT_EQ(verdict.isChest, scene.isChest) << verdict.reason << ": " << evidence.lungShare << ' '
+                                              << evidence.lungWidth << ' ' << evidence.wallDepth;
+    EXPECT_FALSE(verdict.reason.empty());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Scenes, ChestEvidenceTest,
+    testing::Values(
+        Scene{"chest", chest, 352, -65, true}, Scene{"air beside", chest, 420, -65, true},
+        Scene{"cut at the sides", chest, 260, -65, true},
+        Scene{"wall too far in front", chest, 352, -100, false},
+        Scene{"one lung in view", chest, 130, -65, false},
+        Scene{"one lung", oneLung, 352, -65, false}, Scene{"shoulders", shoulders, 352, -65, false},
+        Scene{"abdomen", abdomen, 440, -65, false}, Scene{"ball", ball, 352, -65, false},
+        Scene{"wide ball", wideBall, 352, -60, false}, Scene{"cube", cube, 352, -60, false},
+        Scene{"two balls", twoBalls, 352, -40, false}, Scene{"head", head, 352, -75, false},
+        Scene{"head that fills the volume", head, 150, -75, false},
+        Scene{"legs", legs, 352, -60, false}, Scene{"air", air, 352, -60, false}));
+
+/// Whether the wall that is found in a volume would be masked.
+ChestVerdict verdictOn(const NiftiVolume& volume) {
+  const LogCapture log;
+  const host::ShortVolume converted = asUnsignedShort(volume);
+  const BodyAxes body = {{0, 1, 2}, {-1, -1, 1}, false};
+  const auto wall = findChestWall(converted.data, converted.rescale, body);
+  if (!wall) return {false, "no wall"};
+  return judgeChest(chestEvidence(*converted.data, body, wall->mask));
+}
+
+/// A monotonous change of contrast, and noise with it.
+void distort(VlData& volume, double exponent, double noise) {
+  const NmVec3l dims = volume.dims();
+  const NmHandle<VlDataAccess> access = volume.lock(true);
+  std::vector<float> row(static_cast<std::size_t>(dims.x));
+  for (long z = 0; z < dims.z; ++z)
+    for (long y = 0; y < dims.y; ++y) {
+      (void)access->row(-1, y, z, row.data());
+      for (long x = 0; x < dims.x; ++x) {
+        float& value = row[static_cast<std::size_t>(x)];
+        const double changed = 1000.0 * std::pow(static_cast<double>(value) / 1000.0, exponent);
+        value = static_cast<float>(std::hypot(changed + noise * host::voxelNoise(x, y, z, 5),
+                                              noise * host::voxelNoise(x, y, z, 6)));
+      }
+      (void)access->putRow(-1, y, z, row.data());
+    }
+}
+
+TEST(ChestWallDecision, masksThePhantomsOfManySeeds) {
+  const NmVec3l dims[] = {{64, 64, 16}, {48, 96, 20}, {90, 60, 22}, {56, 72, 31}};
+  for (unsigned int seed = 40; seed < 64; ++seed) {
+    SCOPED_TRACE(seed);
+    NiftiVolume volume = chestBefore(host::ChestPhantom(seed), dims[seed % 4], seed);
+    if (seed % 3 == 1) distort(*volume.data, 1.0, 30.0);
+    if (seed % 3 == 2) distort(*volume.data, 0.85, 5.0);
+    const ChestVerdict verdict = verdictOn(volume);
+    EXPECT_TRUE(verdict.isChest) << verdict.reason;
+  }
+}
+
+class RealBodyTest : public testing::TestWithParam<const char*> {};
+
+/// Of the volumes at hand none is of breasts; the tomogram of the chest shows one lung, which is
+/// what it was taken for.
+TEST_P(RealBodyTest, isNotMasked) {
+  VOXREG_SKIP_WITHOUT_SHARED_DATA();
+  EXPECT_FALSE(verdictOn(host::readNifti(sharedData(GetParam()))).isChest);
+}
+
+INSTANTIATE_TEST_SUITE_P(Volumes, RealBodyTest,
+                         testing::Values("mni152_2009.nii.gz", "chris_t1.nii.gz",
+                                         "pairs/reference.nii.gz", "pairs/warped_model.nii.gz",
+                                         "brain1.nii.gz", "brain2.nii.gz", "lung_small.nii.gz",
+                                         "prostate/case0.mr_image.nii.gz",
+                                         "prostate/case0.us_image.nii.gz", "spine/t1.nii.gz",
+                                         "spine/t2.nii.gz"));
+
+}  // namespace
