@@ -28,7 +28,7 @@ int main() {
   RegVoxelRegistration registration(nullptr, false, reference, model, 3, 0, 100, 0, 100, 1,
                                     2 /* mean squared difference */, 64, 64, NmVec3i(1, 1, 1), 1,
                                     false, affineStages, nonAffineStages, false, NmVec2f(4, 0.01f),
-                                    0, 0, 1 /* best-neighbour search */, false, false);
+                                    0, 1e-5f, 2 /* quasi-Newton search */, false, false);
   const bool done = registration.compute(2);
   const float* t = registration.matrix.m[3];  // row vectors, model world to reference world
   std::printf("model to reference: %.2f %.2f %.2f mm\n", t[0], t[1], t[2]);

@@ -52,8 +52,8 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   NmVec2f stepRange;           ///< x: largest step, y: smallest; both above 0
   int numGradientLevels;       ///< how many of the last levels, never the first, go by gradient
   float gradientStep;          ///< tolerance of the gradient searches
-  /// 0 aggressive direction, 1 best neighbour, 2 quasi-Newton, 3 conjugate gradients, 4 best
-  /// direction.
+  /// 0 aggressive direction, 1 best neighbour (which neither shows progress nor can be stopped
+  /// within a stage), 2 quasi-Newton, 3 conjugate gradients, 4 best direction.
   unsigned int optimizerKind;
   bool bestDirectionFlag;   ///< fit one step reduction of the best-direction search to the steps
   bool calculateCoverage;   ///< find maxCoverage; otherwise it is 0 and nothing is penalised

@@ -99,7 +99,10 @@ void addMetricOptions(CLI::App& command, MetricSettings& settings) {
 }
 
 void addSearchOptions(CLI::App& command, SearchSettings& settings) {
-  command.add_option("--optimizer", settings.optimizer, "Search method")
+  command
+      .add_option("--optimizer", settings.optimizer,
+                  "Search method; best-neighbour shows no progress, and Ctrl-C ends it only "
+                  "with its stage")
       ->check(CLI::IsMember(namesOf(searches)))
       ->capture_default_str();
   command
