@@ -179,7 +179,7 @@ double RegFunctional::evaluate(bool update, const NmBox3i* box, int vertex, bool
 }
 
 void RegFunctional::startSearch() {
-  best_.emplace();
+  best_ = BestEvaluation{};
   if (transform != nullptr) best_->params.remax(transform->params.size, 0);
 }
 

@@ -53,7 +53,7 @@ class OutputsOfACommand : public testing::Test {
 
 TEST_F(OutputsOfACommand, areAllThereOrAsBeforeWhenTheDiskIsFull) {
   writeFile(outputs.file("m.txt"), "before");
-  for (const rlim_t bytes : {20, 20000, 100000}) {  // less than a matrix, a picture, a volume
+  for (const rlim_t bytes : {20u, 20000u, 100000u}) {  // less than a matrix, a picture, a volume
     Child child(inputs, arguments(), [&] { limitFiles(bytes); });
     EXPECT_EQ(child.wait(), 1) << bytes;
     EXPECT_EQ(names(), std::vector<std::string>{"m.txt"});

@@ -145,7 +145,7 @@ TEST_F(DamagedFiles, areCalledWhatTheyAre) {
   const std::string bytes = bytesOf(header, voxels);
   for (const std::size_t length : {std::size_t{348}, std::size_t{5000}, bytes.size() - 1})
     expect("cut.nii", bytes.substr(0, length), "is cut short");
-  for (const std::size_t length : {1, 4, 100, 347})
+  for (const std::size_t length : {1u, 4u, 100u, 347u})
     expect("cut.nii", bytes.substr(0, length), "not a NIfTI file");
   expect("empty.nii", "", "is empty");
   expect("text.nii", std::string(1000, 'x'), "not a NIfTI file");
