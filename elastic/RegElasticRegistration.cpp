@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "elastic/elasticPyramid.h"
-#include "elastic/elasticRegion.h"
-#include "elastic/elasticRuns.h"
+#include "elastic/pyramid/elasticPyramid.h"
+#include "elastic/pyramid/elasticRegion.h"
+#include "elastic/pyramid/elasticRuns.h"
 #include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
 

@@ -8,8 +8,8 @@
 #include "elastic/scalarVoxels.h"
 #include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
-#include "foundation/voxelGrid.h"
-#include "foundation/voxelTypes.h"
+#include "foundation/voxels/voxelGrid.h"
+#include "foundation/voxels/voxelTypes.h"
 
 using voxreg::detail::physicalValue;
 using voxreg::detail::rawValue;

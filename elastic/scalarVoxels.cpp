@@ -1,6 +1,6 @@
 #include "elastic/scalarVoxels.h"
 
-#include "foundation/volumeCore.h"
+#include "foundation/sampling/volumeCore.h"
 
 namespace voxreg::detail {
 namespace {

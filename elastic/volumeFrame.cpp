@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "foundation/VlData.h"
-#include "foundation/voxelTypes.h"
+#include "foundation/voxels/voxelTypes.h"
 
 namespace voxreg::detail {
 namespace {

@@ -5,7 +5,7 @@
 #include <type_traits>
 
 #include "foundation/NmLogFile.h"
-#include "foundation/voxelTypes.h"
+#include "foundation/voxels/voxelTypes.h"
 
 namespace {
 

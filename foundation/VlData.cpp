@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "foundation/NmLogFile.h"
-#include "foundation/volumeCore.h"
-#include "foundation/voxelHold.h"
-#include "foundation/voxelLock.h"
+#include "foundation/sampling/volumeCore.h"
+#include "foundation/voxels/voxelHold.h"
+#include "foundation/voxels/voxelLock.h"
 
 using voxreg::detail::Outcome;
 using voxreg::detail::ThreadIdentity;

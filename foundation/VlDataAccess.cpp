@@ -1,6 +1,6 @@
 #include "foundation/VlDataAccess.h"
 
-#include "foundation/voxelHold.h"
+#include "foundation/voxels/voxelHold.h"
 
 VlDataAccess::~VlDataAccess() {
   Hold* hold = holds_.load(std::memory_order_acquire);

@@ -6,9 +6,9 @@
 
 #include "foundation/NmException.h"
 #include "foundation/NmLogFile.h"
-#include "foundation/memoryAccess.h"
-#include "foundation/volumeCore.h"
-#include "foundation/voxelTypes.h"
+#include "foundation/sampling/volumeCore.h"
+#include "foundation/voxels/memoryAccess.h"
+#include "foundation/voxels/voxelTypes.h"
 
 using voxreg::detail::VolumeCore;
 using voxreg::detail::VoxelGrid;

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "foundation/NmLogFile.h"
-#include "foundation/voxelTypes.h"
+#include "foundation/voxels/voxelTypes.h"
 #include "functional/reg_evaluateUniform.h"
 #include "metrics/RegMetric.h"
 #include "transforms/RegAffineTransform.h"

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "foundation/NmLogFile.h"
-#include "foundation/elementary.h"
+#include "foundation/numbers/elementary.h"
 #include "metrics/entropyTerms.h"
 
 using voxreg::detail::logarithm;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "foundation/elementary.h"
+#include "foundation/numbers/elementary.h"
 
 namespace voxreg::detail {
 namespace {

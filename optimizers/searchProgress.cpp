@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "foundation/NmProgressInterface.h"
-#include "foundation/elementary.h"
+#include "foundation/numbers/elementary.h"
 #include "functional/RegFunctional.h"
 #include "functional/RegOptimizerCallback.h"
 #include "metrics/RegMetric.h"

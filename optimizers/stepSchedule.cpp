@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "foundation/elementary.h"
+#include "foundation/numbers/elementary.h"
 
 namespace voxreg::detail {
 

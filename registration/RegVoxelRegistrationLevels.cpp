@@ -5,7 +5,7 @@
 #include "foundation/NmLogFile.h"
 #include "foundation/NmProgressInterface.h"
 #include "foundation/NmString.h"
-#include "foundation/elementary.h"
+#include "foundation/numbers/elementary.h"
 #include "functional/RegFunctional.h"
 #include "optimizers/RegGradientOptimizer.h"
 #include "registration/RegVoxelRegistration.h"

@@ -7,8 +7,8 @@
 #include "foundation/NmException.h"
 #include "foundation/NmLogFile.h"
 #include "foundation/NmWatch.h"
-#include "foundation/volumeCore.h"
-#include "foundation/voxelTypes.h"
+#include "foundation/sampling/volumeCore.h"
+#include "foundation/voxels/voxelTypes.h"
 #include "resampling/memoryVolume.h"
 #include "resampling/samplingRule.h"
 

@@ -6,9 +6,9 @@
 
 #include "foundation/NmRawData.h"
 #include "foundation/ProgressScope.h"
-#include "foundation/volumePair.h"
-#include "foundation/voxelGrid.h"
-#include "foundation/voxelTypes.h"
+#include "foundation/sampling/volumePair.h"
+#include "foundation/voxels/voxelGrid.h"
+#include "foundation/voxels/voxelTypes.h"
 #include "resampling/RegResampler.h"
 #include "resampling/contribLists.h"
 #include "resampling/extremeReduction.h"

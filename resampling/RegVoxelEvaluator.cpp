@@ -1,7 +1,7 @@
 #include "resampling/RegVoxelEvaluator.h"
 
 #include "foundation/NmLogFile.h"
-#include "foundation/volumeCore.h"
+#include "foundation/sampling/volumeCore.h"
 #include "resampling/samplingRule.h"
 
 using voxreg::detail::Outcome;

@@ -5,7 +5,7 @@
 #include <type_traits>
 
 #include "foundation/NmProgressInterface.h"
-#include "foundation/voxelLines.h"
+#include "foundation/voxels/voxelLines.h"
 #include "resampling/RegBrickedResampler.h"
 #include "resampling/clamped.h"
 

@@ -9,7 +9,7 @@
 #include "foundation/NmDArray.h"
 #include "foundation/ProgressScope.h"
 #include "foundation/VlData.h"
-#include "foundation/volumePair.h"
+#include "foundation/sampling/volumePair.h"
 #include "resampling/zoomShape.h"
 
 namespace voxreg::detail {

@@ -1,7 +1,7 @@
 #include "resampling/memoryVolume.h"
 
 #include "foundation/NmException.h"
-#include "foundation/volumeCore.h"
+#include "foundation/sampling/volumeCore.h"
 
 namespace voxreg::detail {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/axisTaps.h"
+#include "foundation/sampling/axisTaps.h"
 #include "resampling/RegResampler.h"
 
 namespace voxreg::detail {

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "foundation/VlData.h"
-#include "foundation/volumePair.h"
-#include "foundation/voxelLines.h"
+#include "foundation/sampling/volumePair.h"
+#include "foundation/voxels/voxelLines.h"
 
 namespace voxreg::detail {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "foundation/NmBox.h"
 #include "foundation/VlData.h"
-#include "foundation/elementary.h"
+#include "foundation/numbers/elementary.h"
 
 namespace {
 

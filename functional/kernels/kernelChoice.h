@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/instructionSets.h"
+#include "foundation/simd/instructionSets.h"
 #include "functional/kernels/walk.h"
 
 namespace voxreg::detail {

@@ -1,4 +1,4 @@
-#include "foundation/lanesAvx2.h"
+#include "foundation/simd/lanesAvx2.h"
 #include "functional/kernels/walk.h"
 
 namespace voxreg::detail {

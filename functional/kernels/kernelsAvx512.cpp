@@ -1,4 +1,4 @@
-#include "foundation/lanesAvx512.h"
+#include "foundation/simd/lanesAvx512.h"
 #include "functional/kernels/walk.h"
 
 namespace voxreg::detail {

@@ -1,4 +1,4 @@
-#include "foundation/lanesPortable.h"
+#include "foundation/simd/lanesPortable.h"
 #include "functional/kernels/walk.h"
 
 namespace voxreg::detail {

@@ -1,4 +1,4 @@
-#include "foundation/elementary.h"
+#include "foundation/numbers/elementary.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "foundation/lanczosSums.h"
+#include "foundation/sampling/lanczosSums.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "foundation/axisTaps.h"
+#include "foundation/sampling/axisTaps.h"
 
 namespace {
 

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "foundation/sampling/lanczosPoints.h"
+#include "foundation/simd/instructionSets.h"
+#include "foundation/voxels/voxelGrid.h"
+
+namespace voxreg::detail {
+
+/// Writes the sum over the taps of each point, for a volume with one data variable, in the order
+/// and to the bits of the sum over lanczosTaps. Not finite where a voxel of the window of six
+/// voxels per axis isn't, be it one without a share.
+using LanczosSum = void (*)(const void* voxels, const LanczosPoints& points, double* sums);
+
+struct LanczosSums {
+  LanczosSum ofType[8];  ///< by the voxel type's number
+};
+
+extern const LanczosSums portableLanczosSums;
+extern const LanczosSums avx2LanczosSums;
+extern const LanczosSums avx512LanczosSums;
+
+/// The sums for a volume by an instruction set that this machine has. Null for several data
+/// variables and for axes whose places no int holds.
+LanczosSum lanczosSum(const VoxelGrid& grid, InstructionSet set);
+
+}  // namespace voxreg::detail
