@@ -5,7 +5,7 @@
 #include "InterruptibleProgress.h"
 #include "SearchOutcome.h"
 #include "niftiVolume.h"
-#include "searchOptions.h"
+#include "searchSettings.h"
 
 namespace host {
 

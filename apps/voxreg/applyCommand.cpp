@@ -43,6 +43,11 @@ PlaceMap mapOf(const ApplyOptions& options, const NiftiVolume& reference,
   return placeMap(readGridTransform(options.transform), reference, model);
 }
 
+void requireOverlap(const Overlap& overlap) {
+  if (!(overlap.share > 0.0))
+    throw HostError("nothing found: the volumes do not overlap", HostError::nothingFound);
+}
+
 int runApply(const ApplyOptions& options) {
   const FileRole output = {"--output", options.output, FileRole::Kind::volume};
   requireSeparateFiles({{"--reference", options.reference},
@@ -59,8 +64,7 @@ int runApply(const ApplyOptions& options) {
   const NiftiVolume model = readNifti(options.model);
   const PlaceMap map = mapOf(options, reference, model);
   const Overlap overlap = overlapOf(reference, model, map);
-  const HostError nothing("nothing found: the volumes do not overlap", HostError::nothingFound);
-  if (!(overlap.share > 0.0) && !options.force) throw nothing;
+  if (!options.force) requireOverlap(overlap);
 
   progress.enter("Resampling");
   const NiftiVolume moved = resampled(reference, model, map, options.sampling.sampling());
@@ -72,7 +76,7 @@ int runApply(const ApplyOptions& options) {
   printWarnings(warningsAbout(options.reference, reference));
   printWarnings(warningsAbout(options.model, model));
   printWarnings(overlap.warnings());
-  if (!(overlap.share > 0.0)) throw nothing;
+  requireOverlap(overlap);
   return 0;
 }
 

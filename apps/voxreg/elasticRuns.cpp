@@ -26,6 +26,7 @@ bool hasLevels(const RegElasticRegistration& elastic) {
 
 void expectRuns(InterruptibleProgress& progress, const std::vector<double>& works) {
   std::vector<ProgressPlan::Stage> stages;
+  stages.reserve(works.size());
   for (const double work : works)
     stages.push_back({"Registering, step " + std::to_string(stages.size() + 1) + " of " +
                           std::to_string(works.size()),

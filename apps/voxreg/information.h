@@ -3,7 +3,7 @@
 #include <string>
 
 #include "niftiVolume.h"
-#include "searchOptions.h"
+#include "searchSettings.h"
 
 namespace host {
 

@@ -3,7 +3,7 @@
 #include "InterruptibleProgress.h"
 #include "SearchOutcome.h"
 #include "gridTransform.h"
-#include "searchOptions.h"
+#include "searchSettings.h"
 
 namespace host {
 

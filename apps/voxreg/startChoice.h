@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PairRun.h"
-#include "searchOptions.h"
+#include "searchSettings.h"
 
 namespace host {
 

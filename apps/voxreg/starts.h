@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "niftiVolume.h"
-#include "searchOptions.h"
+#include "searchSettings.h"
 
 namespace host {
 

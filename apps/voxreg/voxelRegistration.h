@@ -3,7 +3,7 @@
 #include <voxreg.h>
 
 #include "niftiVolume.h"
-#include "searchOptions.h"
+#include "searchSettings.h"
 
 namespace host {
 
