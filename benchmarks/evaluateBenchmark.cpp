@@ -4,7 +4,7 @@
 
 #include "benchmarks/evaluation.h"
 #include "benchmarks/plainLoop.h"
-#include "functional/referenceWalk.h"
+#include "functional/families/metricFamily.h"
 
 // One evaluation of the objective function under a matrix of 8 degrees in each angle, for each
 // metric family, beside a plain scalar loop that does the same in the same run. Nanoseconds per
@@ -78,35 +78,26 @@ void kernel(benchmark::State& state, const std::string& family,
   const Turned turned(pair, family);
   turned.functional->evaluate();
   const plainLoop::Walk walk(*turned.functional);
-  const NmVec3i dims(walk.dims[0], walk.dims[1], walk.dims[2]);
-  const NmBox3i box(0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1);
-  NmVec3i signs;
-  double bounds[6];
+  voxreg::detail::WalkFrame frame = {};
+  frame.reference = walk.reference;
+  frame.referenceType = voxreg::detail::voxelTypeIndex<short>;
+  frame.box = NmBox3i(0, walk.dims[0] - 1, 0, walk.dims[1] - 1, 0, walk.dims[2] - 1);
+  frame.model = walk.model;
+  frame.modelType = voxreg::detail::voxelTypeIndex<unsigned char>;
   for (int axis = 0; axis < 3; ++axis) {
-    signs[axis] = walk.step[0][axis] > 0.0 ? 1 : -1;
-    bounds[2 * axis] = -0.5;
-    bounds[2 * axis + 1] = walk.modelDims[axis] - 0.5;
+    frame.referenceDims[axis] = walk.dims[axis];
+    frame.modelDims[axis] = walk.modelDims[axis];
+    frame.start[axis] = walk.start[axis];
+    for (int k = 0; k < 3; ++k) frame.step[k][axis] = walk.step[k][axis];
+    frame.signs[axis] = walk.step[0][axis] > 0.0 ? 1 : -1;
+    frame.bounds[axis][0] = -0.5;
+    frame.bounds[axis][1] = walk.modelDims[axis] - 0.5;
   }
-  const auto vector = [](const double* v) { return NmVec3d(v[0], v[1], v[2]); };
-  const NmVec3d frame[4] = {vector(walk.start), vector(walk.step[0]), vector(walk.step[1]),
-                            vector(walk.step[2])};
-  const voxreg::detail::WalkArguments arguments = {
-      walk.reference, voxreg::detail::voxelTypeIndex<short>,
-      walk.model,     voxreg::detail::voxelTypeIndex<unsigned char>,
-      dims,           box,
-      signs,          frame[0],
-      frame[1],       frame[2],
-      frame[3],       bounds,
-      walk.modelDims, table};
   RegMetric* const metric = turned.functional->metric;
+  const auto* const rows = voxreg::detail::familyOf(metric);
   for (auto _ : state) {
     metric->reset();
-    if (auto* const difference = dynamic_cast<RegMeanSquaredDifference*>(metric))
-      voxreg::detail::walkAffine(arguments, *difference);
-    if (auto* const correlation = dynamic_cast<RegCorrelationRatio*>(metric))
-      voxreg::detail::walkAffine(arguments, *correlation);
-    if (auto* const information = dynamic_cast<RegMutualInformation*>(metric))
-      voxreg::detail::walkAffine(arguments, *information, 1);
+    rows->walkAffine(frame, *metric, 1, table);
   }
   report(state, pair, static_cast<double>(metric->numSamples));
 }

@@ -7,7 +7,7 @@
 
 #include "foundation/NmLogFile.h"
 #include "foundation/voxels/voxelTypes.h"
-#include "functional/reg_evaluateUniform.h"
+#include "functional/families/metricFamily.h"
 #include "metrics/RegMetric.h"
 #include "transforms/RegAffineTransform.h"
 #include "transforms/RegNonAffineTransform.h"
@@ -15,6 +15,10 @@
 #include "transforms/voxelAxis.h"
 
 namespace {
+
+using voxreg::detail::voxelTypeIndex;
+using voxreg::detail::WalkFrame;
+using voxreg::detail::withVoxelType;
 
 VlData* first(const NmDArray<NmHandle<VlData>>& volumes) {
   return volumes.size > 0 ? volumes[0].get() : nullptr;
@@ -58,60 +62,59 @@ bool isWalkable(const VlData* volume, const VlData* locked, const VlDataAccess* 
          access->isContiguous() && access->dataPtr(0) != nullptr;
 }
 
-struct Bounds {
-  double values[6];
-};
-
-/// Positions from which a sample counts: half a voxel around the model, and no limit at all on an
-/// axis of one voxel without extent.
-Bounds modelBounds(const NmVec3i& dims, const NmBox3f& box) {
-  Bounds bounds = {};
-  for (int axis = 0; axis < 3; ++axis) {
-    const bool limited = dims[axis] >= 2 || box.extent(axis) > 0.0f;
-    bounds.values[2 * axis] = limited ? -0.5 : 0.0;
-    bounds.values[2 * axis + 1] = limited ? std::max(dims[axis] - 1, 0) + 0.5 : 0.0;
-  }
-  return bounds;
-}
-
 NmBox3i wholeGrid(const NmVec3i& dims) {
   return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
 }
 
-/// Per model axis, the direction in which a row moves: 1, -1, 2 for (almost) none, 0 for no clip.
-NmVec3i signsOf(NmVec3d direction, const Bounds& bounds) {
-  const double length =
-      std::sqrt(direction.x * direction.x + direction.y * direction.y + direction.z * direction.z);
-  NmVec3i signs;
+/// Positions from which a sample counts: half a voxel around the model, and no limit at all on an
+/// axis of one voxel without extent.
+void setBounds(WalkFrame& frame, const NmBox3f& modelBox) {
   for (int axis = 0; axis < 3; ++axis) {
-    if (!(bounds.values[2 * axis] < bounds.values[2 * axis + 1])) continue;
-    const double along = length != 0.0 ? direction[axis] / length : direction[axis];
-    signs[axis] = along > 1.0e-5 ? 1 : along < -1.0e-5 ? -1 : 2;
+    const int n = frame.modelDims[axis];
+    const bool limited = n >= 2 || modelBox.extent(axis) > 0.0f;
+    frame.bounds[axis][0] = limited ? -0.5 : 0.0;
+    frame.bounds[axis][1] = limited ? std::max(n - 1, 0) + 0.5 : 0.0;
   }
-  return signs;
+}
+
+/// Per model axis, the direction in which a row moves: 1, -1, 2 for (almost) none, 0 for no clip.
+void setSigns(WalkFrame& frame, const NmVec3d& wholeRow) {
+  const double length =
+      std::sqrt(wholeRow.x * wholeRow.x + wholeRow.y * wholeRow.y + wholeRow.z * wholeRow.z);
+  for (int axis = 0; axis < 3; ++axis) {
+    if (!(frame.bounds[axis][0] < frame.bounds[axis][1])) continue;
+    const double along = length != 0.0 ? wholeRow[axis] / length : wholeRow[axis];
+    frame.signs[axis] = along > 1.0e-5 ? 1 : along < -1.0e-5 ? -1 : 2;
+  }
+}
+
+/// Sets where reference voxel (0, 0, 0) lies and what one voxel adds; returns the change over the
+/// whole extent of a row.
+NmVec3d setPositions(WalkFrame& frame, const NmMat4d& worldToPosition, const NmBox3f& box) {
+  NmVec3d start;
+  worldToPosition.multVecMatrix(NmVec3d(box.xmin, box.ymin, box.zmin), start);
+  NmVec3d wholeRow;
+  for (int axis = 0; axis < 3; ++axis) {
+    frame.start[axis] = start[axis];
+    NmVec3d extent;
+    extent[axis] = box.extent(axis);
+    NmVec3d whole;
+    worldToPosition.multDirMatrix(extent, whole);
+    if (axis == 0) wholeRow = whole;
+    for (int k = 0; k < 3; ++k)
+      frame.step[axis][k] = whole[k] / std::max(frame.referenceDims[axis] - 1, 1);
+  }
+  return wholeRow;
+}
+
+/// -1 for a type that no kernel serves.
+int kernelIndexOf(NmPrimType type) {
+  int index = -1;
+  withVoxelType(type, [&]<class T>() { index = voxelTypeIndex<T>; });
+  return index;
 }
 
 }  // namespace
-
-/// Where reference voxel (0, 0, 0) lies and what one voxel adds, in the positions that the kernels
-/// take.
-struct RegFunctional::WalkFrame {
-  NmVec3d start;
-  NmVec3d step[3];
-  NmVec3d wholeRow;  ///< change over the whole extent of a row
-
-  WalkFrame(const NmMat4d& worldToPosition, const NmBox3f& box, const NmVec3i& dims) {
-    worldToPosition.multVecMatrix(NmVec3d(box.xmin, box.ymin, box.zmin), start);
-    for (int axis = 0; axis < 3; ++axis) {
-      NmVec3d extent;
-      extent[axis] = box.extent(axis);
-      NmVec3d whole;
-      worldToPosition.multDirMatrix(extent, whole);
-      if (axis == 0) wholeRow = whole;
-      for (int k = 0; k < 3; ++k) step[axis][k] = whole[k] / std::max(dims[axis] - 1, 1);
-    }
-  }
-};
 
 RegFunctional::RegFunctional(const NmDArray<NmHandle<VlData>>& referenceVolumes,
                              NmDArray<NmHandle<VlData>>& modelVolumes, int, bool,
@@ -275,16 +278,14 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
       return false;
     }
     const NmVec3i dims = dimsOf(*volume);
-    const NmBox3f worldBox = boxOf(*volume);
     NmBox3i clip = wholeGrid(dims);
     if (i == 0 && box != nullptr && reference.size == 1 && !box->isEmpty())
       clip = box->intersection(clip);
     else if (i == 0 && grid != nullptr && grid->referenceBox.volume() > 0.0f)
       clip = walkedBox(*volume, grid->referenceBox);
     if (i == 0 && grid != nullptr && !(grid->referenceBox.volume() > 0.0f))
-      grid->adaptReferenceBoundingBox(worldBox);
-    const WalkFrame frame(worldToPosition, worldBox, dims);
-    if (!walk(*volume, *model[0], clip, frame, grid, box != nullptr ? 1 : numThreads, accumulator))
+      grid->adaptReferenceBoundingBox(boxOf(*volume));
+    if (!walk(*volume, clip, worldToPosition, grid, box != nullptr ? 1 : numThreads, accumulator))
       return false;
   }
   return true;
@@ -302,25 +303,30 @@ NmBox3i RegFunctional::walkedBox(const VlData& volume, const NmBox3f& box) {
   return {limits[0][0], limits[0][1], limits[1][0], limits[1][1], limits[2][0], limits[2][1]};
 }
 
-bool RegFunctional::walk(VlData& volume, VlData& modelVolume, const NmBox3i& clip,
-                         const WalkFrame& frame, RegNonAffineTransform* grid, int numHistograms,
-                         RegMetric& accumulator) {
+bool RegFunctional::walk(const VlData& volume, const NmBox3i& clip, const NmMat4d& worldToPosition,
+                         const RegNonAffineTransform* grid, int numHistograms,
+                         RegMetric& accumulator) const {
+  const VlData& modelVolume = *model[0];
+  WalkFrame frame = {};
+  frame.reference = referenceAccess->dataPtr(0);
+  frame.referenceType = kernelIndexOf(volume.primType());
+  frame.box = clip;
+  frame.model = modelAccess->dataPtr(0);
+  frame.modelType = kernelIndexOf(modelVolume.primType());
+  if (frame.referenceType < 0 || frame.modelType < 0) return false;
   const NmVec3i dims = dimsOf(volume);
   const NmVec3i sampledDims = dimsOf(modelVolume);
-  const Bounds bounds = modelBounds(sampledDims, boxOf(modelVolume));
-  const NmVec3i signs = signsOf(frame.wholeRow, bounds);
-  const int modelExtents[3] = {sampledDims.x, sampledDims.y, sampledDims.z};
-  bool served = false;
-  const auto walkPair = [&]<class T, class U>() {
-    reg_evaluateUniform(static_cast<const T*>(referenceAccess->dataPtr(0)),
-                        static_cast<const U*>(modelAccess->dataPtr(0)), dims, clip, signs,
-                        frame.start, frame.step[0], frame.step[1], frame.step[2], &accumulator,
-                        bounds.values, modelExtents, grid, numHistograms);
-    served = true;
-  };
-  voxreg::detail::withVoxelType(volume.primType(), [&]<class T>() {
-    voxreg::detail::withVoxelType(modelVolume.primType(),
-                                  [&]<class U>() { walkPair.template operator()<T, U>(); });
-  });
-  return served;
+  for (int axis = 0; axis < 3; ++axis) {
+    frame.referenceDims[axis] = dims[axis];
+    frame.modelDims[axis] = sampledDims[axis];
+  }
+  setBounds(frame, boxOf(modelVolume));
+  setSigns(frame, setPositions(frame, worldToPosition, boxOf(volume)));
+  const voxreg::detail::MetricFamily* const family = voxreg::detail::familyOf(&accumulator);
+  if (family == nullptr) return true;
+  if (grid != nullptr)
+    family->walkBricks(frame, *grid, accumulator, numHistograms, voxreg::detail::kernels());
+  else
+    family->walkAffine(frame, accumulator, numHistograms, voxreg::detail::kernels());
+  return true;
 }

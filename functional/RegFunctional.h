@@ -114,8 +114,6 @@ class RegFunctional : public NmAllocated {
   void resetEval();
 
  private:
-  struct WalkFrame;
-
   /// What the analysis of a brick grid gives, kept for its memory from one evaluation to the next.
   struct JacobianMeasures {
     NmDArray<double> minJacobian;
@@ -149,8 +147,8 @@ class RegFunctional : public NmAllocated {
   static NmBox3i walkedBox(const VlData& volume, const NmBox3f& box);
   bool walkReferences(const NmBox3i* box, RegAffineTransform* affine, RegNonAffineTransform* grid,
                       RegMetric& accumulator);
-  bool walk(VlData& volume, VlData& modelVolume, const NmBox3i& clip, const WalkFrame& frame,
-            RegNonAffineTransform* grid, int numHistograms, RegMetric& accumulator);
+  bool walk(const VlData& volume, const NmBox3i& clip, const NmMat4d& worldToPosition,
+            const RegNonAffineTransform* grid, int numHistograms, RegMetric& accumulator) const;
   void remember(double value);
   void updateBrickFlags(RegNonAffineTransform& grid);
   bool isUnused(int vertex, std::int64_t numVertices) const;

@@ -3,8 +3,7 @@
 
 #include "foundation/NmLogFile.h"
 #include "functional/RegFunctional.h"
-#include "metrics/RegCorrelationRatio.h"
-#include "metrics/RegMutualInformation.h"
+#include "functional/families/metricFamily.h"
 #include "transforms/RegNonAffineTransform.h"
 #include "transforms/voxelAxis.h"
 
@@ -12,25 +11,7 @@ namespace {
 
 using Flags = NmDArray<unsigned char>;
 
-/// Closed range of reference values.
-struct ValueRange {
-  double min;
-  double max;
-
-  bool contains(double value) const { return value >= min && value <= max; }
-};
-
-/// The values that a metric takes samples from; false for one that takes any.
-bool findReferenceRange(const RegMetric* metric, ValueRange& range) {
-  if (const auto* const correlation = dynamic_cast<const RegCorrelationRatio*>(metric))
-    range = {correlation->minRef, correlation->maxRef};
-  else if (const auto* const information = dynamic_cast<const RegMutualInformation*>(metric))
-    range = {information->minRef, information->maxRef};
-  else
-    return false;
-  return true;
-}
-
+using voxreg::detail::ValueRange;
 using Measure = voxreg::detail::VoxelAxis::Measure;
 
 /// Voxels `first` to `last` of an axis; none where `last` is smaller.
@@ -174,9 +155,10 @@ int RegFunctional::findEmptyBricks(RegNonAffineTransform* grid) {
   fillTo(grid->vertexCount(), 0, unusedVertices);
   reachedVertices_.clear();
   flaggedGrid_ = {grid->numBricks, grid->referenceBox};
-  ValueRange range;
-  if (emptyBricks.size == 0 || referenceAccess == nullptr || !findReferenceRange(metric, range))
-    return 0;
+  const auto* const family = voxreg::detail::familyOf(metric);
+  const bool takesAny = family == nullptr || family->referenceRange == nullptr;
+  if (emptyBricks.size == 0 || referenceAccess == nullptr || takesAny) return 0;
+  const ValueRange range = family->referenceRange(*metric);
   const NmVec3i& n = grid->numBricks;
   int empty = 0;
   std::int64_t unused = 0;

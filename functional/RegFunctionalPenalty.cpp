@@ -3,7 +3,7 @@
 
 #include "foundation/NmWatch.h"
 #include "functional/RegFunctional.h"
-#include "metrics/RegMutualInformation.h"
+#include "functional/families/metricFamily.h"
 #include "transforms/RegNonAffineTransform.h"
 
 namespace {
@@ -51,8 +51,9 @@ double RegFunctional::regularityPenalty(RegNonAffineTransform& grid, int vertex,
   };
 
   const RegularityLimits limits(grid.numBricks);
-  const double weight =
-      dynamic_cast<const RegMutualInformation*>(&accumulator) != nullptr ? 0.1 : 0.25;
+  constexpr double usualWeight = 0.25;
+  const auto* const family = voxreg::detail::familyOf(&accumulator);
+  const double weight = family != nullptr ? family->penaltyWeight : usualWeight;
   double shapeSum = 0.0;
   for (std::int64_t u = 0; u < entries; ++u) {
     const double shape = std::max(maxStretch[u], maxShear[u]);

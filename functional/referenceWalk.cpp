@@ -2,11 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
-#include "metrics/RegCorrelationRatio.h"
-#include "metrics/RegMeanSquaredDifference.h"
-#include "metrics/RegMutualInformation.h"
 #include "transforms/RegNonAffineTransform.h"
 
 namespace voxreg::detail {
@@ -21,30 +17,10 @@ struct PlacesInGrid {
   int numBricks;
 };
 
-NmBox3i wholeGrid(const NmVec3i& dims) {
-  return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
-}
-
 /// The box's voxels that the reference has; the default box where there are none.
-NmBox3i cut(const NmBox3i& box, const NmVec3i& dims) {
-  const NmBox3i inside = box.intersection(wholeGrid(dims));
+NmBox3i cut(const NmBox3i& box, const WalkFrame& frame) {
+  const NmBox3i inside = box.intersection(wholeReference(frame));
   return inside.isEmpty() ? NmBox3i() : inside;
-}
-
-bool canEvaluate(const RegNonAffineTransform& grid) {
-  return grid.hasVertices() && grid.coefficients.size >= brickDoubles * grid.brickCount();
-}
-
-double rangedStepX(const WalkArguments& a) {
-  const int nx = a.referenceDims.x;
-  if (nx < 2) return 1.0;
-  return (a.stepX.x * (nx - 1) + a.stepY.x * (a.referenceDims.y - 1)) / (nx - 1);
-}
-
-double rangedStepY(const WalkArguments& a) {
-  const int ny = a.referenceDims.y;
-  if (ny < 2) return 1.0;
-  return (a.stepX.y * (a.referenceDims.x - 1) + a.stepY.y * (ny - 1)) / (ny - 1);
 }
 
 /// Calls f(i, place) for the places of voxels 0 .. count - 1 along an axis, which run by repeated
@@ -66,73 +42,40 @@ BrickSpan touchedBy(const PlacesInGrid& run) {
   return {first, std::max(last - first + 1, 0)};
 }
 
-CorrelationSums emptySums(const RegCorrelationRatio& metric) {
-  return {metric.minRef, metric.maxRef, metric.minModel, metric.maxModel};
-}
-
-void addTo(RegMeanSquaredDifference& metric, const DifferenceSums& sums, std::int64_t total) {
-  metric.sumNegSquaredDiff += sums.negSquaredDiff;
-  metric.numSamples += sums.count;
-  metric.numTotalSamples += total;
-}
-
-void addTo(RegCorrelationRatio& metric, const CorrelationSums& sums, std::int64_t total) {
-  metric.accumulate(sums.count, total, sums.refSq, sums.modelSq, sums.refModel, sums.ref,
-                    sums.model, RegMetricParamCurrent);
-}
-
-/// The work histogram of one kernel call. With a single one its contents replace the metric's, with
-/// more they are added; only the first ever receives samples.
-class WorkHistogram {
- public:
-  WorkHistogram(RegMutualInformation& metric, int numHistograms)
-      : metric_(metric), replaces_(numHistograms <= 1) {
-    NmDArray<double>& target = replaces_ ? metric.jointHistogram : work_;
-    target.resize(metric.jointHistogram.size);
-    std::memset(target.data, 0, static_cast<std::size_t>(target.size) * sizeof(double));
-    sums.rows = {metric.minRef, metric.scaleRef, metric.maxRef, metric.numBinsRef};
-    sums.columns = {metric.minModel, metric.scaleModel, metric.maxModel, metric.numBinsMod};
-    sums.histogram = target.data;
-  }
-
-  void finish(std::int64_t total) {
-    if (!replaces_)
-      for (std::int64_t k = 0; k < work_.size; ++k) metric_.jointHistogram[k] += work_[k];
-    metric_.numSamples += sums.count;
-    metric_.numTotalSamples += total;
-  }
-
-  HistogramSums sums;
-
- private:
-  RegMutualInformation& metric_;
-  bool replaces_;
-  NmDArray<double> work_;
-};
-
 }  // namespace
 
-bool WalkArguments::isComplete(bool needsBounds) const {
-  return reference != nullptr && model != nullptr && modelDims != nullptr &&
-         (bounds != nullptr || !needsBounds) &&
-         std::min({referenceDims.x, referenceDims.y, referenceDims.z}) >= 1 &&
-         std::min({modelDims[0], modelDims[1], modelDims[2]}) >= 1;
+bool isComplete(const WalkFrame& frame) {
+  return frame.reference != nullptr && frame.model != nullptr &&
+         *std::min_element(frame.referenceDims, frame.referenceDims + 3) >= 1 &&
+         *std::min_element(frame.modelDims, frame.modelDims + 3) >= 1;
 }
 
-ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const NmBox3i& box) {
-  setFrame(arguments, box);
-  for (int axis = 0; axis < 3; ++axis) {
-    walk.rowStep[axis] = walk.step[1][axis];
-    walk.signs[axis] = arguments.signs[axis];
-    walk.bounds[axis][0] = arguments.bounds[2 * axis];
-    walk.bounds[axis][1] = arguments.bounds[2 * axis + 1];
-  }
+NmBox3i wholeReference(const WalkFrame& frame) {
+  const int* const n = frame.referenceDims;
+  return {0, n[0] - 1, 0, n[1] - 1, 0, n[2] - 1};
+}
+
+bool canEvaluate(const RegNonAffineTransform& grid) {
+  return grid.hasVertices() && grid.coefficients.size >= brickDoubles * grid.brickCount();
+}
+
+GridSteps GridSteps::ranged(const WalkFrame& frame) {
+  const auto& [right, down, out] = frame.step;
+  const int nx = frame.referenceDims[0];
+  const int ny = frame.referenceDims[1];
+  return {nx < 2 ? 1.0 : (right[0] * (nx - 1) + down[0] * (ny - 1)) / (nx - 1),
+          ny < 2 ? 1.0 : (right[1] * (nx - 1) + down[1] * (ny - 1)) / (ny - 1)};
+}
+
+ReferenceWalk::ReferenceWalk(const WalkFrame& frame, const NmBox3i& box) {
+  setFrame(frame, box);
+  std::copy_n(walk.step[1], 3, walk.rowStep);
   takeMemory(0);
 }
 
-ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineTransform& grid,
-                             double stepX, double stepY) {
-  setFrame(arguments, arguments.box);
+ReferenceWalk::ReferenceWalk(const WalkFrame& frame, const RegNonAffineTransform& grid,
+                             const GridSteps& steps) {
+  setFrame(frame, frame.box);
   const NmBox3f& box = grid.referenceBox;
   BrickGrid& bricks = walk.grid;
   bricks.coefficients = grid.coefficients.data;
@@ -152,11 +95,11 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineT
   if (!canEvaluate(grid)) return;
   // In brick units along x, normalised to the box along y.
   const PlacesInGrid columns = {
-      wide ? (walk.start[0] + walk.box.xmin * stepX - box.xmin) * nx / x : 0.0,
-      wide ? stepX * nx / x : 1.0, walk.box.xmax - walk.box.xmin + std::int64_t{1}, 1.0,
+      wide ? (walk.start[0] + walk.box.xmin * steps.x - box.xmin) * nx / x : 0.0,
+      wide ? steps.x * nx / x : 1.0, walk.box.xmax - walk.box.xmin + std::int64_t{1}, 1.0,
       bricks.numBricks[0]};
-  const PlacesInGrid rows = {high ? (walk.start[1] + walk.box.ymin * stepY - box.ymin) / y : 0.0,
-                             high ? stepY / y : 1.0,
+  const PlacesInGrid rows = {high ? (walk.start[1] + walk.box.ymin * steps.y - box.ymin) / y : 0.0,
+                             high ? steps.y / y : 1.0,
                              walk.box.ymax - walk.box.ymin + std::int64_t{1},
                              static_cast<double>(bricks.numBricks[1]), bricks.numBricks[1]};
   bricks.touched[0] = touchedBy(columns);
@@ -169,19 +112,9 @@ ReferenceWalk::ReferenceWalk(const WalkArguments& arguments, const RegNonAffineT
   bricks.rows = places + columns.count;
 }
 
-void ReferenceWalk::setFrame(const WalkArguments& arguments, const NmBox3i& box) {
-  walk.reference = arguments.reference;
-  walk.referenceType = arguments.referenceType;
-  walk.model = arguments.model;
-  walk.box = cut(box, arguments.referenceDims);
-  for (int axis = 0; axis < 3; ++axis) {
-    walk.referenceDims[axis] = arguments.referenceDims[axis];
-    walk.modelDims[axis] = arguments.modelDims[axis];
-    walk.start[axis] = arguments.start[axis];
-    walk.step[0][axis] = arguments.stepX[axis];
-    walk.step[1][axis] = arguments.stepY[axis];
-    walk.step[2][axis] = arguments.stepZ[axis];
-  }
+void ReferenceWalk::setFrame(const WalkFrame& frame, const NmBox3i& box) {
+  static_cast<WalkFrame&>(walk) = frame;
+  walk.box = cut(box, frame);
 }
 
 double* ReferenceWalk::takeMemory(std::int64_t numPlaces) {
@@ -202,73 +135,6 @@ std::int64_t ReferenceWalk::numVoxels() const {
   const NmBox3i& box = walk.box;
   return (box.xmax - box.xmin + std::int64_t{1}) * (box.ymax - box.ymin + std::int64_t{1}) *
          (box.zmax - box.zmin + std::int64_t{1});
-}
-
-void walkAffine(const WalkArguments& arguments, RegMeanSquaredDifference& metric) {
-  if (!arguments.isComplete(true)) return;
-  NmBox3i slices = wholeGrid(arguments.referenceDims);
-  slices.zmin = arguments.box.zmin;
-  slices.zmax = arguments.box.zmax;
-  const ReferenceWalk reference(arguments, slices);
-  DifferenceSums sums;
-  arguments.table.affineDifference[arguments.modelType](reference.walk, sums);
-  addTo(metric, sums, reference.numVoxels());
-}
-
-void walkAffine(const WalkArguments& arguments, RegCorrelationRatio& metric) {
-  if (!arguments.isComplete(true)) return;
-  const ReferenceWalk reference(arguments, wholeGrid(arguments.referenceDims));
-  CorrelationSums sums = emptySums(metric);
-  arguments.table.affineCorrelation[arguments.modelType](reference.walk, sums);
-  addTo(metric, sums, reference.numVoxels());
-}
-
-void walkAffine(const WalkArguments& arguments, RegMutualInformation& metric, int numHistograms) {
-  if (!arguments.isComplete(true) || !metric.canAccumulate()) return;
-  const ReferenceWalk reference(arguments, wholeGrid(arguments.referenceDims));
-  WorkHistogram work(metric, numHistograms);
-  arguments.table.affineHistogram[arguments.modelType](reference.walk, work.sums);
-  work.finish(reference.numVoxels());
-}
-
-// The difference family and the other two form the step of a voxel along x and y from the walk's
-// frame in their own ways, which round apart.
-void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
-                RegMeanSquaredDifference& metric) {
-  if (!arguments.isComplete(false)) return;
-  const int nx = arguments.referenceDims.x;
-  const int ny = arguments.referenceDims.y;
-  const NmVec3d& start = arguments.start;
-  const double rowX = arguments.stepX.x * (nx - 1);
-  const double rowY = arguments.stepX.y * (nx - 1);
-  const double columnX = arguments.stepY.x * (ny - 1);
-  const double columnY = arguments.stepY.y * (ny - 1);
-  const double x = nx > 1 ? ((columnX + rowX + start.x) - start.x) / (nx - 1) : 1.0;
-  const double y = ny > 1 ? ((rowY + start.y + columnY) - start.y) / (ny - 1) : 1.0;
-  const ReferenceWalk reference(arguments, grid, x, y);
-  DifferenceSums sums;
-  if (canEvaluate(grid)) arguments.table.brickDifference[arguments.modelType](reference.walk, sums);
-  addTo(metric, sums, reference.numVoxels());
-}
-
-void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
-                RegCorrelationRatio& metric) {
-  if (!arguments.isComplete(false)) return;
-  const ReferenceWalk reference(arguments, grid, rangedStepX(arguments), rangedStepY(arguments));
-  CorrelationSums sums = emptySums(metric);
-  if (canEvaluate(grid))
-    arguments.table.brickCorrelation[arguments.modelType](reference.walk, sums);
-  addTo(metric, sums, reference.numVoxels());
-}
-
-void walkBricks(const WalkArguments& arguments, const RegNonAffineTransform& grid,
-                RegMutualInformation& metric, int numHistograms) {
-  if (!arguments.isComplete(false) || !metric.canAccumulate()) return;
-  const ReferenceWalk reference(arguments, grid, rangedStepX(arguments), rangedStepY(arguments));
-  WorkHistogram work(metric, numHistograms);
-  if (canEvaluate(grid))
-    arguments.table.brickHistogram[arguments.modelType](reference.walk, work.sums);
-  work.finish(reference.numVoxels());
 }
 
 }  // namespace voxreg::detail

@@ -1,33 +1,51 @@
 #include "functional/reg_evaluateUniform.h"
 
-#include "functional/referenceWalk.h"
+#include "functional/families/metricFamily.h"
 #include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
 #include "metrics/RegMutualInformation.h"
 
-using voxreg::detail::voxelTypeIndex;
-using voxreg::detail::walkAffine;
-using voxreg::detail::WalkArguments;
-using voxreg::detail::walkBricks;
+namespace {
+
+using namespace voxreg::detail;
+
+/// The contract's arguments as one frame. Without bounds a walk through bricks alone is possible.
+template <class T, class U>
+WalkFrame frameOf(const T* reference, const U* model, const NmVec3i& referenceDims,
+                  const NmBox3i& box, const NmVec3i& signs, const NmVec3d& start,
+                  const NmVec3d& stepX, const NmVec3d& stepY, const NmVec3d& stepZ,
+                  const double* bounds, const int* modelDims) {
+  WalkFrame frame = {};
+  frame.reference = reference;
+  frame.referenceType = voxelTypeIndex<T>;
+  frame.box = box;
+  frame.model = model;
+  frame.modelType = voxelTypeIndex<U>;
+  for (int axis = 0; axis < 3; ++axis) {
+    frame.referenceDims[axis] = referenceDims[axis];
+    frame.modelDims[axis] = modelDims == nullptr ? 0 : modelDims[axis];
+    frame.start[axis] = start[axis];
+    frame.step[0][axis] = stepX[axis];
+    frame.step[1][axis] = stepY[axis];
+    frame.step[2][axis] = stepZ[axis];
+    frame.signs[axis] = signs[axis];
+    for (int end = 0; bounds != nullptr && end < 2; ++end)
+      frame.bounds[axis][end] = bounds[2 * axis + end];
+  }
+  return frame;
+}
+
+}  // namespace
 
 template <class T, class U>
 void reg_evaluateUniformMSD(const T* reference, const U* model, const NmVec3i& referenceDims,
                             const NmBox3i& box, const NmVec3i& signs, const NmVec3d& start,
                             const NmVec3d& stepX, const NmVec3d& stepY, const NmVec3d& stepZ,
                             RegMeanSquaredDifference* metric, const double* bounds,
-                            const int* modelDims, RegNonAffineTransform* transform, int) {
-  if (metric == nullptr) return;
-  const WalkArguments arguments = {reference,     voxelTypeIndex<T>,
-                                   model,         voxelTypeIndex<U>,
-                                   referenceDims, box,
-                                   signs,         start,
-                                   stepX,         stepY,
-                                   stepZ,         bounds,
-                                   modelDims};
-  if (transform == nullptr)
-    walkAffine(arguments, *metric);
-  else
-    walkBricks(arguments, *transform, *metric);
+                            const int* modelDims, RegNonAffineTransform* transform,
+                            int numHistograms) {
+  reg_evaluateUniform(reference, model, referenceDims, box, signs, start, stepX, stepY, stepZ,
+                      metric, bounds, modelDims, transform, numHistograms);
 }
 
 template <class T, class U>
@@ -35,11 +53,9 @@ void reg_evaluateUniformCorrAffine(const T* reference, const U* model, const NmV
                                    const NmVec3i& signs, const NmVec3d& start, const NmVec3d& stepX,
                                    const NmVec3d& stepY, const NmVec3d& stepZ,
                                    RegCorrelationRatio* metric, const double* bounds,
-                                   const int* modelDims, int) {
-  if (metric == nullptr) return;
-  walkAffine({reference, voxelTypeIndex<T>, model, voxelTypeIndex<U>, referenceDims, NmBox3i(),
-              signs, start, stepX, stepY, stepZ, bounds, modelDims},
-             *metric);
+                                   const int* modelDims, int numHistograms) {
+  reg_evaluateUniform(reference, model, referenceDims, NmBox3i(), signs, start, stepX, stepY, stepZ,
+                      metric, bounds, modelDims, nullptr, numHistograms);
 }
 
 template <class T, class U>
@@ -48,10 +64,8 @@ void reg_evaluateUniformMIAffine(const T* reference, const U* model, const NmVec
                                  const NmVec3d& stepY, const NmVec3d& stepZ,
                                  RegMutualInformation* metric, const double* bounds,
                                  const int* modelDims, int numHistograms) {
-  if (metric == nullptr) return;
-  walkAffine({reference, voxelTypeIndex<T>, model, voxelTypeIndex<U>, referenceDims, NmBox3i(),
-              signs, start, stepX, stepY, stepZ, bounds, modelDims},
-             *metric, numHistograms);
+  reg_evaluateUniform(reference, model, referenceDims, NmBox3i(), signs, start, stepX, stepY, stepZ,
+                      metric, bounds, modelDims, nullptr, numHistograms);
 }
 
 template <class T, class U>
@@ -61,11 +75,10 @@ void reg_evaluateUniformCorrNonAffine(const T* reference, const U* model,
                                       const NmVec3d& stepX, const NmVec3d& stepY,
                                       const NmVec3d& stepZ, RegCorrelationRatio* metric,
                                       const double* bounds, const int* modelDims,
-                                      RegNonAffineTransform* transform, int) {
-  if (metric == nullptr || transform == nullptr) return;
-  walkBricks({reference, voxelTypeIndex<T>, model, voxelTypeIndex<U>, referenceDims, box, signs,
-              start, stepX, stepY, stepZ, bounds, modelDims},
-             *transform, *metric);
+                                      RegNonAffineTransform* transform, int numHistograms) {
+  if (transform == nullptr) return;
+  reg_evaluateUniform(reference, model, referenceDims, box, signs, start, stepX, stepY, stepZ,
+                      metric, bounds, modelDims, transform, numHistograms);
 }
 
 template <class T, class U>
@@ -76,10 +89,9 @@ void reg_evaluateUniformMINonAffine(const T* reference, const U* model,
                                     const NmVec3d& stepZ, RegMutualInformation* metric,
                                     const double* bounds, const int* modelDims,
                                     RegNonAffineTransform* transform, int numHistograms) {
-  if (metric == nullptr || transform == nullptr) return;
-  walkBricks({reference, voxelTypeIndex<T>, model, voxelTypeIndex<U>, referenceDims, box, signs,
-              start, stepX, stepY, stepZ, bounds, modelDims},
-             *transform, *metric, numHistograms);
+  if (transform == nullptr) return;
+  reg_evaluateUniform(reference, model, referenceDims, box, signs, start, stepX, stepY, stepZ,
+                      metric, bounds, modelDims, transform, numHistograms);
 }
 
 template <class T, class U>
@@ -88,26 +100,14 @@ void reg_evaluateUniform(const T* reference, const U* model, const NmVec3i& refe
                          const NmVec3d& stepX, const NmVec3d& stepY, const NmVec3d& stepZ,
                          RegMetric* metric, const double* bounds, const int* modelDims,
                          RegNonAffineTransform* transform, int numHistograms) {
-  if (auto* const difference = dynamic_cast<RegMeanSquaredDifference*>(metric))
-    return reg_evaluateUniformMSD(reference, model, referenceDims, box, signs, start, stepX, stepY,
-                                  stepZ, difference, bounds, modelDims, transform, numHistograms);
-  auto* const correlation = dynamic_cast<RegCorrelationRatio*>(metric);
-  auto* const information = dynamic_cast<RegMutualInformation*>(metric);
-  if (correlation != nullptr && transform != nullptr)
-    return reg_evaluateUniformCorrNonAffine(reference, model, referenceDims, box, signs, start,
-                                            stepX, stepY, stepZ, correlation, bounds, modelDims,
-                                            transform, numHistograms);
-  if (correlation != nullptr)
-    return reg_evaluateUniformCorrAffine(reference, model, referenceDims, signs, start, stepX,
-                                         stepY, stepZ, correlation, bounds, modelDims,
-                                         numHistograms);
-  if (information != nullptr && transform != nullptr)
-    return reg_evaluateUniformMINonAffine(reference, model, referenceDims, box, signs, start, stepX,
-                                          stepY, stepZ, information, bounds, modelDims, transform,
-                                          numHistograms);
-  if (information != nullptr)
-    reg_evaluateUniformMIAffine(reference, model, referenceDims, signs, start, stepX, stepY, stepZ,
-                                information, bounds, modelDims, numHistograms);
+  const MetricFamily* const family = familyOf(metric);
+  if (family == nullptr) return;
+  const WalkFrame frame = frameOf(reference, model, referenceDims, box, signs, start, stepX, stepY,
+                                  stepZ, bounds, modelDims);
+  if (transform != nullptr)
+    family->walkBricks(frame, *transform, *metric, numHistograms, kernels());
+  else if (bounds != nullptr)
+    family->walkAffine(frame, *metric, numHistograms, kernels());
 }
 
 #define VOXREG_GRID_FRAME(T, U)                                                       \

@@ -52,14 +52,11 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   NmVec2f stepRange;           ///< x: largest step, y: smallest; both above 0
   int numGradientLevels;       ///< how many of the last levels, never the first, go by gradient
   float gradientStep;          ///< tolerance of the gradient searches
-  /// 0 aggressive direction, 1 best neighbour (which neither shows progress nor can be stopped
-  /// within a stage), 2 quasi-Newton, 3 conjugate gradients, 4 best direction.
-  unsigned int optimizerKind;
-  bool bestDirectionFlag;   ///< fit one step reduction of the best-direction search to the steps
-  bool calculateCoverage;   ///< find maxCoverage; otherwise it is 0 and nothing is penalised
-  unsigned int metricKind;  ///< 0: normalised, 1: simple mutual information, 2: mean squared
-                            ///< difference, 3: correlation ratio
-  float minRef;             ///< intensity range of the reference
+  unsigned int optimizerKind;  ///< a RegSearchKind
+  bool bestDirectionFlag;      ///< fit one step reduction of the best-direction search to the steps
+  bool calculateCoverage;      ///< find maxCoverage; otherwise it is 0 and nothing is penalised
+  unsigned int metricKind;     ///< a RegMetricKind
+  float minRef;                ///< intensity range of the reference
   float maxRef;
   float minModel;  ///< intensity range of the model
   float maxModel;
@@ -72,8 +69,8 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   NmMat4f matrix;              ///< start and result of an affine run
   RegNonAffineTransform::NonAffineTransformDescriptor nonAffineResult;  ///< of a non-affine run
   NmVec4i affineStages;  ///< which of 3, 6, 7 and 12 degrees of freedom to run
-  /// Grids as x*10000 + y*100 + z, 1 to 99 bricks an axis, of which the transform takes 32 at most;
-  /// below 13 an affine stage, 0 none.
+  /// Grids as RegStageCode has them, of which the transform takes 32 bricks an axis at most; below
+  /// 13 an affine stage, 0 none.
   NmVec3i nonAffineStages;
   double finalMetric = 0.0;         ///< value at which the last search ended
   std::int64_t numEvaluations = 0;  ///< of the whole volume in the last compute, gradients included

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "foundation/NmLogFile.h"
+#include "functional/families/metricFamily.h"
 #include "registration/RegVoxelRegistration.h"
 
 namespace {
@@ -58,7 +59,8 @@ void RegVoxelRegistration::calculateMaxCoverage() {
   const double byExtent =
       coverageByExtent(extentsOf(*reference[0]), extentsOf(*model[0]), orientation);
   if (byExtent < 1.0) maxCoverage = byExtent;
-  if (metricKind != 3) return;
+  const auto* const row = voxreg::detail::metricRow(metricKind);
+  if (row == nullptr || !row->family.rangeIsCoverage) return;
   const NmHandle<VlDataAccess> access = reference[0]->lock(false);
   if (access == nullptr) return;
   const double inRange = shareInRange(*reference[0], *access, minRef, maxRef);

@@ -8,9 +8,9 @@
 #include "foundation/numbers/elementary.h"
 #include "functional/RegFunctional.h"
 #include "optimizers/RegGradientOptimizer.h"
+#include "registration/RegStageCode.h"
 #include "registration/RegVoxelRegistration.h"
 #include "registration/levelSteps.h"
-#include "registration/stageCode.h"
 #include "transforms/RegAffineTransform.h"
 
 namespace {
@@ -140,7 +140,7 @@ void RegVoxelRegistration::showStage(int level, int numLevels, int degreesOfFree
 }
 
 int RegVoxelRegistration::prepareStage(int stage, bool runNonAffine, RegFunctional* functional) {
-  if (!voxreg::detail::isGridCode(stage)) return prepareAffineStage(stage, functional);
+  if (!RegStageCode::isGrid(stage)) return prepareAffineStage(stage, functional);
   return runNonAffine ? prepareNonAffineStage(stage, functional) : 0;
 }
 
@@ -157,14 +157,14 @@ int RegVoxelRegistration::prepareAffineStage(int degreesOfFreedom, RegFunctional
 // to search. A present transform limits the counts of the stage in place; a new one keeps its limit
 // to itself.
 int RegVoxelRegistration::prepareNonAffineStage(int code, RegFunctional* functional) {
-  NmVec3i numBricks = voxreg::detail::gridOfCode(code);
+  NmVec3i numBricks = RegStageCode::gridOf(code);
   if (auto* const present = dynamic_cast<RegNonAffineTransform*>(transform))
     present->setNumBricks(numBricks);
   else
     replaceTransform(true, numBricks, functional);
   auto* const nonAffine = dynamic_cast<RegNonAffineTransform*>(transform);
   if (nonAffine == nullptr || !nonAffine->hasVertices()) return 0;
-  return voxreg::detail::freedomsOfGrid(numBricks);
+  return RegStageCode::freedomsOf(numBricks);
 }
 
 void RegVoxelRegistration::replaceTransform(bool nonAffine, const NmVec3i& numBricks,

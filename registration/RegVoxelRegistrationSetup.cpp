@@ -7,16 +7,15 @@
 #include "foundation/NmLogFile.h"
 #include "foundation/NmProgressInterface.h"
 #include "functional/RegFunctional.h"
-#include "metrics/RegCorrelationRatio.h"
-#include "metrics/RegMeanSquaredDifference.h"
-#include "metrics/RegNormMutualInformation.h"
-#include "metrics/RegSimpleMutualInformation.h"
+#include "functional/families/metricFamily.h"
+#include "metrics/RegMetric.h"
 #include "optimizers/RegAggressiveDirectionOptimizer.h"
 #include "optimizers/RegBestDirectionOptimizer.h"
 #include "optimizers/RegBestNeighbourOptimizer.h"
 #include "optimizers/RegGradientOptimizer.h"
+#include "optimizers/RegSearchKind.h"
+#include "registration/RegStageCode.h"
 #include "registration/RegVoxelRegistration.h"
-#include "registration/stageCode.h"
 
 namespace {
 
@@ -29,7 +28,7 @@ bool isStep(float step) {
 /// True for 1 to 99 bricks on each axis, of which the transform takes 32 at most.
 bool isGrid(const NmVec3i& bricks) {
   for (int axis = 0; axis < 3; ++axis)
-    if (bricks[axis] < 1 || bricks[axis] > voxreg::detail::largestCodedCount) return false;
+    if (bricks[axis] < 1 || bricks[axis] > RegStageCode::largestCount) return false;
   return true;
 }
 
@@ -95,8 +94,8 @@ bool RegVoxelRegistration::checkSettings() const {
     getTheLogInstance().errorf("initRegistration: The step range must be finite and above 0.");
     return false;
   }
-  if (metricKind > 3 || optimizerKind > 4) {
-    const bool isMetric = metricKind > 3;
+  const bool isMetric = voxreg::detail::metricRow(metricKind) == nullptr;
+  if (isMetric || optimizerKind > RegSearchBestDirection) {
     getTheLogInstance().errorf("initRegistration: There is no %s of kind %u.",
                                isMetric ? "metric" : "search",
                                isMetric ? metricKind : optimizerKind);
@@ -104,7 +103,7 @@ bool RegVoxelRegistration::checkSettings() const {
   }
   for (int i = 0; i < 3; ++i) {
     const int code = nonAffineStages[i];
-    if (!voxreg::detail::isGridCode(code) || isGrid(voxreg::detail::gridOfCode(code))) continue;
+    if (!RegStageCode::isGrid(code) || isGrid(RegStageCode::gridOf(code))) continue;
     getTheLogInstance().errorf("initRegistration: No grid of bricks has the code %d.", code);
     return false;
   }
@@ -162,41 +161,30 @@ RegMetric* RegVoxelRegistration::createMetric(const VlData* referenceVolume,
     getTheLogInstance().errorf("createFunctional: There is no reference or no model.");
     return nullptr;
   }
-  const auto information = [&]<class Metric>() {
-    return new Metric(referenceVolume->primType(), modelVolume->primType(), minRef, maxRef,
-                      minModel, maxModel, toCount(numBinsRef), toCount(numBinsMod), maxCoverage,
-                      restrictedMotion);
-  };
-  switch (metricKind) {
-    case 0:
-      return information.template operator()<RegNormMutualInformation>();
-    case 1:
-      return information.template operator()<RegSimpleMutualInformation>();
-    case 2:
-      return new RegMeanSquaredDifference(1.0, false);
-    case 3:
-      return new RegCorrelationRatio(minRef, maxRef, minModel, maxModel, maxCoverage,
-                                     restrictedMotion);
-    default:
-      getTheLogInstance().errorf("createFunctional: There is no metric of kind %u.", metricKind);
-      return nullptr;
+  const auto* const row = voxreg::detail::metricRow(metricKind);
+  if (row == nullptr) {
+    getTheLogInstance().errorf("createFunctional: There is no metric of kind %u.", metricKind);
+    return nullptr;
   }
+  return row->make({referenceVolume->primType(), modelVolume->primType(), minRef, maxRef, minModel,
+                    maxModel, toCount(numBinsRef), toCount(numBinsMod), maxCoverage,
+                    restrictedMotion});
 }
 
 RegOptimizer* RegVoxelRegistration::createOptimizer() {
   switch (optimizerKind) {
-    case 0:
+    case RegSearchAggressiveDirection:
       return new RegAggressiveDirectionOptimizer(this, 0.5f, 0.1f, orientation, restrictedMotion);
-    case 1:
+    case RegSearchBestNeighbour:
       return new RegBestNeighbourOptimizer(this, 0.5f, orientation);
-    case 2:
+    case RegSearchQuasiNewton:
       return createGradientOptimizer(gradientStep);
-    case 3: {
+    case RegSearchConjugateGradients: {
       RegGradientOptimizer* const conjugate = createGradientOptimizer(gradientStep);
       conjugate->method = 1;
       return conjugate;
     }
-    case 4:
+    case RegSearchBestDirection:
       return new RegBestDirectionOptimizer(this, 0.5f, 1.0e-8f, bestDirectionFlag);
     default:
       getTheLogInstance().errorf("initRegistration: There is no search of kind %u.", optimizerKind);

@@ -3,8 +3,10 @@
 #include <utility>
 
 #include "elastic/RegElasticRegistration.h"
+#include "metrics/RegMetricKind.h"
+#include "optimizers/RegSearchKind.h"
+#include "registration/RegStageCode.h"
 #include "registration/RegVoxelRegistration.h"
-#include "registration/stageCode.h"
 
 namespace {
 
@@ -36,8 +38,8 @@ unsigned int numBinsOf(const VlData& volume, const NmVec2f& range) {
 }
 
 int gridCode(const NmVec3i& bricks) {
-  constexpr int most = voxreg::detail::largestCodedCount;
-  return voxreg::detail::codeOfGrid(
+  constexpr int most = RegStageCode::largestCount;
+  return RegStageCode::ofGrid(
       NmVec3i(std::min(bricks.x, most), std::min(bricks.y, most), std::min(bricks.z, most)));
 }
 
@@ -86,15 +88,13 @@ bool RegElasticRegistration::invokeVoxelRegistration(
   const NmVec2f inModel = rangeOf(*modelVolume, modelRange);
   NmVec4i affineStages;
   NmVec3i nonAffineStages(gridCode(bricks), 0, 0);
-  const unsigned int correlationRatio = 3;
-  const unsigned int normMutualInformation = 0;
-  const unsigned int quasiNewton = 2;
   RegVoxelRegistration registration(
       progress, true, references, models, 3, inReference.x, inReference.y, inModel.x, inModel.y,
-      std::max(numThreads, 1), metricFlag != 0 ? correlationRatio : normMutualInformation,
+      std::max(numThreads, 1),
+      metricFlag != 0 ? RegMetricCorrelationRatio : RegMetricNormMutualInformation,
       numBinsOf(*referenceVolume, inReference), numBinsOf(*modelVolume, inModel), NmVec3i(1, 1, 1),
-      1, true, affineStages, nonAffineStages, false, stepRange, 1, 0.0001f, quasiNewton, false,
-      false);
+      1, true, affineStages, nonAffineStages, false, stepRange, 1, 0.0001f, RegSearchQuasiNewton,
+      false, false);
   registration.nonAffineResult = transform;
   const bool done = registration.compute(2);
   numEvaluations += registration.numEvaluations;

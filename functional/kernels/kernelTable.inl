@@ -40,13 +40,17 @@ static constexpr void fillRow(void (*(&row)[numVoxelTypes])(const Walk&, Sums&))
   row[voxelTypeIndex<double>] = Kernel::template walk<Positions, double>;
 }
 
+template <class AffineKernel, class BrickKernel, class Sums>
+static constexpr void fill(FamilyKernels<Sums>& family) {
+  fillRow<AffinePositions, AffineKernel>(family.affine);
+  fillRow<BrickPositions, BrickKernel>(family.bricks);
+}
+
 static constexpr KernelTable makeKernelTable() {
   KernelTable table = {};
-  fillRow<AffinePositions, Uniformly<DifferenceAccumulator>>(table.affineDifference);
-  fillRow<AffinePositions, SlicesThenRows>(table.affineCorrelation);
-  fillRow<AffinePositions, Uniformly<HistogramAccumulator<false>>>(table.affineHistogram);
-  fillRow<BrickPositions, Uniformly<DifferenceAccumulator>>(table.brickDifference);
-  fillRow<BrickPositions, SlicesThenRows>(table.brickCorrelation);
-  fillRow<BrickPositions, Uniformly<HistogramAccumulator<true>>>(table.brickHistogram);
+  fill<Uniformly<DifferenceAccumulator>, Uniformly<DifferenceAccumulator>>(table.difference);
+  fill<SlicesThenRows, SlicesThenRows>(table.correlation);
+  fill<Uniformly<HistogramAccumulator<false>>, Uniformly<HistogramAccumulator<true>>>(
+      table.histogram);
   return table;
 }

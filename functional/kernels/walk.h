@@ -45,23 +45,29 @@ struct BrickGrid {
   BrickSpan touched[2];       ///< bricks that the columns and the rows fall into
 };
 
-/// One walk of reference voxels through a model, as the kernels see it: bare values and pointers,
-/// since a kernel that is compiled for one instruction set must not instantiate code that it shares
-/// with the rest of the library.
-struct Walk {
+/// What a walk of reference voxels through a model goes by: bare values and pointers, since a
+/// kernel that is compiled for one instruction set must not instantiate code that it shares with
+/// the rest of the library.
+struct WalkFrame {
   const void* reference;  ///< voxels, x fastest
   int referenceType;      ///< voxelTypeIndex
   int referenceDims[3];
-  NmBox3i box;  ///< voxels to walk, within the reference
+  NmBox3i box;  ///< voxels to walk, both ends inclusive
   const void* model;
+  int modelType;
   int modelDims[3];
-  double start[3];      ///< position of reference voxel (0, 0, 0)
+  double start[3];      ///< position of reference voxel (0, 0, 0): model voxels in an affine walk,
+                        ///< world units in one through bricks
   double step[3][3];    ///< position change per reference voxel along x, y, z
-  double rowStep[3];    ///< about how far the next row lies, in model voxels: a hint
   int signs[3];         ///< direction of step[0] per model axis: 1, -1, 2 no movement, 0 no clip
-  double bounds[3][2];  ///< lower and upper bound of a position per model axis
-  BrickGrid grid;       ///< of a walk through bricks, unused otherwise
-  double* kept;         ///< keptDoubles for each voxel of a row, aligned to 64 bytes
+  double bounds[3][2];  ///< lower and upper bound of an affine position per model axis
+};
+
+/// A walk as the kernels see it, its box within the reference.
+struct Walk : WalkFrame {
+  double rowStep[3];  ///< about how far the next row lies, in model voxels: a hint
+  BrickGrid grid;     ///< of a walk through bricks, unused otherwise
+  double* kept;       ///< keptDoubles for each voxel of a row, aligned to 64 bytes
   double* stages;  ///< of a walk through bricks: stageDoubles for the touched bricks, aligned alike
 };
 
@@ -109,14 +115,20 @@ struct HistogramSums {
   std::int64_t count = 0;
 };
 
-/// The kernels of one instruction set, indexed by the model's voxelTypeIndex.
+/// The kernels of a metric family, indexed by the model's voxelTypeIndex.
+template <class Sums>
+struct FamilyKernels {
+  using Kernel = void (*)(const Walk& walk, Sums& sums);
+
+  Kernel affine[numVoxelTypes];
+  Kernel bricks[numVoxelTypes];
+};
+
+/// The kernels of one instruction set.
 struct KernelTable {
-  void (*affineDifference[numVoxelTypes])(const Walk& walk, DifferenceSums& sums);
-  void (*affineCorrelation[numVoxelTypes])(const Walk& walk, CorrelationSums& sums);
-  void (*affineHistogram[numVoxelTypes])(const Walk& walk, HistogramSums& sums);
-  void (*brickDifference[numVoxelTypes])(const Walk& walk, DifferenceSums& sums);
-  void (*brickCorrelation[numVoxelTypes])(const Walk& walk, CorrelationSums& sums);
-  void (*brickHistogram[numVoxelTypes])(const Walk& walk, HistogramSums& sums);
+  FamilyKernels<DifferenceSums> difference;
+  FamilyKernels<CorrelationSums> correlation;
+  FamilyKernels<HistogramSums> histogram;
 };
 
 extern const KernelTable portableKernels;

@@ -5,7 +5,6 @@
 #include <limits>
 #include <random>
 
-#include "functional/referenceWalk.h"
 #include "functional/reg_evaluateUniform.h"
 #include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
@@ -21,8 +20,6 @@ using kernelCases::forEachTypePair;
 using kernelCases::randomVoxels;
 using voxreg::detail::KernelTable;
 using voxreg::detail::voxelTypeIndex;
-using voxreg::detail::walkAffine;
-using voxreg::detail::WalkArguments;
 
 /// A map that turns by three angles and scales, sending the middle of the reference to `centre` of
 /// the model, with the signs that the row's direction has.
@@ -55,16 +52,17 @@ struct Difference {
   long total = 0;
 };
 
+/// Feeds the metric by the kernels of one set.
 template <class T, class U>
-WalkArguments arguments(const naive::Geometry& g, const std::vector<T>& reference,
-                        const std::vector<U>& model, const NmBox3i& box, const KernelTable& table) {
-  return {reference.data(), voxelTypeIndex<T>,
-          model.data(),     voxelTypeIndex<U>,
-          g.dims,           box,
-          g.signs,          g.start,
-          g.step[0],        g.step[1],
-          g.step[2],        g.bounds,
-          &g.modelDims.x,   table};
+void walkBy(const KernelTable& table, const naive::Geometry& g, const std::vector<T>& reference,
+            const std::vector<U>& model, const NmBox3i& box, RegMetric& metric,
+            int numHistograms = 1) {
+  voxreg::detail::WalkFrame frame = kernelCases::frameOf(g, reference, model, box);
+  for (int a = 0; a < 3; ++a) {
+    frame.signs[a] = g.signs[a];
+    for (int end = 0; end < 2; ++end) frame.bounds[a][end] = g.bounds[2 * a + end];
+  }
+  voxreg::detail::familyOf(&metric)->walkAffine(frame, metric, numHistograms, table);
 }
 
 template <class T, class U>
@@ -73,7 +71,7 @@ Difference kernelDifference(const naive::Geometry& g, const std::vector<T>& refe
                             const KernelTable* table = nullptr) {
   RegMeanSquaredDifference metric(1.0, false);
   if (table != nullptr)
-    walkAffine(arguments(g, reference, model, box, *table), metric);
+    walkBy(*table, g, reference, model, box, metric);
   else
     reg_evaluateUniformMSD<T, U>(reference.data(), model.data(), g.dims, box, g.signs, g.start,
                                  g.step[0], g.step[1], g.step[2], &metric, g.bounds, &g.modelDims.x,
@@ -122,7 +120,7 @@ RegCorrelationRatio kernelCorrelation(const naive::Geometry& g, const std::vecto
                                       const KernelTable* table = nullptr) {
   RegCorrelationRatio metric(20.0, 200.0, 10.5, 190.0, 1.0, false);
   if (table != nullptr)
-    walkAffine(arguments(g, reference, model, g.grid(), *table), metric);
+    walkBy(*table, g, reference, model, g.grid(), metric);
   else
     reg_evaluateUniformCorrAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
                                         g.step[0], g.step[1], g.step[2], &metric, g.bounds,
@@ -198,7 +196,7 @@ void runInformation(const naive::Geometry& g, const std::vector<T>& reference,
                     const std::vector<U>& model, RegNormMutualInformation& metric,
                     int numHistograms, const KernelTable* table) {
   if (table != nullptr)
-    walkAffine(arguments(g, reference, model, g.grid(), *table), metric, numHistograms);
+    walkBy(*table, g, reference, model, g.grid(), metric, numHistograms);
   else
     reg_evaluateUniformMIAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
                                       g.step[0], g.step[1], g.step[2], &metric, g.bounds,

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "functional/referenceWalk.h"
 #include "functional/reg_evaluateUniform.h"
 #include "metrics/RegCorrelationRatio.h"
 #include "metrics/RegMeanSquaredDifference.h"
@@ -20,7 +19,6 @@ using kernelCases::forEachTypePair;
 using kernelCases::randomVoxels;
 using voxreg::detail::KernelTable;
 using voxreg::detail::voxelTypeIndex;
-using voxreg::detail::walkBricks;
 
 enum class Family { difference, ranged };
 
@@ -118,18 +116,8 @@ void runKernel(Scene& s, const std::vector<T>& reference, const std::vector<U>& 
                               &s.transform, 1);
     return;
   }
-  const NmVec3i noSigns;
-  const voxreg::detail::WalkArguments arguments = {reference.data(), voxelTypeIndex<T>,
-                                                   model.data(),     voxelTypeIndex<U>,
-                                                   s.dims,           s.box,
-                                                   noSigns,          s.start,
-                                                   s.step[0],        s.step[1],
-                                                   s.step[2],        noBounds,
-                                                   &s.modelDims.x,   *table};
-  if constexpr (std::is_base_of_v<RegMutualInformation, Metric>)
-    walkBricks(arguments, s.transform, metric, 1);
-  else
-    walkBricks(arguments, s.transform, metric);
+  voxreg::detail::familyOf(&metric)->walkBricks(kernelCases::frameOf(s, reference, model, s.box),
+                                                s.transform, metric, 1, *table);
 }
 
 /// Returns the number of samples of the difference family.

@@ -8,8 +8,9 @@
 #include <type_traits>
 #include <vector>
 
+#include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
-#include "functional/kernels/kernelChoice.h"
+#include "functional/families/metricFamily.h"
 
 /// What the tests of the sampling kernels share: every pair of voxel types, every set of kernels
 /// that the machine has, and random voxels.
@@ -38,6 +39,25 @@ void forEachPath(F f) {
     SCOPED_TRACE("instruction set " + std::to_string(static_cast<int>(set)));
     if (const auto* const table = voxreg::detail::kernelsFor(set)) f(table);
   }
+}
+
+/// The frame of a geometry as a kernel takes it.
+template <class T, class U, class Geometry>
+voxreg::detail::WalkFrame frameOf(const Geometry& g, const std::vector<T>& reference,
+                                  const std::vector<U>& model, const NmBox3i& box) {
+  voxreg::detail::WalkFrame frame = {};
+  frame.reference = reference.data();
+  frame.referenceType = voxreg::detail::voxelTypeIndex<T>;
+  frame.box = box;
+  frame.model = model.data();
+  frame.modelType = voxreg::detail::voxelTypeIndex<U>;
+  for (int a = 0; a < 3; ++a) {
+    frame.referenceDims[a] = g.dims[a];
+    frame.modelDims[a] = g.modelDims[a];
+    frame.start[a] = g.start[a];
+    for (int k = 0; k < 3; ++k) frame.step[k][a] = g.step[k][a];
+  }
+  return frame;
 }
 
 template <class T>
