@@ -5,8 +5,8 @@
 #include "elastic/pyramid/elasticPyramid.h"
 #include "elastic/pyramid/elasticRegion.h"
 #include "elastic/pyramid/elasticRuns.h"
-#include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 
 using voxreg::detail::ElasticMask;
 using voxreg::detail::ElasticPyramid;
@@ -22,11 +22,7 @@ const char* faultOf(const VlData* reference, const VlData* model) {
   if (reference == nullptr || model == nullptr) return "reference or model undefined.";
   if (reference->dims() != model->dims())
     return "different dimensions of reference and model, not yet implemented.";
-  NmBox3f referenceBox;
-  NmBox3f modelBox;
-  reference->boundingBox(referenceBox);
-  model->boundingBox(modelBox);
-  if (!(referenceBox == modelBox))
+  if (!(voxreg::detail::boxOf(*reference) == voxreg::detail::boxOf(*model)))
     return "different bounding boxes of reference and model, not yet implemented.";
   return nullptr;
 }

@@ -6,8 +6,8 @@
 #include "elastic/RegElasticRegistration.h"
 #include "elastic/rescale.h"
 #include "elastic/scalarVoxels.h"
-#include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelGrid.h"
 #include "foundation/voxels/voxelTypes.h"
 

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelTypes.h"
 #include "functional/families/metricFamily.h"
 #include "metrics/RegMetric.h"
@@ -16,27 +17,15 @@
 
 namespace {
 
+using voxreg::detail::allVoxels;
+using voxreg::detail::boxOf;
+using voxreg::detail::dimsOf;
 using voxreg::detail::voxelTypeIndex;
 using voxreg::detail::WalkFrame;
 using voxreg::detail::withVoxelType;
 
 VlData* first(const NmDArray<NmHandle<VlData>>& volumes) {
   return volumes.size > 0 ? volumes[0].get() : nullptr;
-}
-
-NmVec3i dimsOf(const VlData& volume) {
-  const NmVec3l dims = volume.dims();
-  NmVec3i limited;
-  for (int axis = 0; axis < 3; ++axis)
-    limited[axis] =
-        static_cast<int>(std::clamp<std::int64_t>(dims[axis], 0, std::numeric_limits<int>::max()));
-  return limited;
-}
-
-NmBox3f boxOf(const VlData& volume) {
-  NmBox3f box;
-  volume.boundingBox(box);
-  return box;
 }
 
 double bytesOf(const VlData& volume) {
@@ -60,10 +49,6 @@ NmHandle<VlDataAccess> lockForReading(VlData* volume) {
 bool isWalkable(const VlData* volume, const VlData* locked, const VlDataAccess* access) {
   return volume != nullptr && volume == locked && access != nullptr && volume->numDataVars() == 1 &&
          access->isContiguous() && access->dataPtr(0) != nullptr;
-}
-
-NmBox3i wholeGrid(const NmVec3i& dims) {
-  return {0, dims.x - 1, 0, dims.y - 1, 0, dims.z - 1};
 }
 
 /// Positions from which a sample counts: half a voxel around the model, and no limit at all on an
@@ -278,7 +263,7 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
       return false;
     }
     const NmVec3i dims = dimsOf(*volume);
-    NmBox3i clip = wholeGrid(dims);
+    NmBox3i clip = allVoxels(dims);
     if (i == 0 && box != nullptr && reference.size == 1 && !box->isEmpty())
       clip = box->intersection(clip);
     else if (i == 0 && grid != nullptr && grid->referenceBox.volume() > 0.0f)
@@ -293,9 +278,10 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
 
 // Where no voxel lies in the box, the nearest plane is walked all the same.
 NmBox3i RegFunctional::walkedBox(const VlData& volume, const NmBox3f& box) {
+  const voxreg::detail::VolumeFrame frame(volume);
   int limits[3][2];
   for (int axis = 0; axis < 3; ++axis) {
-    const voxreg::detail::VoxelAxis voxels(boxOf(volume), volume.dims(), axis);
+    const voxreg::detail::VoxelAxis voxels(frame, axis);
     limits[axis][0] = voxels.firstFrom(box.min(axis));
     limits[axis][1] =
         std::max(voxels.lastUpTo(box.max(axis)), std::min(limits[axis][0], voxels.last()));

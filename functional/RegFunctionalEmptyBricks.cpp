@@ -29,9 +29,7 @@ struct BrickAxis {
   Voxels bricks[32] = {};
 
   BrickAxis(const RegNonAffineTransform& grid, const VlData& volume, int axis, Measure measure) {
-    NmBox3f box;
-    volume.boundingBox(box);
-    const voxreg::detail::VoxelAxis voxels(box, volume.dims(), axis, measure);
+    const voxreg::detail::VoxelAxis voxels(voxreg::detail::VolumeFrame(volume), axis, measure);
     const int n = grid.numBricks[axis];
     const float size = grid.referenceBox.extent(axis) / static_cast<float>(n);
     for (int b = 0; b < n; ++b) {

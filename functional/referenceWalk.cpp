@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "foundation/voxels/volumeFrame.h"
 #include "transforms/RegNonAffineTransform.h"
 
 namespace voxreg::detail {
@@ -52,7 +53,7 @@ bool isComplete(const WalkFrame& frame) {
 
 NmBox3i wholeReference(const WalkFrame& frame) {
   const int* const n = frame.referenceDims;
-  return {0, n[0] - 1, 0, n[1] - 1, 0, n[2] - 1};
+  return allVoxels(NmVec3i(n[0], n[1], n[2]));
 }
 
 bool canEvaluate(const RegNonAffineTransform& grid) {

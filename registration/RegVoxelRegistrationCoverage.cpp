@@ -3,14 +3,14 @@
 #include <cstdint>
 
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "functional/families/metricFamily.h"
 #include "registration/RegVoxelRegistration.h"
 
 namespace {
 
 NmVec3d extentsOf(const VlData& volume) {
-  NmBox3f box;
-  volume.boundingBox(box);
+  const NmBox3f box = voxreg::detail::boxOf(volume);
   return {std::abs(box.extent(0)), std::abs(box.extent(1)), std::abs(box.extent(2))};
 }
 

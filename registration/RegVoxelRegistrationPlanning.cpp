@@ -2,36 +2,20 @@
 #include <cmath>
 #include <limits>
 
+#include "foundation/voxels/volumeFrame.h"
 #include "registration/RegVoxelRegistration.h"
 
+using voxreg::detail::dimsOf;
+
 namespace {
-
-int toInt(long n) {
-  return static_cast<int>(std::min<long>(n, std::numeric_limits<int>::max()));
-}
-
-NmVec3i gridOf(const VlData& volume) {
-  const NmVec3l dims = volume.dims();
-  return {toInt(dims.x), toInt(dims.y), toInt(dims.z)};
-}
 
 bool isAxis(int axis) {
   return axis >= 0 && axis < 3;
 }
 
 /// The volume at `index`, limited to the array; null for an empty one.
-const VlData* volumeAt(const NmDArray<NmHandle<VlData>>& volumes, long index) {
+const VlData* volumeAt(const NmDArray<NmHandle<VlData>>& volumes, std::int64_t index) {
   return volumes.size < 1 ? nullptr : volumes[std::min(index, volumes.size - 1)].get();
-}
-
-NmVec3f voxelSizeOf(const VlData& volume) {
-  const NmVec3l dims = volume.dims();
-  NmBox3f box;
-  volume.boundingBox(box);
-  NmVec3f size;
-  for (int axis = 0; axis < 3; ++axis)
-    size[axis] = box.extent(axis) / (dims[axis] < 2 ? 1.0f : static_cast<float>(dims[axis] - 1));
-  return size;
 }
 
 /// The axes with `last` at the end and `first`, if it is another, in front.
@@ -81,7 +65,7 @@ int RegVoxelRegistration::get2DOrientation(const NmVec3i& a, const NmVec3i& b) {
 
 int RegVoxelRegistration::get2DOrientation(VlData* a, VlData* b) {
   if (a == nullptr || b == nullptr) return -1;
-  return get2DOrientation(gridOf(*a), gridOf(*b));
+  return get2DOrientation(dimsOf(*a), dimsOf(*b));
 }
 
 int RegVoxelRegistration::get2DOrientation(NmDArray<NmHandle<VlData>>& referenceVolumes,
@@ -96,7 +80,7 @@ void RegVoxelRegistration::getMinDelta(NmDArray<NmHandle<VlData>>& referenceVolu
                                        NmVec3i& axes, int which, int flatAxis) {
   const VlData* const volume =
       which > 0 ? volumeAt(modelVolumes, 0) : volumeAt(referenceVolumes, -static_cast<long>(which));
-  delta = volume == nullptr ? NmVec3f() : voxelSizeOf(*volume);
+  delta = volume == nullptr ? NmVec3f() : voxreg::detail::VolumeFrame(*volume).voxelSize;
   int largest = 2;
   int smallest = 1;
   float largestDelta = 0.0f;
@@ -132,8 +116,8 @@ NmVec3i RegVoxelRegistration::getSamplingModel(const NmVec3i& factors, const NmV
 void RegVoxelRegistration::restrictCoarsestResampling(VlData* ref, VlData* modelVolume,
                                                       bool fixedLimit, NmVec3i& factors) {
   if (ref == nullptr) return;
-  const NmVec3i dimsModel = modelVolume == nullptr ? NmVec3i() : gridOf(*modelVolume);
-  restrictCoarsestResampling(gridOf(*ref), dimsModel, fixedLimit, factors);
+  const NmVec3i dimsModel = modelVolume == nullptr ? NmVec3i() : dimsOf(*modelVolume);
+  restrictCoarsestResampling(dimsOf(*ref), dimsModel, fixedLimit, factors);
 }
 
 void RegVoxelRegistration::restrictCoarsestResampling(const NmVec3i& dimsRef,

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "registration/RegVoxelRegistration.h"
 #include "resampling/RegResampler.h"
 
@@ -44,8 +45,7 @@ struct LevelGrid {
 
   LevelGrid(const VlData& volume, const NmVec3i& factors) {
     const NmVec3l n = volume.dims();
-    NmBox3f box;
-    volume.boundingBox(box);
+    const NmBox3f box = voxreg::detail::boxOf(volume);
     for (int axis = 0; axis < 3; ++axis) {
       const double reduced = static_cast<double>(n[axis]) / static_cast<double>(factors[axis]);
       dims[axis] = static_cast<float>(std::ceil(reduced));

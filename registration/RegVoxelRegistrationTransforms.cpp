@@ -4,6 +4,7 @@
 
 #include "foundation/NmLogFile.h"
 #include "foundation/NmMat4d.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "functional/RegFunctional.h"
 #include "registration/RegVoxelRegistration.h"
 #include "transforms/RegAffineTransform.h"
@@ -25,7 +26,7 @@ void widenIfFlat(float& min, float& max) {
 /// The identity over a volume. A flat axis gets an extent, without which there is no grid.
 Descriptor identityOver(const VlData& volume) {
   Descriptor start;
-  volume.boundingBox(start.box);
+  start.box = voxreg::detail::boxOf(volume);
   widenIfFlat(start.box.xmin, start.box.xmax);
   widenIfFlat(start.box.ymin, start.box.ymax);
   widenIfFlat(start.box.zmin, start.box.zmax);
@@ -34,9 +35,7 @@ Descriptor identityOver(const VlData& volume) {
 
 NmVec3f centreOf(const NmDArray<NmHandle<VlData>>& volumes) {
   if (volumes.size < 1 || volumes[0] == nullptr) return {};
-  NmBox3f box;
-  volumes[0]->boundingBox(box);
-  return {0.5f * (box.xmin + box.xmax), 0.5f * (box.ymin + box.ymax), 0.5f * (box.zmin + box.zmax)};
+  return voxreg::detail::VolumeFrame(*volumes[0]).centre();
 }
 
 /// |v|^2 above what is worth a line in the log.

@@ -8,6 +8,7 @@
 #include "foundation/NmLogFile.h"
 #include "foundation/NmWatch.h"
 #include "foundation/sampling/volumeCore.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelTypes.h"
 #include "resampling/memoryVolume.h"
 #include "resampling/samplingRule.h"
@@ -56,8 +57,7 @@ struct Job {
     NmHandle<VlMemoryData> result =
         RegBrickedResampler::createVlMemoryData(size, reference.primType(), oneVariable);
     if (result == nullptr) return nullptr;
-    NmBox3f voxelBox;
-    reference.boundingBox(voxelBox);
+    NmBox3f voxelBox = voxreg::detail::boxOf(reference);
     VolumeCore::setBoundingBox(*result, voxelBox);
     // One thread works, so that one sampler is all that is used.
     NmDArray<NmHandle<VlEvaluator>> evaluators;
@@ -65,8 +65,7 @@ struct Job {
     evaluators[0] = VolumeCore::makeEvaluator(model, voxreg::detail::samplingRule(filter)).object;
     const NmHandle<VlDataAccess> access = VolumeCore::lock(*result, true).object;
     if (evaluators[0] == nullptr || access == nullptr || !access->isLinear()) return nullptr;
-    const NmVec3i dims(static_cast<int>(size.x), static_cast<int>(size.y),
-                       static_cast<int>(size.z));
+    const NmVec3i dims = voxreg::detail::dimsOf(reference);
     voxreg::detail::withVoxelType(model.primType(), [&]<class T>() {
       fill(static_cast<T*>(access->dataPtr(0)), dims, voxelBox, evaluators);
     });
@@ -85,8 +84,7 @@ struct Job {
     constexpr T lowest = isInteger ? std::numeric_limits<T>::lowest() : T(0);
     constexpr T highest = isInteger ? std::numeric_limits<T>::max() : T(0);
     NmMat4f matrix;
-    NmBox3f modelBox;
-    model.boundingBox(modelBox);
+    NmBox3f modelBox = voxreg::detail::boxOf(model);
     brickedResampling<T>(output, dims, voxelBox, 1, background, clampToGrid, clampToModel,
                          evaluators, gridDims, gridBox, nodes, xIndices, xWeights, yIndices,
                          yWeights, zIndices, zWeights, matrix, modelBox, isInteger, lowest, highest,

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "foundation/NmException.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "resampling/memoryVolume.h"
 #include "resampling/zoomShape.h"
 
@@ -96,8 +97,7 @@ void RegResampler::setUniformCoords(VlData* target, const VlData* source, const 
   const NmVec3l from = source->dims();
   NmVec3f lengths(static_cast<float>(to.x), static_cast<float>(to.y), static_cast<float>(to.z));
   if (newDims != nullptr) lengths = NmVec3f(newDims[0], newDims[1], newDims[2]);
-  NmBox3f box;
-  source->boundingBox(box);
+  NmBox3f box = voxreg::detail::boxOf(*source);
   scaleRange(box.xmin, box.xmax, from.x, to.x, lengths.x);
   scaleRange(box.ymin, box.ymax, from.y, to.y, lengths.y);
   scaleRange(box.zmin, box.zmax, from.z, to.z, lengths.z);

@@ -384,10 +384,8 @@ void RegNonAffineTransform::moveToGrid(const NmVec3i& grid) {
 
 NmBox3i RegNonAffineTransform::getROIofVertex(VlData* data, int vertex) const {
   if (data == nullptr) return {};
-  NmBox3f box;
-  data->boundingBox(box);
-  const NmVec3l dims = data->dims();
-  const VoxelAxis axes[3] = {{box, dims, 0}, {box, dims, 1}, {box, dims, 2}};
+  const voxreg::detail::VolumeFrame frame(*data);
+  const VoxelAxis axes[3] = {VoxelAxis(frame, 0), VoxelAxis(frame, 1), VoxelAxis(frame, 2)};
   int voxels[3][2] = {{0, axes[0].last()}, {0, axes[1].last()}, {0, axes[2].last()}};
   const bool exists = vertex >= 0 && vertex < vertexCount();
   const NmVec3i at = exists ? placeOfVertex(numBricks, vertex) : NmVec3i();

@@ -7,6 +7,7 @@
 #include "foundation/NmBox.h"
 #include "foundation/VlData.h"
 #include "foundation/numbers/elementary.h"
+#include "foundation/voxels/volumeFrame.h"
 
 namespace {
 
@@ -193,14 +194,12 @@ void RegTools::decomposeMatrix(const NmMat4d& m, NmDVector<double>& p) {
 
 NmVec3f RegTools::getBoundingBoxOrigin(VlData* volume) {
   if (volume == nullptr) return {};
-  NmBox3f box;
-  volume->boundingBox(box);
+  const NmBox3f box = voxreg::detail::boxOf(*volume);
   return {box.xmin, box.ymin, box.zmin};
 }
 
 NmVec3f RegTools::getBoundingBoxSize(VlData* volume) {
   if (volume == nullptr) return {};
-  NmBox3f box;
-  volume->boundingBox(box);
+  const NmBox3f box = voxreg::detail::boxOf(*volume);
   return {box.extent(0), box.extent(1), box.extent(2)};
 }

@@ -2,17 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <limits>
 
 namespace voxreg::detail {
 
-VoxelAxis::VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis, Measure measure)
-    : min_(box.min(axis)),
-      last_(static_cast<int>(
-                std::clamp<std::int64_t>(dims[axis], 0, std::numeric_limits<int>::max())) -
-            1),
-      measure_(measure) {
+VoxelAxis::VoxelAxis(const VolumeFrame& volume, int axis, Measure measure)
+    : min_(volume.box.min(axis)), last_(volume.dims[axis] - 1), measure_(measure) {
+  const NmBox3f& box = volume.box;
   const int steps = std::max(last_, 1);
   size_ = (static_cast<double>(box.max(axis)) - static_cast<double>(min_)) / steps;
   if (size_ == 0.0) size_ = 1.0;

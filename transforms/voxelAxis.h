@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/NmBox.h"
-#include "foundation/NmVec.h"
+#include "foundation/voxels/volumeFrame.h"
 
 namespace voxreg::detail {
 
@@ -20,7 +20,7 @@ class VoxelAxis {
 
   static constexpr double tolerance = 1e-3;  ///< in voxels
 
-  VoxelAxis(const NmBox3f& box, const NmVec3l& dims, int axis, Measure measure = Measure::tolerant);
+  explicit VoxelAxis(const VolumeFrame& volume, int axis, Measure measure = Measure::tolerant);
 
   /// The last voxel; -1 on an axis without voxels.
   int last() const { return last_; }

@@ -5,8 +5,8 @@
 
 #include "elastic/RegElasticRegistration.h"
 #include "elastic/chestwall/profileExtrema.h"
-#include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelTypes.h"
 
 using voxreg::detail::ProfileExtrema;

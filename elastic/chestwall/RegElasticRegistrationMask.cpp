@@ -3,8 +3,8 @@
 #include "elastic/RegElasticRegistration.h"
 #include "elastic/rescale.h"
 #include "elastic/scalarVoxels.h"
-#include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 
 using voxreg::detail::VolumeFrame;
 

@@ -2,11 +2,12 @@
 #include <cmath>
 
 #include "elastic/RegElasticRegistration.h"
+#include "elastic/chestwall/axisOrder.h"
 #include "elastic/chestwall/bodyEvidence.h"
 #include "elastic/chestwall/profileSearch.h"
 #include "elastic/rescale.h"
-#include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelTypes.h"
 
 using voxreg::detail::ProfilePeak;
@@ -78,7 +79,7 @@ bool RegElasticRegistration::findMasking(const NmVec2f& rescale, const NmVec3i& 
   const VolumeFrame frame(*reference);
   maskCenter = frame.centre();
   maskCenter[axes.y] += static_cast<float>(signs.y) * outerRadius;
-  if (roi != nullptr) *roi = frame.allVoxels();
+  if (roi != nullptr) *roi = voxreg::detail::allVoxels(frame.dims);
   backgroundLevel = 1;
   lowestMinHalf = 1;
   if (!voxreg::detail::isPermutation(axes)) {

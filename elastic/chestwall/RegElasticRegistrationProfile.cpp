@@ -3,10 +3,11 @@
 #include <cstdint>
 
 #include "elastic/RegElasticRegistration.h"
+#include "elastic/chestwall/axisOrder.h"
 #include "elastic/rescale.h"
 #include "elastic/scalarVoxels.h"
-#include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 
 using voxreg::detail::VolumeFrame;
 

@@ -3,9 +3,10 @@
 #include <utility>
 
 #include "elastic/RegElasticRegistration.h"
+#include "elastic/chestwall/axisOrder.h"
 #include "elastic/scalarVoxels.h"
-#include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelTypes.h"
 
 using voxreg::detail::VolumeFrame;
@@ -80,7 +81,7 @@ bool RegElasticRegistration::findRegionOfInterest(int threshold, const NmVec3i& 
         "findRegionOfInterest: Failed getting data access or data are not contiguous.");
     return false;
   }
-  roi = frame.allVoxels();
+  roi = voxreg::detail::allVoxels(frame.dims);
   if (!voxreg::detail::isPermutation(axes)) {
     getTheLogInstance().errorf("findRegionOfInterest: axes are not 0, 1 and 2 in some order.");
     return false;

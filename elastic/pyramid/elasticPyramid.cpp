@@ -4,20 +4,14 @@
 #include <cmath>
 
 #include "elastic/RegElasticRegistration.h"
-#include "elastic/volumeFrame.h"
 #include "foundation/NmLogFile.h"
 #include "foundation/NmWatch.h"
+#include "foundation/voxels/volumeFrame.h"
 
 namespace voxreg::detail {
 namespace {
 
 constexpr int largestInPlane = 512;
-
-NmBox3f boxOf(const VlData& volume) {
-  NmBox3f box;
-  volume.boundingBox(box);
-  return box;
-}
 
 /// A registration takes one flat axis at most.
 bool isLine(const NmVec3i& dims) {

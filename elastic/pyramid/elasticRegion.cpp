@@ -20,8 +20,8 @@ NmBox3i limited(const NmBox3i& box, const NmBox3i& all) {
 ElasticRegion regionOf(const VolumeFrame& frame, const NmBox3i* roi) {
   const ElasticRegion whole = {frame.box, frame.dims};
   if (roi == nullptr || isEmpty(*roi)) return whole;
-  const NmBox3i voxels = limited(*roi, frame.allVoxels());
-  if (voxels == frame.allVoxels()) return whole;
+  const NmBox3i voxels = limited(*roi, allVoxels(frame.dims));
+  if (voxels == allVoxels(frame.dims)) return whole;
   const ElasticRegion region = {
       NmBox3f(frame.position(0, voxels.xmin), frame.position(0, voxels.xmax),
               frame.position(1, voxels.ymin), frame.position(1, voxels.ymax),

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "elastic/volumeFrame.h"
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
+#include "foundation/voxels/volumeFrame.h"
 
 namespace voxreg::detail {
 

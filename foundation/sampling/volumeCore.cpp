@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "foundation/sampling/gridEvaluator.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelLock.h"
 #include "foundation/voxels/voxelRange.h"
 
@@ -32,10 +33,8 @@ NmHandle<VlDataAccess> VolumeCore::tryLock(VlData& volume, bool write, bool& isB
 Outcome<VlEvaluator> VolumeCore::makeEvaluator(VlData& volume, TapRule rule) {
   const Outcome<VlDataAccess> access = lock(volume, false);
   if (access.reason != nullptr) return {nullptr, access.reason};
-  NmBox3f box;
-  volume.boundingBox(box);
   const NmHandle<VlEvaluator> evaluator =
-      makeGridEvaluator(access.object, gridOf(volume), box, rule);
+      makeGridEvaluator(access.object, gridOf(volume), boxOf(volume), rule);
   if (evaluator == nullptr) return {nullptr, "the voxels are not in one block of a served type"};
   return {evaluator};
 }

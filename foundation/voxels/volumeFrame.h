@@ -9,6 +9,15 @@ class VlData;
 
 namespace voxreg::detail {
 
+/// Through the centres of a volume's outermost voxels, world units.
+NmBox3f boxOf(const VlData& volume);
+
+/// Voxels along each axis, limited to what an int can count.
+NmVec3i dimsOf(const VlData& volume);
+
+/// All voxels of a grid, both ends inclusive.
+NmBox3i allVoxels(const NmVec3i& dims);
+
 /// Where the voxels of a volume lie.
 struct VolumeFrame {
   NmVec3i dims;
@@ -18,13 +27,9 @@ struct VolumeFrame {
   explicit VolumeFrame(const VlData& volume);
 
   NmVec3f centre() const;
-  NmBox3i allVoxels() const;
 
   /// World coordinate of a voxel, which may lie outside.
   float position(int axis, std::int64_t index) const;
 };
-
-/// True when `axes` holds each of 0, 1 and 2.
-bool isPermutation(const NmVec3i& axes);
 
 }  // namespace voxreg::detail
