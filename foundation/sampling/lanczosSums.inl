@@ -195,7 +195,9 @@ class LanczosRuns {
     for (int i = 0; i < n; ++i) sums[first + i] = sum[i];
   }
 
-  static std::int64_t limited(std::int64_t index, std::int64_t n) { return index < 0 ? 0 : index < n ? index : n - 1; }
+  static std::int64_t limited(std::int64_t index, std::int64_t n) {
+    return index < 0 ? 0 : index < n ? index : n - 1;
+  }
 
   /// The lines that a point reads, from place `from` on. Those beside the volume have no share.
   template <int planes>

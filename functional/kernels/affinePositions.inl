@@ -1,3 +1,9 @@
+#pragma once
+
+#include "functional/kernels/blockSpan.inl"
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/prefetch.inl"
+
 /// Positions of reference rows under an affine map. A position is reached by adding the step of one
 /// voxel over and over, from voxel 0 of the row, so that it rounds the same wherever a row is
 /// entered.

@@ -1,3 +1,7 @@
+#pragma once
+
+#include "functional/kernels/rowBlock.inl"
+
 /// The voxels that the rows of a block sample.
 class BlockSpan {
  public:

@@ -1,3 +1,9 @@
+#pragma once
+
+#include "functional/kernels/blockSpan.inl"
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/prefetch.inl"
+
 /// Positions of reference rows through a grid of bricks. The map is taken apart in stages: the
 /// slice removes z, once per slice; the row removes y, once per row; what is left along x is linear
 /// within a brick. Only bricks that the walked box touches are evaluated.

@@ -1,3 +1,7 @@
+#pragma once
+
+#include "functional/kernels/lanes.inl"
+
 /// Columns of a block that are worked on at a time.
 static constexpr int batchColumns = 32;
 

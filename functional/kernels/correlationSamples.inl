@@ -1,3 +1,8 @@
+#pragma once
+
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/rowBlock.inl"
+
 /// The samples of the correlation family: those whose two values lie in their ranges.
 class CorrelationSamples {
  public:

@@ -1,3 +1,8 @@
+#pragma once
+
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/orderedSum.inl"
+
 /// One running sum of negated squared differences over the whole walk. The squares of a block are
 /// kept, and summed row after row while the next block is sampled.
 class DifferenceAccumulator {
@@ -7,7 +12,8 @@ class DifferenceAccumulator {
   DifferenceAccumulator(DifferenceSums& sums, const Walk& walk)
       : sums_(sums),
         squares_(walk.kept),
-        spare_(walk.kept + Lanes::width * (walk.box.xmax - walk.box.xmin + std::int64_t{1} + Lanes::width)) {}
+        spare_(walk.kept +
+               Lanes::width * (walk.box.xmax - walk.box.xmin + std::int64_t{1} + Lanes::width)) {}
 
   void startRows(const RowBlock& /*block*/) { count_ = 0; }
 
@@ -50,8 +56,8 @@ class DifferenceAccumulator {
 
  private:
   DifferenceSums& sums_;
-  double* squares_;  ///< of the block that is being sampled
-  double* spare_;    ///< those being summed
-  std::int64_t count_ = 0;   ///< columns of squares
+  double* squares_;         ///< of the block that is being sampled
+  double* spare_;           ///< those being summed
+  std::int64_t count_ = 0;  ///< columns of squares
   OrderedSum sum_;
 };

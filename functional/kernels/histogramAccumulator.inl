@@ -1,3 +1,9 @@
+#pragma once
+
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/orderedSum.inl"
+#include "functional/kernels/rowBlock.inl"
+
 /// Partial-volume joint histogram: each sample spreads a weight of 1 over the four bins around its
 /// place between rows (reference) and columns (model). The places of a block are kept until the
 /// bins can be raised row after row.

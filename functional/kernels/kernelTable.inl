@@ -1,3 +1,14 @@
+#pragma once
+
+#include "functional/kernels/affinePositions.inl"
+#include "functional/kernels/brickPositions.inl"
+#include "functional/kernels/differenceAccumulator.inl"
+#include "functional/kernels/histogramAccumulator.inl"
+#include "functional/kernels/rowBlockWalk.inl"
+#include "functional/kernels/rowwiseCorrelation.inl"
+#include "functional/kernels/slicewiseCorrelation.inl"
+#include "functional/kernels/trilinear.inl"
+
 template <template <Abreast> class Positions, class U, class Accumulator, class Sums>
 static void walkModel(const Walk& walk, Sums& sums) {
   Accumulator accumulator(sums, walk);

@@ -1,3 +1,5 @@
+#define VOXREG_KERNEL_SET
+
 #include "foundation/simd/lanesAvx2.h"
 #include "functional/kernels/walk.h"
 
@@ -5,7 +7,7 @@ namespace voxreg::detail {
 
 namespace avx2 {
 namespace {
-#include "functional/kernels/kernelBody.inl"
+#include "functional/kernels/kernelTable.inl"
 }  // namespace
 }  // namespace avx2
 

@@ -1,3 +1,5 @@
+#define VOXREG_KERNEL_SET
+
 #include "foundation/simd/lanesAvx512.h"
 #include "functional/kernels/walk.h"
 
@@ -5,7 +7,7 @@ namespace voxreg::detail {
 
 namespace avx512 {
 namespace {
-#include "functional/kernels/kernelBody.inl"
+#include "functional/kernels/kernelTable.inl"
 }  // namespace
 }  // namespace avx512
 

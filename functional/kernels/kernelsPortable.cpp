@@ -1,3 +1,5 @@
+#define VOXREG_KERNEL_SET
+
 #include "foundation/simd/lanesPortable.h"
 #include "functional/kernels/walk.h"
 
@@ -5,7 +7,7 @@ namespace voxreg::detail {
 
 namespace portable {
 namespace {
-#include "functional/kernels/kernelBody.inl"
+#include "functional/kernels/kernelTable.inl"
 }  // namespace
 }  // namespace portable
 

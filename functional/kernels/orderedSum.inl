@@ -1,3 +1,7 @@
+#pragma once
+
+#include "functional/kernels/rowBlock.inl"
+
 /// Subtracts kept values from one running sum, row after row. Each addition waits for the one
 /// before, so it is done a few at a time, in the background of work that does not depend on it.
 class OrderedSum {

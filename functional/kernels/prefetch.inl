@@ -1,3 +1,7 @@
+#pragma once
+
+#include "functional/kernels/lanes.inl"
+
 /// Addresses as numbers: what is asked for ahead of time may lie beyond a volume.
 static std::int64_t addressOf(const void* p) {
   return reinterpret_cast<std::int64_t>(p);

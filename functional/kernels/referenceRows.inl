@@ -1,3 +1,8 @@
+#pragma once
+
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/rowBlock.inl"
+
 /// Voxels x .. x + n - 1 of the rows, widened, a value per lane for each x.
 template <class T, Abreast abreast>
 static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
@@ -6,10 +11,12 @@ static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, dou
   const std::int64_t rowLength = walk.referenceDims[0];
   const T* rows[Lanes::width];
   for (int r = 0; r < Lanes::width; ++r) {
-    rows[r] = static_cast<const T*>(walk.reference) + x +
-              rowLength * (block.y[r] + static_cast<std::int64_t>(walk.referenceDims[1]) * block.z[r]);
+    rows[r] =
+        static_cast<const T*>(walk.reference) + x +
+        rowLength * (block.y[r] + static_cast<std::int64_t>(walk.referenceDims[1]) * block.z[r]);
     for (int i = 0; i < n; i += lineVoxels)
-      prefetch(addressOf(rows[r] + i) + rowsAhead * rowLength * static_cast<std::int64_t>(sizeof(T)));
+      prefetch(addressOf(rows[r] + i) +
+               rowsAhead * rowLength * static_cast<std::int64_t>(sizeof(T)));
   }
   T side[batchColumns * Lanes::width];
   for (int i = 0; i < n; ++i)

@@ -1,3 +1,7 @@
+#pragma once
+
+#include "functional/kernels/rowClip.inl"
+
 static int fewer(int a, int b) {
   return a < b ? a : b;
 }

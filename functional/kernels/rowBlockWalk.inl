@@ -1,3 +1,9 @@
+#pragma once
+
+#include "functional/kernels/blockSpan.inl"
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/referenceRows.inl"
+
 /// Samples the rows of a block that `positions` stands on and hands them to the accumulator, a
 /// number of columns at a time: positions and copies of voxels, then interpolation, then sums.
 /// Columns without a sample that counts are left out.

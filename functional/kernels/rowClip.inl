@@ -1,3 +1,7 @@
+#pragma once
+
+#include "functional/kernels/lanes.inl"
+
 /// Voxels of one reference row, both ends inclusive; empty when last < first.
 struct RowSpan {
   int first;

@@ -1,3 +1,8 @@
+#pragma once
+
+#include "functional/kernels/correlationSamples.inl"
+#include "functional/kernels/orderedSum.inl"
+
 /// Correlation sums of a few slices, which would leave most lanes empty: the values of a block of
 /// rows are kept and added up row after row.
 class RowwiseCorrelation {

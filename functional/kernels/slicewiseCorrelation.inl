@@ -1,3 +1,8 @@
+#pragma once
+
+#include "functional/kernels/correlationSamples.inl"
+#include "functional/kernels/orderedSum.inl"
+
 /// Correlation sums of many slices: each lane adds up a slice of its own.
 class SlicewiseCorrelation {
  public:

@@ -1,3 +1,8 @@
+#pragma once
+
+#include "functional/kernels/columns.inl"
+#include "functional/kernels/prefetch.inl"
+
 /// Trilinear samples of a model. Per axis of n voxels a position is limited to [0, n - 1] and split
 /// into a cell, at most n - 2, and the fraction behind it; a NaN counts as 0. An axis of one voxel
 /// reads that voxel as both neighbours.
@@ -129,7 +134,8 @@ class TrilinearSampler {
 
   const U* voxels_;
   std::int64_t neighbour_[3];
-  std::int64_t ahead_[4];  ///< lines of voxel 0's cell, moved ahead, the lowest and the highest first
+  std::int64_t
+      ahead_[4];   ///< lines of voxel 0's cell, moved ahead, the lowest and the highest first
   bool isTilted_;  ///< rows leave the model's lines every few voxels: a hint
   Doubles stride_[3];
   Doubles top_[3];
