@@ -12,6 +12,7 @@
 #include "nonAffineRegistration.h"
 #include "picture.h"
 #include "report.h"
+#include "searchOptions.h"
 #include "startChoice.h"
 
 namespace host {
@@ -87,7 +88,7 @@ GridTransform::Grid registeredGrid(const NonAffineOptions& options, PairRun& run
   settings.grids = gridsOf(options, last);
   run.report.transform = "bricks";
   run.report.settings["bricks"] = {last.x, last.y, last.z};
-  const GridTransform::Grid given = givenGrid(options.start, pair);
+  GridTransform::Grid given = givenGrid(options.start, pair);
   if (!run.hasInformation(settings.metric)) return given;
   MetricProbe probe(pair.reference, pair.model, settings.metric, settings.search, fullResolution);
   settings.start = chooseStart(options.start, settings.metric, run);
