@@ -218,12 +218,6 @@ class RegVoxelRegistration : public RegOptimizerCallback {
   bool checkVolumes() const;
   bool createFunctionals();
   bool createSchedule();
-  bool addLevels(int k, const NmVec3i& coarsest,
-                 NmDArray<NmDArray<NmHandle<VlData>>>& referenceLevels,
-                 NmDArray<NmDArray<NmHandle<VlData>>>& modelLevels);
-  bool addModelLevel(const NmVec3i& factors, const NmVec3f& delta,
-                     NmDArray<NmHandle<VlData>>& level);
-  NmDArray<NmVec3i> planFactors(const NmVec3i& coarsest, const NmVec3f& delta) const;
   RegMetric* createMetric(const VlData* referenceVolume, const VlData* modelVolume) const;
   RegOptimizer* createOptimizer();
   RegGradientOptimizer* createGradientOptimizer(float tolerance);

@@ -5,7 +5,9 @@
 #include <memory>
 
 #include "foundation/NmLogFile.h"
+#include "foundation/NmMat4d.h"
 #include "foundation/NmProgressInterface.h"
+#include "foundation/voxels/volumeFrame.h"
 #include "functional/RegFunctional.h"
 #include "functional/families/metricFamily.h"
 #include "metrics/RegMetric.h"
@@ -16,6 +18,13 @@
 #include "optimizers/RegSearchKind.h"
 #include "registration/RegStageCode.h"
 #include "registration/RegVoxelRegistration.h"
+#include "registration/coverage.h"
+#include "registration/levelVolumes.h"
+#include "registration/samplingPlan.h"
+#include "transforms/RegAffineTransform.h"
+#include "transforms/RegTools.h"
+
+using voxreg::detail::dimsOf;
 
 namespace {
 
@@ -49,8 +58,40 @@ int toCount(unsigned int n) {
   return static_cast<int>(std::min(n, static_cast<unsigned int>(std::numeric_limits<int>::max())));
 }
 
-const VlData* firstOf(const NmDArray<NmHandle<VlData>>& volumes) {
-  return volumes.size < 1 ? nullptr : volumes[0].get();
+/// The volume at an index of 0 or more, limited to the array; null for an empty one.
+VlData* volumeAt(const NmDArray<NmHandle<VlData>>& volumes, std::int64_t index) {
+  return volumes.size < 1 ? nullptr : volumes[std::min(index, volumes.size - 1)].get();
+}
+
+using Descriptor = RegNonAffineTransform::NonAffineTransformDescriptor;
+
+constexpr std::int64_t parameterCount = 15;
+
+void widenIfFlat(float& min, float& max) {
+  if (min > max) std::swap(min, max);
+  if (min < max) return;
+  min -= 0.5f;
+  max += 0.5f;
+}
+
+/// The identity over a volume. A flat axis gets an extent, without which there is no grid.
+Descriptor identityOver(const VlData& volume) {
+  Descriptor start;
+  start.box = voxreg::detail::boxOf(volume);
+  widenIfFlat(start.box.xmin, start.box.xmax);
+  widenIfFlat(start.box.ymin, start.box.ymax);
+  widenIfFlat(start.box.zmin, start.box.zmax);
+  return start;
+}
+
+NmVec3f centreOf(const NmDArray<NmHandle<VlData>>& volumes) {
+  if (volumes.size < 1 || volumes[0] == nullptr) return {};
+  return voxreg::detail::VolumeFrame(*volumes[0]).centre();
+}
+
+/// |v|^2 above what is worth a line in the log.
+bool isNoticeable(const NmVec3f& v) {
+  return static_cast<double>(v.x * v.x + v.y * v.y + v.z * v.z) > 1.0e-6;
 }
 
 }  // namespace
@@ -146,7 +187,8 @@ bool RegVoxelRegistration::createFunctionals() {
 RegFunctional* RegVoxelRegistration::createFunctional(NmDArray<NmHandle<VlData>>& referenceVolumes,
                                                       NmDArray<NmHandle<VlData>>& modelVolumes, int,
                                                       int) {
-  std::unique_ptr<RegMetric> metric(createMetric(firstOf(referenceVolumes), firstOf(modelVolumes)));
+  std::unique_ptr<RegMetric> metric(
+      createMetric(volumeAt(referenceVolumes, 0), volumeAt(modelVolumes, 0)));
   if (metric == nullptr) return nullptr;
   auto* const functional =
       new RegFunctional(referenceVolumes, modelVolumes, -1, functionalFlag, transform, metric.get(),
@@ -209,4 +251,146 @@ bool RegVoxelRegistration::createSchedule() {
   }
   append(-1);
   return true;
+}
+
+void RegVoxelRegistration::createTransform() {
+  createTransform(false, NmVec3i());
+}
+
+void RegVoxelRegistration::createTransform(bool nonAffine, const NmVec3i& numBricks) {
+  std::unique_ptr<RegParametricTransform> created;
+  if (!hasVolumes())
+    getTheLogInstance().errorf("createTransform: There is no reference or no model.");
+  else if (!nonAffine)
+    created.reset(new RegAffineTransform(reference, model[0], matrix, 12));
+  else if (nonAffineResult.box.volume() > 0.0f)
+    created.reset(new RegNonAffineTransform(nonAffineResult, numBricks));
+  else
+    created.reset(new RegNonAffineTransform(identityOver(*reference[0]), numBricks));
+  for (std::int64_t i = 0; functionals != nullptr && i < functionals->size; ++i) {
+    RegFunctional* const functional = functionals->data[i];
+    if (functional != nullptr) functional->transform = created.get();
+  }
+  deleteTransform();
+  transform = created.release();
+  if (transform != nullptr) transformModel_ = model[0];
+}
+
+void RegVoxelRegistration::decomposeMatrix(const NmMat4f& m, NmDVector<double>& params) {
+  NmMat4d wide;
+  wide.setValue(m);
+  params.resize(parameterCount);
+  RegTools::decomposeMatrix(wide, params);
+}
+
+void RegVoxelRegistration::composeMatrix(NmDVector<double>& params, NmMat4f& m) {
+  while (params.size < parameterCount) {
+    const double identity = params.size >= 6 && params.size < 9 ? 1.0 : 0.0;
+    params.insert(params.size, 1, &identity);
+  }
+  NmMat4d wide;
+  RegTools::composeMatrix(params, wide);
+  wide.getValue(m);
+}
+
+void RegVoxelRegistration::logCurrentAffineTransform() {
+  const auto* affine = dynamic_cast<RegAffineTransform*>(transform);
+  if (affine == nullptr) return;
+  NmMat4f current;
+  affine->absoluteMatrix.getValue(current);
+  NmDVector<double> params;
+  decomposeMatrix(current, params);
+  const NmVec3f centre = centreOf(model);
+  const NmVec3f moved = current.multDirMatrix(centre);
+  NmVec3f translation;
+  NmVec3f rotation;
+  for (int i = 0; i < 3; ++i) {
+    translation[i] = static_cast<float>(params[i]) + moved[i] - centre[i];
+    rotation[i] = static_cast<float>(params[3 + i]);
+  }
+  if (!isNoticeable(translation) && !isNoticeable(rotation)) return;
+  getTheLogInstance().printf("current trafo: translation %.3f %.3f %.3f   rotation %.3f %.3f %.3f",
+                             translation.x, translation.y, translation.z, rotation.x, rotation.y,
+                             rotation.z);
+}
+
+void RegVoxelRegistration::calculateMaxCoverage() {
+  if (!hasVolumes()) return;
+  const double byExtent = voxreg::detail::coverageByExtent(*reference[0], *model[0], orientation);
+  if (byExtent < 1.0) maxCoverage = byExtent;
+  const auto* const row = voxreg::detail::metricRow(metricKind);
+  if (row == nullptr || !row->family.rangeIsCoverage) return;
+  const auto inRange = voxreg::detail::shareInRange(*reference[0], minRef, maxRef);
+  if (!inRange || !(maxCoverage > *inRange)) return;
+  if (restrictedMotion) getTheLogInstance().printf("max coverage (range): %.3f", *inRange);
+  maxCoverage = *inRange;
+}
+
+bool RegVoxelRegistration::doResampling(NmDArray<NmDArray<NmHandle<VlData>>>& referenceLevels,
+                                        const NmVec3i& coarsest,
+                                        NmDArray<NmDArray<NmHandle<VlData>>>& modelLevels) {
+  return voxreg::detail::makeLevels(
+      reference, model,
+      {coarsest, keepCoarseAxis, largestOf(affineStages) > 0, affineStages != NmVec4i(), levelRatio,
+       referenceClass, modelClass, numThreads},
+      referenceLevels, modelLevels);
+}
+
+void RegVoxelRegistration::downsample(const NmHandle<VlData>& source, NmHandle<VlData>& result,
+                                      const NmVec3i& factors, RegDataClass dataClass) {
+  const NmHandle<VlData> made =
+      voxreg::detail::reducedVolume(source, factors, dataClass, numThreads);
+  if (made != nullptr) result = made;
+}
+
+int RegVoxelRegistration::get2DOrientation(const NmVec3i& a, const NmVec3i& b) {
+  return voxreg::detail::flatAxisOf(a, b);
+}
+
+int RegVoxelRegistration::get2DOrientation(VlData* a, VlData* b) {
+  return a == nullptr || b == nullptr ? -1 : voxreg::detail::flatAxisOf(dimsOf(*a), dimsOf(*b));
+}
+
+int RegVoxelRegistration::get2DOrientation(NmDArray<NmHandle<VlData>>& referenceVolumes,
+                                           NmDArray<NmHandle<VlData>>& modelVolumes, int index) {
+  return get2DOrientation(volumeAt(referenceVolumes, std::max(index, 0)),
+                          volumeAt(modelVolumes, 0));
+}
+
+void RegVoxelRegistration::getMinDelta(NmDArray<NmHandle<VlData>>& referenceVolumes,
+                                       NmDArray<NmHandle<VlData>>& modelVolumes, NmVec3f& delta,
+                                       NmVec3i& axes, int which, int flatAxis) {
+  const VlData* const volume = which > 0
+                                   ? volumeAt(modelVolumes, 0)
+                                   : volumeAt(referenceVolumes, -static_cast<std::int64_t>(which));
+  const voxreg::detail::VoxelSizes sizes(volume, flatAxis);
+  delta = sizes.delta;
+  axes = sizes.axes;
+}
+
+NmVec3i RegVoxelRegistration::findIsotropicSampling(float target, const NmVec3f& delta,
+                                                    const NmVec3i& base, const NmVec3i& limit) {
+  return voxreg::detail::isotropicFactors(target, delta, base, limit);
+}
+
+NmVec3i RegVoxelRegistration::getSamplingModel(const NmVec3i& factors, const NmVec3f& deltaRef,
+                                               const NmVec3f& deltaModel, int flatAxis) {
+  return voxreg::detail::modelFactors(factors, deltaRef, deltaModel, flatAxis);
+}
+
+void RegVoxelRegistration::restrictCoarsestResampling(VlData* ref, VlData* modelVolume,
+                                                      bool fixedLimit, NmVec3i& factors) {
+  if (ref == nullptr) return;
+  const NmVec3i dimsModel = modelVolume == nullptr ? NmVec3i() : dimsOf(*modelVolume);
+  restrictCoarsestResampling(dimsOf(*ref), dimsModel, fixedLimit, factors);
+}
+
+void RegVoxelRegistration::restrictCoarsestResampling(const NmVec3i& dimsRef,
+                                                      const NmVec3i& dimsModel, bool fixedLimit,
+                                                      NmVec3i& factors) {
+  voxreg::detail::limitCoarsest(dimsRef, dimsModel, fixedLimit, factors);
+}
+
+int RegVoxelRegistration::getNumBins(float min, float max, bool integerData) {
+  return voxreg::detail::numBinsFor(min, max, integerData);
 }

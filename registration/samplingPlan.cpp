@@ -1,21 +1,16 @@
+#include "registration/samplingPlan.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
 #include "foundation/voxels/volumeFrame.h"
-#include "registration/RegVoxelRegistration.h"
 
-using voxreg::detail::dimsOf;
-
+namespace voxreg::detail {
 namespace {
 
 bool isAxis(int axis) {
   return axis >= 0 && axis < 3;
-}
-
-/// The volume at `index`, limited to the array; null for an empty one.
-const VlData* volumeAt(const NmDArray<NmHandle<VlData>>& volumes, std::int64_t index) {
-  return volumes.size < 1 ? nullptr : volumes[std::min(index, volumes.size - 1)].get();
 }
 
 /// The axes with `last` at the end and `first`, if it is another, in front.
@@ -46,9 +41,13 @@ double nearestInt(float value) {
                             std::numeric_limits<int>::max());
 }
 
+void append(NmDArray<NmVec3i>& plan, const NmVec3i& factors) {
+  plan.insert(plan.size, 1, &factors);
+}
+
 }  // namespace
 
-int RegVoxelRegistration::get2DOrientation(const NmVec3i& a, const NmVec3i& b) {
+int flatAxisOf(const NmVec3i& a, const NmVec3i& b) {
   int flat = 3;
   for (int axis = 0; axis < 3; ++axis) {
     if (a[axis] != 1) continue;
@@ -63,24 +62,8 @@ int RegVoxelRegistration::get2DOrientation(const NmVec3i& a, const NmVec3i& b) {
   return flat;
 }
 
-int RegVoxelRegistration::get2DOrientation(VlData* a, VlData* b) {
-  if (a == nullptr || b == nullptr) return -1;
-  return get2DOrientation(dimsOf(*a), dimsOf(*b));
-}
-
-int RegVoxelRegistration::get2DOrientation(NmDArray<NmHandle<VlData>>& referenceVolumes,
-                                           NmDArray<NmHandle<VlData>>& modelVolumes, int index) {
-  if (referenceVolumes.size < 1 || modelVolumes.size < 1) return -1;
-  const long i = std::clamp<long>(index, 0, referenceVolumes.size - 1);
-  return get2DOrientation(referenceVolumes[i].get(), modelVolumes[0].get());
-}
-
-void RegVoxelRegistration::getMinDelta(NmDArray<NmHandle<VlData>>& referenceVolumes,
-                                       NmDArray<NmHandle<VlData>>& modelVolumes, NmVec3f& delta,
-                                       NmVec3i& axes, int which, int flatAxis) {
-  const VlData* const volume =
-      which > 0 ? volumeAt(modelVolumes, 0) : volumeAt(referenceVolumes, -static_cast<long>(which));
-  delta = volume == nullptr ? NmVec3f() : voxreg::detail::VolumeFrame(*volume).voxelSize;
+VoxelSizes::VoxelSizes(const VlData* volume, int flatAxis)
+    : delta(volume == nullptr ? NmVec3f() : VolumeFrame(*volume).voxelSize) {
   int largest = 2;
   int smallest = 1;
   float largestDelta = 0.0f;
@@ -93,8 +76,8 @@ void RegVoxelRegistration::getMinDelta(NmDArray<NmHandle<VlData>>& referenceVolu
   axes = axesFrom(smallest, isAxis(flatAxis) ? flatAxis : largest);
 }
 
-NmVec3i RegVoxelRegistration::findIsotropicSampling(float target, const NmVec3f& delta,
-                                                    const NmVec3i& base, const NmVec3i& limit) {
+NmVec3i isotropicFactors(float target, const NmVec3f& delta, const NmVec3i& base,
+                         const NmVec3i& limit) {
   NmVec3i factors;
   for (int axis = 0; axis < 3; ++axis) {
     int factor = std::max(base[axis], 1);
@@ -104,27 +87,19 @@ NmVec3i RegVoxelRegistration::findIsotropicSampling(float target, const NmVec3f&
   return factors;
 }
 
-NmVec3i RegVoxelRegistration::getSamplingModel(const NmVec3i& factors, const NmVec3f& deltaRef,
-                                               const NmVec3f& deltaModel, int flatAxis) {
+NmVec3i modelFactors(const NmVec3i& factors, const NmVec3f& deltaRef, const NmVec3f& deltaModel,
+                     int flatAxis) {
   const float target = std::min(static_cast<float>(factors.x) * deltaRef.x,
                                 static_cast<float>(factors.y) * deltaRef.y);
-  NmVec3i sampling = findIsotropicSampling(target, deltaModel, factors, NmVec3i());
+  NmVec3i sampling = isotropicFactors(target, deltaModel, factors, NmVec3i());
   if (isAxis(flatAxis)) sampling[flatAxis] = 1;
   return sampling;
 }
 
-void RegVoxelRegistration::restrictCoarsestResampling(VlData* ref, VlData* modelVolume,
-                                                      bool fixedLimit, NmVec3i& factors) {
-  if (ref == nullptr) return;
-  const NmVec3i dimsModel = modelVolume == nullptr ? NmVec3i() : dimsOf(*modelVolume);
-  restrictCoarsestResampling(dimsOf(*ref), dimsModel, fixedLimit, factors);
-}
-
-void RegVoxelRegistration::restrictCoarsestResampling(const NmVec3i& dimsRef,
-                                                      const NmVec3i& dimsModel, bool fixedLimit,
-                                                      NmVec3i& factors) {
+void limitCoarsest(const NmVec3i& dimsRef, const NmVec3i& dimsModel, bool fixedLimit,
+                   NmVec3i& factors) {
   const bool hasModel = dimsModel.x > 0;
-  const int flat = hasModel && !fixedLimit ? get2DOrientation(dimsRef, dimsModel) : 3;
+  const int flat = hasModel && !fixedLimit ? flatAxisOf(dimsRef, dimsModel) : 3;
   for (int axis = 0; axis < 3; ++axis) {
     int limit = fixedLimit ? 16 : largestFactor(dimsRef[axis]);
     if (axis == flat) limit = 1;
@@ -133,9 +108,26 @@ void RegVoxelRegistration::restrictCoarsestResampling(const NmVec3i& dimsRef,
   }
 }
 
+NmDArray<NmVec3i> levelFactors(const NmVec3i& coarsest, const NmVec3f& delta, bool isAffine,
+                               int levelRatio) {
+  const NmVec3i fullResolution(1, 1, 1);
+  NmDArray<NmVec3i> plan;
+  append(plan, fullResolution);
+  if (!isAffine) return plan;
+  const float target =
+      std::min(static_cast<float>(coarsest.x) * delta.x, static_cast<float>(coarsest.y) * delta.y) /
+      static_cast<float>(levelRatio);
+  const NmVec3i half(coarsest.x / levelRatio, coarsest.y / levelRatio, coarsest.z / levelRatio);
+  const NmVec3i middle = isotropicFactors(target, delta, half, coarsest);
+  if (middle != fullResolution) append(plan, middle);
+  if (coarsest != middle) append(plan, coarsest);
+  if (plan.size == 1) append(plan, fullResolution);
+  return plan;
+}
+
 // An integer range of at least 256 values is divided into steps of as many values each as bring the
 // number of steps nearest to 256.
-int RegVoxelRegistration::getNumBins(float min, float max, bool integerData) {
+int numBinsFor(float min, float max, bool integerData) {
   if (!integerData) return 256;
   const double range = nearestInt(max) - nearestInt(min);
   if (!(range > 0.0)) return 1;
@@ -143,3 +135,5 @@ int RegVoxelRegistration::getNumBins(float min, float max, bool integerData) {
   const float valuesPerBin = static_cast<float>(range) / static_cast<float>(bins);
   return std::max(static_cast<int>(range / std::floor(static_cast<double>(valuesPerBin) + 0.5)), 1);
 }
+
+}  // namespace voxreg::detail
