@@ -317,7 +317,8 @@ void RegNonAffineTransform::setW(double w, NmDArray<NmVec3d>& out) const {
   const BrickPlace place = placeOf(w, numBricks.z);
   const double* const layer = coefficients.data + perBrick * bricks * place.brick;
   for (std::int64_t b = 0; b < bricks; ++b)
-    voxreg::detail::takeSlice(layer + perBrick * b, place.fraction, flat(out) + sliceDoubles * b);
+    voxreg::detail::takeSlice(voxreg::detail::PlainTerms{layer + perBrick * b}, place.fraction,
+                              flat(out) + sliceDoubles * b);
 }
 
 void RegNonAffineTransform::setV(double v, const NmDArray<NmVec3d>& in,
@@ -329,7 +330,8 @@ void RegNonAffineTransform::setV(double v, const NmDArray<NmVec3d>& in,
   const double* const slice =
       flat(in) + static_cast<std::int64_t>(sliceDoubles) * numBricks.x * place.brick;
   for (int b = 0; b < numBricks.x; ++b)
-    voxreg::detail::takeRow(slice + sliceDoubles * b, place.fraction, flat(out) + rowDoubles * b);
+    voxreg::detail::takeRow(voxreg::detail::PlainTerms{slice + sliceDoubles * b}, place.fraction,
+                            flat(out) + rowDoubles * b);
 }
 
 void RegNonAffineTransform::setU(double u, const NmDArray<NmVec3d>& in, NmVec3d& out) const {
@@ -353,7 +355,8 @@ void RegNonAffineTransform::setWScaled(double w, NmDArray<NmVec3d>& out) const {
   const std::int64_t groups =
       std::min(static_cast<std::int64_t>(numBricks.x) * numBricks.y, out.size / 4);
   for (std::int64_t g = 0; g < groups; ++g)
-    voxreg::detail::scaleSlice(&offsetToModel.x, &scaleToModel.x, flat(out) + sliceDoubles * g);
+    voxreg::detail::scaleSlice(&offsetToModel.x, &scaleToModel.x, voxreg::detail::PlainSpread(),
+                               flat(out) + sliceDoubles * g);
 }
 
 void RegNonAffineTransform::setScaleToModel(const NmVec3d& offset, double sx, double sy,

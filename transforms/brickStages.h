@@ -1,7 +1,8 @@
 #pragma once
 
-/// The pieces of the staged evaluation of a brick grid, on plain doubles. They are inlined wherever
-/// they are used, so that a kernel compiled for one instruction set shares no code with the rest.
+/// The pieces of the staged evaluation of a brick grid, on doubles or on vectors of them. They are
+/// inlined wherever they are used, so that a kernel compiled for one instruction set shares no code
+/// with the rest.
 namespace voxreg::detail {
 
 /// Where a coordinate in brick units falls on an axis of n bricks. Outside [0, n] the outermost
@@ -21,25 +22,37 @@ inline constexpr int brickDoubles = 24;
 inline constexpr int sliceDoubles = 12;
 inline constexpr int rowDoubles = 6;
 
+/// Terms, and numbers spread, as plain doubles.
+struct PlainTerms {
+  const double* terms;
+
+  [[gnu::always_inline]] double operator()(int e) const { return terms[e]; }
+};
+struct PlainSpread {
+  [[gnu::always_inline]] double operator()(double value) const { return value; }
+};
+
 /// Takes the third coordinate out of a brick's terms, `fraction` being that within the brick.
-[[gnu::always_inline]] static inline void takeSlice(const double* brick, double fraction,
-                                                    double* slice) {
-  for (int e = 0; e < sliceDoubles; ++e) slice[e] = brick[e] + fraction * brick[e + sliceDoubles];
+/// `term` gives a term of the brick as a Value: a double, or a vector of them.
+template <class Value, class Term>
+[[gnu::always_inline]] static inline void takeSlice(Term term, Value fraction, Value* slice) {
+  for (int e = 0; e < sliceDoubles; ++e) slice[e] = term(e) + fraction * term(e + sliceDoubles);
 }
 
 /// Turns a slice from world units into (position + offset) * scale: only the constant vector takes
-/// the offset, since the others multiply coordinates.
+/// the offset, since the others multiply coordinates. `spread` makes a Value of a double.
+template <class Value, class Spread>
 [[gnu::always_inline]] static inline void scaleSlice(const double* offset, const double* scale,
-                                                     double* slice) {
-  for (int c = 0; c < 3; ++c) slice[c] += offset[c];
+                                                     Spread spread, Value* slice) {
+  for (int c = 0; c < 3; ++c) slice[c] = slice[c] + spread(offset[c]);
   for (int t = 0; t < 4; ++t)
-    for (int c = 0; c < 3; ++c) slice[3 * t + c] *= scale[c];
+    for (int c = 0; c < 3; ++c) slice[3 * t + c] = slice[3 * t + c] * spread(scale[c]);
 }
 
-/// Takes the second coordinate out of a brick's slice.
-[[gnu::always_inline]] static inline void takeRow(const double* slice, double fraction,
-                                                  double* row) {
-  for (int e = 0; e < rowDoubles; ++e) row[e] = slice[e] + fraction * slice[e + rowDoubles];
+/// Takes the second coordinate out of a brick's slice, whose terms `term` gives.
+template <class Value, class Term>
+[[gnu::always_inline]] static inline void takeRow(Term term, Value fraction, Value* row) {
+  for (int e = 0; e < rowDoubles; ++e) row[e] = term(e) + fraction * term(e + rowDoubles);
 }
 
 }  // namespace voxreg::detail

@@ -99,8 +99,10 @@ class BrickPositions {
     for (int j = 0; j < grid.touched[1].count; ++j)
       for (int i = 0; i < grid.touched[0].count; ++i) {
         double terms[sliceDoubles];
-        takeSlice(coefficientsOf(i, j, layer.brick), layer.fraction, terms);
-        scaleSlice(grid.offset, grid.scale, terms);
+        const double* const brick = coefficientsOf(i, j, layer.brick);
+        takeSlice([&](int e) { return brick[e]; }, layer.fraction, terms);
+        scaleSlice(
+            grid.offset, grid.scale, [](double value) { return value; }, terms);
         __builtin_memcpy(sliceOf(z, i, j), terms, sizeof terms);
       }
   }
@@ -137,16 +139,14 @@ class BrickPositions {
       if (r > 0 && layer == layers.ofLane[r - 1]) continue;
       const double* const brick = coefficientsOf(i, j, layer);
       const auto inLayer = Lanes::within(layers.brick, Lanes::all(layer), Lanes::all(layer));
-      for (int e = 0; e < sliceDoubles; ++e) {
-        const auto term =
-            Lanes::all(brick[e]) + layers.fraction * Lanes::all(brick[e + sliceDoubles]);
-        terms[e] = r == 0 ? term : Lanes::select(inLayer, term, terms[e]);
-      }
+      typename Lanes::Doubles found[sliceDoubles];
+      takeSlice([&](int e) { return Lanes::all(brick[e]); }, layers.fraction, found);
+      for (int e = 0; e < sliceDoubles; ++e)
+        terms[e] = r == 0 ? found[e] : Lanes::select(inLayer, found[e], terms[e]);
     }
-    for (int e = 0; e < sliceDoubles; ++e) {
-      if (e < 3) terms[e] = terms[e] + Lanes::all(walk_.grid.offset[e]);
-      Lanes::store(slice + e * Lanes::width, terms[e] * Lanes::all(walk_.grid.scale[e % 3]));
-    }
+    scaleSlice(
+        walk_.grid.offset, walk_.grid.scale, [](double value) { return Lanes::all(value); }, terms);
+    for (int e = 0; e < sliceDoubles; ++e) Lanes::store(slice + e * Lanes::width, terms[e]);
   }
 
   const BrickPlace& placeOfRow(int y) const { return walk_.grid.rows[y - walk_.box.ymin]; }
@@ -154,8 +154,9 @@ class BrickPositions {
   /// One row of one slice.
   void takeLane(int y, int z, int i, double* row) const {
     const BrickPlace& place = placeOfRow(y);
+    const double* const slice = sliceOf(z, i, place.brick - walk_.grid.touched[1].first);
     double terms[rowDoubles];
-    takeRow(sliceOf(z, i, place.brick - walk_.grid.touched[1].first), place.fraction, terms);
+    takeRow(PlainTerms{slice}, place.fraction, terms);
     for (int e = 0; e < rowDoubles; ++e) row[e * Lanes::width] = terms[e];
   }
 
@@ -164,11 +165,10 @@ class BrickPositions {
     const BrickPlace& place = placeOfRow(y);
     const double* const slice =
         sliceOf(walk_.box.zmin, i, place.brick - walk_.grid.touched[1].first);
-    const auto fraction = Lanes::all(place.fraction);
-    for (int e = 0; e < rowDoubles; ++e)
-      Lanes::store(row + e * Lanes::width,
-                   Lanes::load(slice + e * Lanes::width) +
-                       fraction * Lanes::load(slice + (e + rowDoubles) * Lanes::width));
+    typename Lanes::Doubles terms[rowDoubles];
+    takeRow([&](int e) { return Lanes::load(slice + e * Lanes::width); },
+            Lanes::all(place.fraction), terms);
+    for (int e = 0; e < rowDoubles; ++e) Lanes::store(row + e * Lanes::width, terms[e]);
   }
 
   const Walk& walk_;
