@@ -96,15 +96,14 @@ double RegBestDirectionOptimizer::Run::search(float maxStep, float minStep) {
   std::fill_n(move_.data, move_.size, 0.0);
   search_.maxLineMoves = lineMovesOfLevel(search_.levelNumber, search_.numLevels);
   planSteps(maxStep, minStep);
-  for (int pass = 0; pass < passes_; ++pass, step_ *= reduction_) {
+  bool isLast = false;
+  for (int pass = 0; pass < passes_ && !isLast; ++pass, step_ *= reduction_) {
     if (!search_.fitStepReduction) {
-      if (3.0f * minStep > step_) {
-        step_ = minStep;
-        pass = passes_;
-      }
-      if (pass > 0) lowerReduction(reduction_);
+      isLast = 3.0f * minStep > step_;
+      if (isLast) step_ = minStep;
+      if (pass > 0 || isLast) lowerReduction(reduction_);
     }
-    progress_.reportPart(static_cast<float>(pass) / static_cast<float>(passes_));
+    progress_.reportPart(isLast ? 1.0f : static_cast<float>(pass) / static_cast<float>(passes_));
     if (progress_.wasInterrupted()) return value_;
     moves_ = 0;
     Next next;
