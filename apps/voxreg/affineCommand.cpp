@@ -12,6 +12,7 @@
 #include "picture.h"
 #include "report.h"
 #include "resampled.h"
+#include "searchOptions.h"
 #include "startChoice.h"
 #include "targetError.h"
 

@@ -12,6 +12,7 @@
 #include "nonAffineRegistration.h"
 #include "picture.h"
 #include "report.h"
+#include "searchOptions.h"
 #include "startChoice.h"
 
 namespace host {
