@@ -1,12 +1,12 @@
 #include "InterruptibleProgress.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace host {
 
-InterruptibleProgress::InterruptibleProgress(std::vector<ProgressPlan::Stage> stages, bool quiet)
+InterruptibleProgress::InterruptibleProgress(std::vector<voxreg::ProgressPlan::Stage> stages,
+                                             bool quiet)
     : plan_(std::move(stages)), line_(quiet) {
   show();
 }
@@ -16,16 +16,14 @@ void InterruptibleProgress::enter(const std::string& caption) {
   show();
 }
 
-void InterruptibleProgress::enter(const std::string& caption,
-                                  std::vector<ProgressPlan::Stage> parts) {
+voxreg::ProgressCallback InterruptibleProgress::ofRegistration(const std::string& caption) {
   plan_.enter(caption);
-  plan_.divide(std::move(parts));
-  show();
-}
-
-void InterruptibleProgress::nextStage() {
-  plan_.next();
-  show();
+  takeStopRequests();
+  return [this](const voxreg::Progress& told) {
+    plan_.report(told.share);
+    line_.show(plan_.share(), told.stage);
+    return !wasInterrupted();
+  };
 }
 
 void InterruptibleProgress::finish() {
@@ -35,52 +33,17 @@ void InterruptibleProgress::finish() {
   line_.wipe();
 }
 
-void InterruptibleProgress::expectRuns(int runs, int searches) {
-  runs_ = runs;
-  searches_ = searches;
-  isFirst_ = true;
-}
-
 void InterruptibleProgress::startWorking(int steps, const std::string& /*text*/) {
   steps_ = std::max(steps, 1);
-  search_ = 0;
 }
 
-/// A run may have made fewer searches than it was to.
 void InterruptibleProgress::stopWorking() {
-  while (search_ < searches_) beginSearch();
   plan_.report(1.0);
   show();
-  if (--runs_ <= 0) expectRuns(1, 1);
-}
-
-void InterruptibleProgress::beginSearch() {
-  if (search_ == searches_) return;
-  ++search_;
-  if (!isFirst_) plan_.next();
-  isFirst_ = false;
 }
 
 void InterruptibleProgress::setProgressValue(int value) {
-  plan_.report(partOfSearch(std::clamp(static_cast<double>(value) / steps_, 0.0, 1.0)));
-  show();
-}
-
-/// Searches report the share of the run that they have reached, but the aggressive one leaves out
-/// those before it. The nearer they come to their end, the slower they are.
-double InterruptibleProgress::partOfSearch(double partOfRun) const {
-  constexpr double rounding = 0.01;
-  if (search_ == 0) return partOfRun;
-  const double before = search_ - 1;
-  const bool isOfRun = partOfRun + rounding >= before / searches_;
-  const double part = partOfRun * searches_ - (isOfRun ? before : 0.0);
-  return part * std::abs(part);
-}
-
-/// The library's caption of a search.
-void InterruptibleProgress::progressInfoChanged(const std::string& text) {
-  if (!text.starts_with("Registering at")) return;
-  beginSearch();
+  plan_.report(static_cast<double>(value) / steps_);
   show();
 }
 

@@ -3,8 +3,6 @@
 #include <cstdio>
 
 #include "HostError.h"
-#include "information.h"
-#include "missingVoxels.h"
 #include "optionValues.h"
 #include "report.h"
 
@@ -31,12 +29,8 @@ VolumePair readPair(const PairOptions& options, const std::vector<FileRole>& inp
 }
 
 /// `work` is that of the registration, compared with that of reading.
-std::vector<ProgressPlan::Stage> stagesOf(double work) {
-  return {{"Reading", 1.0},
-          {"Looking for a start", 1.0},
-          {"Registering", work},
-          {"Resampling", 1.5},
-          {"Writing", 2.0}};
+std::vector<voxreg::ProgressPlan::Stage> stagesOf(double work) {
+  return {{"Reading", 1.0}, {"Registering", work}, {"Resampling", 1.5}, {"Writing", 2.0}};
 }
 
 }  // namespace
@@ -50,48 +44,37 @@ PairRun::PairRun(const CLI::App& command, const PairOptions& options,
   if (options.talk.verbose) log_.emplace();
   report.command = command.get_name();
   report.settings = optionValues(command);
-  searched_ = {withMissingFilled(files_.reference), withMissingFilled(files_.model)};
   report.warn(warningsAbout(options.reference, files_.reference));
   report.warn(warningsAbout(options.model, files_.model));
-  if (!options.output.empty()) requireBackground(files_.model, options.sampling.sampling());
+  if (!options.output.empty()) requireBackground(files_.model, options.sampling.options());
 }
 
-bool PairRun::hasInformation(const MetricSettings& metric) {
-  report.metric = metric.name;
-  noteLack(lackOfInformation(files_.reference, files_.model, metric));
-  return report.lack.empty();
+void PairRun::judge(const voxreg::Registration& found) {
+  using Kind = voxreg::Reason::Kind;
+  const auto& [kind, message] = found.reason;
+  if (kind == Kind::badImage || kind == Kind::badOptions) throw HostError(message);
+  if (kind == Kind::failedRun) throw HostError(message, HostError::failedRun);
+  report.found = found;
+  report.warn(found.warnings);
+  if (!found && !options_.force)
+    throw HostError("nothing found: " + message, HostError::nothingFound);
 }
 
-void PairRun::judge(const SearchOutcome& search, const Assessment& result) {
-  report.counts = search.counts;
-  report.seconds = search.seconds;
-  report.interrupted = search.interrupted;
-  report.result = result;
-  report.warn(result.warnings());
-  // What was reached when the user stopped the search is no verdict on the volumes.
-  if (!report.interrupted) noteLack(result.overlap.lack());
-}
-
-void PairRun::noteLack(const std::string& lack) {
-  report.lack = lack;
-  if (!report.lack.empty() && !options_.force)
-    throw HostError("nothing found: " + report.lack, HostError::nothingFound);
-}
-
-void PairRun::writeOutput(OutputFiles& outputs, const PlaceMap& map) {
+void PairRun::writeOutput(OutputFiles& outputs, const voxreg::Transform& transform) {
   if (options_.output.empty()) return;
   const auto& [reference, model] = files_;
   progress.enter("Resampling");
-  const NiftiVolume moved = resampled(reference, model, map, options_.sampling.sampling());
+  const NiftiVolume moved = resampled(reference, model, transform, options_.sampling.options());
   progress.enter("Writing");
   writeNifti(outputs, options_.output, moved);
 }
 
-void PairRun::writePicture(OutputFiles& outputs, const BeforeAndAfter& maps,
+void PairRun::writePicture(OutputFiles& outputs, const BeforeAndAfter& transforms,
                            MapPanels panels) const {
   if (options_.picture.empty()) return;
-  const auto& [reference, model] = searched_;
-  host::writePicture(outputs, options_.picture, reference, model, maps, panels);
+  NiftiVolume shown[] = {files_.reference, files_.model};
+  for (NiftiVolume& volume : shown) volume.image = voxreg::withMissingFilled(volume.image);
+  host::writePicture(outputs, options_.picture, shown[0], shown[1], transforms, panels);
 }
 
 int PairRun::finish(OutputFiles& outputs, const std::function<void()>& more) {
@@ -103,17 +86,18 @@ int PairRun::finish(OutputFiles& outputs, const std::function<void()>& more) {
     printReport(report);
     more();
   }
-  if (!report.lack.empty())
-    throw HostError("nothing found: " + report.lack + " (the outputs are written nevertheless)",
-                    HostError::nothingFound);
-  return report.interrupted ? interruptedExitCode : 0;
+  if (!report.found)
+    throw HostError(
+        "nothing found: " + report.found.reason.message + " (the outputs are written nevertheless)",
+        HostError::nothingFound);
+  return report.found.interrupted ? interruptedExitCode : 0;
 }
 
 std::vector<std::string> warningsAbout(const std::string& path, const NiftiVolume& volume) {
   std::vector<std::string> warnings;
   if (volume.header->sform_code <= 0 && volume.header->qform_code <= 0)
     warnings.push_back(path + " has neither sform nor qform: nobody knows where it lies");
-  const long missing = countMissing(volume);
+  const long missing = voxreg::countMissing(volume.image);
   if (missing > 0)
     warnings.push_back(path + " has " + std::to_string(missing) +
                        " voxels that are not finite; they count as missing");

@@ -11,6 +11,7 @@
 #include "niftiVolume.h"
 #include "pairOptions.h"
 #include "picture.h"
+#include "resampled.h"
 
 namespace host {
 
@@ -30,22 +31,13 @@ class PairRun {
 
   const VolumePair& files() const { return files_; }
 
-  /// The pair as a search sees it, without missing voxels.
-  const VolumePair& searched() const { return searched_; }
-
-  /// False where no search by this metric could find anything: the run has found nothing then.
-  /// Throws HostError for such a run that --force does not make write its outputs.
-  bool hasInformation(const MetricSettings& metric);
-
-  /// Takes what a search has found, which may be nothing as well, and throws likewise.
-  void judge(const SearchOutcome& search, const Assessment& result);
-
-  /// Why nothing was found, empty where something was; throws likewise.
-  void noteLack(const std::string& lack);
+  /// Takes what a registration has found. Throws HostError where it has failed, and where it has
+  /// found nothing and --force does not have the outputs written all the same.
+  void judge(const voxreg::Registration& found);
 
   /// Each writes what was asked for: the registered model, and the usual picture.
-  void writeOutput(OutputFiles& outputs, const PlaceMap& map);
-  void writePicture(OutputFiles& outputs, const BeforeAndAfter& maps, MapPanels panels) const;
+  void writeOutput(OutputFiles& outputs, const voxreg::Transform& transform);
+  void writePicture(OutputFiles& outputs, const BeforeAndAfter& transforms, MapPanels panels) const;
 
   /// Writes the report and gives all outputs their names, then prints warnings, the gist of the
   /// report and `more`. Returns the exit code, or throws HostError for a run that has found
@@ -59,7 +51,6 @@ class PairRun {
   const PairOptions options_;
   std::optional<LogOnStandardError> log_;
   VolumePair files_;
-  VolumePair searched_;
 };
 
 /// What is doubtful in a volume's file.

@@ -64,7 +64,7 @@ NiftiVolume acquire(const Phantom& phantom, int size, const Acquisition& acquisi
       newVolume(NmVec3l(size, size, size), NmBox3f(-edge, edge, -edge, edge, -edge, edge),
                 NmPrimType::UnsignedShort);
   std::mt19937 random(acquisition.noiseSeed);
-  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
   std::vector<float> row(static_cast<std::size_t>(size));
   for (int z = 0; z < size; ++z)
     for (int y = 0; y < size; ++y) {

@@ -1,8 +1,8 @@
 #include "RunReport.h"
 
-#include <voxreg.h>
-
 #include <fstream>
+
+#include "optionNames.h"
 
 namespace host {
 
@@ -14,14 +14,30 @@ json numberOrNull(const std::optional<double>& value) {
   return value ? json(*value) : json();
 }
 
+json numbersOf(const NmMat4d& matrix) {
+  return std::vector<double>(matrix.m[0], matrix.m[0] + 16);
+}
+
 }  // namespace
 
-std::optional<double> RunReport::metricAfter() const {
-  const bool endedAtOnce = interrupted && counts && counts->evaluations == 0;
-  return endedAtOnce ? std::nullopt : result.metricAfter;
+void RunReport::tellStart(const std::string& init, const std::string& file,
+                          const voxreg::Transform& given) {
+  if (found.reason.kind == voxreg::Reason::Kind::noInformation) return;
+  if (!found.chosenStart) {
+    start = {{"file", file}, {"matrix", numbersOf(given.modelToReference().value_or(NmMat4d()))}};
+    return;
+  }
+  json values = json::object();
+  for (const voxreg::Start& tried : found.starts)
+    values[nameOf(tried.rule)] = numberOrNull(tried.reached);
+  start = {{"init", init},
+           {"chosen", nameOf(found.chosenStart->rule)},
+           {"values", values},
+           {"matrix", numbersOf(found.chosenStart->matrix)}};
 }
 
 json RunReport::document() const {
+  const bool isCounted = found.reason.kind != voxreg::Reason::Kind::noInformation;
   return {{"version", VOXREG_VERSION},
           {"command", command},
           {"settings", settings},
@@ -29,15 +45,15 @@ json RunReport::document() const {
           {"transform", transform},
           {"metric",
            {{"name", metric},
-            {"before", numberOrNull(result.metricBefore)},
-            {"after", numberOrNull(metricAfter())}}},
-          {"overlap", result.overlap.share},
-          {"smallestJacobian", result.smallestJacobian},
-          {"evaluations", counts ? json(counts->evaluations) : json()},
-          {"gradients", counts ? json(counts->gradients) : json()},
-          {"seconds", seconds},
-          {"interrupted", interrupted},
-          {"nothingFound", lack.empty() ? json() : json(lack)},
+            {"before", numberOrNull(found.metricBefore)},
+            {"after", numberOrNull(found.metricAfter)}}},
+          {"overlap", found.overlap},
+          {"smallestJacobian", found.smallestJacobian},
+          {"evaluations", isCounted ? json(found.evaluations) : json()},
+          {"gradients", isCounted ? json(found.gradients) : json()},
+          {"seconds", found.seconds},
+          {"interrupted", found.interrupted},
+          {"nothingFound", found ? json() : json(found.reason.message)},
           {"warnings", warnings}};
 }
 

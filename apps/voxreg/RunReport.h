@@ -1,13 +1,12 @@
 #pragma once
 
+#include <voxreg.h>
+
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "OutputFiles.h"
-#include "SearchOutcome.h"
-#include "assessment.h"
 
 namespace host {
 
@@ -18,19 +17,16 @@ struct RunReport {
   nlohmann::json start;     ///< null where there is no choice
   std::string transform;    ///< its kind
   std::string metric;
-  Assessment result;
-  std::optional<SearchCounts> counts;
-  double seconds = 0.0;
-  bool interrupted = false;
-  std::string lack;  ///< why nothing was found; empty where something was
+  voxreg::Registration found;
   std::vector<std::string> warnings;
 
   void warn(const std::vector<std::string>& texts) {
     warnings.insert(warnings.end(), texts.begin(), texts.end());
   }
 
-  /// Nothing also where the search was stopped before it had evaluated anything.
-  std::optional<double> metricAfter() const;
+  /// How the start was chosen by the rule `init`, or which `file` it came from; nothing where there
+  /// was no search.
+  void tellStart(const std::string& init, const std::string& file, const voxreg::Transform& given);
 
   /// What is not known is null.
   nlohmann::json document() const;

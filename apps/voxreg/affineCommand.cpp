@@ -4,16 +4,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "MetricProbe.h"
 #include "PairRun.h"
-#include "affineRegistration.h"
 #include "matrixFile.h"
-#include "picture.h"
 #include "report.h"
-#include "resampled.h"
 #include "searchOptions.h"
-#include "startChoice.h"
 #include "targetError.h"
 
 namespace host {
@@ -22,9 +18,12 @@ namespace {
 
 struct AffineOptions {
   PairOptions pair;
-  StartOptions start;
-  AffineSettings settings;
+  StartArguments start;
+  MetricArguments metric;
+  SearchArguments search;
+  LevelArguments levels;
   int degreesOfFreedom = 12;
+  std::vector<int> stages;
   std::string matrix;
   std::string truth;
 };
@@ -36,7 +35,7 @@ void addStages(CLI::App& command, AffineOptions& options) {
                       "Degrees of freedom: translation 3, rigid 6, one scale 7, three 9, affine 12")
           ->check(CLI::IsMember({3, 6, 7, 9, 12}))
           ->capture_default_str();
-  command.add_option("--stages", options.settings.stages, "Degrees of freedom of several searches")
+  command.add_option("--stages", options.stages, "Degrees of freedom of several searches")
       ->check(CLI::IsMember({3, 6, 7, 12}))
       ->excludes(last);
 }
@@ -47,16 +46,9 @@ void addOptions(CLI::App& command, AffineOptions& options) {
   addStartOptions(command, options.start);
   command.add_option("--truth", options.truth, "Matrix file to print the target error against");
   addStages(command, options);
-  addMetricOptions(command, options.settings.metric);
-  addSearchOptions(command, options.settings.search);
-  addLevelOptions(command, options.settings.levels);
-}
-
-AffineSettings settingsOf(const AffineOptions& options) {
-  AffineSettings settings = options.settings;
-  if (settings.stages.empty()) settings.stages = stagesFor(options.degreesOfFreedom);
-  std::sort(settings.stages.begin(), settings.stages.end());
-  return settings;
+  addMetricOptions(command, options.metric);
+  addSearchOptions(command, options.search);
+  addLevelOptions(command, options.levels);
 }
 
 std::string kindOf(int degreesOfFreedom) {
@@ -65,51 +57,47 @@ std::string kindOf(int degreesOfFreedom) {
   return degreesOfFreedom == 7 ? "similarity" : "affine";
 }
 
-Assessment assessmentOf(const VolumePair& pair, MetricProbe& probe, const NmMat4d& before,
-                        const NmMat4d& after) {
-  const auto& [reference, model] = pair;
-  return {probe.at(worldToFrames(before, reference, model)),
-          probe.at(worldToFrames(after, reference, model)),
-          overlapOf(reference, model, placeMap(after, reference, model)),
-          smallestJacobianOf(after)};
-}
-
-/// Where the files or the user have put the model.
-NmMat4d givenMatrix(const StartOptions& start) {
-  return start.file.empty() ? NmMat4d() : readMatrix(start.file);
+int mostFreedom(const AffineOptions& options) {
+  const std::vector<int>& stages = options.stages;
+  return stages.empty() ? options.degreesOfFreedom
+                        : *std::max_element(stages.begin(), stages.end());
 }
 
 /// Leaves the model where it is if there is nothing to go by.
-NmMat4d registeredMatrix(const AffineOptions& options, PairRun& run) {
-  AffineSettings settings = settingsOf(options);
-  run.report.transform = kindOf(settings.stages.back());
-  const NmMat4d given = givenMatrix(options.start);
-  if (!run.hasInformation(settings.metric)) return given;
-  const VolumePair& pair = run.searched();
-  MetricProbe probe(pair.reference, pair.model, settings.metric, settings.search, fullResolution);
-  settings.start = chooseStart(options.start, settings.metric, run);
-  const AffineResult result = registerAffine(pair.reference, pair.model, settings, run.progress);
-  run.judge(result.search, assessmentOf(pair, probe, given, result.matrix));
-  return result.matrix;
+NmMat4d registeredMatrix(const AffineOptions& options,
+                         const std::optional<voxreg::Transform>& given, PairRun& run) {
+  voxreg::AffineOptions task;
+  task.degreesOfFreedom = options.degreesOfFreedom;
+  task.stages = options.stages;
+  task.startRule = startRuleOf(options.start.init);
+  task.start = given;
+  task.metric = options.metric.options();
+  task.search = options.search.options();
+  task.levels = options.levels.options();
+  task.progress = run.progress.ofRegistration("Registering");
+  run.report.transform = kindOf(mostFreedom(options));
+  run.report.metric = options.metric.name;
+  const auto& [reference, model] = run.files();
+  const voxreg::Registration found = voxreg::registerAffine(reference.image, model.image, task);
+  run.judge(found);
+  run.report.tellStart(options.start.init, options.start.file, given.value_or(voxreg::Transform()));
+  return found.transform.modelToReference().value_or(NmMat4d());
 }
 
 int runAffine(const AffineOptions& options, const CLI::App& command) {
   PairRun run(command, options.pair, {{"--start", options.start.file}, {"--truth", options.truth}},
-              {{"--matrix", options.matrix}}, 20.0);
+              {{"--matrix", options.matrix}}, 21.0);
   std::optional<NmMat4d> truth;
   if (!options.truth.empty()) truth = readMatrix(options.truth);
-  const NiftiVolume& reference = run.files().reference;
-  const NiftiVolume& model = run.files().model;
-
-  const NmMat4d matrix = registeredMatrix(options, run);
-  const PlaceMap map = placeMap(matrix, reference, model);
+  const std::optional<voxreg::Transform> given = options.start.given();
+  const NmMat4d matrix = registeredMatrix(options, given, run);
+  const voxreg::Transform transform = voxreg::Transform::fromModelToReference(matrix);
   OutputFiles outputs;
-  run.writeOutput(outputs, map);
-  run.writePicture(outputs, {placeMap(givenMatrix(options.start), reference, model), map},
-                   MapPanels::none);
+  run.writeOutput(outputs, transform);
+  run.writePicture(outputs, {given.value_or(voxreg::Transform()), transform}, MapPanels::none);
   if (!options.matrix.empty()) writeMatrix(outputs, options.matrix, matrix);
   return run.finish(outputs, [&] {
-    if (truth) printPlaceError("target error", targetError(reference, matrix, *truth));
+    if (truth) printPlaceError("target error", targetError(run.files().reference, matrix, *truth));
   });
 }
 

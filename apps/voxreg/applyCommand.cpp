@@ -5,8 +5,8 @@
 
 #include "HostError.h"
 #include "PairRun.h"
+#include "gridTransformFile.h"
 #include "matrixFile.h"
-#include "overlap.h"
 
 namespace host {
 
@@ -37,13 +37,13 @@ void addOptions(CLI::App& command, ApplyOptions& options) {
   addTalkOptions(command, options.talk);
 }
 
-PlaceMap mapOf(const ApplyOptions& options, const NiftiVolume& reference,
-               const NiftiVolume& model) {
-  if (options.transform.empty()) return placeMap(readMatrix(options.matrix), reference, model);
-  return placeMap(readGridTransform(options.transform), reference, model);
+voxreg::Transform transformOf(const ApplyOptions& options) {
+  if (options.transform.empty())
+    return voxreg::Transform::fromModelToReference(readMatrix(options.matrix));
+  return voxreg::Transform::fromBricks(readGridTransform(options.transform));
 }
 
-void requireOverlap(const Overlap& overlap) {
+void requireOverlap(const voxreg::Overlap& overlap) {
   if (!(overlap.share > 0.0))
     throw HostError("nothing found: the volumes do not overlap", HostError::nothingFound);
 }
@@ -62,12 +62,12 @@ int runApply(const ApplyOptions& options) {
                                  options.talk.quiet);
   const NiftiVolume reference = readNifti(options.reference);
   const NiftiVolume model = readNifti(options.model);
-  const PlaceMap map = mapOf(options, reference, model);
-  const Overlap overlap = overlapOf(reference, model, map);
+  const voxreg::Transform transform = transformOf(options);
+  const voxreg::Overlap overlap = voxreg::overlapOf(reference.image, model.image, transform);
   if (!options.force) requireOverlap(overlap);
 
   progress.enter("Resampling");
-  const NiftiVolume moved = resampled(reference, model, map, options.sampling.sampling());
+  const NiftiVolume moved = resampled(reference, model, transform, options.sampling.options());
   progress.enter("Writing");
   OutputFiles outputs;
   writeNifti(outputs, options.output, moved);

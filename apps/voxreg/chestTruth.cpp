@@ -2,15 +2,13 @@
 
 #include <cmath>
 
-#include "intensity.h"
-
 namespace host {
 
 namespace {
 
 NmVec3d placeOf(const NiftiVolume& volume, long x, long y, long z) {
-  const NmBox3f& box = volume.frame.box;
-  const NmVec3f spacing = volume.data->voxelSpacing();
+  const NmBox3f& box = volume.image.frame().box;
+  const NmVec3f spacing = volume.image.volume()->voxelSpacing();
   return {box.xmin + static_cast<double>(x) * spacing.x,
           box.ymin + static_cast<double>(y) * spacing.y,
           box.zmin + static_cast<double>(z) * spacing.z};
@@ -20,7 +18,7 @@ NmVec3d placeOf(const NiftiVolume& volume, long x, long y, long z) {
 
 std::vector<PointPair> chestTruth(const ChestPhantom& phantom, const ChestMotion& motion,
                                   const NiftiVolume& volume) {
-  const NmVec3l& dims = volume.frame.dims;
+  const NmVec3l& dims = volume.image.dims();
   std::vector<PointPair> pairs;
   for (long z = 0; z < dims.z; z += 2)
     for (long y = 0; y < dims.y; y += 2)
@@ -35,8 +33,8 @@ LesionContrast lesionContrast(const ChestPhantom& phantom, const NiftiVolume& su
   LesionContrast contrast;
   long within = 0;
   long around = 0;
-  forEachRow(*subtraction.data, [&](long y, long z, const float* row) {
-    for (long x = 0; x < subtraction.frame.dims.x; ++x) {
+  (void)voxreg::forEachRow(*subtraction.image.volume(), [&](long y, long z, const float* row) {
+    for (long x = 0; x < subtraction.image.dims().x; ++x) {
       const double distance = phantom.lesionDistance(placeOf(subtraction, x, y, z));
       if (distance < 0.0) {
         contrast.uptake += static_cast<double>(row[x]);

@@ -26,8 +26,8 @@ template <class Show>
 NiftiVolume acquired(const NmVec3l& dims, unsigned int noiseSeed, const Show& show) {
   const NmBox3f box = chestBox(dims);
   NiftiVolume volume = newVolume(dims, box, NmPrimType::UnsignedShort);
-  const NmVec3f spacing = volume.data->voxelSpacing();
-  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  const NmVec3f spacing = volume.image.volume()->voxelSpacing();
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
   std::vector<float> row(static_cast<std::size_t>(dims.x));
   for (long z = 0; z < dims.z; ++z)
     for (long y = 0; y < dims.y; ++y) {

@@ -4,12 +4,13 @@
 #include <memory>
 #include <string>
 
-#include "MetricProbe.h"
+#include "HostError.h"
+#include "InterruptibleProgress.h"
 #include "OutputFiles.h"
 #include "Phantom.h"
-#include "affineRegistration.h"
 #include "chestTruth.h"
 #include "elasticPicture.h"
+#include "gridTransformFile.h"
 #include "matrixFile.h"
 #include "picture.h"
 #include "report.h"
@@ -46,20 +47,19 @@ void registerHead(OutputFiles& outputs, const std::string& folder,
   writeNifti(outputs, file("model.nii.gz"), model);
   writeMatrix(outputs, file("truth.txt"), truth);
 
-  AffineSettings settings;
-  settings.stages = stagesFor(6);
-  const AffineResult result = registerAffine(reference, model, settings, progress);
-  writeMatrix(outputs, file("matrix.txt"), result.matrix);
-  writeNifti(outputs, file("registered.nii.gz"), resampled(reference, model, result.matrix));
-  writePicture(
-      outputs, file("registration.png"), reference, model,
-      {placeMap(settings.start, reference, model), placeMap(result.matrix, reference, model)});
+  voxreg::AffineOptions options;
+  options.degreesOfFreedom = 6;
+  options.startRule = voxreg::StartRule::header;
+  options.progress = progress.ofRegistration("Registering");
+  const voxreg::Registration found = voxreg::registerAffine(reference.image, model.image, options);
+  const NmMat4d matrix = found.transform.modelToReference().value_or(NmMat4d());
+  writeMatrix(outputs, file("matrix.txt"), matrix);
+  writeNifti(outputs, file("registered.nii.gz"), resampled(reference, model, found.transform));
+  writePicture(outputs, file("registration.png"), reference, model, {{}, found.transform});
   progress.wipe();
-  MetricProbe probe(reference, model, settings.metric, settings.search, fullResolution);
-  printSearch(probe.at(worldToFrames(result.matrix, reference, model)), result.search.seconds,
-              result.search.interrupted);
-  printPlaceError("target error before", targetError(reference, settings.start, truth));
-  printPlaceError("target error after", targetError(reference, result.matrix, truth));
+  printSearch(found.metricAfter, found.seconds, found.interrupted);
+  printPlaceError("target error before", targetError(reference, NmMat4d(), truth));
+  printPlaceError("target error after", targetError(reference, matrix, truth));
 }
 
 void printLesion(const std::string& name, const LesionContrast& contrast) {
@@ -80,23 +80,24 @@ void registerChest(OutputFiles& outputs, const std::string& folder,
   writeNifti(outputs, file("chest-before.nii.gz"), reference);
   writeNifti(outputs, file("chest-after.nii.gz"), model);
 
-  const ElasticResult result = registerElastic(reference, model, {}, progress);
+  voxreg::ElasticOptions options;
+  options.progress = progress.ofRegistration("Registering");
+  const voxreg::ElasticRegistration found =
+      voxreg::registerElastic(reference.image, model.image, options);
+  if (!found) throw HostError(found.reason.message, HostError::failedRun);
   progress.enter("Writing");
-  const GridTransform transform = result.inWorld(reference, model);
-  const ElasticVolumes volumes =
-      elasticVolumes(reference, model, transform, {Interpolation::lanczos, {}});
-  writeGridTransform(outputs, file("chest-bricks.json"), transform);
+  const ElasticVolumes volumes = elasticVolumes(reference, model, found.transform,
+                                                {voxreg::Interpolation::lanczos, std::nullopt});
+  writeGridTransform(outputs, file("chest-bricks.json"), *found.transform.bricks());
   writeNifti(outputs, file("chest-registered.nii.gz"), volumes.registered);
   writeNifti(outputs, file("chest-subtraction.nii.gz"), volumes.subtraction);
-  writeElasticPicture(outputs, file("chest.png"), volumes, result.mask);
+  writeElasticPicture(outputs, file("chest.png"), volumes, found.mask);
   progress.wipe();
-  printElastic(result);
-  printSearch(std::nullopt, result.search.seconds, result.search.interrupted);
+  printElastic(found);
+  printSearch(std::nullopt, found.seconds, found.interrupted);
   const std::vector<PointPair> truth = chestTruth(phantom, motion, reference);
-  const GridTransform identity = GridTransform::fromFrames(
-      GridTransform::start(NmMat4d(), reference, model), reference, model);
-  printPlaceError("displacement before", displacementError(identity, truth));
-  printPlaceError("displacement after", displacementError(transform, truth));
+  printPlaceError("displacement before", displacementError({}, truth));
+  printPlaceError("displacement after", displacementError(found.transform, truth));
   printLesion("lesion before", lesionContrast(phantom, subtraction(model, reference)));
   printLesion("lesion after", lesionContrast(phantom, volumes.subtraction));
 }

@@ -33,11 +33,12 @@ std::vector<PointPair> readPointPairs(const std::string& path) {
   return pairs;
 }
 
-PlaceError displacementError(const GridTransform& transform, const std::vector<PointPair>& points) {
+PlaceError displacementError(const voxreg::Transform& transform,
+                             const std::vector<PointPair>& points) {
   std::vector<double> distances;
   distances.reserve(points.size());
   for (const PointPair& pair : points) {
-    const NmVec3d found = transform.ofWorld(pair.reference);
+    const NmVec3d found = transform(pair.reference);
     distances.push_back(
         std::hypot(found.x - pair.model.x, found.y - pair.model.y, found.z - pair.model.z));
   }

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <voxreg.h>
+
 #include <string>
 #include <vector>
 
-#include "gridTransform.h"
 #include "placeError.h"
 
 namespace host {
@@ -18,6 +19,7 @@ struct PointPair {
 std::vector<PointPair> readPointPairs(const std::string& path);
 
 /// How far a transform sends the points from where they belong.
-PlaceError displacementError(const GridTransform& transform, const std::vector<PointPair>& points);
+PlaceError displacementError(const voxreg::Transform& transform,
+                             const std::vector<PointPair>& points);
 
 }  // namespace host

@@ -1,15 +1,14 @@
 #include "elasticCommand.h"
 
-#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "HostError.h"
-#include "MetricProbe.h"
 #include "PairRun.h"
 #include "displacementError.h"
 #include "elasticPicture.h"
+#include "gridTransformFile.h"
 #include "report.h"
 #include "searchOptions.h"
 
@@ -21,7 +20,10 @@ struct ElasticOptions {
   ElasticOptions() { pair.sampling.interpolation = "lanczos"; }
 
   PairOptions pair;
-  ElasticSettings settings;
+  voxreg::Masking masking = voxreg::Masking::chests;
+  std::vector<float> levels;
+  int maxBricks = 12;
+  std::string metric = "cr";
   std::vector<int> roi;
   std::string transform;
   std::string subtraction;
@@ -29,14 +31,14 @@ struct ElasticOptions {
 };
 
 void addMaskOptions(CLI::App& command, ElasticOptions& options) {
-  using Masking = ElasticSettings::Masking;
-  const auto choose = [&options](Masking masking) {
-    return [&options, masking] { options.settings.masking = masking; };
+  const auto choose = [&options](voxreg::Masking masking) {
+    return [&options, masking] { options.masking = masking; };
   };
-  CLI::Option* const mask = command.add_flag_callback(
-      "--mask", choose(Masking::required), "Insist on masking what lies behind the chest wall");
+  CLI::Option* const mask =
+      command.add_flag_callback("--mask", choose(voxreg::Masking::required),
+                                "Insist on masking what lies behind the chest wall");
   command
-      .add_flag_callback("--no-mask", choose(Masking::none),
+      .add_flag_callback("--no-mask", choose(voxreg::Masking::none),
                          "Register everything (default: mask what lies behind the wall of a chest)")
       ->excludes(mask);
 }
@@ -48,14 +50,14 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
                      "Registered model minus reference (.nii, .nii.gz)");
   addMaskOptions(command, options);
   command
-      .add_option("--levels", options.settings.levels,
+      .add_option("--levels", options.levels,
                   "Values of the reference's air and of its darkest tissue (default: measured)")
       ->expected(2)
       ->type_name("LOW HIGH")
       ->check(numberAbove(-1e30));
   command
       .add_option(
-          "--max-bricks", options.settings.maxBricks,
+          "--max-bricks", options.maxBricks,
           "Bricks from left to right at the end, as far as they keep four voxels along each "
           "axis; from 18 on, volumes of more than 300 voxels are also registered at full "
           "resolution")
@@ -70,7 +72,7 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
       ->check(CLI::NonNegativeNumber);
   command
       .add_option(
-          "--metric", options.settings.metric,
+          "--metric", options.metric,
           "Similarity: correlation ratio, or normalised mutual information, which is slow and "
           "needs many voxels")
       ->check(CLI::IsMember({"nmi", "cr"}))
@@ -80,8 +82,8 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
                      "print the displacement error against");
 }
 
-/// From the axes of the file to those of the frame.
-NmBox3i roiInFrame(const std::vector<int>& asked, const NiftiVolume& reference) {
+/// From the axes of the file to those of the image.
+NmBox3i roiInImage(const std::vector<int>& asked, const NiftiVolume& reference) {
   int bounds[6];
   for (int a = 0; a < 3; ++a) {
     const int axis = reference.order.fileAxis[a];
@@ -97,65 +99,54 @@ NmBox3i roiInFrame(const std::vector<int>& asked, const NiftiVolume& reference) 
   return {bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]};
 }
 
-/// What can be told over the whole volumes, whatever was masked.
-Assessment assessmentOf(const VolumePair& pair, const MetricSettings& metric,
-                        const GridTransform::Grid& frames, const GridTransform& transform) {
-  const auto& [reference, model] = pair;
-  MetricProbe probe(reference, model, metric, {}, fullResolution);
-  return {probe.at(GridTransform::start(NmMat4d(), reference, model)), probe.at(frames),
-          overlapOf(reference, model, placeMap(transform, reference, model)),
-          transform.smallestJacobian()};
-}
-
 /// Leaves the model where it is if there is nothing to go by.
-ElasticResult registeredResult(const ElasticOptions& options, PairRun& run) {
-  const VolumePair& pair = run.searched();
-  ElasticSettings settings = options.settings;
-  if (!options.roi.empty()) settings.roi = roiInFrame(options.roi, pair.reference);
-  MetricSettings metric;
-  metric.name = settings.metric;
+voxreg::ElasticRegistration registered(const ElasticOptions& options, PairRun& run) {
+  const auto& [reference, model] = run.files();
+  voxreg::ElasticOptions task;
+  task.masking = options.masking;
+  task.levels = rangeOf(options.levels);
+  if (!options.roi.empty()) task.region = roiInImage(options.roi, reference);
+  task.maxBricks = options.maxBricks;
+  task.metric = metricOf(options.metric);
+  task.progress = run.progress.ofRegistration("Registering");
   run.report.transform = "bricks";
-  ElasticResult result;
-  result.transform = GridTransform::start(NmMat4d(), pair.reference, pair.model);
-  if (!run.hasInformation(metric)) return result;
-  result = registerElastic(pair.reference, pair.model, settings, run.progress);
-  if (!result.lack.empty())
-    run.noteLack(result.lack);
-  else
-    run.judge(result.search, assessmentOf(pair, metric, result.transform,
-                                          result.inWorld(pair.reference, pair.model)));
-  return result;
+  run.report.metric = options.metric;
+  const voxreg::ElasticRegistration found =
+      voxreg::registerElastic(reference.image, model.image, task);
+  run.judge(found);
+  return found;
 }
 
-void writeVolumes(const ElasticOptions& options, const ElasticResult& result,
-                  const GridTransform& transform, PairRun& run, OutputFiles& outputs) {
+void writeVolumes(const ElasticOptions& options, const voxreg::ElasticRegistration& found,
+                  PairRun& run, OutputFiles& outputs) {
   const PairOptions& files = options.pair;
   if (files.output.empty() && files.picture.empty() && options.subtraction.empty()) return;
   run.progress.enter("Resampling");
-  const ElasticVolumes volumes = elasticVolumes(run.files().reference, run.files().model, transform,
-                                                files.sampling.sampling());
+  const ElasticVolumes volumes = elasticVolumes(run.files().reference, run.files().model,
+                                                found.transform, files.sampling.options());
   run.progress.enter("Writing");
   if (!files.output.empty()) writeNifti(outputs, files.output, volumes.registered);
   if (!options.subtraction.empty()) writeNifti(outputs, options.subtraction, volumes.subtraction);
-  if (!files.picture.empty()) writeElasticPicture(outputs, files.picture, volumes, result.mask);
+  if (!files.picture.empty()) writeElasticPicture(outputs, files.picture, volumes, found.mask);
 }
 
 int runElastic(const ElasticOptions& options, const CLI::App& command) {
   PairRun run(command, options.pair, {{"--truth", options.truth}},
               {{"--transform", options.transform},
                {"--subtraction", options.subtraction, FileRole::Kind::volume}},
-              40.0);
+              41.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
 
-  const ElasticResult result = registeredResult(options, run);
-  const GridTransform transform = result.inWorld(run.files().reference, run.files().model);
+  const voxreg::ElasticRegistration found = registered(options, run);
   OutputFiles outputs;
-  writeVolumes(options, result, transform, run, outputs);
-  if (!options.transform.empty()) writeGridTransform(outputs, options.transform, transform);
+  writeVolumes(options, found, run, outputs);
+  if (!options.transform.empty())
+    writeGridTransform(outputs, options.transform, *found.transform.bricks());
   return run.finish(outputs, [&] {
-    printElastic(result);
-    if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
+    printElastic(found);
+    if (!truth.empty())
+      printPlaceError("displacement error", displacementError(found.transform, truth));
   });
 }
 

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "BlockMeans.h"
 #include "HostError.h"
 #include "PictureSheet.h"
-#include "intensity.h"
 #include "subtraction.h"
 
 namespace host {
@@ -19,7 +17,7 @@ constexpr int longestSide = 240;  // pixels
 class Sampler {
  public:
   explicit Sampler(const NiftiVolume& volume)
-      : evaluator_(volume.data->createEvaluator(VlData::Trilinear)) {
+      : evaluator_(volume.image.volume()->createEvaluator(VlData::Trilinear)) {
     if (evaluator_ == nullptr) throw HostError("a volume cannot be sampled", HostError::failedRun);
   }
 
@@ -39,7 +37,7 @@ int greyOf(float value, float dark, float bright) {
   return static_cast<int>(255.0f * (share > 0.0f ? std::min(share, 1.0f) : 0.0f));
 }
 
-void drawOutline(GreyImage& image, const Slice& slice, const ChestMask& mask) {
+void drawOutline(GreyImage& image, const Slice& slice, const voxreg::ChestMask& mask) {
   for (int y = 0; y + 1 < slice.height; ++y)
     for (int x = 0; x + 1 < slice.width; ++x) {
       const bool here = mask.holds(slice.place(x, y));
@@ -50,11 +48,12 @@ void drawOutline(GreyImage& image, const Slice& slice, const ChestMask& mask) {
 
 /// The middle of the block of the largest mean outside the mask; the volume's middle if there is
 /// none. Blocks keep noise from counting as uptake.
-NmVec3f strongestUptake(const NiftiVolume& subtraction, const std::optional<ChestMask>& mask) {
+NmVec3f strongestUptake(const NiftiVolume& subtraction,
+                        const std::optional<voxreg::ChestMask>& mask) {
   constexpr float blockLength = 8.0f;  // millimetres
-  const BlockMeans blocks(*subtraction.data, blockLength);
+  const voxreg::BlockMeans blocks(*subtraction.image.volume(), blockLength);
   const NmVec3l& n = blocks.counts();
-  NmVec3f best = middleOf(subtraction.frame.box);
+  NmVec3f best = middleOf(subtraction.image.frame().box);
   double largest = 0.0;
   for (long z = 0; z < n.z; ++z)
     for (long y = 0; y < n.y; ++y)
@@ -71,16 +70,17 @@ NmVec3f strongestUptake(const NiftiVolume& subtraction, const std::optional<Ches
 }  // namespace
 
 ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& model,
-                              const GridTransform& transform, const Sampling& sampling) {
-  const NiftiVolume registered =
-      resampled(reference, model, placeMap(transform, reference, model), sampling);
+                              const voxreg::Transform& transform,
+                              const voxreg::ResampleOptions& options) {
+  const NiftiVolume registered = resampled(reference, model, transform, options);
   return {reference, model, registered, subtraction(registered, reference)};
 }
 
 void writeElasticPicture(OutputFiles& outputs, const std::string& path,
-                         const ElasticVolumes& volumes, const std::optional<ChestMask>& mask) {
-  const float dark = percentile(*volumes.reference.data, 0.01);
-  const float bright = percentile(*volumes.reference.data, 0.99);
+                         const ElasticVolumes& volumes,
+                         const std::optional<voxreg::ChestMask>& mask) {
+  const float dark = voxreg::percentile(*volumes.reference.image.volume(), 0.01);
+  const float bright = voxreg::percentile(*volumes.reference.image.volume(), 0.99);
   const float half = 0.5f * (bright - dark);
   const Sampler reference(volumes.reference);
   const Sampler model(volumes.model);

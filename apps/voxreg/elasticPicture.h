@@ -1,8 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
-#include "elasticRegistration.h"
 #include "resampled.h"
 
 namespace host {
@@ -16,7 +16,8 @@ struct ElasticVolumes {
 };
 
 ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& model,
-                              const GridTransform& transform, const Sampling& sampling);
+                              const voxreg::Transform& transform,
+                              const voxreg::ResampleOptions& options);
 
 /// Writes a PNG file with a row for each of three slices, which pass through the place of the
 /// strongest uptake outside the mask: reference, model, registered model, and the subtraction
@@ -24,6 +25,7 @@ ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& m
 /// from the 1st to the 99th percentile of the reference; in a subtraction image the middle grey is
 /// 0 and the range the same.
 void writeElasticPicture(OutputFiles& outputs, const std::string& path,
-                         const ElasticVolumes& volumes, const std::optional<ChestMask>& mask);
+                         const ElasticVolumes& volumes,
+                         const std::optional<voxreg::ChestMask>& mask);
 
 }  // namespace host

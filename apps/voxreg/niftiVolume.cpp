@@ -18,25 +18,15 @@ double millimetres(const nifti_image& header) {
   return header.xyz_units == NIFTI_UNITS_MICRON ? 0.001 : 1.0;
 }
 
-FileGrid gridOf(const nifti_image& header) {
+voxreg::WorldGrid gridOf(const nifti_image& header) {
   const nifti_dmat44& toWorld = header.sform_code > 0 ? header.sto_xyz : header.qto_xyz;
-  FileGrid grid;
-  for (int a = 0; a < 3; ++a) grid.dims[a] = std::max<long>(header.dim[a + 1], 1);
+  NmVec3l dims;
+  for (int a = 0; a < 3; ++a) dims[a] = std::max<long>(header.dim[a + 1], 1);
   const double mm = millimetres(header);
-  for (int w = 0; w < 3; ++w) {
-    for (int a = 0; a < 3; ++a) grid.axis[a][w] = mm * toWorld.m[w][a];
-    grid.origin[w] = mm * toWorld.m[w][3];
-  }
-  grid.completeFlatAxis();
-  return grid;
-}
-
-/// Gives the volume zeroed voxels of a type, and its box. Throws NmMemoryException.
-void allocate(NiftiVolume& volume, NmPrimType type) {
-  volume.data = new VlMemoryData(nullptr);
-  const bool done = volume.data->init(volume.frame.dims, type, 1, true, true, true).isOk() &&
-                    volume.data->setBoundingBox(volume.frame.box).isOk();
-  if (!done) throw NmMemoryException();
+  NmMat4d matrix;
+  for (int w = 0; w < 3; ++w)
+    for (int a = 0; a < 4; ++a) matrix.m[a][w] = mm * toWorld.m[w][a];
+  return {dims, matrix};
 }
 
 /// Gives an axis of the file ceil(newDim) voxels, the scale being that of newDim; the volume's
@@ -67,18 +57,17 @@ NiftiVolume newVolume(std::shared_ptr<nifti_image> header, NmPrimType type,
   NiftiVolume volume;
   volume.header = std::move(header);
   volume.grid = gridOf(*volume.header);
-  volume.order = VoxelOrder::nearestToWorld(volume.grid);
-  const std::optional<VolumeFrame> frame = VolumeFrame::of(volume.grid, volume.order);
-  if (!frame) throw HostError("the header of " + name + " has no usable geometry");
-  volume.frame = *frame;
-  allocate(volume, type);
+  volume.order = voxreg::VoxelOrder::nearestToWorld(volume.grid);
+  const voxreg::WorldGrid grid = volume.order.applied(volume.grid);
+  volume.image = voxreg::Image::allocate(type, grid.dims, grid.voxelToWorld());
+  if (!volume.image) throw HostError("the header of " + name + " has no usable geometry");
   return volume;
 }
 
 NiftiVolume volumeLike(const NiftiVolume& grid, NmPrimType type) {
   NiftiVolume volume = grid;
   volume.fileType = 0;
-  allocate(volume, type);
+  volume.image = voxreg::Image::allocate(type, grid.image.dims(), grid.image.voxelToWorld());
   return volume;
 }
 
@@ -107,7 +96,7 @@ NiftiVolume scaledVolume(const NiftiVolume& original, const NmVec3f& newDims) {
   const std::shared_ptr<nifti_image> header = owned(nifti_copy_nim_info(original.header.get()));
   for (int a = 0; a < 3; ++a) scaleAxis(*header, original.order.fileAxis[a], newDims[a]);
   (void)nifti_update_dims_from_array(header.get());
-  return newVolume(header, original.data->primType());
+  return newVolume(header, original.image.type());
 }
 
 }  // namespace host

@@ -7,16 +7,14 @@
 #include <string>
 
 #include "OutputFiles.h"
-#include "volumeFrame.h"
 
 namespace host {
 
 /// A volume that came from a NIfTI file or can become one.
 struct NiftiVolume {
-  NmHandle<VlMemoryData> data;  ///< in the frame that `frame` describes
-  VolumeFrame frame;
-  FileGrid grid;
-  VoxelOrder order;
+  voxreg::Image image;                  ///< with the axes nearest to the world's
+  voxreg::WorldGrid grid;               ///< of the file
+  voxreg::VoxelOrder order;             ///< of the image's axes among the file's
   std::shared_ptr<nifti_image> header;  ///< without voxels
   int fileType = 0;  ///< NIfTI data type that a file of it gets; 0: what the voxels are
 };

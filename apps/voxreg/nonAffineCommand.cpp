@@ -1,28 +1,26 @@
 #include "nonAffineCommand.h"
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "MetricProbe.h"
 #include "PairRun.h"
 #include "displacementError.h"
-#include "matrixFile.h"
-#include "nonAffineRegistration.h"
-#include "picture.h"
+#include "gridTransformFile.h"
 #include "report.h"
 #include "searchOptions.h"
-#include "startChoice.h"
 
 namespace host {
 
 namespace {
 
 struct NonAffineOptions {
+  NonAffineOptions() { search.gradientTolerance = 0.0f; }
+
   PairOptions pair;
-  StartOptions start;
-  NonAffineSettings settings;
+  StartArguments start;
+  MetricArguments metric;
+  SearchArguments search;
   std::vector<int> bricks;
   std::vector<int> stages;
   std::string transform;
@@ -47,73 +45,50 @@ void addOptions(CLI::App& command, NonAffineOptions& options) {
   addStartOptions(command, options.start);
   command.add_option("--truth", options.truth,
                      "File of points xr yr zr xm ym zm to print the displacement error at");
-  addMetricOptions(command, options.settings.metric);
-  addSearchOptions(command, options.settings.search);
+  addMetricOptions(command, options.metric);
+  addSearchOptions(command, options.search);
 }
 
 NmVec3i lastGrid(const NonAffineOptions& options, const NiftiVolume& reference) {
   const std::vector<int>& bricks = options.bricks;
-  return bricks.empty() ? defaultGrid(reference) : NmVec3i(bricks[0], bricks[1], bricks[2]);
-}
-
-std::vector<NmVec3i> gridsOf(const NonAffineOptions& options, const NmVec3i& last) {
-  if (options.stages.empty()) return gridsUpTo(last);
-  std::vector<NmVec3i> grids;
-  for (const int count : options.stages)
-    grids.emplace_back(std::min(count, last.x), std::min(count, last.y), std::min(count, last.z));
-  grids.push_back(last);
-  return grids;
-}
-
-/// The model's places in the reference's frame where the files or the user have put it.
-GridTransform::Grid givenGrid(const StartOptions& start, const VolumePair& pair) {
-  const NmMat4d matrix = start.file.empty() ? NmMat4d() : readMatrix(start.file);
-  return GridTransform::start(matrix, pair.reference, pair.model);
-}
-
-Assessment assessmentOf(const VolumePair& pair, MetricProbe& probe,
-                        const GridTransform::Grid& before, const GridTransform::Grid& after) {
-  const auto& [reference, model] = pair;
-  const GridTransform transform = GridTransform::fromFrames(after, reference, model);
-  return {probe.at(before), probe.at(after),
-          overlapOf(reference, model, placeMap(transform, reference, model)),
-          transform.smallestJacobian()};
+  return bricks.empty() ? voxreg::defaultBricks(reference.image)
+                        : NmVec3i(bricks[0], bricks[1], bricks[2]);
 }
 
 /// Leaves the model where it is if there is nothing to go by.
-GridTransform::Grid registeredGrid(const NonAffineOptions& options, PairRun& run) {
-  const VolumePair& pair = run.searched();
-  const NmVec3i last = lastGrid(options, pair.reference);
-  NonAffineSettings settings = options.settings;
-  settings.grids = gridsOf(options, last);
+voxreg::Transform registered(const NonAffineOptions& options,
+                             const std::optional<voxreg::Transform>& given, PairRun& run) {
+  const auto& [reference, model] = run.files();
+  const NmVec3i last = lastGrid(options, reference);
+  voxreg::NonAffineOptions task;
+  task.bricks = last;
+  task.stages = options.stages;
+  task.startRule = startRuleOf(options.start.init);
+  task.start = given;
+  task.metric = options.metric.options();
+  task.search = options.search.options();
+  task.progress = run.progress.ofRegistration("Registering");
   run.report.transform = "bricks";
+  run.report.metric = options.metric.name;
   run.report.settings["bricks"] = {last.x, last.y, last.z};
-  const GridTransform::Grid given = givenGrid(options.start, pair);
-  if (!run.hasInformation(settings.metric)) return given;
-  MetricProbe probe(pair.reference, pair.model, settings.metric, settings.search, fullResolution);
-  settings.start = chooseStart(options.start, settings.metric, run);
-  const NonAffineResult result =
-      registerNonAffine(pair.reference, pair.model, settings, run.progress);
-  run.judge(result.search, assessmentOf(pair, probe, given, result.frames));
-  return result.frames;
+  const voxreg::Registration found = voxreg::registerNonAffine(reference.image, model.image, task);
+  run.judge(found);
+  run.report.tellStart(options.start.init, options.start.file, given.value_or(voxreg::Transform()));
+  return found.transform;
 }
 
 int runNonAffine(const NonAffineOptions& options, const CLI::App& command) {
   PairRun run(command, options.pair, {{"--start", options.start.file}, {"--truth", options.truth}},
-              {{"--transform", options.transform}}, 60.0);
+              {{"--transform", options.transform}}, 61.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
-  const auto& [reference, model] = run.files();
-
-  const GridTransform transform =
-      GridTransform::fromFrames(registeredGrid(options, run), reference, model);
-  const GridTransform given =
-      GridTransform::fromFrames(givenGrid(options.start, run.files()), reference, model);
-  const PlaceMap map = placeMap(transform, reference, model);
+  const std::optional<voxreg::Transform> given = options.start.given();
+  const voxreg::Transform transform = registered(options, given, run);
   OutputFiles outputs;
-  run.writeOutput(outputs, map);
-  run.writePicture(outputs, {placeMap(given, reference, model), map}, MapPanels::shown);
-  if (!options.transform.empty()) writeGridTransform(outputs, options.transform, transform);
+  run.writeOutput(outputs, transform);
+  run.writePicture(outputs, {given.value_or(voxreg::Transform()), transform}, MapPanels::shown);
+  if (!options.transform.empty())
+    writeGridTransform(outputs, options.transform, *transform.bricks());
   return run.finish(outputs, [&] {
     if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
   });

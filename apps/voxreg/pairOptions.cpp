@@ -1,5 +1,7 @@
 #include "pairOptions.h"
 
+#include "matrixFile.h"
+
 namespace host {
 
 void addVolumeOptions(CLI::App& command, std::string& reference, std::string& model) {
@@ -45,11 +47,16 @@ void addPairOptions(CLI::App& command, PairOptions& options) {
   addTalkOptions(command, options.talk);
 }
 
-void addStartOptions(CLI::App& command, StartOptions& options) {
-  CLI::Option* const file = command.add_option("--start,--start-matrix", options.file,
+std::optional<voxreg::Transform> StartArguments::given() const {
+  if (file.empty()) return std::nullopt;
+  return voxreg::Transform::fromModelToReference(readMatrix(file));
+}
+
+void addStartOptions(CLI::App& command, StartArguments& arguments) {
+  CLI::Option* const file = command.add_option("--start,--start-matrix", arguments.file,
                                                "Matrix file to start from, instead of --init");
   command
-      .add_option("--init", options.init,
+      .add_option("--init", arguments.init,
                   "Where to start: as the files have it (none), the middles of both boxes on each "
                   "other (centres), the centres of mass of what is brighter than the background on "
                   "each other (moments), or the one of these from which a short search on coarse "

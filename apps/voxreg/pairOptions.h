@@ -1,11 +1,12 @@
 #pragma once
 
+#include <voxreg.h>
+
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 
-#include "resampled.h"
-#include "starts.h"
+#include "optionNames.h"
 
 namespace host {
 
@@ -20,7 +21,7 @@ struct SamplingOptions {
   std::string interpolation = "linear";
   std::optional<double> background;
 
-  Sampling sampling() const { return {interpolationOf(interpolation), background}; }
+  voxreg::ResampleOptions options() const { return {interpolationOf(interpolation), background}; }
 };
 
 /// What every command that brings one volume onto another is given.
@@ -36,9 +37,12 @@ struct PairOptions {
 };
 
 /// Where a search begins.
-struct StartOptions {
+struct StartArguments {
   std::string file;
   std::string init = "auto";
+
+  /// The matrix of the file, if there is one. Throws HostError.
+  std::optional<voxreg::Transform> given() const;
 };
 
 /// Each adds its options to a command; the present values are the defaults.
@@ -47,6 +51,6 @@ void addSamplingOptions(CLI::App& command, SamplingOptions& options);
 void addTalkOptions(CLI::App& command, TalkOptions& options);
 void addForceOption(CLI::App& command, bool& force);
 void addPairOptions(CLI::App& command, PairOptions& options);
-void addStartOptions(CLI::App& command, StartOptions& options);
+void addStartOptions(CLI::App& command, StartArguments& arguments);
 
 }  // namespace host

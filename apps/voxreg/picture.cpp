@@ -6,7 +6,6 @@
 
 #include "HostError.h"
 #include "PictureSheet.h"
-#include "intensity.h"
 
 namespace host {
 
@@ -19,13 +18,13 @@ constexpr int checkerSide = 30;
 class View {
  public:
   explicit View(const NiftiVolume& volume)
-      : sampler_(volume.data->createEvaluator(VlData::Trilinear)), map_(samePlaces()) {
+      : sampler_(volume.image.volume()->createEvaluator(VlData::Trilinear)) {
     if (sampler_ == nullptr) throw HostError("a volume cannot be sampled", HostError::failedRun);
-    dark_ = percentile(*volume.data, 0.01);
-    bright_ = percentile(*volume.data, 0.99);
+    dark_ = voxreg::percentile(*volume.image.volume(), 0.01);
+    bright_ = voxreg::percentile(*volume.image.volume(), 0.99);
   }
 
-  void setMap(const PlaceMap& map) { map_ = map; }
+  void setMap(const voxreg::PlaceMap& map) { map_ = map; }
 
   /// From 0 to 255; 0 outside the volume.
   int grey(const NmVec3f& place) const {
@@ -37,7 +36,7 @@ class View {
 
  private:
   NmHandle<VlEvaluator> sampler_;
-  PlaceMap map_;
+  voxreg::PlaceMap map_;
   float dark_ = 0.0f;
   float bright_ = 0.0f;
 };
@@ -61,7 +60,7 @@ GreyImage difference(const Slice& slice, const View& reference, const View& mode
 
 /// True where a line of the model, one every `gap` millimetres, runs between a pixel and one of its
 /// neighbours to the right and below.
-bool crossesLine(const PlaceMap& map, const Slice& slice, int x, int y, float gap) {
+bool crossesLine(const voxreg::PlaceMap& map, const Slice& slice, int x, int y, float gap) {
   const NmVec3f here = map(slice.place(x, y));
   for (const NmVec3f& there : {map(slice.place(x + 1, y)), map(slice.place(x, y + 1))})
     for (int a = 0; a < 3; ++a) {
@@ -71,7 +70,7 @@ bool crossesLine(const PlaceMap& map, const Slice& slice, int x, int y, float ga
   return false;
 }
 
-GreyImage deformedGrid(const Slice& slice, const PlaceMap& map) {
+GreyImage deformedGrid(const Slice& slice, const voxreg::PlaceMap& map) {
   constexpr float pixelsBetweenLines = 12.0f;
   const float gap = pixelsBetweenLines * slice.pixel();
   GreyImage image(slice.width, slice.height, 0);
@@ -82,7 +81,7 @@ GreyImage deformedGrid(const Slice& slice, const PlaceMap& map) {
 }
 
 /// By differences over a pixel.
-double jacobianAt(const PlaceMap& map, const NmVec3f& place, float pixel) {
+double jacobianAt(const voxreg::PlaceMap& map, const NmVec3f& place, float pixel) {
   NmMat4d jacobian;
   for (int axis = 0; axis < 3; ++axis) {
     NmVec3f low = place;
@@ -97,7 +96,7 @@ double jacobianAt(const PlaceMap& map, const NmVec3f& place, float pixel) {
   return jacobian.det3();
 }
 
-GreyImage jacobianMap(const Slice& slice, const PlaceMap& map) {
+GreyImage jacobianMap(const Slice& slice, const voxreg::PlaceMap& map) {
   return panelOf(slice, [&](const NmVec3f& place) {
     return std::clamp(128.0 * jacobianAt(map, place, slice.pixel()), 0.0, 255.0);
   });
@@ -106,27 +105,29 @@ GreyImage jacobianMap(const Slice& slice, const PlaceMap& map) {
 }  // namespace
 
 void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolume& reference,
-                  const NiftiVolume& model, const BeforeAndAfter& maps, MapPanels panels) {
+                  const NiftiVolume& model, const BeforeAndAfter& transforms, MapPanels panels) {
   std::vector<std::string> captions = {"CHECKERBOARD BEFORE", "CHECKERBOARD AFTER",
                                        "DIFFERENCE BEFORE", "DIFFERENCE AFTER"};
   const bool showsMap = panels == MapPanels::shown;
   if (showsMap) captions.insert(captions.end(), {"DEFORMED GRID", "JACOBIAN"});
+  const voxreg::PlaceMap before(transforms.before, reference.image, model.image);
+  const voxreg::PlaceMap after(transforms.after, reference.image, model.image);
   const View referenceView(reference);
   View modelView(model);
   const std::vector<Slice> slices =
-      slicesThrough(middleOf(reference.frame.box), reference, longestSide);
+      slicesThrough(middleOf(reference.image.frame().box), reference, longestSide);
   PictureSheet sheet(slices, captions);
   for (const Slice& slice : slices) {
     std::size_t column = 0;
-    for (const PlaceMap& map : {maps.before, maps.after}) {
+    for (const voxreg::PlaceMap& map : {before, after}) {
       modelView.setMap(map);
       sheet.panel(column, checkerboard(slice, referenceView, modelView));
       sheet.panel(column + 2, difference(slice, referenceView, modelView));
       ++column;
     }
     if (showsMap) {
-      sheet.panel(4, deformedGrid(slice, maps.after));
-      sheet.panel(5, jacobianMap(slice, maps.after));
+      sheet.panel(4, deformedGrid(slice, after));
+      sheet.panel(5, jacobianMap(slice, after));
     }
     sheet.nextRow();
   }

@@ -3,14 +3,14 @@
 #include <string>
 
 #include "OutputFiles.h"
-#include "placeMap.h"
+#include "niftiVolume.h"
 
 namespace host {
 
-/// Ways from the reference to the model.
+/// From the reference to the model.
 struct BeforeAndAfter {
-  PlaceMap before;
-  PlaceMap after;
+  voxreg::Transform before;
+  voxreg::Transform after;
 };
 
 /// What the picture shows beside reference and model.
@@ -25,7 +25,7 @@ enum class MapPanels {
 /// more than a line), with reference and model as a checkerboard and as a difference image, before
 /// and after. Each volume's grey values run from its 1st to its 99th percentile.
 void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolume& reference,
-                  const NiftiVolume& model, const BeforeAndAfter& maps,
+                  const NiftiVolume& model, const BeforeAndAfter& transforms,
                   MapPanels panels = MapPanels::none);
 
 }  // namespace host

@@ -51,7 +51,7 @@ void requirePlausibleSize(const ZipReader& file, const NiftiHeader& header) {
 }
 
 /// Doubles do not hold all whole numbers of 64 bits.
-void requireSameBack(const VoxelFormat& format, const void* voxels, const MemoryLine& line,
+void requireSameBack(const VoxelFormat& format, const void* voxels, const voxreg::MemoryLine& line,
                      const std::vector<char>& stored, const ZipReader& file) {
   std::vector<char> back(stored.size());
   format.storePlain(voxels, line, static_cast<long>(stored.size() / format.size), back.data());
@@ -71,7 +71,7 @@ NiftiVolume readVoxels(ZipReader& file, const NiftiHeader& source) {
       source.image, scale.isIdentity() ? format.plainType : format.scaledType, source.path);
   if (scale.isIdentity() && niftiTypeOf(format.plainType) != header.datatype)
     volume.fileType = header.datatype;
-  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
   const long nx = volume.grid.dims[0];
   std::vector<char> stored(static_cast<std::size_t>(nx) * static_cast<std::size_t>(header.nbyper));
   for (long k = 0; k < volume.grid.dims[2]; ++k)
@@ -79,7 +79,7 @@ NiftiVolume readVoxels(ZipReader& file, const NiftiHeader& source) {
       file.read(stored.data(), stored.size());
       if (source.isSwapped && header.swapsize > 1)
         nifti_swap_Nbytes(nx, header.swapsize, stored.data());
-      const MemoryLine line = memoryLine(volume.grid, volume.order, j, k);
+      const voxreg::MemoryLine line = voxreg::memoryLine(volume.grid, volume.order, j, k);
       convert(stored.data(), nx, scale, access->dataPtr(0), line);
       if (volume.fileType != 0) requireSameBack(format, access->dataPtr(0), line, stored, file);
     }

@@ -7,10 +7,10 @@ namespace host {
 void printReport(const RunReport& report) {
   if (report.start.contains("chosen"))
     std::printf("%-24s %s\n", "start", report.start["chosen"].get<std::string>().c_str());
-  std::printf("%-24s %.1f %% of the reference\n", "overlap", 100.0 * report.result.overlap.share);
+  std::printf("%-24s %.1f %% of the reference\n", "overlap", 100.0 * report.found.overlap);
   if (report.transform == "bricks")
-    std::printf("%-24s %.3f smallest\n", "Jacobian", report.result.smallestJacobian);
-  printSearch(report.metricAfter(), report.seconds, report.interrupted);
+    std::printf("%-24s %.3f smallest\n", "Jacobian", report.found.smallestJacobian);
+  printSearch(report.found.metricAfter, report.found.seconds, report.found.interrupted);
 }
 
 void printSearch(const std::optional<double>& metric, double seconds, bool interrupted) {
@@ -18,10 +18,12 @@ void printSearch(const std::optional<double>& metric, double seconds, bool inter
   std::printf("%-24s %.1f s%s\n", "time", seconds, interrupted ? " (interrupted)" : "");
 }
 
-void printElastic(const ElasticResult& result) {
-  const NmVec3i& bricks = result.transform.numBricks;
-  std::printf("%-24s %d x %d x %d\n", "bricks", bricks.x, bricks.y, bricks.z);
-  std::printf("%-24s %s\n", "chest wall", result.chestWall.c_str());
+void printElastic(const voxreg::ElasticRegistration& found) {
+  if (const voxreg::BrickGrid* const grid = found.transform.bricks()) {
+    const NmVec3i& bricks = grid->grid.numBricks;
+    std::printf("%-24s %d x %d x %d\n", "bricks", bricks.x, bricks.y, bricks.z);
+  }
+  std::printf("%-24s %s\n", "chest wall", found.chestWall.c_str());
 }
 
 void printPlaceError(const std::string& name, const PlaceError& error) {

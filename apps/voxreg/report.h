@@ -3,7 +3,6 @@
 #include <string>
 
 #include "RunReport.h"
-#include "elasticRegistration.h"
 #include "placeError.h"
 
 namespace host {
@@ -18,7 +17,7 @@ void printReport(const RunReport& report);
 void printSearch(const std::optional<double>& metric, double seconds, bool interrupted);
 
 /// the grid, and whether there is a mask and why;
-void printElastic(const ElasticResult& result);
+void printElastic(const voxreg::ElasticRegistration& found);
 
 /// an error, millimetres.
 void printPlaceError(const std::string& name, const PlaceError& error);

@@ -88,12 +88,13 @@ NmVec3f newDimsOf(const ResampleOptions& options, const NiftiVolume& volume) {
   NmVec3f dims;
   for (int a = 0; a < 3; ++a) {
     const auto i = static_cast<std::size_t>(a);
-    const auto present = static_cast<float>(volume.frame.dims[a]);
+    const auto present = static_cast<float>(volume.image.dims()[a]);
     if (!options.size.empty())
       dims[a] = static_cast<float>(options.size[i]);
     else
-      dims[a] =
-          present == 1.0f ? 1.0f : present * volume.data->voxelSpacing()[a] / options.spacing[i];
+      dims[a] = present == 1.0f
+                    ? 1.0f
+                    : present * volume.image.volume()->voxelSpacing()[a] / options.spacing[i];
   }
   return dims;
 }

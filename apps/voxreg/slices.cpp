@@ -9,7 +9,7 @@ namespace host {
 namespace {
 
 Slice sliceThrough(const NmVec3f& place, const NiftiVolume& volume, int normal, float pixel) {
-  const NmBox3f& box = volume.frame.box;
+  const NmBox3f& box = volume.image.frame().box;
   const int across = normal == 0 ? 1 : 0;
   const int up = normal == 2 ? 1 : 2;
   const auto pixels = [&](int axis) { return static_cast<int>(box.extent(axis) / pixel) + 1; };
@@ -25,7 +25,7 @@ Slice sliceThrough(const NmVec3f& place, const NiftiVolume& volume, int normal, 
 }  // namespace
 
 std::vector<Slice> slicesThrough(const NmVec3f& place, const NiftiVolume& volume, int longestSide) {
-  const VolumeFrame& frame = volume.frame;
+  const voxreg::ImageFrame& frame = volume.image.frame();
   float longest = 0.0f;
   int flat = 3;
   for (int a = 0; a < 3; ++a) {
@@ -43,7 +43,7 @@ std::vector<Slice> slicesThrough(const NmVec3f& place, const NiftiVolume& volume
 std::string sidesOf(const NiftiVolume& volume, int axis) {
   constexpr const char* sides[] = {"LR", "PA", "IS"};
   if (volume.header->sform_code <= 0 && volume.header->qform_code <= 0) return "";
-  const double* const direction = volume.frame.toWorld.m[axis];
+  const double* const direction = volume.image.frame().toWorld.m[axis];
   const auto isShorter = [](double a, double b) { return std::abs(a) < std::abs(b); };
   const double* const main = std::max_element(direction, direction + 3, isShorter);
   std::string found = sides[main - direction];

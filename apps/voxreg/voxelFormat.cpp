@@ -21,7 +21,7 @@ Stored storedValue(const void* stored, long i) {
 
 template <class Stored, class Voxel>
 void convertPlain(const void* stored, long n, const ValueScale& /*scale*/, void* voxels,
-                  const MemoryLine& line) {
+                  const voxreg::MemoryLine& line) {
   Voxel* const first = static_cast<Voxel*>(voxels) + line.start;
   for (long i = 0; i < n; ++i)
     // NOLINTNEXTLINE(bugprone-signed-char-misuse): signed bytes are meant
@@ -30,7 +30,7 @@ void convertPlain(const void* stored, long n, const ValueScale& /*scale*/, void*
 
 template <class Stored, class Voxel>
 void convertScaled(const void* stored, long n, const ValueScale& scale, void* voxels,
-                   const MemoryLine& line) {
+                   const voxreg::MemoryLine& line) {
   Voxel* const first = static_cast<Voxel*>(voxels) + line.start;
   for (long i = 0; i < n; ++i) {
     const double value = static_cast<double>(storedValue<Stored>(stored, i));
@@ -39,7 +39,7 @@ void convertScaled(const void* stored, long n, const ValueScale& scale, void* vo
 }
 
 template <class Stored, class Voxel>
-void storePlain(const void* voxels, const MemoryLine& line, long n, void* stored) {
+void storePlain(const void* voxels, const voxreg::MemoryLine& line, long n, void* stored) {
   const Voxel* const first = static_cast<const Voxel*>(voxels) + line.start;
   for (long i = 0; i < n; ++i) {
     const Voxel voxel = first[i * line.stride];

@@ -2,8 +2,6 @@
 
 #include <voxreg.h>
 
-#include "volumeFrame.h"
-
 namespace host {
 
 /// The header's scaling of stored values: value = slope * stored + intercept.
@@ -16,10 +14,11 @@ struct ValueScale {
 
 /// Converts `n` stored values, in the machine's byte order, to voxels of a volume.
 using LineConversion = void (*)(const void* stored, long n, const ValueScale& scale, void* voxels,
-                                const MemoryLine& line);
+                                const voxreg::MemoryLine& line);
 
 /// Converts voxels of a volume back to `n` stored values, as they are in an unscaled file.
-using LineStorage = void (*)(const void* voxels, const MemoryLine& line, long n, void* stored);
+using LineStorage = void (*)(const void* voxels, const voxreg::MemoryLine& line, long n,
+                             void* stored);
 
 /// How one data type of a NIfTI file becomes a voxel type: one that holds every stored value, and a
 /// floating-point one for values that the header scales.

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <limits>
-#include <span>
 #include <type_traits>
 
 #include "HostError.h"
@@ -30,18 +29,6 @@ void withVoxelType(NmPrimType type, F&& f) {
     default:
       throw HostError("there are no voxels of this type", HostError::failedRun);
   }
-}
-
-/// Calls `f(voxels)` with all voxels of a volume, x fastest, as a span of their type.
-template <class F>
-void withVoxels(VlMemoryData& volume, F&& f) {
-  const NmHandle<VlDataAccess> access = volume.lock(false);
-  if (access == nullptr) throw HostError("a volume cannot be locked", HostError::failedRun);
-  const NmVec3l dims = volume.dims();
-  withVoxelType(volume.primType(), [&]<class T>() {
-    f(std::span<const T>(static_cast<const T*>(access->dataPtr(0)),
-                         static_cast<std::size_t>(dims.x * dims.y * dims.z)));
-  });
 }
 
 /// The nearest value that a voxel can hold; an integer is never given NaN.

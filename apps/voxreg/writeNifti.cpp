@@ -38,7 +38,8 @@ std::vector<char> bytesOf(const nifti_image& image) {
 }
 
 const VoxelFormat& formatOf(const NiftiVolume& volume) {
-  const int type = volume.fileType != 0 ? volume.fileType : niftiTypeOf(volume.data->primType());
+  const int type =
+      volume.fileType != 0 ? volume.fileType : niftiTypeOf(volume.image.volume()->primType());
   return *VoxelFormat::find(type);
 }
 
@@ -63,7 +64,7 @@ bool writeVoxels(gzFile file, const NiftiVolume& volume, const VlDataAccess& acc
   std::vector<char> stored(static_cast<std::size_t>(nx) * format.size);
   for (long k = 0; k < volume.grid.dims[2]; ++k)
     for (long j = 0; j < volume.grid.dims[1]; ++j) {
-      format.storePlain(access.dataPtr(0), memoryLine(volume.grid, volume.order, j, k), nx,
+      format.storePlain(access.dataPtr(0), voxreg::memoryLine(volume.grid, volume.order, j, k), nx,
                         stored.data());
       if (!writeBytes(file, stored)) return false;
     }
@@ -78,7 +79,7 @@ bool isCompressedName(const std::string& path) {
 
 void writeNifti(OutputFiles& outputs, const std::string& path, const NiftiVolume& volume) {
   const std::vector<char> header = headerOf(volume);
-  const NmHandle<VlDataAccess> access = volume.data->lock(false);
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(false);
   if (access == nullptr)
     throw HostError("cannot write " + path + ": its volume is in use", HostError::failedRun);
   // "T" writes the bytes as they are.

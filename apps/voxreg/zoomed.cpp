@@ -24,10 +24,11 @@ NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
     progress.takeStopRequests();
     progress.enter("Resampling");
     NiftiVolume result = scaledVolume(volume, newDims);
-    NmHandle<VlData> target = result.data;
+    NmHandle<VlData> target = result.image.volume();
     RegResampler resampler;
     resampler.progress = &progress;
-    if (!resampler.doResample(volume.data, target, newDims, nullptr, NmVec3f(), filter, 0.0f, 1))
+    if (!resampler.doResample(volume.image.volume(), target, newDims, nullptr, NmVec3f(), filter,
+                              0.0f, 1))
       throw NmMemoryException();
     return result;
   } catch (const NmMemoryException&) {
