@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "niftiVolume.h"
+#include "files/niftiVolume.h"
 
 namespace headPair {
 namespace {

@@ -61,7 +61,7 @@ NmVec3d Transform::operator()(const NmVec3d& point) const {
 
 Transform Transform::inverse() const {
   Transform result;
-  for (auto step = steps_.rbegin(); step != steps_.rend(); ++step) result.append(step->inverse());
+  for (std::size_t i = steps_.size(); i-- > 0;) result.append(steps_[i].inverse());
   return result;
 }
 

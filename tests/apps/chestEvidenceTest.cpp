@@ -4,7 +4,7 @@
 #include <cmath>
 #include <vector>
 
-#include "chestVolumes.h"
+#include "phantoms/chestVolumes.h"
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
 #include "workflow/bricks/shortVolume.h"

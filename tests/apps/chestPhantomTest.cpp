@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "chestVolumes.h"
-#include "solidShapes.h"
+#include "phantoms/chestVolumes.h"
+#include "phantoms/solidShapes.h"
 #include "tests/apps/voxelsOf.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "chestVolumes.h"
+#include "phantoms/chestVolumes.h"
 #include "tests/support/LogCapture.h"
 
 namespace {

@@ -6,9 +6,9 @@
 #include <tuple>
 
 #include "Child.h"
-#include "Phantom.h"
-#include "matrixFile.h"
-#include "niftiVolume.h"
+#include "files/matrixFile.h"
+#include "files/niftiVolume.h"
+#include "phantoms/Phantom.h"
 #include "saved.h"
 #include "voxelsOf.h"
 

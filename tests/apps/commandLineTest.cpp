@@ -2,9 +2,9 @@
 #include <cmath>
 
 #include "Child.h"
-#include "Phantom.h"
-#include "matrixFile.h"
-#include "niftiVolume.h"
+#include "files/matrixFile.h"
+#include "files/niftiVolume.h"
+#include "phantoms/Phantom.h"
 #include "saved.h"
 #include "testFiles.h"
 #include "voxelsOf.h"

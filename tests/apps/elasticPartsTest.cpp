@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "subtraction.h"
+#include "files/subtraction.h"
 #include "tests/apps/testFiles.h"
 #include "tests/apps/voxelsOf.h"
 #include "workflow/bricks/shortVolume.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "chestVolumes.h"
+#include "phantoms/chestVolumes.h"
 #include "tests/support/LogCapture.h"
 #include "workflow/bricks/elasticGrids.h"
 

@@ -1,8 +1,8 @@
-#include "gridTransformFile.h"
+#include "files/gridTransformFile.h"
 
-#include "HostError.h"
-#include "displacementError.h"
+#include "commands/displacementError.h"
 #include "saved.h"
+#include "terminal/HostError.h"
 #include "testFiles.h"
 #include "tests/support/expectNear.h"
 #include "tests/support/grids.h"

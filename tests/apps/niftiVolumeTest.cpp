@@ -1,4 +1,4 @@
-#include "niftiVolume.h"
+#include "files/niftiVolume.h"
 
 #include <algorithm>
 #include <cmath>

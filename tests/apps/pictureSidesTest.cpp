@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "PictureSheet.h"
+#include "pictures/PictureSheet.h"
 #include "testFiles.h"
 
 namespace {

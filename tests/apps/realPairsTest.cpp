@@ -1,8 +1,8 @@
 #include <tuple>
 
-#include "matrixFile.h"
-#include "optionNames.h"
-#include "targetError.h"
+#include "commands/optionNames.h"
+#include "commands/targetError.h"
+#include "files/matrixFile.h"
 #include "tests/apps/sharedData.h"
 
 namespace {

@@ -1,12 +1,12 @@
-#include "resampled.h"
+#include "files/resampled.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 
-#include "HostError.h"
-#include "Phantom.h"
+#include "phantoms/Phantom.h"
 #include "saved.h"
+#include "terminal/HostError.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "InterruptibleProgress.h"
-#include "Phantom.h"
+#include "phantoms/Phantom.h"
+#include "terminal/InterruptibleProgress.h"
 #include "workflow/search/centres.h"
 #include "workflow/search/starts.h"
 

@@ -1,4 +1,4 @@
-#include "targetError.h"
+#include "commands/targetError.h"
 
 #include <gtest/gtest.h>
 

@@ -7,8 +7,8 @@
 #include <valarray>
 #include <vector>
 
-#include "displacementError.h"
-#include "niftiVolume.h"
+#include "commands/displacementError.h"
+#include "files/niftiVolume.h"
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
 

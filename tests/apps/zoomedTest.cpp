@@ -1,10 +1,10 @@
-#include "zoomed.h"
+#include "files/zoomed.h"
 
 #include <cmath>
 
-#include "HostError.h"
-#include "InterruptibleProgress.h"
 #include "saved.h"
+#include "terminal/HostError.h"
+#include "terminal/InterruptibleProgress.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 
