@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "niftiVolume.h"
+#include "files/niftiVolume.h"
 
 namespace headPair {
 namespace {
@@ -43,8 +43,8 @@ HeadPair load(const char* name, const char* reference, const char* model, Ellips
   HeadPair pair;
   if (std::filesystem::exists(folder / reference)) {
     pair.name = name;
-    pair.reference = host::readNifti(folder / reference).data;
-    pair.model = host::readNifti(folder / model).data;
+    pair.reference = host::readNifti(folder / reference).image.volume();
+    pair.model = host::readNifti(folder / model).image.volume();
   } else {
     pair.name = "ellipsoids";
     ellipsoids(pair);

@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "HostError.h"
-#include "affineCommand.h"
-#include "applyCommand.h"
-#include "demoCommand.h"
-#include "elasticCommand.h"
-#include "endingSignals.h"
-#include "nonAffineCommand.h"
-#include "resampleCommand.h"
-#include "similarName.h"
+#include "commands/affineCommand.h"
+#include "commands/applyCommand.h"
+#include "commands/demoCommand.h"
+#include "commands/elasticCommand.h"
+#include "commands/nonAffineCommand.h"
+#include "commands/resampleCommand.h"
+#include "terminal/HostError.h"
+#include "terminal/endingSignals.h"
+#include "terminal/similarName.h"
 
 namespace {
 

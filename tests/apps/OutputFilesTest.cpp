@@ -1,9 +1,9 @@
-#include "OutputFiles.h"
+#include "files/OutputFiles.h"
 
 #include <algorithm>
 #include <functional>
 
-#include "HostError.h"
+#include "terminal/HostError.h"
 #include "testFiles.h"
 
 namespace {

@@ -1,23 +1,22 @@
-#include "chestEvidence.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
-#include "chestVolumes.h"
-#include "chestWall.h"
-#include "shortVolume.h"
+#include "phantoms/chestVolumes.h"
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
+#include "workflow/bricks/shortVolume.h"
+#include "workflow/chest/chestEvidence.h"
+#include "workflow/chest/chestWall.h"
 
 namespace {
 
-using host::BodyAxes;
-using host::ChestMask;
-using host::ChestVerdict;
 using host::NiftiVolume;
+using voxreg::ChestMask;
+using voxreg::detail::BodyAxes;
+using voxreg::detail::ChestVerdict;
 
 /// Value at a place in millimetres: to the left, to the back and to the head of the middle.
 using Show = double (*)(double x, double y, double z);
@@ -117,8 +116,8 @@ NiftiVolume volumeOf(const Scene& scene, const BodyAxes& body) {
   }
   NiftiVolume volume = host::newVolume(
       dims, NmBox3f(-half.x, half.x, -half.y, half.y, -half.z, half.z), NmPrimType::UnsignedShort);
-  const NmVec3f voxel = volume.data->voxelSpacing();
-  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  const NmVec3f voxel = volume.image.volume()->voxelSpacing();
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
   std::vector<float> row(static_cast<std::size_t>(dims.x));
   for (long z = 0; z < dims.z; ++z)
     for (long y = 0; y < dims.y; ++y) {
@@ -158,7 +157,8 @@ TEST_P(ChestEvidenceTest, tellsAChestFromOtherBodies) {
   for (const BodyAxes& body :
        {BodyAxes{{0, 1, 2}, {-1, -1, 1}, false}, BodyAxes{{2, 0, 1}, {1, 1, -1}, false}}) {
     const NiftiVolume volume = volumeOf(scene, body);
-    const auto evidence = chestEvidence(*volume.data, body, maskBehind(scene.wall, body));
+    const auto evidence =
+        voxreg::detail::chestEvidence(*volume.image.volume(), body, maskBehind(scene.wall, body));
     const ChestVerdict verdict = judgeChest(evidence);
     EXPECT_EQ(verdict.isChest, scene.isChest) << verdict.reason << ": " << evidence.lungShare << ' '
                                               << evidence.lungWidth << ' ' << evidence.wallDepth;
@@ -183,11 +183,11 @@ INSTANTIATE_TEST_SUITE_P(
 /// Whether the wall that is found in a volume would be masked.
 ChestVerdict verdictOn(const NiftiVolume& volume) {
   const LogCapture log;
-  const host::ShortVolume converted = asUnsignedShort(volume);
+  const auto converted = voxreg::detail::asUnsignedShort(volume.image);
   const BodyAxes body = {{0, 1, 2}, {-1, -1, 1}, false};
-  const auto wall = findChestWall(converted.data, converted.rescale, body);
+  const auto wall = voxreg::detail::findChestWall(converted.data, converted.rescale, body);
   if (!wall) return {false, "no wall"};
-  return judgeChest(chestEvidence(*converted.data, body, wall->mask));
+  return judgeChest(voxreg::detail::chestEvidence(*converted.data, body, wall->mask));
 }
 
 /// A monotonous change of contrast, and noise with it.
@@ -213,8 +213,8 @@ TEST(ChestWallDecision, masksThePhantomsOfManySeeds) {
   for (unsigned int seed = 40; seed < 64; ++seed) {
     SCOPED_TRACE(seed);
     NiftiVolume volume = chestBefore(host::ChestPhantom(seed), dims[seed % 4], seed);
-    if (seed % 3 == 1) distort(*volume.data, 1.0, 30.0);
-    if (seed % 3 == 2) distort(*volume.data, 0.85, 5.0);
+    if (seed % 3 == 1) distort(*volume.image.volume(), 1.0, 30.0);
+    if (seed % 3 == 2) distort(*volume.image.volume(), 0.85, 5.0);
     const ChestVerdict verdict = verdictOn(volume);
     EXPECT_TRUE(verdict.isChest) << verdict.reason;
   }

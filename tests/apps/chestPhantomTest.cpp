@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "chestVolumes.h"
-#include "solidShapes.h"
+#include "phantoms/chestVolumes.h"
+#include "phantoms/solidShapes.h"
 #include "tests/apps/voxelsOf.h"
 
 namespace {
@@ -27,7 +27,7 @@ TEST(ChestPhantomTest, theSeedsTellThePhantomAndTheNoise) {
   const NmVec3l dims(48, 40, 16);
   const auto voxels = [&](unsigned int seed, unsigned int noise) {
     const host::NiftiVolume volume = chestBefore(ChestPhantom(seed), dims, noise);
-    return voxelsOf(*volume.data);
+    return voxelsOf(*volume.image.volume());
   };
   EXPECT_EQ(voxels(5, 1), voxels(5, 1));
   EXPECT_NE(voxels(5, 1), voxels(5, 2));
@@ -38,9 +38,9 @@ TEST(ChestPhantomTest, measuresTheSameInAnyNumberOfVoxels) {
   const ChestPhantom phantom(2);
   for (const NmVec3l& dims : {NmVec3l(64, 64, 64), NmVec3l(88, 44, 11), NmVec3l(32, 32, 1)}) {
     const host::NiftiVolume volume = chestBefore(phantom, dims, 1);
-    EXPECT_EQ(volume.data->dims(), dims);
-    EXPECT_EQ(volume.data->primType(), NmPrimType::UnsignedShort);
-    const NmBox3f box = volume.frame.box;
+    EXPECT_EQ(volume.image.volume()->dims(), dims);
+    EXPECT_EQ(volume.image.volume()->primType(), NmPrimType::UnsignedShort);
+    const NmBox3f box = volume.image.frame().box;
     const double voxel = 352.0 / static_cast<double>(dims.x);
     EXPECT_NEAR(box.xmin, 0.5 * voxel - 176.0, 1e-4);
     EXPECT_NEAR(box.xmax, 176.0 - 0.5 * voxel, 1e-4);
@@ -91,8 +91,9 @@ TEST_P(ChestMotionTest, theLesionTakesUpContrastWhereTheMotionHasPutIt) {
   const NmVec3l dims(96, 96, 48);
   const host::NiftiVolume before = chestBefore(phantom, dims, 1);
   const host::NiftiVolume after = chestAfter(phantom, motion, dims, 2);
-  const NmHandle<VlEvaluator> samplers[2] = {before.data->createEvaluator(VlData::Trilinear),
-                                             after.data->createEvaluator(VlData::Trilinear)};
+  const NmHandle<VlEvaluator> samplers[2] = {
+      before.image.volume()->createEvaluator(VlData::Trilinear),
+      after.image.volume()->createEvaluator(VlData::Trilinear)};
   const auto sample = [&](int i, const NmVec3d& p) {
     float value = 0.0f;
     EXPECT_TRUE(samplers[i]->setLocation(

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "chestVolumes.h"
+#include "phantoms/chestVolumes.h"
 #include "tests/support/LogCapture.h"
 
 namespace {
@@ -25,7 +25,7 @@ TEST(ChestWallTest, theSearchFindsTheWallOfTenChests) {
     SCOPED_TRACE(seed);
     const host::ChestPhantom phantom(seed);
     RegElasticRegistration elastic;
-    elastic.reference = chestBefore(phantom, NmVec3l(224, 224, 40), seed).data;
+    elastic.reference = chestBefore(phantom, NmVec3l(224, 224, 40), seed).image.volume();
     LogCapture log;
     NmVec3f center;
     NmVec3f weights;

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "Child.h"
-#include "Phantom.h"
-#include "niftiVolume.h"
+#include "files/niftiVolume.h"
+#include "phantoms/Phantom.h"
 #include "saved.h"
 
 namespace {

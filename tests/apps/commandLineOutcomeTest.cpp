@@ -6,9 +6,9 @@
 #include <tuple>
 
 #include "Child.h"
-#include "Phantom.h"
-#include "matrixFile.h"
-#include "niftiVolume.h"
+#include "files/matrixFile.h"
+#include "files/niftiVolume.h"
+#include "phantoms/Phantom.h"
 #include "saved.h"
 #include "voxelsOf.h"
 
@@ -46,7 +46,7 @@ class Outcome : public testing::Test {
     save("constant.nii", filled(7.0f));
     save("nan.nii", filled(NAN));
     host::NiftiVolume infinite = filled(0.0f);
-    std::vector<float> voxels = voxelsOf(*head_.data);
+    std::vector<float> voxels = voxelsOf(*head_.image.volume());
     for (std::size_t i = 0; i < 27; ++i)
       voxels[5000 + 37 * i] = std::numeric_limits<float>::infinity();
     put(infinite, voxels);
@@ -66,7 +66,7 @@ class Outcome : public testing::Test {
   }
 
   static void put(const host::NiftiVolume& volume, const std::vector<float>& voxels) {
-    const NmHandle<VlDataAccess> access = volume.data->lock(true);
+    const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
     std::copy(voxels.begin(), voxels.end(), static_cast<float*>(access->dataPtr(0)));
   }
 

@@ -1,8 +1,8 @@
 #include <regex>
 
 #include "Child.h"
-#include "Phantom.h"
-#include "niftiVolume.h"
+#include "files/niftiVolume.h"
+#include "phantoms/Phantom.h"
 #include "saved.h"
 
 namespace {

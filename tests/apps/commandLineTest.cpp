@@ -2,9 +2,9 @@
 #include <cmath>
 
 #include "Child.h"
-#include "Phantom.h"
-#include "matrixFile.h"
-#include "niftiVolume.h"
+#include "files/matrixFile.h"
+#include "files/niftiVolume.h"
+#include "phantoms/Phantom.h"
 #include "saved.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
@@ -80,7 +80,7 @@ TEST_F(CommandLine, findsAKnownTranslation) {
   EXPECT_NEAR(found.m[3][1], -4.0, 0.4);
   EXPECT_NEAR(found.m[3][2], 3.0, 0.4);
   EXPECT_NE(child.output().find("target error"), std::string::npos);
-  EXPECT_EQ(host::readNifti(folder.file("out.nii")).frame.dims, NmVec3l(size, size, size));
+  EXPECT_EQ(host::readNifti(folder.file("out.nii")).image.dims(), NmVec3l(size, size, size));
   EXPECT_EQ(contentOf(folder.file("out.png")).substr(1, 3), "PNG");
 }
 
@@ -225,8 +225,8 @@ TEST_F(CommandLine, resamplesWithEveryFilter) {
                  folder.file("half.nii"), "--spacing", "12", "12", "9", "--filter", filter});
     ASSERT_EQ(child.wait(), 0) << child.errors();
     const host::NiftiVolume half = host::readNifti(folder.file("half.nii"));
-    EXPECT_EQ(half.frame.dims, NmVec3l(16, 16, 22)) << filter;
-    EXPECT_NEAR(half.data->voxelSpacing().z, 9.0, 1e-4);
+    EXPECT_EQ(half.image.dims(), NmVec3l(16, 16, 22)) << filter;
+    EXPECT_NEAR(half.image.volume()->voxelSpacing().z, 9.0, 1e-4);
   }
 }
 
@@ -345,8 +345,8 @@ TEST_F(ElasticCommandLine, bringsThePairTogetherInItsOwnUnits) {
   EXPECT_TRUE(wrote("out.json") && wrote("out.png"));
   const auto voxels = [&](const char* name) {
     const host::NiftiVolume volume = host::readNifti(folder.file(name));
-    EXPECT_EQ(volume.data->primType(), NmPrimType::Float);
-    return voxelsOf(*volume.data);
+    EXPECT_EQ(volume.image.volume()->primType(), NmPrimType::Float);
+    return voxelsOf(*volume.image.volume());
   };
   const std::vector<float> reference = voxels("r.nii");
   const std::vector<float> registered = voxels("out.nii");

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "HostError.h"
-#include "niftiVolume.h"
+#include "files/niftiVolume.h"
+#include "terminal/HostError.h"
 
 /// What reading a volume throws, as bad input; empty where it is read. Nothing else may speak up.
 inline std::string complaintOf(const std::string& path) {

@@ -2,10 +2,10 @@
 
 #include <cmath>
 
-#include "shortVolume.h"
-#include "subtraction.h"
+#include "files/subtraction.h"
 #include "tests/apps/testFiles.h"
 #include "tests/apps/voxelsOf.h"
+#include "workflow/bricks/shortVolume.h"
 
 namespace {
 
@@ -15,8 +15,8 @@ using host::NiftiVolume;
 template <class Show>
 NiftiVolume volumeOf(const NmBox3f& box, NmPrimType type, const Show& show) {
   NiftiVolume volume = host::newVolume(NmVec3l(9, 8, 7), box, type);
-  const NmVec3f spacing = volume.data->voxelSpacing();
-  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  const NmVec3f spacing = volume.image.volume()->voxelSpacing();
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
   float row[9];
   for (long z = 0; z < 7; ++z)
     for (long y = 0; y < 8; ++y) {
@@ -45,10 +45,10 @@ TEST_P(ShortVolumeTest, keepsTheValuesInUnitsThatWholeNumbersResolve) {
   const NiftiVolume volume = volumeOf(box, GetParam().type, [low, high](const NmVec3f& p) {
     return low + (high - low) * (p.x + 8.0f) / 16.0f;
   });
-  const host::ShortVolume made = asUnsignedShort(volume);
+  const auto made = voxreg::detail::asUnsignedShort(volume.image);
   EXPECT_EQ(made.data->primType(), NmPrimType::UnsignedShort);
   EXPECT_GE(made.unit * (high - low), 100.0f);
-  const std::vector<float> before = voxelsOf(*volume.data);
+  const std::vector<float> before = voxelsOf(*volume.image.volume());
   const std::vector<float> raw = voxelsOf(*made.data);
   for (std::size_t i = 0; i < raw.size(); ++i)
     EXPECT_NEAR((raw[i] * made.rescale.x + made.rescale.y) / made.unit, before[i],
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(Types, ShortVolumeTest,
 TEST(SubtractionTest, goesBelowZero) {
   const NiftiVolume a = volumeOf(box, NmPrimType::UnsignedShort, [](NmVec3f p) { return p.y; });
   const NiftiVolume b = volumeOf(box, NmPrimType::UnsignedShort, [](NmVec3f) { return 5.0f; });
-  const std::vector<float> values = voxelsOf(*subtraction(a, b).data);
+  const std::vector<float> values = voxelsOf(*subtraction(a, b).image.volume());
   EXPECT_EQ(values.front(), -5.0f);
   EXPECT_EQ(values.back(), 9.0f);
 }

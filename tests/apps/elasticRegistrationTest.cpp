@@ -1,21 +1,18 @@
-#include "elasticRegistration.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <string>
 #include <vector>
 
-#include "HostError.h"
-#include "chestVolumes.h"
-#include "elasticGrids.h"
+#include "phantoms/chestVolumes.h"
 #include "tests/support/LogCapture.h"
+#include "workflow/bricks/elasticGrids.h"
 
 namespace {
 
-using host::ElasticResult;
-using host::ElasticSettings;
 using host::NiftiVolume;
+using voxreg::ElasticRegistration;
+using voxreg::Masking;
 
 struct Room {
   NmVec3i dims;
@@ -36,14 +33,15 @@ TEST(MostBricksTest, leavesEachBrickFourVoxelsAlongEachAxis) {
            Room{{256, 256, 64}, {1.4f, 1.4f, 2.8f}, 0, 40, 40},
            Room{{70, 512, 512}, cubes, 0, 12, 12},  // 12 x 32 x 32, the most that a grid holds
        })
-    EXPECT_EQ(host::mostBricks(room.dims, room.voxelSize, room.axis, room.most), room.bricks)
+    EXPECT_EQ(voxreg::detail::mostBricks(room.dims, room.voxelSize, room.axis, room.most),
+              room.bricks)
         << room.dims.x << ' ' << room.dims.y << ' ' << room.dims.z;
 }
 
 TEST(ElasticGridsTest, growUpToTheMost) {
   const auto bricks = [](int most) {
     std::vector<int> counts;
-    for (const host::ElasticGrid& grid : host::elasticGrids(most)) counts.push_back(grid.bricks);
+    for (const auto& grid : voxreg::detail::elasticGrids(most)) counts.push_back(grid.bricks);
     return counts;
   };
   EXPECT_EQ(bricks(1), std::vector<int>({1}));
@@ -59,7 +57,7 @@ NiftiVolume ball(const NmVec3l& dims, double shift) {
   for (int a = 0; a < 3; ++a) edge[a] = static_cast<float>(dims[a] - 1);
   NiftiVolume volume = host::newVolume(
       dims, NmBox3f(-edge.x, edge.x, -edge.y, edge.y, -edge.z, edge.z), NmPrimType::UnsignedShort);
-  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
   std::vector<float> row(static_cast<std::size_t>(dims.x));
   for (long z = 0; z < dims.z; ++z)
     for (long y = 0; y < dims.y; ++y) {
@@ -83,15 +81,15 @@ NiftiVolume ball(const NmVec3l& dims, double shift) {
 }
 
 /// Millimetres along x over the inner half of a volume.
-double meanShift(const host::GridTransform& transform, const NiftiVolume& volume) {
+double meanShift(const voxreg::Transform& transform, const NiftiVolume& volume) {
   double sum = 0.0;
   int places = 0;
   const auto edge = [&](int axis) {
-    return 0.25 * static_cast<double>(volume.frame.box.extent(axis));
+    return 0.25 * static_cast<double>(volume.image.frame().box.extent(axis));
   };
   for (double x = -edge(0); x <= edge(0); x += 1.0)
     for (double y = -edge(1); y <= edge(1); y += 1.0) {
-      sum += transform.ofWorld(NmVec3d(x, y, 0.0)).x - x;
+      sum += transform(NmVec3d(x, y, 0.0)).x - x;
       ++places;
     }
   return sum / places;
@@ -99,10 +97,9 @@ double meanShift(const host::GridTransform& transform, const NiftiVolume& volume
 
 class ElasticRegistrationTest : public testing::Test {
  protected:
-  ElasticResult run(const NiftiVolume& reference, const NiftiVolume& model,
-                    const ElasticSettings& settings = {}) {
-    host::InterruptibleProgress progress;
-    return registerElastic(reference, model, settings, progress);
+  ElasticRegistration run(const NiftiVolume& reference, const NiftiVolume& model,
+                          const voxreg::ElasticOptions& options = {}) {
+    return voxreg::registerElastic(reference.image, model.image, options);
   }
 
   LogCapture log;
@@ -114,16 +111,16 @@ TEST_F(ElasticRegistrationTest, registersSmallVolumesWithFewBricks) {
     SCOPED_TRACE(testing::Message() << dims.x << ' ' << dims.y << ' ' << dims.z);
     const NiftiVolume reference = ball(dims, 0.0);
     const NiftiVolume model = ball(dims, 0.8);
-    const ElasticResult result = run(reference, model);
-    const NmVec3i& n = result.transform.numBricks;
+    const ElasticRegistration result = run(reference, model);
+    const NmVec3i& n = result.transform.bricks()->grid.numBricks;
     EXPECT_LE(64L * n.x * n.y * n.z, dims.x * dims.y * dims.z);
-    EXPECT_NEAR(meanShift(result.inWorld(reference, model), reference), -1.6, 0.4);
+    EXPECT_NEAR(meanShift(result.transform, reference), -1.6, 0.4);
   }
 }
 
 TEST_F(ElasticRegistrationTest, refusesSlicesAndTooFewVoxels) {
   for (const NmVec3l& dims : {NmVec3l(3, 3, 3), NmVec3l(48, 48, 1)})
-    EXPECT_THROW((void)run(ball(dims, 0.0), ball(dims, 0.3)), host::HostError);
+    EXPECT_EQ(run(ball(dims, 0.0), ball(dims, 0.3)).reason.kind, voxreg::Reason::Kind::badImage);
 }
 
 TEST_F(ElasticRegistrationTest, masksChestsAndWhatItIsAskedTo) {
@@ -133,11 +130,10 @@ TEST_F(ElasticRegistrationTest, masksChestsAndWhatItIsAskedTo) {
   const NiftiVolume before = chestBefore(phantom, dims, 1);
   const NiftiVolume after = chestAfter(phantom, motion, dims, 2);
   const NiftiVolume balls[] = {ball(NmVec3l(20, 20, 20), 0.0), ball(NmVec3l(20, 20, 20), 0.8)};
-  using Masking = ElasticSettings::Masking;
   const auto told = [&](const NiftiVolume& reference, const NiftiVolume& model, Masking masking) {
-    ElasticSettings settings;
-    settings.masking = masking;
-    const ElasticResult result = run(reference, model, settings);
+    voxreg::ElasticOptions options;
+    options.masking = masking;
+    const ElasticRegistration result = run(reference, model, options);
     EXPECT_EQ(result.mask.has_value(), result.chestWall.starts_with("masked")) << result.chestWall;
     return result.chestWall;
   };

@@ -1,10 +1,10 @@
-#include "endingSignals.h"
+#include "terminal/endingSignals.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 
-#include "OutputFiles.h"
+#include "files/OutputFiles.h"
 #include "testFiles.h"
 
 namespace {

@@ -1,7 +1,7 @@
-#include "fileRoles.h"
+#include "files/fileRoles.h"
 
-#include "HostError.h"
-#include "similarName.h"
+#include "terminal/HostError.h"
+#include "terminal/similarName.h"
 #include "testFiles.h"
 
 namespace {

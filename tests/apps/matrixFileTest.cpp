@@ -1,10 +1,10 @@
-#include "matrixFile.h"
+#include "files/matrixFile.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "HostError.h"
 #include "saved.h"
+#include "terminal/HostError.h"
 #include "testFiles.h"
 
 namespace {

@@ -39,8 +39,8 @@ void expectSix(const std::string& path) {
   SCOPED_TRACE(path);
   ASSERT_EQ(complaintOf(path), "");
   const NiftiVolume volume = host::readNifti(path);
-  EXPECT_EQ(volume.frame.dims, NmVec3l(3, 2, 1));
-  EXPECT_EQ(voxelsOf(*volume.data), (std::vector<float>{1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(volume.image.dims(), NmVec3l(3, 2, 1));
+  EXPECT_EQ(voxelsOf(*volume.image.volume()), (std::vector<float>{1, 2, 3, 4, 5, 6}));
 }
 
 TEST(NiftiFiles, bothVersionsAreReadInBothByteOrders) {
@@ -52,7 +52,7 @@ TEST(NiftiFiles, bothVersionsAreReadInBothByteOrders) {
   writeFile(folder.file("1.nii"), bytesOf(first, std::vector<short>{0x0102, 0x0304}));
   writeFile(folder.file("2.nii"), bytesOf2(second, {0x0102, 0x0304}));
   for (const char* const name : {"1.nii", "2.nii"})
-    EXPECT_EQ(voxelsOf(*host::readNifti(folder.file(name)).data),
+    EXPECT_EQ(voxelsOf(*host::readNifti(folder.file(name)).image.volume()),
               (std::vector<float>{0x0201, 0x0403}));
   writeFile(folder.file("plain.nii"), bytesOf2(makeHeader2(3, 2, 1), six));
   expectSix(folder.file("plain.nii"));
@@ -65,7 +65,7 @@ TEST(NiftiFiles, whatComesFromVersion2IsWrittenSoToTheLastDigit) {
   header.scl_slope = 0.1;
   writeFile(folder.file("in.nii"), bytesOf2(header, six));
   const NiftiVolume volume = host::readNifti(folder.file("in.nii"));
-  EXPECT_FLOAT_EQ(voxelsOf(*volume.data)[5], 0.6f);
+  EXPECT_FLOAT_EQ(voxelsOf(*volume.image.volume())[5], 0.6f);
   saved(host::writeNifti, folder.file("out.nii"), volume);
   const std::string written = contentOf(folder.file("out.nii"));
   nifti_2_header found = {};
@@ -79,7 +79,7 @@ TEST(NiftiFiles, whatComesFromVersion2IsWrittenSoToTheLastDigit) {
   const NmBox3f line(0, 40000, 0, 1, 0, 1);
   saved(host::writeNifti, folder.file("long.nii.gz"),
         host::newVolume(NmVec3l(40001, 1, 1), line, NmPrimType::UnsignedChar));
-  EXPECT_EQ(host::readNifti(folder.file("long.nii.gz")).frame.dims, NmVec3l(40001, 1, 1));
+  EXPECT_EQ(host::readNifti(folder.file("long.nii.gz")).image.dims(), NmVec3l(40001, 1, 1));
 }
 
 TEST(NiftiFiles, furtherAxesOfOneVoxelAreNoneAndUnusedOnesDoNotCount) {

@@ -1,4 +1,4 @@
-#include "niftiVolume.h"
+#include "files/niftiVolume.h"
 
 #include <algorithm>
 #include <cmath>
@@ -55,18 +55,18 @@ std::vector<float> voxelsFor(const nifti_1_header& h) {
 /// Largest difference between a voxel and the value that belongs to its place in the world, as
 /// the volume's frame tells it.
 double worstVoxel(const NiftiVolume& volume) {
-  const std::vector<float> values = voxelsOf(*volume.data);
-  const NmVec3f spacing = volume.data->voxelSpacing();
-  const NmBox3f& box = volume.frame.box;
+  const std::vector<float> values = voxelsOf(*volume.image.volume());
+  const NmVec3f spacing = volume.image.volume()->voxelSpacing();
+  const NmBox3f& box = volume.image.frame().box;
   double worst = 0.0;
   std::size_t voxel = 0;
-  for (long z = 0; z < volume.frame.dims.z; ++z)
-    for (long y = 0; y < volume.frame.dims.y; ++y)
-      for (long x = 0; x < volume.frame.dims.x; ++x) {
+  for (long z = 0; z < volume.image.dims().z; ++z)
+    for (long y = 0; y < volume.image.dims().y; ++y)
+      for (long x = 0; x < volume.image.dims().x; ++x) {
         NmVec3d p(box.xmin + static_cast<double>(x) * spacing.x,
                   box.ymin + static_cast<double>(y) * spacing.y,
                   box.zmin + static_cast<double>(z) * spacing.z);
-        volume.frame.toWorld.multVecMatrix(p, p);
+        volume.image.frame().toWorld.multVecMatrix(p, p);
         worst = std::max(worst, std::abs(valueAt(p.x, p.y, p.z) - values[voxel++]));
       }
   return worst;
@@ -88,9 +88,9 @@ TEST(NiftiVolume, everyOrientationReadsRightAndWritesBackTheSameVoxels) {
         writeFile(folder.file("in.nii"), bytes);
         const NiftiVolume volume = host::readNifti(folder.file("in.nii"));
         EXPECT_LT(worstVoxel(volume), 1e-4);
-        EXPECT_GT(volume.frame.toWorld.det3(), 0.0);
+        EXPECT_GT(volume.image.frame().toWorld.det3(), 0.0);
         if (angle == 0.0) {
-          for (int a = 0; a < 3; ++a) EXPECT_EQ(volume.frame.toWorld.m[a][a], 1.0);
+          for (int a = 0; a < 3; ++a) EXPECT_EQ(volume.image.frame().toWorld.m[a][a], 1.0);
         }
 
         saved(host::writeNifti, folder.file("out.nii"), volume);
@@ -116,13 +116,13 @@ TEST(NiftiVolume, quaternionAndBareVoxelSizesPlaceTheVolumeWhereThereIsNoSform) 
   writeFile(folder.file("q.nii"),
             bytesOf(header, std::vector<unsigned char>{1, 2, 3, 4, 5, 6, 7, 8}));
   const NiftiVolume turned = host::readNifti(folder.file("q.nii"));
-  EXPECT_NEAR(turned.frame.box.xmin, 5.0, 1e-5);
-  EXPECT_NEAR(turned.frame.box.xmax, 7.0, 1e-5);
-  EXPECT_EQ(voxelsOf(*turned.data), (std::vector<float>{4, 3, 2, 1, 8, 7, 6, 5}));
+  EXPECT_NEAR(turned.image.frame().box.xmin, 5.0, 1e-5);
+  EXPECT_NEAR(turned.image.frame().box.xmax, 7.0, 1e-5);
+  EXPECT_EQ(voxelsOf(*turned.image.volume()), (std::vector<float>{4, 3, 2, 1, 8, 7, 6, 5}));
 
   header.qform_code = 0;
   writeFile(folder.file("p.nii"), bytesOf(header, std::vector<unsigned char>(8, 1)));
-  EXPECT_EQ(host::readNifti(folder.file("p.nii")).frame.box, NmBox3f(0, 2, 0, 1, 0, 1));
+  EXPECT_EQ(host::readNifti(folder.file("p.nii")).image.frame().box, NmBox3f(0, 2, 0, 1, 0, 1));
 }
 
 TEST(NiftiVolume, aFlatImageNeedsNoThirdAxis) {
@@ -133,8 +133,8 @@ TEST(NiftiVolume, aFlatImageNeedsNoThirdAxis) {
   header.srow_z[2] = 0.0f;
   writeFile(folder.file("flat.nii"), bytesOf(header, std::vector<short>{1, 2, 3, 4, 5, 6}));
   const NiftiVolume flat = host::readNifti(folder.file("flat.nii"));
-  EXPECT_EQ(flat.frame.dims, NmVec3l(3, 2, 1));
-  EXPECT_EQ(flat.frame.box, NmBox3f(0, 2, 0, 1, 0, 0));
+  EXPECT_EQ(flat.image.dims(), NmVec3l(3, 2, 1));
+  EXPECT_EQ(flat.image.frame().box, NmBox3f(0, 2, 0, 1, 0, 0));
 
   header.dim[3] = 2;
   header.dim[0] = 3;
@@ -151,15 +151,15 @@ void expectType(short code, NmPrimType::Value plain, NmPrimType::Value scaled, S
   const double stored = static_cast<double>(value);
   writeCompressed(folder.file("v.nii.gz"), bytesOf(header, voxels));
   const NiftiVolume volume = host::readNifti(folder.file("v.nii.gz"));
-  EXPECT_EQ(volume.data->primType(), plain);
-  EXPECT_EQ(voxelsOf(*volume.data)[0], static_cast<float>(stored));
+  EXPECT_EQ(volume.image.volume()->primType(), plain);
+  EXPECT_EQ(voxelsOf(*volume.image.volume())[0], static_cast<float>(stored));
 
   header.scl_slope = 0.5f;
   header.scl_inter = -3.0f;
   writeFile(folder.file("s.nii"), bytesOf(header, voxels));
   const NiftiVolume rescaled = host::readNifti(folder.file("s.nii"));
-  EXPECT_EQ(rescaled.data->primType(), scaled);
-  EXPECT_EQ(voxelsOf(*rescaled.data)[0], static_cast<float>(0.5 * stored - 3.0));
+  EXPECT_EQ(rescaled.image.volume()->primType(), scaled);
+  EXPECT_EQ(voxelsOf(*rescaled.image.volume())[0], static_cast<float>(0.5 * stored - 3.0));
 }
 
 TEST(NiftiVolume, everyRealDataTypeKeepsItsValuesAndIsScaledAsTheHeaderSays) {

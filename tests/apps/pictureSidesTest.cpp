@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "PictureSheet.h"
+#include "pictures/PictureSheet.h"
 #include "testFiles.h"
 
 namespace {
@@ -36,7 +36,7 @@ NiftiVolume volumeOf(const nifti_1_header& header) {
 /// The way in the world from the first to the last column of a slice.
 NmVec3d across(const NiftiVolume& volume, const Slice& slice) {
   NmVec3d way(slice.right.x, slice.right.y, slice.right.z);
-  volume.frame.toWorld.multDirMatrix(way, way);
+  volume.image.frame().toWorld.multDirMatrix(way, way);
   return way;
 }
 

@@ -1,8 +1,8 @@
 #include <tuple>
 
-#include "affineRegistration.h"
-#include "matrixFile.h"
-#include "targetError.h"
+#include "commands/optionNames.h"
+#include "commands/targetError.h"
+#include "files/matrixFile.h"
 #include "tests/apps/sharedData.h"
 
 namespace {
@@ -21,14 +21,15 @@ TEST_P(RealPair, comesIntoLine) {
   const std::string folder = "pairs/" + std::string(pair);
   const host::NiftiVolume reference = host::readNifti(sharedData("pairs/reference.nii.gz"));
   const host::NiftiVolume model = host::readNifti(sharedData(folder + "_model.nii.gz"));
-  host::AffineSettings settings;
-  settings.metric.name = metric;
-  settings.search.optimizer = search;
-  settings.stages = host::stagesFor(pair == std::string("rigid") ? 6 : 12);
-  host::InterruptibleProgress progress;
-  const auto result = host::registerAffine(reference, model, settings, progress);
+  voxreg::AffineOptions options;
+  options.metric.metric = host::metricOf(metric);
+  options.search.search = host::searchOf(search);
+  options.degreesOfFreedom = pair == std::string("rigid") ? 6 : 12;
+  options.startRule = voxreg::StartRule::header;
+  const auto found = voxreg::registerAffine(reference.image, model.image, options);
   const NmMat4d truth = host::readMatrix(sharedData(folder + "_truth.txt"));
-  EXPECT_LT(host::targetError(reference, result.matrix, truth).mean, limit);
+  EXPECT_LT(host::targetError(reference, found.transform.modelToReference().value(), truth).mean,
+            limit);
 }
 
 INSTANTIATE_TEST_SUITE_P(MetricsAndSearches, RealPair,

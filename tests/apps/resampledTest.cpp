@@ -1,12 +1,12 @@
-#include "resampled.h"
+#include "files/resampled.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 
-#include "HostError.h"
-#include "Phantom.h"
+#include "phantoms/Phantom.h"
 #include "saved.h"
+#include "terminal/HostError.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 
@@ -17,9 +17,9 @@ using host::NiftiVolume;
 /// The content of `axisAligned`, in a file whose axes are turned against it: i runs against the
 /// world's z, j along x, k along y.
 NiftiVolume turnedCopy(const TestFolder& folder, const NiftiVolume& axisAligned) {
-  const NmVec3l dims = axisAligned.frame.dims;
-  const NmBox3f& box = axisAligned.frame.box;
-  const NmVec3f spacing = axisAligned.data->voxelSpacing();
+  const NmVec3l dims = axisAligned.image.dims();
+  const NmBox3f& box = axisAligned.image.frame().box;
+  const NmVec3f spacing = axisAligned.image.volume()->voxelSpacing();
   nifti_1_header header = makeHeader(static_cast<int>(dims.z), static_cast<int>(dims.x),
                                      static_cast<int>(dims.y), DT_UINT16, 16);
   const float rows[3][4] = {
@@ -27,7 +27,7 @@ NiftiVolume turnedCopy(const TestFolder& folder, const NiftiVolume& axisAligned)
   std::memcpy(header.srow_x, rows[0], sizeof rows[0]);
   std::memcpy(header.srow_y, rows[1], sizeof rows[1]);
   std::memcpy(header.srow_z, rows[2], sizeof rows[2]);
-  const std::vector<float> values = voxelsOf(*axisAligned.data);
+  const std::vector<float> values = voxelsOf(*axisAligned.image.volume());
   std::vector<unsigned short> voxels;
   for (long y = 0; y < dims.y; ++y)
     for (long x = 0; x < dims.x; ++x)
@@ -41,10 +41,10 @@ NiftiVolume turnedCopy(const TestFolder& folder, const NiftiVolume& axisAligned)
 TEST(Resampled, theIdentityGivesTheSameVoxelsHoweverTheFileIsTurned) {
   const TestFolder folder;
   const NiftiVolume volume = host::acquire(host::Phantom(1), 24, {});
-  const std::vector<float> expected = voxelsOf(*volume.data);
-  EXPECT_EQ(voxelsOf(*host::resampled(volume, volume, NmMat4d()).data), expected);
+  const std::vector<float> expected = voxelsOf(*volume.image.volume());
+  EXPECT_EQ(voxelsOf(*host::resampled(volume, volume, {}).image.volume()), expected);
   const NiftiVolume turned = turnedCopy(folder, volume);
-  EXPECT_EQ(voxelsOf(*host::resampled(volume, turned, NmMat4d()).data), expected);
+  EXPECT_EQ(voxelsOf(*host::resampled(volume, turned, {}).image.volume()), expected);
 }
 
 /// A line of voxels along x, 1 mm apart.
@@ -53,7 +53,7 @@ NiftiVolume lineOf(const std::vector<T>& values, NmPrimType::Value type) {
   const auto n = static_cast<long>(values.size());
   NiftiVolume volume =
       host::newVolume(NmVec3l(n, 2, 2), NmBox3f(0, static_cast<float>(n - 1), 0, 1, 0, 1), type);
-  const NmHandle<VlDataAccess> access = volume.data->lock(true);
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
   for (long line = 0; line < 4; ++line)
     std::copy(values.begin(), values.end(), static_cast<T*>(access->dataPtr(0)) + n * line);
   return volume;
@@ -61,17 +61,19 @@ NiftiVolume lineOf(const std::vector<T>& values, NmPrimType::Value type) {
 
 /// The line as it comes out where the model is moved along x.
 template <class T>
-std::vector<T> movedLine(const NiftiVolume& volume, double shift, const host::Sampling& sampling) {
+std::vector<T> movedLine(const NiftiVolume& volume, double shift,
+                         const voxreg::ResampleOptions& sampling) {
   NmMat4d matrix;
   matrix.setTranslate(NmVec3d(shift, 0, 0));
-  const NiftiVolume result = host::resampled(volume, volume, matrix, sampling);
-  EXPECT_EQ(result.data->primType(), volume.data->primType());
-  const NmHandle<VlDataAccess> access = result.data->lock(false);
+  const NiftiVolume result =
+      host::resampled(volume, volume, voxreg::Transform::fromModelToReference(matrix), sampling);
+  EXPECT_EQ(result.image.volume()->primType(), volume.image.volume()->primType());
+  const NmHandle<VlDataAccess> access = result.image.volume()->lock(false);
   const T* const first = static_cast<const T*>(access->dataPtr(0));
-  return {first, first + volume.frame.dims.x};
+  return {first, first + volume.image.dims().x};
 }
 
-using host::Interpolation;
+using voxreg::Interpolation;
 
 TEST(Resampled, valuesPassExactlyWhereNothingIsInterpolated) {
   const std::vector<int> large = {2147483647, -2147483647 - 1, 16777217, -16777219, 0, 1, 7};
@@ -95,7 +97,7 @@ void expectLabelsUnchanged(short type, const std::vector<T>& labels) {
   writeFile(folder.file("l.nii"), bytesOf(header, labels));
   const NiftiVolume volume = host::readNifti(folder.file("l.nii"));
   saved(host::writeNifti, folder.file("o.nii"),
-        host::resampled(volume, volume, NmMat4d(), {host::Interpolation::nearest, {}}));
+        host::resampled(volume, volume, {}, {voxreg::Interpolation::nearest, {}}));
   const std::string bytes = contentOf(folder.file("o.nii"));
   ASSERT_EQ(bytes.size(), 352 + labels.size() * sizeof(T));
   EXPECT_EQ(std::memcmp(bytes.data() + 352, labels.data(), labels.size() * sizeof(T)), 0);
@@ -127,7 +129,7 @@ TEST(Resampled, integersAreRoundedAndSaturate) {
 
 TEST(Resampled, theBackgroundIsWhatSuitsThePurposeUnlessItIsAskedFor) {
   const NiftiVolume volume = lineOf(std::vector<short>{-1000, 40, 50, 60}, NmPrimType::Short);
-  const auto firstOf = [&](const host::Sampling& sampling) {
+  const auto firstOf = [&](const voxreg::ResampleOptions& sampling) {
     return movedLine<short>(volume, 1.0, sampling).front();
   };
   EXPECT_EQ(firstOf({Interpolation::linear, {}}), -1000);
@@ -148,8 +150,10 @@ TEST(Resampled, aModelMovedByAMatrixComesBackUnderIt) {
   moved.modelToReference = toReference;
   const NiftiVolume model = host::acquire(phantom, 48, moved);
   const auto meanDifference = [&](const NmMat4d& matrix) {
-    const std::vector<float> there = voxelsOf(*host::resampled(reference, model, matrix).data);
-    const std::vector<float> here = voxelsOf(*reference.data);
+    const std::vector<float> there =
+        voxelsOf(*host::resampled(reference, model, voxreg::Transform::fromModelToReference(matrix))
+                      .image.volume());
+    const std::vector<float> here = voxelsOf(*reference.image.volume());
     double sum = 0.0;
     for (std::size_t i = 0; i < here.size(); ++i)
       sum += std::abs(static_cast<double>(here[i]) - static_cast<double>(there[i]));
@@ -171,15 +175,15 @@ TEST(Resampled, framesAndWorldsTakeTheSamePointToTheSamePlace) {
   const NiftiVolume model = host::readNifti(folder.file("o.nii"));
 
   const NmMat4d world(0.9, 0.1, 0, 0, -0.2, 1.1, 0.3, 0, 0, 0, 1, 0, 3, 4, 5, 1);
-  const NmMat4d frames = host::worldToFrames(world, reference, model);
+  const NmMat4d frames = voxreg::worldToFrames(world, reference.image, model.image);
   NmVec3d inFrame(1, 2, 3), inWorld, sent, expected;
-  model.frame.toWorld.multVecMatrix(inFrame, inWorld);
+  model.image.frame().toWorld.multVecMatrix(inFrame, inWorld);
   world.multVecMatrix(inWorld, expected);
   frames.multVecMatrix(inFrame, sent);
-  reference.frame.toWorld.multVecMatrix(sent, sent);
+  reference.image.frame().toWorld.multVecMatrix(sent, sent);
   for (int a = 0; a < 3; ++a) EXPECT_NEAR(sent[a], expected[a], 1e-9);
 
-  const NmMat4d back = host::framesToWorld(frames, reference, model);
+  const NmMat4d back = voxreg::framesToWorld(frames, reference.image, model.image);
   for (int i = 0; i < 4; ++i)
     for (int j = 0; j < 4; ++j) EXPECT_NEAR(back.m[i][j], world.m[i][j], 1e-12);
 }

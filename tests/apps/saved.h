@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "OutputFiles.h"
+#include "files/OutputFiles.h"
 
 /// Writes a file by one of the host's writers.
 template <class Value>

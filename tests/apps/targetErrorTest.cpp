@@ -1,11 +1,9 @@
-#include "targetError.h"
+#include "commands/targetError.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
-
-#include "intensity.h"
 
 namespace {
 
@@ -13,14 +11,14 @@ TEST(Percentile, countsFromTheSmallestAndPassesOverWhatIsNoNumber) {
   host::NiftiVolume volume =
       host::newVolume(NmVec3l(102, 1, 1), NmBox3f(0, 101, 0, 1, 0, 1), NmPrimType::Float);
   std::vector<float> row(102, NAN);
-  ASSERT_TRUE(volume.data->lock(true)->putRow(-1, 0, 0, row.data()).isOk());
-  EXPECT_EQ(host::percentile(*volume.data, 0.5), 0.0f);
+  ASSERT_TRUE(volume.image.volume()->lock(true)->putRow(-1, 0, 0, row.data()).isOk());
+  EXPECT_EQ(voxreg::percentile(*volume.image.volume(), 0.5), 0.0f);
   for (int i = 0; i <= 100; ++i)
     row[static_cast<std::size_t>(i)] = 1.001f * static_cast<float>(50 - i);
-  ASSERT_TRUE(volume.data->lock(true)->putRow(-1, 0, 0, row.data()).isOk());
-  EXPECT_EQ(host::percentile(*volume.data, 0.0), 1.001f * -50.0f);
-  EXPECT_EQ(host::percentile(*volume.data, 0.49), 1.001f * -1.0f);
-  EXPECT_EQ(host::percentile(*volume.data, 0.99), 1.001f * 49.0f);
+  ASSERT_TRUE(volume.image.volume()->lock(true)->putRow(-1, 0, 0, row.data()).isOk());
+  EXPECT_EQ(voxreg::percentile(*volume.image.volume(), 0.0), 1.001f * -50.0f);
+  EXPECT_EQ(voxreg::percentile(*volume.image.volume(), 0.49), 1.001f * -1.0f);
+  EXPECT_EQ(voxreg::percentile(*volume.image.volume(), 0.99), 1.001f * 49.0f);
 }
 
 TEST(TargetError, isMeasuredWhereTheReferenceShowsTheHead) {
@@ -28,7 +26,7 @@ TEST(TargetError, isMeasuredWhereTheReferenceShowsTheHead) {
   host::NiftiVolume reference =
       host::newVolume(NmVec3l(5, 2, 2), NmBox3f(0, 40, 0, 1, 0, 1), NmPrimType::Float);
   const float row[5] = {0, 100, 10, 100, 0};
-  ASSERT_TRUE(reference.data->lock(true)->putRow(-1, 0, 0, row).isOk());
+  ASSERT_TRUE(reference.image.volume()->lock(true)->putRow(-1, 0, 0, row).isOk());
 
   const NmMat4d truth(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 4, 5, 6, 1);
   // In the reference's world the result stretches x by a tenth: 1 mm at the first, 3 at the second.

@@ -7,8 +7,8 @@
 #include <valarray>
 #include <vector>
 
-#include "displacementError.h"
-#include "niftiVolume.h"
+#include "commands/displacementError.h"
+#include "files/niftiVolume.h"
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
 
@@ -83,8 +83,8 @@ void fitToPoints(Grid& grid, const std::vector<host::PointPair>& points) {
 /// The warped pair at 2 mm, a metric on it and a grid that starts as the identity.
 struct WarpedPair {
   WarpedPair(const std::string& metric, const NmVec3i& bricks)
-      : reference(host::readNifti(sharedData("pairs/reference.nii.gz")).data),
-        model(host::readNifti(sharedData("pairs/warped_model.nii.gz")).data) {
+      : reference(host::readNifti(sharedData("pairs/reference.nii.gz")).image.volume()),
+        model(host::readNifti(sharedData("pairs/warped_model.nii.gz")).image.volume()) {
     references.insert(0, 1, &reference);
     models.insert(0, 1, &model);
     Grid::NonAffineTransformDescriptor start;

@@ -1,10 +1,10 @@
-#include "zoomed.h"
+#include "files/zoomed.h"
 
 #include <cmath>
 
-#include "HostError.h"
-#include "InterruptibleProgress.h"
 #include "saved.h"
+#include "terminal/HostError.h"
+#include "terminal/InterruptibleProgress.h"
 #include "testFiles.h"
 #include "voxelsOf.h"
 
@@ -35,10 +35,10 @@ host::NiftiVolume obliqueRamp(const TestFolder& folder) {
 
 /// Largest error of a ramp's voxels, `rim` of them on each side left out.
 double worstOfRamp(const host::NiftiVolume& volume, long rim) {
-  const std::vector<float> values = voxelsOf(*volume.data);
-  const NmVec3l dims = volume.frame.dims;
-  const NmVec3f spacing = volume.data->voxelSpacing();
-  const NmBox3f& box = volume.frame.box;
+  const std::vector<float> values = voxelsOf(*volume.image.volume());
+  const NmVec3l dims = volume.image.dims();
+  const NmVec3f spacing = volume.image.volume()->voxelSpacing();
+  const NmBox3f& box = volume.image.frame().box;
   double worst = 0.0;
   for (long z = rim; z < dims.z - rim; ++z)
     for (long y = rim; y < dims.y - rim; ++y)
@@ -46,7 +46,7 @@ double worstOfRamp(const host::NiftiVolume& volume, long rim) {
         NmVec3d p(box.xmin + static_cast<double>(x) * spacing.x,
                   box.ymin + static_cast<double>(y) * spacing.y,
                   box.zmin + static_cast<double>(z) * spacing.z);
-        volume.frame.toWorld.multVecMatrix(p, p);
+        volume.image.frame().toWorld.multVecMatrix(p, p);
         const float value = values[static_cast<std::size_t>(x + dims.x * (y + dims.y * z))];
         worst = std::max(worst, std::abs(p.x + 2 * p.y + 3 * p.z - value));
       }
@@ -70,7 +70,7 @@ TEST(Zoomed, keepsEveryVoxelAtItsPlaceInTheWorldInTheFileToo) {
     saved(host::writeNifti, folder.file("out.nii"),
           host::zoomed(ramp, dims, RegResampler::Mitchell, progress));
     const host::NiftiVolume read = host::readNifti(folder.file("out.nii"));
-    for (int a = 0; a < 3; ++a) EXPECT_EQ(read.frame.dims[a], std::ceil(dims[a]));
+    for (int a = 0; a < 3; ++a) EXPECT_EQ(read.image.dims()[a], std::ceil(dims[a]));
     EXPECT_LT(worstOfRamp(read, rim), tolerance) << dims.x;
     EXPECT_EQ(read.order.fileAxis[2], ramp.order.fileAxis[2]);
   }

@@ -1,0 +1,106 @@
+#include "commands/nonAffineCommand.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands/PairRun.h"
+#include "commands/displacementError.h"
+#include "commands/report.h"
+#include "commands/searchOptions.h"
+#include "files/gridTransformFile.h"
+
+namespace host {
+
+namespace {
+
+struct NonAffineOptions {
+  NonAffineOptions() { search.gradientTolerance = 0.0f; }
+
+  PairOptions pair;
+  StartArguments start;
+  MetricArguments metric;
+  SearchArguments search;
+  std::vector<int> bricks;
+  std::vector<int> stages;
+  std::string transform;
+  std::string truth;
+};
+
+void addOptions(CLI::App& command, NonAffineOptions& options) {
+  addPairOptions(command, options.pair);
+  command.add_option("--transform", options.transform, "Transform file to write (.json)");
+  command
+      .add_option("--bricks", options.bricks,
+                  "Bricks of the last grid on each axis (default: of about 16 mm and no less than "
+                  "three voxels)")
+      ->expected(3)
+      ->type_name("X Y Z")
+      ->check(CLI::Range(1, 32));
+  command
+      .add_option("--stages", options.stages,
+                  "Bricks on every axis of the grids before it, which have no more than it has "
+                  "(default: a quarter and half as many)")
+      ->check(CLI::Range(1, 32));
+  addStartOptions(command, options.start);
+  command.add_option("--truth", options.truth,
+                     "File of points xr yr zr xm ym zm to print the displacement error at");
+  addMetricOptions(command, options.metric);
+  addSearchOptions(command, options.search);
+}
+
+NmVec3i lastGrid(const NonAffineOptions& options, const NiftiVolume& reference) {
+  const std::vector<int>& bricks = options.bricks;
+  return bricks.empty() ? voxreg::defaultBricks(reference.image)
+                        : NmVec3i(bricks[0], bricks[1], bricks[2]);
+}
+
+/// Leaves the model where it is if there is nothing to go by.
+voxreg::Transform registered(const NonAffineOptions& options,
+                             const std::optional<voxreg::Transform>& given, PairRun& run) {
+  const auto& [reference, model] = run.files();
+  const NmVec3i last = lastGrid(options, reference);
+  voxreg::NonAffineOptions task;
+  task.bricks = last;
+  task.stages = options.stages;
+  task.startRule = startRuleOf(options.start.init);
+  task.start = given;
+  task.metric = options.metric.options();
+  task.search = options.search.options();
+  task.progress = run.progress.ofRegistration("Registering");
+  run.report.transform = "bricks";
+  run.report.metric = options.metric.name;
+  run.report.settings["bricks"] = {last.x, last.y, last.z};
+  const voxreg::Registration found = voxreg::registerNonAffine(reference.image, model.image, task);
+  run.judge(found);
+  run.report.tellStart(options.start.init, options.start.file, given.value_or(voxreg::Transform()));
+  return found.transform;
+}
+
+int runNonAffine(const NonAffineOptions& options, const CLI::App& command) {
+  PairRun run(command, options.pair, {{"--start", options.start.file}, {"--truth", options.truth}},
+              {{"--transform", options.transform}}, 61.0);
+  std::vector<PointPair> truth;
+  if (!options.truth.empty()) truth = readPointPairs(options.truth);
+  const std::optional<voxreg::Transform> given = options.start.given();
+  const voxreg::Transform transform = registered(options, given, run);
+  OutputFiles outputs;
+  run.writeOutput(outputs, transform);
+  run.writePicture(outputs, {given.value_or(voxreg::Transform()), transform}, MapPanels::shown);
+  if (!options.transform.empty())
+    writeGridTransform(outputs, options.transform, *transform.bricks());
+  return run.finish(outputs, [&] {
+    if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
+  });
+}
+
+}  // namespace
+
+void addNonAffineCommand(CLI::App& app, int& exitCode) {
+  CLI::App* const command = app.add_subcommand("nonaffine", "Find a transform on a grid of bricks");
+  const auto options = std::make_shared<NonAffineOptions>();
+  addOptions(*command, *options);
+  command->callback([options, command, &exitCode] { exitCode = runNonAffine(*options, *command); });
+}
+
+}  // namespace host

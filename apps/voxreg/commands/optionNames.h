@@ -1,0 +1,26 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+// The names that the command line has for what the library enumerates. Lists are in the order of
+// the help; a name that is none of them throws HostError.
+
+std::vector<std::string> metricNames();
+voxreg::Metric metricOf(const std::string& name);
+
+std::vector<std::string> searchNames();
+voxreg::Search searchOf(const std::string& name);
+
+std::vector<std::string> startRuleNames();
+voxreg::StartRule startRuleOf(const std::string& name);
+std::string nameOf(voxreg::StartRule rule);
+
+std::vector<std::string> interpolationNames();
+voxreg::Interpolation interpolationOf(const std::string& name);
+
+}  // namespace host

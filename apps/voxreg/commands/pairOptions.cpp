@@ -1,0 +1,69 @@
+#include "commands/pairOptions.h"
+
+#include "files/matrixFile.h"
+
+namespace host {
+
+void addVolumeOptions(CLI::App& command, std::string& reference, std::string& model) {
+  command.add_option("-r,--reference", reference, "Volume that stays (NIfTI)")->required();
+  command.add_option("-m,--model", model, "Volume to move (NIfTI)")->required();
+}
+
+void addSamplingOptions(CLI::App& command, SamplingOptions& options) {
+  command
+      .add_option("--interpolation", options.interpolation,
+                  "How values between voxels come about: nearest for labels, linear, cubic "
+                  "(convolution after Keys 1981 with a = -1/2) or lanczos (six voxels)")
+      ->check(CLI::IsMember(interpolationNames()))
+      ->capture_default_str();
+  command.add_option(
+      "--background", options.background,
+      "Value beyond the model (default: 0 with nearest, since labels call what is no "
+      "structure 0; otherwise the model's smallest value, since 0 is water in a CT)");
+}
+
+void addTalkOptions(CLI::App& command, TalkOptions& options) {
+  CLI::Option* const quiet =
+      command.add_flag("--quiet", options.quiet, "Print no progress and no results");
+  command.add_flag("--verbose", options.verbose, "Print the library's log to standard error")
+      ->excludes(quiet);
+}
+
+void addForceOption(CLI::App& command, bool& force) {
+  command.add_flag("--force", force,
+                   "Write the outputs although nothing was found (the exit code stays 3)");
+}
+
+void addPairOptions(CLI::App& command, PairOptions& options) {
+  addVolumeOptions(command, options.reference, options.model);
+  command.add_option("-o,--output", options.output,
+                     "Model on the reference's grid (.nii, .nii.gz)");
+  command.add_option("--picture", options.picture,
+                     "Middle slices before and after, the patient's left on the left (.png)");
+  command.add_option("--report", options.report,
+                     "Settings, metric, overlap, warnings and more (.json)");
+  addSamplingOptions(command, options.sampling);
+  addForceOption(command, options.force);
+  addTalkOptions(command, options.talk);
+}
+
+std::optional<voxreg::Transform> StartArguments::given() const {
+  if (file.empty()) return std::nullopt;
+  return voxreg::Transform::fromModelToReference(readMatrix(file));
+}
+
+void addStartOptions(CLI::App& command, StartArguments& arguments) {
+  CLI::Option* const file = command.add_option("--start,--start-matrix", arguments.file,
+                                               "Matrix file to start from, instead of --init");
+  command
+      .add_option("--init", arguments.init,
+                  "Where to start: as the files have it (none), the middles of both boxes on each "
+                  "other (centres), the centres of mass of what is brighter than the background on "
+                  "each other (moments), or the one of these from which a short search on coarse "
+                  "volumes gets furthest (auto)")
+      ->check(CLI::IsMember(startRuleNames()))
+      ->capture_default_str()
+      ->excludes(file);
+}
+
+}  // namespace host

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <voxreg.h>
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+
+#include "commands/optionNames.h"
+
+namespace host {
+
+/// How much a command says.
+struct TalkOptions {
+  bool quiet = false;    ///< no progress and no results
+  bool verbose = false;  ///< the library's log as well
+};
+
+/// How --output comes about.
+struct SamplingOptions {
+  std::string interpolation = "linear";
+  std::optional<double> background;
+
+  voxreg::ResampleOptions options() const { return {interpolationOf(interpolation), background}; }
+};
+
+/// What every command that brings one volume onto another is given.
+struct PairOptions {
+  std::string reference;
+  std::string model;
+  std::string output;
+  std::string picture;
+  std::string report;
+  SamplingOptions sampling;
+  TalkOptions talk;
+  bool force = false;
+};
+
+/// Where a search begins.
+struct StartArguments {
+  std::string file;
+  std::string init = "auto";
+
+  /// The matrix of the file, if there is one. Throws HostError.
+  std::optional<voxreg::Transform> given() const;
+};
+
+/// Each adds its options to a command; the present values are the defaults.
+void addVolumeOptions(CLI::App& command, std::string& reference, std::string& model);
+void addSamplingOptions(CLI::App& command, SamplingOptions& options);
+void addTalkOptions(CLI::App& command, TalkOptions& options);
+void addForceOption(CLI::App& command, bool& force);
+void addPairOptions(CLI::App& command, PairOptions& options);
+void addStartOptions(CLI::App& command, StartArguments& arguments);
+
+}  // namespace host

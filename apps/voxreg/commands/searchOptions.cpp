@@ -1,0 +1,121 @@
+#include "commands/searchOptions.h"
+
+#include <cmath>
+#include <limits>
+
+#include "commands/optionNames.h"
+
+namespace host {
+
+namespace {
+
+constexpr double anything = -std::numeric_limits<double>::infinity();
+
+void addRange(CLI::App& command, const std::string& name, std::vector<float>& range,
+              const std::string& volume) {
+  command.add_option(name, range, "Values of the " + volume + " that count (default: all)")
+      ->expected(2)
+      ->type_name("MIN MAX")
+      ->check(numberAbove(anything));
+}
+
+}  // namespace
+
+voxreg::MetricOptions MetricArguments::options() const {
+  return {metricOf(name), bins, rangeOf(referenceRange), rangeOf(modelRange)};
+}
+
+voxreg::SearchOptions SearchArguments::options() const {
+  voxreg::SearchOptions options;
+  options.search = searchOf(optimizer);
+  if (!steps.empty()) options.steps = {steps[0], steps[1]};
+  options.gradientLevels = gradientLevels;
+  if (gradientTolerance > 0.0f) options.gradientTolerance = gradientTolerance;
+  options.fitSteps = fitSteps;
+  options.restrictedMotion = restrictedMotion;
+  return options;
+}
+
+voxreg::LevelOptions LevelArguments::options() const {
+  voxreg::LevelOptions options;
+  if (!coarsest.empty()) options.coarsest = NmVec3i(coarsest[0], coarsest[1], coarsest[2]);
+  options.levels = levels;
+  return options;
+}
+
+std::optional<voxreg::IntensityRange> rangeOf(const std::vector<float>& numbers) {
+  if (numbers.empty()) return std::nullopt;
+  return voxreg::IntensityRange{numbers[0], numbers[1]};
+}
+
+CLI::Validator numberAbove(double limit) {
+  const auto complaintAbout = [limit](const std::string& text) -> std::string {
+    float value = 0.0f;
+    if (!CLI::detail::lexical_cast(text, value) || !std::isfinite(value))
+      return text + " is not a number";
+    return value > limit ? "" : text + " is too small";
+  };
+  return {complaintAbout, ""};
+}
+
+void addMetricOptions(CLI::App& command, MetricArguments& arguments) {
+  command
+      .add_option("--metric", arguments.name,
+                  "Similarity: mean squared difference, correlation ratio, normalised or simple "
+                  "mutual information")
+      ->check(CLI::IsMember(metricNames()))
+      ->capture_default_str();
+  command
+      .add_option("--bins", arguments.bins, "Bins of nmi and mi (default: by the ranges, up to 64)")
+      ->check(CLI::Range(1, 4096));
+  addRange(command, "--range-reference", arguments.referenceRange, "reference");
+  addRange(command, "--range-model", arguments.modelRange, "model");
+}
+
+void addSearchOptions(CLI::App& command, SearchArguments& arguments) {
+  command
+      .add_option("--optimizer", arguments.optimizer,
+                  "Search method; best-neighbour shows no progress, and Ctrl-C ends it only "
+                  "with its stage")
+      ->check(CLI::IsMember(searchNames()))
+      ->capture_default_str();
+  command
+      .add_option("--steps", arguments.steps,
+                  "Largest and smallest step of the search (default: what suits it)")
+      ->expected(2)
+      ->type_name("MAX MIN")
+      ->check(numberAbove(0.0));
+  command
+      .add_option("--gradient-levels", arguments.gradientLevels,
+                  "So many of the finest levels are left to the gradient search")
+      ->check(CLI::Range(0, 16))
+      ->capture_default_str();
+  CLI::Option* const tolerance =
+      command
+          .add_option("--gradient-tolerance", arguments.gradientTolerance,
+                      "Relative gain at which gradient and conjugate searches end")
+          ->check(numberAbove(0.0))
+          ->capture_default_str();
+  if (!(arguments.gradientTolerance > 0.0f)) tolerance->default_str("by the metric");
+  command.add_flag("--fit-steps", arguments.fitSteps,
+                   "Let the best-direction search reduce its step by one factor throughout");
+  command.add_flag("--restricted-motion", arguments.restrictedMotion,
+                   "Hold rotations back, and lower the value gently where the volumes part");
+}
+
+void addLevelOptions(CLI::App& command, LevelArguments& arguments) {
+  CLI::Option* const coarsest =
+      command
+          .add_option("--coarsest", arguments.coarsest,
+                      "Reduction on the coarsest level (default: to about 32 voxels)")
+          ->expected(3)
+          ->type_name("X Y Z")
+          ->check(CLI::Range(1, 1024));
+  command
+      .add_option("--levels", arguments.levels,
+                  "Levels from 1 (full resolution only) on, each twice as coarse")
+      ->check(CLI::Range(1, 10))
+      ->excludes(coarsest);
+}
+
+}  // namespace host

@@ -1,0 +1,104 @@
+#include <cmath>
+#include <filesystem>
+#include <vector>
+
+#include "files/ZipReader.h"
+#include "files/niftiHeader.h"
+#include "files/niftiVolume.h"
+#include "files/voxelFormat.h"
+#include "terminal/HostError.h"
+
+namespace host {
+
+namespace {
+
+bool exists(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::exists(path, error);
+}
+
+/// The other file of a pair: that of the same name with one of these ends.
+std::string partner(const std::string& path, const std::string& end) {
+  std::string stem = path;
+  if (stem.ends_with(".gz")) stem.resize(stem.size() - 3);
+  const std::size_t dot = stem.rfind('.');
+  stem.resize(dot == std::string::npos ? stem.size() : dot);
+  for (const char* const compression : {"", ".gz"})
+    if (exists(stem + end + compression)) return stem + end + compression;
+  throw HostError(path + " lacks its " + end + " file");
+}
+
+bool isImageOfPair(const std::string& path) {
+  return path.ends_with(".img") || path.ends_with(".img.gz");
+}
+
+std::string headerPath(const std::string& path) {
+  return isImageOfPair(path) && exists(path) ? partner(path, ".hdr") : path;
+}
+
+ValueScale scaleOf(const nifti_image& header) {
+  const bool scaled =
+      std::isfinite(header.scl_slope) && std::isfinite(header.scl_inter) && header.scl_slope != 0.0;
+  return scaled ? ValueScale{header.scl_slope, header.scl_inter} : ValueScale{};
+}
+
+/// Found before any memory is taken.
+void requirePlausibleSize(const ZipReader& file, const NiftiHeader& header) {
+  double needed = header.image->nbyper;
+  for (int a = 1; a <= 3; ++a) needed *= static_cast<double>(header.image->dim[a]);
+  if (!file.mayHold(needed + static_cast<double>(header.offset)))
+    throw HostError(file.path() + " is cut short");
+}
+
+/// Doubles do not hold all whole numbers of 64 bits.
+void requireSameBack(const VoxelFormat& format, const void* voxels, const voxreg::MemoryLine& line,
+                     const std::vector<char>& stored, const ZipReader& file) {
+  std::vector<char> back(stored.size());
+  format.storePlain(voxels, line, static_cast<long>(stored.size() / format.size), back.data());
+  if (back != stored)
+    throw HostError(file.path() + " holds whole numbers that are too large to be exact");
+}
+
+/// `file` is the one of the voxels, of which the header has been read if it stands there.
+NiftiVolume readVoxels(ZipReader& file, const NiftiHeader& source) {
+  requirePlausibleSize(file, source);
+  file.skip(source.offset);
+  const nifti_image& header = *source.image;
+  const ValueScale scale = scaleOf(header);
+  const VoxelFormat& format = *VoxelFormat::find(header.datatype);
+  const LineConversion convert = scale.isIdentity() ? format.convertPlain : format.convertScaled;
+  NiftiVolume volume = newVolume(
+      source.image, scale.isIdentity() ? format.plainType : format.scaledType, source.path);
+  if (scale.isIdentity() && niftiTypeOf(format.plainType) != header.datatype)
+    volume.fileType = header.datatype;
+  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
+  const long nx = volume.grid.dims[0];
+  std::vector<char> stored(static_cast<std::size_t>(nx) * static_cast<std::size_t>(header.nbyper));
+  for (long k = 0; k < volume.grid.dims[2]; ++k)
+    for (long j = 0; j < volume.grid.dims[1]; ++j) {
+      file.read(stored.data(), stored.size());
+      if (source.isSwapped && header.swapsize > 1)
+        nifti_swap_Nbytes(nx, header.swapsize, stored.data());
+      const voxreg::MemoryLine line = voxreg::memoryLine(volume.grid, volume.order, j, k);
+      convert(stored.data(), nx, scale, access->dataPtr(0), line);
+      if (volume.fileType != 0) requireSameBack(format, access->dataPtr(0), line, stored, file);
+    }
+  file.finish();
+  return volume;
+}
+
+}  // namespace
+
+NiftiVolume readNifti(const std::string& path) {
+  ZipReader file(headerPath(path));
+  const NiftiHeader header = readNiftiHeader(file);
+  try {
+    if (!header.isPair) return readVoxels(file, header);
+    ZipReader image(isImageOfPair(path) ? path : partner(path, ".img"));
+    return readVoxels(image, header);
+  } catch (const NmMemoryException&) {
+    throw HostError(path + " does not fit into memory", HostError::failedRun);
+  }
+}
+
+}  // namespace host

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "files/niftiVolume.h"
+
+namespace host {
+
+/// `model` minus `reference`, voxel by voxel, on the grid that they share.
+NiftiVolume subtraction(const NiftiVolume& model, const NiftiVolume& reference);
+
+}  // namespace host

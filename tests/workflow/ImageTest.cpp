@@ -1,0 +1,83 @@
+#include <limits>
+
+#include "tests/support/LogCapture.h"
+#include "tests/workflow/rows.h"
+
+namespace {
+
+using voxreg::Image;
+
+template <class T>
+class ImageTypes : public testing::Test {};
+using Types = testing::Types<unsigned char, short, unsigned short, int, float, double>;
+TYPED_TEST_SUITE(ImageTypes, Types);
+
+TYPED_TEST(ImageTypes, areWrappedWithoutACopyAndCopiedWhereAskedFor) {
+  std::vector<TypeParam> voxels = {1, 2, 3, 4, 5, 6};
+  const NmVec3l dims(3, 2, 1);
+  const Image wrapped = Image::wrap(voxels.data(), dims, NmMat4d());
+  const Image copied = Image::copy(voxels.data(), dims, NmMat4d());
+  ASSERT_TRUE(wrapped && copied);
+  EXPECT_EQ(wrapped.voxels(), voxels.data());
+  EXPECT_EQ(Image(wrapped).voxels(), voxels.data());
+  EXPECT_EQ(wrapped.volume()->lock(true), nullptr) << "the host's voxels are read only";
+  voxels[4] = 50;
+  EXPECT_EQ(wrapped.voxelsAs<TypeParam>()[4], static_cast<TypeParam>(50));
+  EXPECT_EQ(voxelsIn<TypeParam>(copied), (std::vector<TypeParam>{1, 2, 3, 4, 5, 6}));
+}
+
+TEST(Image, ofBadGeometryOrWithoutVoxelsIsEmpty) {
+  const LogCapture log;
+  const std::vector<double> voxels(8);
+  const NmVec3l dims(2, 2, 2);
+  NmMat4d singular, infinite, projective;
+  singular.m[1][1] = 0.0;
+  infinite.m[3][0] = std::numeric_limits<double>::infinity();
+  projective.m[0][3] = 1.0;
+  for (const NmMat4d& matrix : {singular, infinite, projective}) {
+    EXPECT_FALSE(Image::wrap(voxels.data(), dims, matrix));
+    EXPECT_FALSE(Image::allocate(NmPrimType::Float, dims, matrix));
+  }
+  for (const NmVec3l& wrong : {NmVec3l(0, 2, 2), NmVec3l(2, -1, 2), NmVec3l(2, 2, 1L << 31)})
+    EXPECT_FALSE(Image::wrap(voxels.data(), wrong, NmMat4d()));
+  const char* const bytes = static_cast<const char*>(static_cast<const void*>(voxels.data()));
+  EXPECT_FALSE(Image::wrap(NmPrimType::Double, bytes + 1, NmVec3l(1, 1, 1), NmMat4d()));
+  EXPECT_FALSE(Image::wrap(NmPrimType(5), voxels.data(), dims, NmMat4d()));
+  EXPECT_FALSE(Image::wrap<float>(nullptr, dims, NmMat4d()));
+  EXPECT_FALSE(Image::copy<float>(nullptr, dims, NmMat4d()));
+  EXPECT_EQ(Image().voxels(), nullptr);
+}
+
+TEST(Image, frameLeadsToTheWorldAlongObliqueShearedAndMirroredAxes) {
+  const NmVec3l dims(4, 3, 5);
+  const NmMat4d matrix(1.5, 0.5, 0, 0, 0.4, -2, 0.3, 0, 0.1, 0.2, 3, 0, -20, 30, 40, 1);
+  const Image image = Image::allocate(NmPrimType::Short, dims, matrix);
+  ASSERT_TRUE(image);
+  const NmVec3d voxel(3, 1, 4);
+  NmVec3d inFrame, byFrame, expected;
+  matrix.multVecMatrix(voxel, expected);
+  for (int a = 0; a < 3; ++a)
+    inFrame[a] = static_cast<double>(image.frame().box.min(a)) +
+                 voxel[a] * static_cast<double>(image.volume()->voxelSpacing()[a]);
+  image.frame().toWorld.multVecMatrix(inFrame, byFrame);
+  for (int a = 0; a < 3; ++a) EXPECT_NEAR(byFrame[a], expected[a], 1e-5);
+}
+
+TEST(Resample, ofEmptyImagesOrAnImpossibleBackgroundIsEmpty) {
+  const Image image = rowOf<short>({1, 2, 3});
+  EXPECT_FALSE(voxreg::resample(Image(), {}, image));
+  EXPECT_FALSE(voxreg::resample(image, {}, Image()));
+  EXPECT_FALSE(voxreg::resample(image, {}, image, {.background = 0.5}));
+  EXPECT_EQ(voxelsIn<short>(voxreg::resample(image, {}, image)), (std::vector<short>{1, 2, 3}));
+}
+
+TEST(Resample, goesFromTheReferenceToTheModel) {
+  const Image image = rowOf<short>({1, 2, 3, 4});
+  NmMat4d shift;
+  shift.setTranslate(NmVec3d(1, 0, 0));
+  const auto moved = voxreg::resample(image, voxreg::Transform::fromReferenceToModel(shift), image,
+                                      {.background = -7.0});
+  EXPECT_EQ(voxelsIn<short>(moved), (std::vector<short>{2, 3, 4, -7}));
+}
+
+}  // namespace

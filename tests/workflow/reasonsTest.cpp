@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "tests/support/LogCapture.h"
+#include "tests/workflow/balls.h"
+
+namespace {
+
+using voxreg::AffineOptions;
+using voxreg::ElasticOptions;
+using voxreg::Image;
+using voxreg::NonAffineOptions;
+using Kind = voxreg::Reason::Kind;
+
+const NmMat4d grid = placed(NmMat4d(3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1));
+
+class Reasons : public testing::Test {
+ protected:
+  Image shifted(double millimetres) const {
+    NmMat4d matrix = grid;
+    matrix.m[3][0] += millimetres;
+    return Image::wrap(voxels_.data(), ballDims, matrix);
+  }
+
+  LogCapture log;
+  const std::vector<float> voxels_ = balls(grid, NmMat4d());
+  const std::vector<float> blank_ = std::vector<float>(voxels_.size(), 5.0f);
+  const Image image = Image::wrap(voxels_.data(), ballDims, grid);
+  const Image uniform = Image::wrap(blank_.data(), ballDims, grid);
+  const Image slice = Image::wrap(voxels_.data(), NmVec3l(24, 26, 1), grid);
+};
+
+TEST_F(Reasons, areToldOfImages) {
+  struct Case {
+    voxreg::Registration found;
+    Kind kind;
+  };
+  AffineOptions stay;
+  stay.startRule = voxreg::StartRule::header;
+  const Case cases[] = {{voxreg::registerAffine(Image(), image), Kind::badImage},
+                        {voxreg::registerNonAffine(image, Image()), Kind::badImage},
+                        {voxreg::registerElastic(Image(), Image()), Kind::badImage},
+                        {voxreg::registerAffine(image, slice), Kind::badImage},
+                        {voxreg::registerElastic(slice, slice), Kind::badImage},
+                        {voxreg::registerElastic(image, shifted(30)), Kind::badImage},
+                        {voxreg::registerAffine(image, uniform), Kind::noInformation},
+                        {voxreg::registerNonAffine(uniform, image), Kind::noInformation},
+                        {voxreg::registerElastic(uniform, image), Kind::noInformation},
+                        {voxreg::registerAffine(image, shifted(5000), stay), Kind::noOverlap}};
+  for (const Case& tried : cases) {
+    EXPECT_FALSE(tried.found);
+    EXPECT_EQ(tried.found.reason.kind, tried.kind) << tried.found.reason.message;
+    EXPECT_FALSE(tried.found.reason.message.empty());
+  }
+}
+
+TEST_F(Reasons, areToldOfOptionsThatNoRunCanTake) {
+  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+  const std::function<void(AffineOptions&)> affine[] = {
+      [](auto& o) { o.degreesOfFreedom = 5; },
+      [](auto& o) {
+        o.stages = {3, 9};
+      },
+      [](auto& o) { o.start = voxreg::Transform::fromBricks({}); },
+      [](auto& o) {
+        o.metric.referenceRange = {{nan, 1.0f}};
+      },
+      [](auto& o) {
+        o.metric.modelRange = {{2.0f, 1.0f}};
+      },
+      [](auto& o) { o.metric.bins = -1; },
+      [](auto& o) {
+        o.search.steps = {{1.0f, 2.0f}};
+      },
+      [](auto& o) {
+        o.search.steps = {{1.0f, 0.0f}};
+      },
+      [](auto& o) { o.search.gradientTolerance = 0.0f; },
+      [](auto& o) { o.search.gradientLevels = 17; },
+      [](auto& o) { o.levels.levels = 11; },
+      [](auto& o) { o.levels.coarsest = NmVec3i(0, 1, 1); }};
+  for (const auto& spoil : affine) {
+    AffineOptions options;
+    spoil(options);
+    EXPECT_EQ(voxreg::registerAffine(image, image, options).reason.kind, Kind::badOptions);
+  }
+  const std::function<void(NonAffineOptions&)> nonAffine[] = {
+      [](auto& o) { o.bricks = NmVec3i(33, 1, 1); }, [](auto& o) { o.stages = {0}; }};
+  for (const auto& spoil : nonAffine) {
+    NonAffineOptions options;
+    spoil(options);
+    EXPECT_EQ(voxreg::registerNonAffine(image, image, options).reason.kind, Kind::badOptions);
+  }
+  const std::function<void(ElasticOptions&)> elastic[] = {
+      [](auto& o) { o.maxBricks = 41; },
+      [](auto& o) { o.metric = voxreg::Metric::mutualInformation; },
+      [](auto& o) {
+        o.levels = {{nan, 1.0f}};
+      },
+      [](auto& o) { o.region = NmBox3i(0, 24, 0, 3, 0, 3); }};
+  for (const auto& spoil : elastic) {
+    ElasticOptions options;
+    spoil(options);
+    EXPECT_EQ(voxreg::registerElastic(image, image, options).reason.kind, Kind::badOptions);
+  }
+}
+
+TEST_F(Reasons, areNoneWhereTheHostStopsTheSearch) {
+  double last = 0.0;
+  int calls = 0;
+  AffineOptions options;
+  options.progress = [&](const voxreg::Progress& progress) {
+    EXPECT_GE(progress.share, last);
+    EXPECT_LE(progress.share, 1.0);
+    EXPECT_FALSE(progress.stage.empty());
+    last = progress.share;
+    return ++calls < 40;
+  };
+  const voxreg::Registration found = voxreg::registerAffine(image, shifted(4), options);
+  EXPECT_TRUE(found);
+  EXPECT_TRUE(found.interrupted);
+  EXPECT_EQ(calls, 40) << "nobody is asked again";
+
+  options.progress = [](const voxreg::Progress&) { return false; };
+  const voxreg::Registration none = voxreg::registerAffine(image, shifted(4), options);
+  EXPECT_TRUE(none && none.interrupted);
+  EXPECT_EQ(none.evaluations, 0);
+  EXPECT_FALSE(none.metricAfter);
+}
+
+TEST_F(Reasons, elasticFindsWhatMovedWithinOneGrid) {
+  NmMat4d shift;
+  shift.m[3][0] = 2.0;
+  const std::vector<float> moved = balls(grid, shift);
+  const auto found = voxreg::registerElastic(image, Image::wrap(moved.data(), ballDims, grid));
+  ASSERT_TRUE(found) << found.reason.message;
+  EXPECT_FALSE(found.mask);
+  EXPECT_NEAR(found.transform(NmVec3d(4, -2, 1)).x, 2.0, 0.7);
+}
+
+}  // namespace

@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "tests/support/LogCapture.h"
+#include "tests/workflow/balls.h"
+
+namespace {
+
+using voxreg::Image;
+
+/// Model world to reference world.
+NmMat4d truth() {
+  const double c = std::cos(0.06), s = std::sin(0.06);
+  return {c, s, 0, 0, -s, c, 0, 0, 0, 0, 1, 0, 3, -2, 1.5, 1};
+}
+
+struct Axes {
+  const char* name;
+  NmMat4d axes;  ///< of the reference; about 3 mm each
+};
+
+void PrintTo(const Axes& axes, std::ostream* out) {
+  *out << axes.name;
+}
+
+class WorldFrames : public testing::TestWithParam<Axes> {};
+
+TEST_P(WorldFrames, leadToTheSameTransform) {
+  const LogCapture log;
+  const NmMat4d fixed = placed(GetParam().axes);
+  const NmMat4d straight = placed(NmMat4d(3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1));
+  const std::vector<float> reference = balls(fixed, NmMat4d());
+  const std::vector<float> model = balls(straight, truth());
+  voxreg::AffineOptions options;
+  options.degreesOfFreedom = 6;
+  options.metric.metric = voxreg::Metric::meanSquaredDifference;
+  const voxreg::Registration found =
+      voxreg::registerAffine(Image::wrap(reference.data(), ballDims, fixed),
+                             Image::wrap(model.data(), ballDims, straight), options);
+  ASSERT_TRUE(found) << found.reason.message;
+  for (const NmVec3d& place : {NmVec3d(0, 0, 0), NmVec3d(20, 0, 10), NmVec3d(-10, 15, -20)}) {
+    NmVec3d expected;
+    truth().inverse().multVecMatrix(place, expected);
+    const NmVec3d sent = found.transform(place);
+    for (int c = 0; c < 3; ++c) EXPECT_NEAR(sent[c], expected[c], 0.3);  // a tenth of a voxel
+  }
+  EXPECT_GT(found.metricAfter.value(), found.metricBefore.value());
+  EXPECT_GT(found.evaluations, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Axes, WorldFrames,
+    testing::Values(Axes{"straight", {3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1}},
+                    Axes{"mirrored", {-3, 0, 0, 0, 0, -3, 0, 0, 0, 0, -3, 0, 0, 0, 0, 1}},
+                    Axes{"permuted", {0, 0, 3, 0, -3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 0, 1}},
+                    Axes{"oblique", {2.7, 1.3, 0, 0, -1.3, 2.7, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1}},
+                    Axes{"sheared and mirrored",
+                         {3, 0, 0, 0, 0.5, -3, 0.2, 0, 0.3, 0, 3, 0, 0, 0, 0, 1}}));
+
+TEST(RegisterNonAffine, bringsTheModelNearer) {
+  const LogCapture log;
+  const NmMat4d matrix = placed(NmMat4d(3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1));
+  const std::vector<float> voxels[] = {balls(matrix, NmMat4d()), balls(matrix, truth())};
+  voxreg::NonAffineOptions options;
+  options.bricks = NmVec3i(3, 3, 3);
+  options.metric.metric = voxreg::Metric::correlationRatio;
+  const voxreg::Registration found =
+      voxreg::registerNonAffine(Image::wrap(voxels[0].data(), ballDims, matrix),
+                                Image::wrap(voxels[1].data(), ballDims, matrix), options);
+  ASSERT_TRUE(found) << found.reason.message;
+  ASSERT_NE(found.transform.bricks(), nullptr);
+  NmVec3d expected;
+  const NmVec3d place(4, -2, 1);
+  truth().inverse().multVecMatrix(place, expected);
+  const NmVec3d sent = found.transform(place);
+  for (int c = 0; c < 3; ++c) EXPECT_NEAR(sent[c], expected[c], 1.0);
+}
+
+}  // namespace

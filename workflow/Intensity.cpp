@@ -1,0 +1,83 @@
+#include "workflow/Intensity.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+namespace voxreg {
+
+namespace {
+
+constexpr std::uint32_t signBit = 0x80000000u;
+
+/// An integer that is ordered as the floats are, and back.
+std::uint32_t keyOf(float value) {
+  const auto bits = std::bit_cast<std::uint32_t>(value);
+  return (bits & signBit) != 0 ? ~bits : bits | signBit;
+}
+float valueOf(std::uint32_t key) {
+  return std::bit_cast<float>((key & signBit) != 0 ? key & ~signBit : ~key);
+}
+
+/// How often each value of 16 bits of the voxels' keys occurs.
+class Counts {
+ public:
+  void add(std::uint32_t bits) { ++counts_[bits]; }
+
+  /// Finds the place of a rank and takes those below it off the rank.
+  std::uint32_t take(std::int64_t& rank) const {
+    std::uint32_t place = 0;
+    while (place + 1 < counts_.size() && rank >= counts_[place]) rank -= counts_[place++];
+    return place;
+  }
+
+ private:
+  std::vector<std::int64_t> counts_ = std::vector<std::int64_t>(0x10000);
+};
+
+void forEachKey(VlData& volume, const std::function<void(std::uint32_t key)>& visit) {
+  const std::int64_t nx = volume.dims().x;
+  (void)forEachRow(volume, [&](std::int64_t, std::int64_t, const float* row) {
+    for (std::int64_t x = 0; x < nx; ++x)
+      if (!std::isnan(row[x])) visit(keyOf(row[x]));
+  });
+}
+
+}  // namespace
+
+bool forEachRow(
+    VlData& volume,
+    const std::function<void(std::int64_t y, std::int64_t z, const float* row)>& visit) {
+  const NmVec3l dims = volume.dims();
+  const NmHandle<VlDataAccess> access = volume.lock(false);
+  if (access == nullptr) return false;
+  std::vector<float> row(static_cast<std::size_t>(dims.x * volume.numDataVars()));
+  for (std::int64_t z = 0; z < dims.z; ++z)
+    for (std::int64_t y = 0; y < dims.y; ++y) {
+      if (!access->row(-1, y, z, row.data()).isOk()) return false;
+      visit(y, z, row.data());
+    }
+  return true;
+}
+
+// The upper 16 bits of the answer are found first, then the lower ones among the voxels that share
+// them.
+float percentile(VlData& volume, double share) {
+  Counts upper;
+  std::int64_t total = 0;
+  forEachKey(volume, [&](std::uint32_t key) {
+    upper.add(key >> 16);
+    ++total;
+  });
+  if (total == 0) return 0.0f;
+  std::int64_t rank = static_cast<std::int64_t>(share * static_cast<double>(total - 1));
+  const std::uint32_t top = upper.take(rank);
+  Counts lower;
+  forEachKey(volume, [&](std::uint32_t key) {
+    if (key >> 16 == top) lower.add(key & 0xffffu);
+  });
+  return valueOf(top << 16 | lower.take(rank));
+}
+
+}  // namespace voxreg

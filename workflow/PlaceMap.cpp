@@ -1,0 +1,83 @@
+#include "workflow/PlaceMap.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+namespace voxreg {
+
+namespace {
+
+PlaceMap::Many byMatrix(const NmMat4d& modelToReference, const Image& reference,
+                        const Image& model) {
+  const NmMat4d toModel = worldToFrames(modelToReference, reference, model).inverse();
+  return [toModel](const NmVec3d* places, std::int64_t n, NmVec3d* found) {
+    for (std::int64_t i = 0; i < n; ++i) toModel.multVecMatrix(places[i], found[i]);
+  };
+}
+
+PlaceMap::Many byBricks(const BrickGrid& bricks, const Image& reference, const Image& model) {
+  NmMat4d toBox = reference.frame().toWorld;
+  toBox.multRight(bricks.boxToWorld.inverse());
+  const NmMat4d toModel = model.frame().toWorld.inverse();
+  const auto grid = std::make_shared<const BrickGrid>(bricks);
+  return [toBox, toModel, grid](const NmVec3d* places, std::int64_t n, NmVec3d* found) {
+    for (std::int64_t i = 0; i < n; ++i) {
+      NmVec3d inBox;
+      toBox.multVecMatrix(places[i], inBox);
+      toModel.multVecMatrix(grid->ofBox(inBox), found[i]);
+    }
+  };
+}
+
+PlaceMap::Many throughWorlds(const Transform& transform, const Image& reference,
+                             const Image& model) {
+  const NmMat4d toWorld = reference.frame().toWorld;
+  const NmMat4d toModel = model.frame().toWorld.inverse();
+  return [toWorld, transform, toModel](const NmVec3d* places, std::int64_t n, NmVec3d* found) {
+    for (std::int64_t i = 0; i < n; ++i) {
+      NmVec3d inWorld;
+      toWorld.multVecMatrix(places[i], inWorld);
+      toModel.multVecMatrix(transform(inWorld), found[i]);
+    }
+  };
+}
+
+}  // namespace
+
+PlaceMap::PlaceMap()
+    : many_([](const NmVec3d* places, std::int64_t n, NmVec3d* found) {
+        std::copy_n(places, n, found);
+      }) {}
+
+PlaceMap::PlaceMap(const Transform& transform, const Image& reference, const Image& model) {
+  if (const std::optional<NmMat4d> matrix = transform.modelToReference())
+    many_ = byMatrix(*matrix, reference, model);
+  else if (const BrickGrid* const bricks = transform.bricks())
+    many_ = byBricks(*bricks, reference, model);
+  else
+    many_ = throughWorlds(transform, reference, model);
+}
+
+NmVec3f PlaceMap::operator()(const NmVec3f& place) const {
+  const NmVec3d from(place.x, place.y, place.z);
+  NmVec3d found;
+  many_(&from, 1, &found);
+  return {static_cast<float>(found.x), static_cast<float>(found.y), static_cast<float>(found.z)};
+}
+
+NmMat4d worldToFrames(const NmMat4d& world, const Image& reference, const Image& model) {
+  NmMat4d frames = world;
+  frames.multLeft(model.frame().toWorld);
+  frames.multRight(reference.frame().toWorld.inverse());
+  return frames;
+}
+
+NmMat4d framesToWorld(const NmMat4d& frames, const Image& reference, const Image& model) {
+  NmMat4d world = frames;
+  world.multLeft(model.frame().toWorld.inverse());
+  world.multRight(reference.frame().toWorld);
+  return world;
+}
+
+}  // namespace voxreg

@@ -1,0 +1,99 @@
+#include "workflow/Transform.h"
+
+#include <cmath>
+
+#include "workflow/sampling/invertedBricks.h"
+
+namespace voxreg {
+
+NmVec3d Transform::Step::at(const NmVec3d& point) const {
+  if (bricks != nullptr)
+    return isInverse ? detail::inverseOf(*bricks, point) : bricks->ofWorld(point);
+  NmVec3d found;
+  forward.multVecMatrix(point, found);
+  return found;
+}
+
+NmMat4d Transform::Step::jacobian(const NmVec3d& point) const {
+  if (bricks != nullptr)
+    return isInverse ? bricks->jacobian(at(point)).inverse() : bricks->jacobian(point);
+  NmMat4d linear = forward;
+  for (int c = 0; c < 3; ++c) linear.m[3][c] = 0.0;
+  return linear;
+}
+
+Transform::Step Transform::Step::inverse() const {
+  return {backward, forward, bricks, !isInverse};
+}
+
+Transform Transform::fromModelToReference(const NmMat4d& matrix) {
+  Transform transform;
+  transform.append({matrix.inverse(), matrix, nullptr, false});
+  return transform;
+}
+
+Transform Transform::fromReferenceToModel(const NmMat4d& matrix) {
+  Transform transform;
+  transform.append({matrix, matrix.inverse(), nullptr, false});
+  return transform;
+}
+
+Transform Transform::fromBricks(const BrickGrid& bricks) {
+  Transform transform;
+  transform.append({{}, {}, std::make_shared<const BrickGrid>(bricks), false});
+  return transform;
+}
+
+void Transform::append(const Step& step) {
+  if (steps_.empty() || steps_.back().bricks != nullptr || step.bricks != nullptr) {
+    steps_.push_back(step);
+    return;
+  }
+  steps_.back().forward.multRight(step.forward);
+  steps_.back().backward.multLeft(step.backward);
+}
+
+NmVec3d Transform::operator()(const NmVec3d& point) const {
+  NmVec3d place = point;
+  for (const Step& step : steps_) place = step.at(place);
+  return place;
+}
+
+Transform Transform::inverse() const {
+  Transform result;
+  for (std::size_t i = steps_.size(); i-- > 0;) result.append(steps_[i].inverse());
+  return result;
+}
+
+Transform Transform::then(const Transform& next) const {
+  Transform result = *this;
+  for (const Step& step : next.steps_) result.append(step);
+  return result;
+}
+
+NmMat4d Transform::jacobian(const NmVec3d& point) const {
+  NmMat4d product;
+  NmVec3d place = point;
+  for (const Step& step : steps_) {
+    product.multRight(step.jacobian(place));
+    place = step.at(place);
+  }
+  return product;
+}
+
+std::optional<NmMat4d> Transform::modelToReference() const {
+  if (steps_.empty()) return NmMat4d();
+  if (steps_.size() > 1 || steps_.front().bricks != nullptr) return std::nullopt;
+  return steps_.front().backward;
+}
+
+std::optional<NmMat4d> Transform::referenceToModel() const {
+  return inverse().modelToReference();
+}
+
+const BrickGrid* Transform::bricks() const {
+  const bool isGrid = steps_.size() == 1 && !steps_.front().isInverse;
+  return isGrid ? steps_.front().bricks.get() : nullptr;
+}
+
+}  // namespace voxreg

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "foundation/NmBox.h"
+#include "foundation/VlData.h"
+
+namespace voxreg::detail {
+
+/// The part of a volume that a grid of bricks is to span.
+struct BrickRegion {
+  NmBox3f box;
+  NmVec3i dims;  ///< voxels
+  NmVec3f voxelSize;
+
+  /// The whole of a volume for a region that is flat or empty.
+  BrickRegion(const VlData& volume, const NmBox3i& voxels);
+
+  int longestAxis() const;
+};
+
+}  // namespace voxreg::detail

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cmath>
+
+#include "foundation/NmVec.h"
+
+namespace voxreg::detail {
+
+inline double length(const NmVec3d& v) {
+  return std::hypot(v.x, v.y, v.z);
+}
+
+inline NmVec3d cross(const NmVec3d& a, const NmVec3d& b) {
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+/// Of length 1; a vector without length stays as it is.
+inline NmVec3d normalized(const NmVec3d& v) {
+  const double size = length(v);
+  return size > 0 ? NmVec3d(v.x / size, v.y / size, v.z / size) : v;
+}
+
+}  // namespace voxreg::detail

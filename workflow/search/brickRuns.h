@@ -1,0 +1,27 @@
+#pragma once
+
+#include <vector>
+
+#include "workflow/Registration.h"
+#include "workflow/search/frameGrids.h"
+#include "workflow/search/searchProgress.h"
+#include "workflow/search/searchedPair.h"
+#include "workflow/search/voxelRegistration.h"
+
+namespace voxreg::detail {
+
+/// What the searches for a grid of bricks are to do.
+struct BrickTask {
+  MetricOptions metric;
+  SearchOptions search;
+  std::vector<NmVec3i> grids;  ///< one after the other; a flat axis takes one brick
+  NmMat4d start;               ///< model world to reference world
+};
+
+/// Searches each grid on volumes as coarse as its bricks allow, and the last one at full resolution
+/// in the end. Returns the grid from frame to frame, and adds counts and time to `found`. An
+/// interruption leaves the best grid up to then.
+BrickGrid::Grid searchBricks(const SearchedPair& pair, const BrickTask& task,
+                             SearchProgress& progress, Registration& found);
+
+}  // namespace voxreg::detail

@@ -1,0 +1,25 @@
+#include "workflow/search/judgement.h"
+
+#include <cstdio>
+
+namespace voxreg::detail {
+
+void judge(const Overlap& overlap, Registration& found) {
+  found.overlap = overlap.share;
+  found.warnings = overlap.warnings();
+  if (!(found.smallestJacobian > 0.0)) {
+    char text[100];
+    (void)std::snprintf(text, sizeof text, "the transform folds: its Jacobian goes down to %.3g",
+                        found.smallestJacobian);
+    found.warnings.emplace_back(text);
+  }
+  // What was reached when the host stopped the search is no verdict on the images.
+  if (found.interrupted) {
+    if (found.evaluations == 0) found.metricAfter.reset();
+    return;
+  }
+  const std::string lack = overlap.lack();
+  if (!lack.empty()) found.reason = {Reason::Kind::noOverlap, lack};
+}
+
+}  // namespace voxreg::detail
