@@ -55,18 +55,16 @@ inline NmBox3f boxOf(const Scene& scene) {
 
 /// Waves of different lengths; `shift` moves them along x by up to that many voxels.
 inline NmHandle<VlData> waves(const Scene& scene, double shift) {
-  const NmHandle<VlData> volume = makeVolume(scene.dims, NmPrimType::UnsignedShort);
+  const auto height = static_cast<double>(scene.dims.y);
+  const NmHandle<VlData> volume = makeVolume(
+      scene.dims,
+      [=](double x, double y, double z) {
+        const double moved = x + shift * std::sin(0.05 * x);
+        return 500.0 + 200.0 * std::sin(0.11 * moved) + 100.0 * std::cos(0.37 * moved) +
+               60.0 * std::sin(0.9 * (y + height * z));
+      },
+      NmPrimType::UnsignedShort);
   volume->setBoundingBox(boxOf(scene));
-  const NmHandle<VlDataAccess> access = volume->lock(true);
-  auto* voxel = static_cast<unsigned short*>(access->dataPtr(0));
-  for (long i = 0; i < scene.dims.x * scene.dims.y * scene.dims.z; ++i) {
-    const auto x = static_cast<double>(i % scene.dims.x);
-    const auto line = static_cast<double>(i / scene.dims.x);
-    const double moved = x + shift * std::sin(0.05 * x);
-    *voxel++ =
-        static_cast<unsigned short>(500.0 + 200.0 * std::sin(0.11 * moved) +
-                                    100.0 * std::cos(0.37 * moved) + 60.0 * std::sin(0.9 * line));
-  }
   return volume;
 }
 
