@@ -13,6 +13,7 @@
 
 #include "tests/support/LogCapture.h"
 #include "tests/support/volumes.h"
+#include "tests/support/voxelTypes.h"
 
 namespace {
 
@@ -67,7 +68,8 @@ float valueOf(VlEvaluator& evaluator) {
 }
 
 template <class T>
-void compareWithNaive(int type) {
+void compareWithNaive() {
+  constexpr int type = voxelTypeNumber<T>;
   double (*const weights[])(double) = {nearestWeight, linearWeight, lanczosWeight};
   std::mt19937 random(11);
   std::vector<T> voxels;
@@ -93,12 +95,7 @@ void compareWithNaive(int type) {
 }
 
 TEST(VlEvaluator, SamplesAsTheNaiveSum) {
-  compareWithNaive<unsigned char>(0);
-  compareWithNaive<short>(1);
-  compareWithNaive<int>(2);
-  compareWithNaive<float>(3);
-  compareWithNaive<double>(4);
-  compareWithNaive<unsigned short>(7);
+  forEachVoxelType([]<class T>() { compareWithNaive<T>(); });
 }
 
 // A NaN or an infinity in a neighbour has no share at a voxel's own position.
@@ -141,7 +138,8 @@ std::vector<float> coordinatesAround(int axis, long count, unsigned seed) {
 }
 
 template <class T>
-void compareManyWithSingle(int type) {
+void compareManyWithSingle() {
+  constexpr int type = voxelTypeNumber<T>;
   std::mt19937 random(5);
   std::vector<T> voxels;
   for (long i = 0; i < n[0] * n[1] * n[2] * 2; ++i) voxels.push_back(static_cast<T>(random()));
@@ -174,12 +172,7 @@ void compareManyWithSingle(int type) {
 }
 
 TEST(VlEvaluator, ManyPointsGiveTheBitsOfSingleOnes) {
-  compareManyWithSingle<unsigned char>(0);
-  compareManyWithSingle<short>(1);
-  compareManyWithSingle<int>(2);
-  compareManyWithSingle<float>(3);
-  compareManyWithSingle<double>(4);
-  compareManyWithSingle<unsigned short>(7);
+  forEachVoxelType([]<class T>() { compareManyWithSingle<T>(); });
 }
 
 TEST(VlEvaluator, RefusedLocationsLeaveItWhereItWas) {

@@ -9,17 +9,12 @@
 
 #include "tests/support/LogCapture.h"
 #include "tests/support/volumes.h"
+#include "tests/support/voxelTypes.h"
 
 namespace {
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
-
-/// The number of a voxel type: 0 to 2 the integers by size, 3 and 4 the floating-point ones.
-template <class T>
-constexpr int typeNumber = std::is_same_v<T, unsigned short> ? 7
-                           : std::is_integral_v<T>           ? static_cast<int>(sizeof(T)) / 2
-                                                             : static_cast<int>(sizeof(T)) / 4 + 2;
 
 template <class T>
 class VlMemoryDataOfType : public testing::Test {};
@@ -27,11 +22,11 @@ using VoxelTypes = testing::Types<unsigned char, short, int, float, double, unsi
 TYPED_TEST_SUITE(VlMemoryDataOfType, VoxelTypes);
 
 TYPED_TEST(VlMemoryDataOfType, StartsZeroedWithItsDefaultBox) {
-  const NmHandle<VlMemoryData> volume = makeVolume({4, 1, 3}, typeNumber<TypeParam>, 2);
+  const NmHandle<VlMemoryData> volume = makeVolume({4, 1, 3}, voxelTypeNumber<TypeParam>, 2);
   ASSERT_TRUE(volume);
   EXPECT_EQ(volume->dims(), NmVec3l(4, 1, 3));
   EXPECT_EQ(volume->numDataVars(), 2);
-  EXPECT_EQ(volume->primType(), typeNumber<TypeParam>);
+  EXPECT_EQ(volume->primType(), voxelTypeNumber<TypeParam>);
   NmBox3f box;
   volume->boundingBox(box);
   EXPECT_EQ(box, NmBox3f(0, 3, 0, 1, 0, 2));
@@ -53,11 +48,11 @@ TYPED_TEST(VlMemoryDataOfType, RowsRunAlongEveryAxis) {
       for (int x = 0; x < n.x; ++x)
         for (int v = 0; v < 2; ++v)
           voxels.push_back(static_cast<TypeParam>(100 * z + 20 * y + 3 * x + v));
-  const auto source = wrapVolume(n, typeNumber<TypeParam>, 2, voxels.data())->lock(false);
+  const auto source = wrapVolume(n, voxelTypeNumber<TypeParam>, 2, voxels.data())->lock(false);
   EXPECT_EQ(source->dataPtr(0), voxels.data());
   for (int axis = 0; axis < 3; ++axis) {
     std::vector<TypeParam> copy(voxels.size());
-    const auto target = wrapVolume(n, typeNumber<TypeParam>, 2, copy.data())->lock(true);
+    const auto target = wrapVolume(n, voxelTypeNumber<TypeParam>, 2, copy.data())->lock(true);
     NmVec3l end = n;
     end[axis] = 1;
     NmVec3l at;
@@ -81,18 +76,9 @@ template <class T>
 std::vector<T> stored(std::vector<float> values) {
   std::vector<T> voxels(values.size());
   const NmVec3l dims(static_cast<long>(values.size()), 1, 1);
-  const auto access = wrapVolume(dims, typeNumber<T>, 1, voxels.data())->lock(true);
+  const auto access = wrapVolume(dims, voxelTypeNumber<T>, 1, voxels.data())->lock(true);
   EXPECT_TRUE(access->putRow(-1, 0, 0, values.data()).isOk());
   return voxels;
-}
-
-template <class T>
-T naiveVoxel(float value) {
-  if (std::is_floating_point_v<T>) return static_cast<T>(value);
-  if (std::isnan(value)) return 0;
-  const double low = static_cast<double>(std::numeric_limits<T>::lowest());
-  const double high = static_cast<double>(std::numeric_limits<T>::max());
-  return static_cast<T>(std::clamp(std::nearbyint(static_cast<double>(value)), low, high));
 }
 
 /// Values about every limit and half, and the infinities.
