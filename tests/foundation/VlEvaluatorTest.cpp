@@ -181,8 +181,7 @@ TEST(VlEvaluator, RefusedLocationsLeaveItWhereItWas) {
       wrapVolume({4, 1, 1}, NmPrimType::Short, 1, voxels)->createEvaluator(VlData::Trilinear);
   EXPECT_EQ(valueOf(*evaluator), 0.0f);
   ASSERT_TRUE(evaluator->setLocation(NmVec3f(1.5f, 0.0f, 0.0f)));
-  const float infinity = std::numeric_limits<float>::infinity();
-  for (const float bad : {-0.01f, 3.01f, std::nanf(""), infinity, -infinity, 3e38f})
+  for (const float bad : {-0.01f, 3.01f, std::nanf(""), INFINITY, -INFINITY, 3e38f})
     for (int axis = 0; axis < 3; ++axis) {
       NmVec3f point;
       point[axis] = bad;

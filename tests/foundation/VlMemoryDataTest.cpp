@@ -13,9 +13,6 @@
 
 namespace {
 
-constexpr float infinity = std::numeric_limits<float>::infinity();
-constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
-
 template <class T>
 class VlMemoryDataOfType : public testing::Test {};
 using VoxelTypes = testing::Types<unsigned char, short, int, float, double, unsigned short>;
@@ -86,7 +83,7 @@ std::vector<float> awkwardValues() {
   std::vector<float> values;
   for (const float centre : {0.0f, 127.0f, 255.0f, 32767.0f, -32768.0f, 65535.0f, 2147483648.0f})
     for (int i = -8; i <= 8; ++i) values.push_back(centre + static_cast<float>(i) * 0.25f);
-  for (const float v : {0.5f, 2.5f, 8388607.5f, 12582912.0f, 1e30f, infinity,
+  for (const float v : {0.5f, 2.5f, 8388607.5f, 12582912.0f, 1e30f, INFINITY,
                         std::numeric_limits<float>::denorm_min()})
     values.insert(values.end(), {v, -v, std::nextafter(v, 0.0f), std::nextafter(-v, 0.0f)});
   return values;
@@ -95,7 +92,7 @@ std::vector<float> awkwardValues() {
 // In one line, which holds values beyond the limits, and each alone.
 TYPED_TEST(VlMemoryDataOfType, PutRowRoundsToEvenAndSaturates) {
   std::vector<float> values = awkwardValues();
-  if (std::is_integral_v<TypeParam>) values.insert(values.end(), {notANumber, -notANumber});
+  if (std::is_integral_v<TypeParam>) values.insert(values.end(), {NAN, -NAN});
   std::vector<TypeParam> expected, alone;
   for (const float value : values) {
     expected.push_back(naiveVoxel<TypeParam>(value));
@@ -103,7 +100,7 @@ TYPED_TEST(VlMemoryDataOfType, PutRowRoundsToEvenAndSaturates) {
   }
   EXPECT_EQ(stored<TypeParam>(values), expected);
   EXPECT_EQ(alone, expected);
-  EXPECT_EQ(std::isnan(static_cast<double>(stored<TypeParam>({notANumber})[0])),
+  EXPECT_EQ(std::isnan(static_cast<double>(stored<TypeParam>({NAN})[0])),
             std::is_floating_point_v<TypeParam>);
 }
 
@@ -199,8 +196,8 @@ TEST(VlMemoryData, ConstantVoxelsCanBeReadOnly) {
 TEST(VlMemoryData, RefusesABoxThatIsNotFinite) {
   LogCapture log;
   const NmHandle<VlMemoryData> volume = makeVolume({3, 1, 5}, NmPrimType::Short);
-  EXPECT_FALSE(volume->setBoundingBox({0, 1, 0, notANumber, 0, 1}).isOk());
-  EXPECT_FALSE(volume->setBoundingBox({-infinity, 1, 0, 1, 0, 1}).isOk());
+  EXPECT_FALSE(volume->setBoundingBox({0, 1, 0, NAN, 0, 1}).isOk());
+  EXPECT_FALSE(volume->setBoundingBox({-INFINITY, 1, 0, 1, 0, 1}).isOk());
   EXPECT_TRUE(volume->setBoundingBox({0, 1, 0, 7, 0, 1}).isOk());
   EXPECT_EQ(volume->voxelSpacing(), NmVec3f(0.5f, 7.0f, 0.25f));
 }

@@ -34,13 +34,12 @@ TEST(NmBox, HasAVolumeAndVoxelSizes) {
 }
 
 TEST(NmBox, EmptyBoxesAreEqualAndOthersByTheirValues) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
   const NmBox3f box(0, 1, 2, 3, 4, 5);
   EXPECT_EQ(box, NmBox3f(-0.0f, 1, 2, 3, 4, 5));
   EXPECT_NE(box, NmBox3f(0, 1, 2, 3, 4, std::nextafter(5.0f, 6.0f)));
   EXPECT_NE(box, NmBox3f(0, 1, 2, 3, 4, 3));
-  EXPECT_EQ(NmBox3f(), NmBox3f(7, 6, nan, 0, 0, 1));
-  const NmBox3f unknown(0, 1, 0, nan, 0, 1);
+  EXPECT_EQ(NmBox3f(), NmBox3f(7, 6, NAN, 0, 0, 1));
+  const NmBox3f unknown(0, 1, 0, NAN, 0, 1);
   EXPECT_NE(unknown, NmBox3f(unknown));
 }
 

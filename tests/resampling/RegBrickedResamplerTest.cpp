@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <random>
 
@@ -17,9 +18,6 @@
 using naiveBricks::Scene;
 
 namespace {
-
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-constexpr float inf = std::numeric_limits<float>::infinity();
 
 /// Displaced nodes; the map leaves the model on all sides, and nodes of no number are among them.
 Scene irregularScene() {
@@ -38,8 +36,8 @@ Scene irregularScene() {
                            2.2f * static_cast<float>(k) + shift(random));
         s.nodes.insert(s.nodes.size, 1, &node);
       }
-  s.nodes[40].y = nan;
-  s.nodes[60].z = inf;
+  s.nodes[40].y = NAN;
+  s.nodes[60].z = INFINITY;
   return s;
 }
 
@@ -51,7 +49,7 @@ NmHandle<VlData> modelOf(std::vector<T>& voxels, NmPrimType type) {
     voxels.push_back(std::is_floating_point_v<T> ? static_cast<T>(random()) / T(7)
                                                  : static_cast<T>(random()));
   if constexpr (std::is_floating_point_v<T>) {
-    voxels[700] = static_cast<T>(nan);
+    voxels[700] = static_cast<T>(NAN);
     voxels[900] = std::numeric_limits<T>::infinity();
   } else {
     voxels[700] = voxels[701] = std::numeric_limits<T>::max();
@@ -130,7 +128,7 @@ TEST(BrickedResampling, EqualsTheNaiveWalkWithBoxesOfAllKinds) {
   s.dims = {5, 1, 70};
   s.voxelBox = {31.0f, -2.0f, 20.0f, 20.0f, 9.0f, -3.0f};  // two axes the wrong way round
   compareAllTypes(s);
-  s.gridBox = {-1.1f, 40.0f, 12.7f, inf, 0.5f, 7.3f};
+  s.gridBox = {-1.1f, 40.0f, 12.7f, INFINITY, 0.5f, 7.3f};
   compareAllTypes(s);
 }
 
@@ -205,7 +203,7 @@ TEST(BrickedResampling, RefusesInSilence) {
   Scene longer = s;
   longer.nodes.insert(0, 1, s.nodes.data);
   EXPECT_TRUE(refuses(longer));
-  for (const float max : {-1.1f, -5.0f, nan}) {
+  for (const float max : {-1.1f, -5.0f, NAN}) {
     Scene changed = s;
     changed.gridBox.xmax = max;
     EXPECT_TRUE(refuses(changed));
@@ -222,13 +220,13 @@ TEST(BrickedResampling, RefusesInSilence) {
 class Boxed : public WrappedVolume {
  public:
   using WrappedVolume::WrappedVolume;
-  void boundingBox(NmBox3f& box) const override { box = {0, inf, 0, nan, 0, 1}; }
+  void boundingBox(NmBox3f& box) const override { box = {0, INFINITY, 0, NAN, 0, 1}; }
 };
 
 TEST(BrickedResampling, LogsOneLineOnSuccess) {
   const LogCapture log;
   Scene s = irregularScene();
-  std::vector<float> noNumber(27, nan);
+  std::vector<float> noNumber(27, NAN);
   const NmHandle<VlData> model = wrapVolume({3, 3, 3}, NmPrimType::Float, 1, noNumber.data());
   const NmHandle<VlData> reference = referenceOf(s, NmPrimType::Float);
   EXPECT_NE(run(s, reference, model, RegResampler::Box, false), nullptr);
@@ -386,9 +384,9 @@ TEST(GetIndicesAndWeights, FindTheNodeBelowAndTheShareOfTheOneAbove) {
   EXPECT_EQ(lookups(0, 4, {1, 4, 5}, true), allNone);
   EXPECT_EQ(lookups(0, 4, {-7, 4, 5}, true, 2), allNone);
   EXPECT_EQ(lookups(0, 4, {65536, 65536, 4}, true, 2), allNone);
-  EXPECT_EQ(lookups(nan, 4, {3, 4, 5}, false), allNone);
+  EXPECT_EQ(lookups(NAN, 4, {3, 4, 5}, false), allNone);
   EXPECT_EQ(lookups(4, 0, {3, 4, 5}, false), allNone);
-  for (const auto& [index, weight] : lookups(nan, 4, {3, 4, 5}, true)) EXPECT_EQ(index, 1);
+  for (const auto& [index, weight] : lookups(NAN, 4, {3, 4, 5}, true)) EXPECT_EQ(index, 1);
 }
 
 TEST(VoxelEvaluator, OnlyLanczos3IsLanczos) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -20,8 +21,7 @@ TEST(Filters, AreTheirFormulasWithinSinglePrecisionAndEndWithTheirSupport) {
     }
     const auto end = static_cast<float>(row.support);
     EXPECT_EQ(row.kernel(end), row.type == RegResampler::Box ? 1.0f : 0.0f) << row.type;
-    const float infinity = std::numeric_limits<float>::infinity();
-    for (const float beyond : {-std::nextafter(end, 100.0f), infinity, std::nanf("")})
+    for (const float beyond : {-std::nextafter(end, 100.0f), INFINITY, std::nanf("")})
       EXPECT_EQ(row.kernel(beyond), 0.0f) << row.type;
   }
 }
@@ -88,10 +88,8 @@ TEST(FilterContrib, WeighsWhatLiesUnderTheFilter) {
 }
 
 TEST(FilterContrib, SurvivesAnyArguments) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  const float inf = std::numeric_limits<float>::infinity();
-  for (const float scale : {nan, inf, -inf, 0.0f, -1.0f, 1e-30f, 1e30f})
-    for (const float support : {nan, inf, 0.0f, -1.0f, 3.0f}) {
+  for (const float scale : {NAN, INFINITY, -INFINITY, 0.0f, -1.0f, 1e-30f, 1e30f})
+    for (const float support : {NAN, INFINITY, 0.0f, -1.0f, 3.0f}) {
       const ContribLists lists(RegResampler().filter_contrib(2, 3, scale, box_filter, support), 2);
       for (int i = 0; i < 2; ++i) EXPECT_TRUE(lists[i].n >= 0 && lists[i].n <= 3);
     }
@@ -104,7 +102,8 @@ TEST(FilterContrib, SurvivesAnyArguments) {
   EXPECT_EQ(log.errors.size(), 1u);
   // A support without bounds comes to an end, and reaches every voxel.
   calls = 0;
-  const ContribLists endless(RegResampler().filter_contrib(1, 3, 1.0f, countingTriangle, inf), 1);
+  const ContribLists endless(RegResampler().filter_contrib(1, 3, 1.0f, countingTriangle, INFINITY),
+                             1);
   EXPECT_EQ(endless[0].n, 3);
   EXPECT_LT(calls, 1000000);
 }

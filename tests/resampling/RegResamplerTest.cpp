@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <type_traits>
@@ -71,14 +72,12 @@ TEST(DoResample, WritesIntoAVolumeThatFitsAndOnlyIntoThat) {
 }
 
 TEST(DoResample, RefusesInSilenceAndLeavesTheResult) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  const float inf = std::numeric_limits<float>::infinity();
   const LogCapture log;
   const NmHandle<VlMemoryData> source = smallVolume();
   const NmHandle<VlData> before = makeVolume({2, 3, 2}, NmPrimType::Short);
   NmHandle<VlData> result = before;
   EXPECT_FALSE(resample(nullptr, result, {2, 2, 2}));
-  for (const float bad : {nan, inf, -inf, 0.0f, -1.0f, 2147483648.0f})
+  for (const float bad : {NAN, INFINITY, -INFINITY, 0.0f, -1.0f, 2147483648.0f})
     for (int axis = 0; axis < 3; ++axis) {
       NmVec3f dims(2, 2, 2);
       dims[axis] = bad;
