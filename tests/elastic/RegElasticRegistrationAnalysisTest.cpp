@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <climits>
-#include <limits>
+#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,9 +15,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 using Knots = std::vector<std::pair<int, float>>;
-
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-constexpr float inf = std::numeric_limits<float>::infinity();
 
 NmDArray<float> profileOf(const std::vector<float>& values) {
   NmDArray<float> profile;
@@ -185,7 +182,7 @@ TEST(AnalyzeProfile, StaysWithinAnyProfile) {
     state = state * 1664525u + 1013904223u;
     return static_cast<int>(state >> 16) % n;
   };
-  const std::vector<float> odd = {nan, inf, -inf, 3e38f, -3e38f, 1e-40f, 0, 0, 1, 1};
+  const std::vector<float> odd = {NAN, INFINITY, -INFINITY, 3e38f, -3e38f, 1e-40f, 0, 0, 1, 1};
   for (int round = 0; round < 3000; ++round) {
     std::vector<float> values(static_cast<std::size_t>(1 + next(70)));
     const int n = static_cast<int>(values.size());

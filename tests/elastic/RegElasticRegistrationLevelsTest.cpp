@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cmath>
 
 #include "elastic/RegElasticRegistration.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/volumeValues.h"
 
 namespace {
-
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 TEST(SpecifyDownsampling, PlansTheNextLevel) {
   struct Case {
@@ -68,7 +66,7 @@ TEST(Downsample, MakesANewVolumeOrNone) {
   result = copy;
   const NmVec3i refused[] = {{5, 4, 4}, {6, 4, 3}, {5, 0, 3}, {5, 4, -1}};
   for (const NmVec3i& dims : refused) EXPECT_FALSE(downsample(dims, {1, 1, 1}, result));
-  for (const float thickness : {0.0f, -1.0f, nan})
+  for (const float thickness : {0.0f, -1.0f, NAN})
     for (int axis = 0; axis < 3; ++axis) {
       NmVec3f size(1, 1, 1);
       size[axis] = thickness;
@@ -93,7 +91,7 @@ TEST(GetNumBricks, MakesBricksNearlyCubic) {
   EXPECT_EQ(bricks(-4, -1, {1, 1, 1}), NmVec3i(1, 1, 1));
   EXPECT_EQ(bricks(120, 1, {1, 1, 1}), NmVec3i(200, 120, 20));
   EXPECT_EQ(bricks(7, 1, {1, 0, 1}), NmVec3i(1, 7, 1));
-  EXPECT_EQ(bricks(7, 1, {nan, 1, -3}), NmVec3i(1, 7, 1));
+  EXPECT_EQ(bricks(7, 1, {NAN, 1, -3}), NmVec3i(1, 7, 1));
   EXPECT_EQ(bricks(7, 1, {3e36f, 1e-30f, 1}), NmVec3i(2147483647, 7, 2147483647));
 }
 

@@ -1,13 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 #include "elastic/RegElasticRegistration.h"
 
 namespace {
-
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 struct Case {
   float rows[3][3];
@@ -29,7 +26,7 @@ TEST(IsObliqueOrientation, TakesOneColumnForEachRow) {
       {{{0, 0, 1}, {-1, 0, 0}, {0, -1, 0}}, false, {1, 2, 0}, {-1, -1, 1}},
       {{{cosine(10), 0, 0}, {0, -cosine(10), 0}, {0, 0, 1}}, false, plain, {1, -1, 1}},
       {{{-1, 0, 0}, {0, cosine(11), 0}, {0, 0, 1}}, true, plain, ones},
-      {{{-1, 0, 0}, {0, 1, 0}, {nan, nan, nan}}, true, plain, ones},
+      {{{-1, 0, 0}, {0, 1, 0}, {NAN, NAN, NAN}}, true, plain, ones},
       {{{1, 1, 0}, {0, 1, 1}, {0, 0, 1}}, false, plain, ones},
       {{{-1, 0, 0}, {1, 0, 0}, {0, 0, 1}}, true, {1, 1, 2}, {-1, 1, 1}},
       // Two rows take the third column, and still the axes add up to 3.

@@ -19,13 +19,13 @@ NmHandle<VlData> volumeOf(const Counts& counts) {
   std::vector<int> values;
   for (const auto& [value, count] : counts)
     values.insert(values.end(), static_cast<std::size_t>(count), value);
-  const auto n = static_cast<long>(values.size());
-  const NmHandle<VlMemoryData> volume = makeVolume({n, 1, 1}, NmPrimType::UnsignedShort);
-  const NmHandle<VlDataAccess> access = volume->lock(true);
-  auto* const voxels = static_cast<unsigned short*>(access->dataPtr(0));
-  for (long i = 0; i < n; ++i)  // neither sorted nor in runs
-    voxels[(i * 7919 + 1) % n] = static_cast<unsigned short>(values[static_cast<std::size_t>(i)]);
-  return volume;
+  // Neither sorted nor in runs.
+  return makeVolume(
+      {static_cast<long>(values.size()), 1, 1},
+      [&](double x, double, double) {
+        return values[(static_cast<std::size_t>(x) * 7919 + 1) % values.size()];
+      },
+      NmPrimType::UnsignedShort);
 }
 
 NmVec2f referenceRange(const Counts& counts, int low, int high, const NmVec2f& rescale = {1, 0}) {

@@ -4,9 +4,9 @@
 
 #include <regex>
 
-#include "foundation/NmException.h"
 #include "tests/elastic/elasticScenes.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/StoppingProgress.h"
 
 using namespace elasticScenes;
 
@@ -195,30 +195,15 @@ TEST(DoRegistration, WithoutALevelThereIsNothingToDo) {
   EXPECT_TRUE(isEmptyRun(held, 40));
 }
 
-/// Interrupts while the grid of a caption is searched, or from a poll on.
-class Interruption : public RecordingProgress {
- public:
-  std::string caption;
-  long pollsLeft = -1;
-  bool happened = false;
-
-  bool wasInterrupted() override {
-    const bool now =
-        pollsLeft == 0 || (!caption.empty() && progressInfo().find(caption) != std::string::npos);
-    if (pollsLeft > 0) --pollsLeft;
-    happened = happened || now;
-    return now;
-  }
-};
-
 TEST(DoRegistration, WalksOnAfterAnInterruptedRefinement) {
   const LogCapture log;
-  Interruption progress;
-  progress.caption = "(DOF = 228)";  // 3 * 19 * 2 * 2
+  RecordingProgress progress;
+  progress.onCall = [&] {
+    progress.interrupted = progress.progressInfo().find("(DOF = 228)") != std::string::npos;
+  };  // 3 * 19 * 2 * 2
   RegElasticRegistration pipeline = constantPipeline({64, 4, 2});
   pipeline.progress = &progress;
   EXPECT_FALSE(runConstant(pipeline, 40));
-  EXPECT_TRUE(progress.happened);
   // 40 bricks asked for, of which a transform holds 32; none is given up to an earlier one.
   EXPECT_EQ(pipeline.transform.numBricks, NmVec3i(32, 3, 1));
   EXPECT_NE(std::find(progress.calls.begin(), progress.calls.end(),
@@ -231,12 +216,12 @@ TEST(DoRegistration, EndsCleanWhereverItIsInterrupted) {
   const Scene scene = scenes()[4];
   bool ended = false;
   for (long poll = 0; !ended && poll < 1000000; poll += poll < 20 ? 1 : poll / 3) {
-    Interruption progress;
-    progress.pollsLeft = poll;
+    StoppingProgress progress;
+    progress.limit = poll;
     RegElasticRegistration pipeline = pipelineOf(scene);
     pipeline.progress = &progress;
     const bool ok = run(pipeline, scene);
-    ended = !progress.happened;
+    ended = progress.polls <= poll;
     ASSERT_EQ(ok, ended) << poll;
     const NmVec3i& n = pipeline.transform.numBricks;
     const long fitting = (3L * n.x + 3) * (n.y + 1L) * (n.z + 1L);
@@ -247,34 +232,23 @@ TEST(DoRegistration, EndsCleanWhereverItIsInterrupted) {
 }
 
 TEST(DoRegistration, EndsCleanWhereverMemoryRunsOut) {
-  if (!FailingAllocation::isServed()) GTEST_SKIP();
   const LogCapture log;
   RegElasticRegistration pipeline = constantPipeline({80, 4, 2});
   pipeline.reference->lock(false);  // keeps the room in which it notes its readers
   pipeline.model->lock(false);
-  bool hasFailed = true;
-  bool passed = false, threw = false;
-  long k = 1;
-  for (; hasFailed && k < 20000; k += k < 400 ? 1 : 53) {
-    pipeline.transform = {};
-    const long before = FailingAllocation::liveBlocks();
-    {
-      const FailingAllocation shortage(k);
-      try {
-        EXPECT_TRUE(runConstant(pipeline, 18)) << k;
+  bool passed = false, everThrew = false;
+  const long attempts = failEachAllocation(
+      [&] {
+        EXPECT_TRUE(runConstant(pipeline, 18));
         passed = true;
-      } catch (const NmException&) {
-        threw = true;
-      }
-      hasFailed = shortage.hasFailed();
-    }
-    pipeline.transform = {};
-    EXPECT_EQ(FailingAllocation::liveBlocks(), before) << k;
-    EXPECT_TRUE(isUnlocked(pipeline.reference) && isUnlocked(pipeline.model)) << k;
-  }
-  EXPECT_FALSE(hasFailed);
-  EXPECT_TRUE(passed && threw);
-  EXPECT_GT(k, 400);
+      },
+      [&](bool, bool threw) {
+        everThrew |= threw;
+        pipeline.transform = {};
+        EXPECT_TRUE(isUnlocked(pipeline.reference) && isUnlocked(pipeline.model));
+      },
+      53);
+  EXPECT_TRUE(attempts == 0 || (passed && everThrew && attempts > 400));
 }
 
 TEST(InvokeVoxelRegistration, LeavesTheTransformWhereItFails) {

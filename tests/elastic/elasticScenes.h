@@ -20,7 +20,7 @@ struct Scene {
   NmVec3f voxelSize;
   int maxBricks;
   NmVec3l levels[4];         ///< res1, res2, res4 and res8; zero for one that is not made
-  std::string searches;      ///< level, bricks and steps of each: (c)oarse, (e)ven or (f)ine
+  std::string searches;      ///< level, bricks, and largest and smallest step of each
   std::vector<int> refined;  ///< grids on res1 of which the best is kept
 };
 
@@ -35,14 +35,14 @@ inline std::vector<Scene> scenes() {
   const NmVec3f thick(1.0f, 1.5f, 20.0f);
   const NmVec3l none;
   add({600, 12, 3}, thick, 24, {512, 10, 3}, {256, 5, 3}, {128, 2, 3}, {64, 1, 3},
-      "8 4 c 8 8 e 4 8 f 4 12 f 2 12 f 2 18 f", {18, 24});
+      "8 4 10 3, 8 8 3 3, 4 8 5 1, 4 12 5 1, 2 12 5 1, 2 18 5 1", {18, 24});
   add({264, 16, 2}, thick, 16, none, {132, 8, 2}, {66, 4, 2}, {33, 2, 2},
-      "8 4 c 8 8 e 4 8 f 4 12 f 2 12 f 2 16 f", {});
+      "8 4 10 3, 8 8 3 3, 4 8 5 1, 4 12 5 1, 2 12 5 1, 2 16 5 1", {});
   add({310, 16, 2}, thick, -7, none, {155, 8, 2}, {77, 4, 2}, {38, 2, 2},
-      "8 4 c 8 8 e 4 8 f 4 12 f 2 12 f", {});
+      "8 4 10 3, 8 8 3 3, 4 8 5 1, 4 12 5 1, 2 12 5 1", {});
   add({130, 12, 5}, {1.0f, 1.5f, 0.8f}, 12, {130, 12, 5}, {65, 6, 3}, {32, 3, 2}, none,
-      "4 4 c 4 8 e 2 8 f 2 12 f 1 12 f", {});
-  add({64, 7, 4}, {1.0f, 1.0f, 1.0f}, 40, {64, 7, 4}, none, none, none, "1 12 f", {18, 27, 40});
+      "4 4 10 3, 4 8 3 3, 2 8 5 1, 2 12 5 1, 1 12 5 1", {});
+  add({64, 7, 4}, {1.0f, 1.0f, 1.0f}, 40, {64, 7, 4}, none, none, none, "1 12 5 1", {18, 27, 40});
   return all;
 }
 
@@ -55,18 +55,16 @@ inline NmBox3f boxOf(const Scene& scene) {
 
 /// Waves of different lengths; `shift` moves them along x by up to that many voxels.
 inline NmHandle<VlData> waves(const Scene& scene, double shift) {
-  const NmHandle<VlData> volume = makeVolume(scene.dims, NmPrimType::UnsignedShort);
+  const auto height = static_cast<double>(scene.dims.y);
+  const NmHandle<VlData> volume = makeVolume(
+      scene.dims,
+      [=](double x, double y, double z) {
+        const double moved = x + shift * std::sin(0.05 * x);
+        return 500.0 + 200.0 * std::sin(0.11 * moved) + 100.0 * std::cos(0.37 * moved) +
+               60.0 * std::sin(0.9 * (y + height * z));
+      },
+      NmPrimType::UnsignedShort);
   volume->setBoundingBox(boxOf(scene));
-  const NmHandle<VlDataAccess> access = volume->lock(true);
-  auto* voxel = static_cast<unsigned short*>(access->dataPtr(0));
-  for (long i = 0; i < scene.dims.x * scene.dims.y * scene.dims.z; ++i) {
-    const auto x = static_cast<double>(i % scene.dims.x);
-    const auto line = static_cast<double>(i / scene.dims.x);
-    const double moved = x + shift * std::sin(0.05 * x);
-    *voxel++ =
-        static_cast<unsigned short>(500.0 + 200.0 * std::sin(0.11 * moved) +
-                                    100.0 * std::cos(0.37 * moved) + 60.0 * std::sin(0.9 * line));
-  }
   return volume;
 }
 
@@ -110,12 +108,10 @@ class NaiveRun {
     for (int i = 0; i < 4; ++i) make(i, i < 2 ? input : levels_[i - 1]);
     std::istringstream searches(scene.searches);
     for (int level = 0, bricks = 0; searches >> level >> bricks;) {
-      char steps = ' ';
-      searches >> steps;
-      EXPECT_TRUE(search(level, bricks,
-                         steps == 'c'   ? NmVec2f(10, 3)
-                         : steps == 'e' ? NmVec2f(3, 3)
-                                        : NmVec2f(5, 1)));
+      NmVec2f steps;
+      searches >> steps.x >> steps.y;
+      searches.ignore();  // a comma
+      EXPECT_TRUE(search(level, bricks, steps));
     }
     refine();
   }
@@ -131,8 +127,11 @@ class NaiveRun {
     Level& level = levels_[index];
     level = {resampled(finer.reference, dims), resampled(finer.model, dims)};
     if (!options_.useMasking) return;
-    mask(level.reference, {1, 100});
-    mask(level.model, {2, -50});
+    for (const auto& [volume, rescale] :
+         {std::pair(level.reference, NmVec2f(1, 100)), {level.model, NmVec2f(2, -50)}})
+      EXPECT_TRUE(pipeline_.applyMasking(volume, rescale, options_.maskCenter, options_.maskWeights,
+                                         options_.innerRadius, options_.outerRadius,
+                                         RegElasticRegistration::Image));
   }
 
   NmHandle<VlData> resampled(VlData* source, const NmVec3l& dims) {
@@ -142,12 +141,6 @@ class NaiveRun {
     EXPECT_TRUE(RegResampler().doResample(source, result, lengths, nullptr, {},
                                           RegResampler::Lanczos3, 0.0f, 1));
     return result;
-  }
-
-  void mask(VlData* volume, const NmVec2f& rescale) {
-    EXPECT_TRUE(pipeline_.applyMasking(volume, rescale, options_.maskCenter, options_.maskWeights,
-                                       options_.innerRadius, options_.outerRadius,
-                                       RegElasticRegistration::Image));
   }
 
   static NmVec2f rangeOf(VlData* volume, const NmVec2f& range) {

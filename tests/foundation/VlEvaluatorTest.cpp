@@ -13,6 +13,7 @@
 
 #include "tests/support/LogCapture.h"
 #include "tests/support/volumes.h"
+#include "tests/support/voxelTypes.h"
 
 namespace {
 
@@ -67,7 +68,8 @@ float valueOf(VlEvaluator& evaluator) {
 }
 
 template <class T>
-void compareWithNaive(int type) {
+void compareWithNaive() {
+  constexpr int type = voxelTypeNumber<T>;
   double (*const weights[])(double) = {nearestWeight, linearWeight, lanczosWeight};
   std::mt19937 random(11);
   std::vector<T> voxels;
@@ -93,12 +95,7 @@ void compareWithNaive(int type) {
 }
 
 TEST(VlEvaluator, SamplesAsTheNaiveSum) {
-  compareWithNaive<unsigned char>(0);
-  compareWithNaive<short>(1);
-  compareWithNaive<int>(2);
-  compareWithNaive<float>(3);
-  compareWithNaive<double>(4);
-  compareWithNaive<unsigned short>(7);
+  forEachVoxelType([]<class T>() { compareWithNaive<T>(); });
 }
 
 // A NaN or an infinity in a neighbour has no share at a voxel's own position.
@@ -141,7 +138,8 @@ std::vector<float> coordinatesAround(int axis, long count, unsigned seed) {
 }
 
 template <class T>
-void compareManyWithSingle(int type) {
+void compareManyWithSingle() {
+  constexpr int type = voxelTypeNumber<T>;
   std::mt19937 random(5);
   std::vector<T> voxels;
   for (long i = 0; i < n[0] * n[1] * n[2] * 2; ++i) voxels.push_back(static_cast<T>(random()));
@@ -174,12 +172,7 @@ void compareManyWithSingle(int type) {
 }
 
 TEST(VlEvaluator, ManyPointsGiveTheBitsOfSingleOnes) {
-  compareManyWithSingle<unsigned char>(0);
-  compareManyWithSingle<short>(1);
-  compareManyWithSingle<int>(2);
-  compareManyWithSingle<float>(3);
-  compareManyWithSingle<double>(4);
-  compareManyWithSingle<unsigned short>(7);
+  forEachVoxelType([]<class T>() { compareManyWithSingle<T>(); });
 }
 
 TEST(VlEvaluator, RefusedLocationsLeaveItWhereItWas) {
@@ -188,8 +181,7 @@ TEST(VlEvaluator, RefusedLocationsLeaveItWhereItWas) {
       wrapVolume({4, 1, 1}, NmPrimType::Short, 1, voxels)->createEvaluator(VlData::Trilinear);
   EXPECT_EQ(valueOf(*evaluator), 0.0f);
   ASSERT_TRUE(evaluator->setLocation(NmVec3f(1.5f, 0.0f, 0.0f)));
-  const float infinity = std::numeric_limits<float>::infinity();
-  for (const float bad : {-0.01f, 3.01f, std::nanf(""), infinity, -infinity, 3e38f})
+  for (const float bad : {-0.01f, 3.01f, std::nanf(""), INFINITY, -INFINITY, 3e38f})
     for (int axis = 0; axis < 3; ++axis) {
       NmVec3f point;
       point[axis] = bad;

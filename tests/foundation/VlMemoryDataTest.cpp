@@ -9,17 +9,9 @@
 
 #include "tests/support/LogCapture.h"
 #include "tests/support/volumes.h"
+#include "tests/support/voxelTypes.h"
 
 namespace {
-
-constexpr float infinity = std::numeric_limits<float>::infinity();
-constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
-
-/// The number of a voxel type: 0 to 2 the integers by size, 3 and 4 the floating-point ones.
-template <class T>
-constexpr int typeNumber = std::is_same_v<T, unsigned short> ? 7
-                           : std::is_integral_v<T>           ? static_cast<int>(sizeof(T)) / 2
-                                                             : static_cast<int>(sizeof(T)) / 4 + 2;
 
 template <class T>
 class VlMemoryDataOfType : public testing::Test {};
@@ -27,11 +19,11 @@ using VoxelTypes = testing::Types<unsigned char, short, int, float, double, unsi
 TYPED_TEST_SUITE(VlMemoryDataOfType, VoxelTypes);
 
 TYPED_TEST(VlMemoryDataOfType, StartsZeroedWithItsDefaultBox) {
-  const NmHandle<VlMemoryData> volume = makeVolume({4, 1, 3}, typeNumber<TypeParam>, 2);
+  const NmHandle<VlMemoryData> volume = makeVolume({4, 1, 3}, voxelTypeNumber<TypeParam>, 2);
   ASSERT_TRUE(volume);
   EXPECT_EQ(volume->dims(), NmVec3l(4, 1, 3));
   EXPECT_EQ(volume->numDataVars(), 2);
-  EXPECT_EQ(volume->primType(), typeNumber<TypeParam>);
+  EXPECT_EQ(volume->primType(), voxelTypeNumber<TypeParam>);
   NmBox3f box;
   volume->boundingBox(box);
   EXPECT_EQ(box, NmBox3f(0, 3, 0, 1, 0, 2));
@@ -53,11 +45,11 @@ TYPED_TEST(VlMemoryDataOfType, RowsRunAlongEveryAxis) {
       for (int x = 0; x < n.x; ++x)
         for (int v = 0; v < 2; ++v)
           voxels.push_back(static_cast<TypeParam>(100 * z + 20 * y + 3 * x + v));
-  const auto source = wrapVolume(n, typeNumber<TypeParam>, 2, voxels.data())->lock(false);
+  const auto source = wrapVolume(n, voxelTypeNumber<TypeParam>, 2, voxels.data())->lock(false);
   EXPECT_EQ(source->dataPtr(0), voxels.data());
   for (int axis = 0; axis < 3; ++axis) {
     std::vector<TypeParam> copy(voxels.size());
-    const auto target = wrapVolume(n, typeNumber<TypeParam>, 2, copy.data())->lock(true);
+    const auto target = wrapVolume(n, voxelTypeNumber<TypeParam>, 2, copy.data())->lock(true);
     NmVec3l end = n;
     end[axis] = 1;
     NmVec3l at;
@@ -81,18 +73,9 @@ template <class T>
 std::vector<T> stored(std::vector<float> values) {
   std::vector<T> voxels(values.size());
   const NmVec3l dims(static_cast<long>(values.size()), 1, 1);
-  const auto access = wrapVolume(dims, typeNumber<T>, 1, voxels.data())->lock(true);
+  const auto access = wrapVolume(dims, voxelTypeNumber<T>, 1, voxels.data())->lock(true);
   EXPECT_TRUE(access->putRow(-1, 0, 0, values.data()).isOk());
   return voxels;
-}
-
-template <class T>
-T naiveVoxel(float value) {
-  if (std::is_floating_point_v<T>) return static_cast<T>(value);
-  if (std::isnan(value)) return 0;
-  const double low = static_cast<double>(std::numeric_limits<T>::lowest());
-  const double high = static_cast<double>(std::numeric_limits<T>::max());
-  return static_cast<T>(std::clamp(std::nearbyint(static_cast<double>(value)), low, high));
 }
 
 /// Values about every limit and half, and the infinities.
@@ -100,7 +83,7 @@ std::vector<float> awkwardValues() {
   std::vector<float> values;
   for (const float centre : {0.0f, 127.0f, 255.0f, 32767.0f, -32768.0f, 65535.0f, 2147483648.0f})
     for (int i = -8; i <= 8; ++i) values.push_back(centre + static_cast<float>(i) * 0.25f);
-  for (const float v : {0.5f, 2.5f, 8388607.5f, 12582912.0f, 1e30f, infinity,
+  for (const float v : {0.5f, 2.5f, 8388607.5f, 12582912.0f, 1e30f, INFINITY,
                         std::numeric_limits<float>::denorm_min()})
     values.insert(values.end(), {v, -v, std::nextafter(v, 0.0f), std::nextafter(-v, 0.0f)});
   return values;
@@ -109,7 +92,7 @@ std::vector<float> awkwardValues() {
 // In one line, which holds values beyond the limits, and each alone.
 TYPED_TEST(VlMemoryDataOfType, PutRowRoundsToEvenAndSaturates) {
   std::vector<float> values = awkwardValues();
-  if (std::is_integral_v<TypeParam>) values.insert(values.end(), {notANumber, -notANumber});
+  if (std::is_integral_v<TypeParam>) values.insert(values.end(), {NAN, -NAN});
   std::vector<TypeParam> expected, alone;
   for (const float value : values) {
     expected.push_back(naiveVoxel<TypeParam>(value));
@@ -117,7 +100,7 @@ TYPED_TEST(VlMemoryDataOfType, PutRowRoundsToEvenAndSaturates) {
   }
   EXPECT_EQ(stored<TypeParam>(values), expected);
   EXPECT_EQ(alone, expected);
-  EXPECT_EQ(std::isnan(static_cast<double>(stored<TypeParam>({notANumber})[0])),
+  EXPECT_EQ(std::isnan(static_cast<double>(stored<TypeParam>({NAN})[0])),
             std::is_floating_point_v<TypeParam>);
 }
 
@@ -213,8 +196,8 @@ TEST(VlMemoryData, ConstantVoxelsCanBeReadOnly) {
 TEST(VlMemoryData, RefusesABoxThatIsNotFinite) {
   LogCapture log;
   const NmHandle<VlMemoryData> volume = makeVolume({3, 1, 5}, NmPrimType::Short);
-  EXPECT_FALSE(volume->setBoundingBox({0, 1, 0, notANumber, 0, 1}).isOk());
-  EXPECT_FALSE(volume->setBoundingBox({-infinity, 1, 0, 1, 0, 1}).isOk());
+  EXPECT_FALSE(volume->setBoundingBox({0, 1, 0, NAN, 0, 1}).isOk());
+  EXPECT_FALSE(volume->setBoundingBox({-INFINITY, 1, 0, 1, 0, 1}).isOk());
   EXPECT_TRUE(volume->setBoundingBox({0, 1, 0, 7, 0, 1}).isOk());
   EXPECT_EQ(volume->voxelSpacing(), NmVec3f(0.5f, 7.0f, 0.25f));
 }

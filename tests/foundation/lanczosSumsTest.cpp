@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/sampling/axisTaps.h"
+#include "tests/support/voxelTypes.h"
 
 namespace {
 
@@ -60,7 +61,8 @@ class PointRow {
 };
 
 template <class T>
-void compareWithTaps(voxreg::detail::InstructionSet set, const Dims& dims, int type) {
+void compareWithTaps(voxreg::detail::InstructionSet set, const Dims& dims) {
+  constexpr int type = voxelTypeNumber<T>;
   std::mt19937 random(3);
   std::vector<T> voxels(static_cast<std::size_t>(dims[0] * dims[1] * dims[2]));
   for (T& voxel : voxels) voxel = static_cast<T>(random());
@@ -89,14 +91,8 @@ TEST(LanczosSums, GiveTheBitsOfTheTapsOnEveryInstructionSet) {
   const Dims shapes[] = {{1, 1, 2}, {2, 3, 1}, {3, 1, 4}, {6, 7, 5}, {200, 9, 11}, {50, 40, 1}};
   for (const auto set : voxreg::detail::instructionSets) {
     if (!voxreg::detail::hasInstructionSet(set)) continue;
-    for (const Dims& dims : shapes) {
-      compareWithTaps<unsigned char>(set, dims, 0);
-      compareWithTaps<short>(set, dims, 1);
-      compareWithTaps<int>(set, dims, 2);
-      compareWithTaps<float>(set, dims, 3);
-      compareWithTaps<double>(set, dims, 4);
-      compareWithTaps<unsigned short>(set, dims, 7);
-    }
+    for (const Dims& dims : shapes)
+      forEachVoxelType([&]<class T>() { compareWithTaps<T>(set, dims); });
   }
 }
 

@@ -4,21 +4,15 @@
 #include <limits>
 
 #include "functional/reg_evaluateUniform.h"
-#include "metrics/RegCorrelationRatio.h"
-#include "metrics/RegMeanSquaredDifference.h"
-#include "metrics/RegNormMutualInformation.h"
-#include "tests/functional/kernelCases.h"
+#include "tests/functional/familySums.h"
 #include "tests/functional/naiveWalk.h"
-#include "tests/support/LogCapture.h"
 #include "transforms/RegNonAffineTransform.h"
 
 namespace {
 
-using kernelCases::forEachPath;
 using kernelCases::forEachTypePair;
 using kernelCases::randomVoxels;
 using voxreg::detail::KernelTable;
-using voxreg::detail::voxelTypeIndex;
 
 enum class Family { difference, ranged };
 
@@ -96,15 +90,6 @@ void naiveBrickWalk(const Scene& s, Family family, const std::vector<U>& model, 
   }
 }
 
-RegNormMutualInformation information() {
-  const LogCapture quiet;
-  return {NmPrimType::Float, NmPrimType::Float, 20.0, 200.0, 10.5, 190.0, 13, 17, 1.0, false};
-}
-
-RegCorrelationRatio correlation() {
-  return {20.0, 200.0, 10.5, 190.0, 1.0, false};
-}
-
 /// Runs the kernel of the metric's family over the scene.
 template <class T, class U, class Metric>
 void runKernel(Scene& s, const std::vector<T>& reference, const std::vector<U>& model,
@@ -128,62 +113,28 @@ long expectNaiveBits(Scene& s) {
   const auto at = [&](int x, int y, int z) {
     return static_cast<double>(reference[naive::index(s.dims, x, y, z)]);
   };
-  const long total = (s.box.xmax - s.box.xmin + 1L) * (s.box.ymax - s.box.ymin + 1L) *
-                     (s.box.zmax - s.box.zmin + 1L);
-
-  double sum = 0.0;
-  long samples = 0;
+  FamilySums expected;
   naiveBrickWalk(s, Family::difference, model, [&](int x, int y, int z, bool counts, double m) {
-    if (!counts) return;
-    const double d = m - at(x, y, z);
-    sum -= d * d;
-    ++samples;
+    if (counts) expected.difference.increment(at(x, y, z), m);
   });
-  forEachPath([&](const KernelTable* table) {
-    RegMeanSquaredDifference difference(1.0, false);
-    runKernel(s, reference, model, difference, table);
-    EXPECT_EQ(difference.numSamples, samples);
-    EXPECT_EQ(difference.numTotalSamples, total);
-    EXPECT_EQ(difference.sumNegSquaredDiff, sum);
-  });
-
-  RegCorrelationRatio slice = correlation();
-  RegCorrelationRatio expected = correlation();
-  RegNormMutualInformation histogram = information();
   int lastSlice = s.box.zmin;
-  const auto finishSlice = [&] {
-    expected.accumulate(slice.numSamples, 0, slice.sumRefSq, slice.sumModelSq, slice.sumRefModel,
-                        slice.sumRef, slice.sumModel, RegMetricParamCurrent);
-    slice.reset();
-  };
   naiveBrickWalk(s, Family::ranged, model, [&](int x, int y, int z, bool counts, double m) {
-    if (z != lastSlice) finishSlice();
+    if (z != lastSlice) expected.finishSlice();
     lastSlice = z;
     const double r = at(x, y, z);
     if (!counts || !(r >= 20.0 && r <= 200.0) || !(m >= 10.5 && m <= 190.0)) return;
-    slice.increment(r, m);
-    histogram.increment(r, m);
+    expected.slice.increment(r, m);
+    expected.information.increment(r, m);
   });
-  finishSlice();
-  forEachPath([&](const KernelTable* table) {
-    RegCorrelationRatio found = correlation();
-    runKernel(s, reference, model, found, table);
-    EXPECT_EQ(found.numSamples, expected.numSamples);
-    EXPECT_EQ(found.numTotalSamples, total);
-    EXPECT_EQ(found.sumRefSq, expected.sumRefSq);
-    EXPECT_EQ(found.sumModelSq, expected.sumModelSq);
-    EXPECT_EQ(found.sumRefModel, expected.sumRefModel);
-    EXPECT_EQ(found.sumRef, expected.sumRef);
-    EXPECT_EQ(found.sumModel, expected.sumModel);
-
-    RegNormMutualInformation filled = information();
-    runKernel(s, reference, model, filled, table);
-    EXPECT_EQ(filled.numSamples, histogram.numSamples);
-    EXPECT_EQ(filled.numTotalSamples, total);
-    for (long k = 0; k < histogram.jointHistogram.size; ++k)
-      EXPECT_EQ(filled.jointHistogram[k], histogram.jointHistogram[k]) << "bin " << k;
-  });
-  return samples;
+  expected.finishSlice();
+  const long total = (s.box.xmax - s.box.xmin + 1L) * (s.box.ymax - s.box.ymin + 1L) *
+                     (s.box.zmax - s.box.zmin + 1L);
+  expected.expectFrom(
+      [&](auto& metric, const KernelTable* table) {
+        runKernel(s, reference, model, metric, table);
+      },
+      {total, total});
+  return expected.difference.numSamples;
 }
 
 TEST(BrickKernels, EveryTypePairGivesTheBitsOfTheNaiveWalk) {

@@ -104,7 +104,7 @@ TEST(RegAggressiveDirectionOptimizer, ReportsItsShareUnscaledAndLogsEachPass) {
   // Stopped at the first move of a walk, it gives the value of the point that it has reached.
   AnalyticProblem roof([](const Point& p) { return -std::abs(p[0] - 4.0); }, 1);
   run.search.setFunctional(&roof.functional);
-  watcher.interruptAt = watcher.polls + 4;
+  watcher.limit = watcher.polls + 3;
   EXPECT_EQ(run.search.optimize(1.0f, 1.0f), -3.0);
   EXPECT_EQ(roof.transform.params[0], 1.0);
 }

@@ -114,14 +114,14 @@ TEST(RegGradientOptimizerLine, LimitsAMoveAndFallsBackTowardTheStart) {
 
 // Interrupted or not.
 TEST(RegGradientOptimizerLine, StaysWhereItWasOnALineThatRisesForEver) {
-  int polls = 1;
-  for (int poll = 0; poll < polls; ++poll) {
+  bool isStopped = true;
+  for (long limit = 0; isStopped; ++limit) {
     LineProblem line([=](double x) { return 3.0 - x; });
-    line.watcher.interruptAt = poll;
+    line.watcher.limit = limit;
     line.positionsFrom(-1.0);
-    polls = std::max(polls, line.watcher.polls);
-    EXPECT_TRUE(std::isfinite(line.transform.params[0])) << poll;
-    if (poll > 0) continue;
+    isStopped = line.watcher.polls > limit;
+    EXPECT_TRUE(std::isfinite(line.transform.params[0])) << limit;
+    if (isStopped) continue;
     EXPECT_EQ(line.transform.params[0], 0.0);
     EXPECT_EQ(line.point[0], 0.0);
     EXPECT_EQ(line.direction[0], 0.0);

@@ -39,8 +39,8 @@ struct StoppedRun {
   AnalyticProblem problem;
   double value;
 
-  StoppedRun(const Landscape& landscape, int kind, int poll) : problem(landscape.height, 12) {
-    watcher.interruptAt = poll;
+  StoppedRun(const Landscape& landscape, int kind, long limit) : problem(landscape.height, 12) {
+    watcher.limit = limit;
     problem.functional.callback = &watcher;
     const auto search = makeSearch(kind, &watcher, kind < 3 ? 1e-3f : 0.5f);
     search->setFunctional(&problem.functional);
@@ -52,10 +52,10 @@ struct StoppedRun {
 // was found on it, or 0 where the search stops before it has one.
 TEST_P(AnySearch, StopsAtAnyPollWithAValueOfItsRoad) {
   for (const Landscape& landscape : landscapes) {
-    const StoppedRun whole(landscape, GetParam(), 0);
-    for (int poll = 1; poll <= whole.watcher.polls; poll += 1 + poll / 16) {
+    const StoppedRun whole(landscape, GetParam(), 1L << 40);
+    for (long poll = 1; poll <= whole.watcher.polls; poll += 1 + poll / 16) {
       SCOPED_TRACE(std::string(landscape.name) + ", poll " + std::to_string(poll));
-      const StoppedRun run(landscape, GetParam(), poll);
+      const StoppedRun run(landscape, GetParam(), poll - 1);
       const std::vector<Point>& trials = run.problem.metric->trials;
       ASSERT_TRUE(sameBits(trials, whole.problem.metric->trials, trials.size()));
       EXPECT_LE(run.watcher.polls, poll + 4);

@@ -8,22 +8,17 @@
 #include <string>
 #include <vector>
 
-#include "foundation/NmProgressInterface.h"
 #include "functional/RegOptimizerCallback.h"
 #include "tests/optimizers/analyticFunctional.h"
+#include "tests/support/StoppingProgress.h"
 
-/// Watches a search: records what it reports and interrupts it at a poll of the test's choice.
-class SearchWatcher : public RegOptimizerCallback, public NmProgressInterface {
+/// Watches a search: records what it reports and interrupts it from a poll of the test's choice on.
+class SearchWatcher : public RegOptimizerCallback, public StoppingProgress {
  public:
-  int polls = 0;
-  int interruptAt = 0;  ///< 0: never
   std::vector<int> values;
 
   NmProgressInterface* getProgressInterface() override { return this; }
-  void startWorking(int, const std::string&) override {}
-  void stopWorking() override {}
   void setProgressValue(int value) override { values.push_back(value); }
-  bool wasInterrupted() override { return ++polls >= interruptAt && interruptAt != 0; }
 };
 
 inline constexpr RegOptimizerCallback* nobody = nullptr;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
 #include "tests/registration/registrationFixture.h"
@@ -7,9 +8,6 @@
 namespace {
 
 using Registration = RegVoxelRegistration;
-
-constexpr float infinity = std::numeric_limits<float>::infinity();
-constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 
 NmVec3i axesOf(const NmVec3f& size, int flatAxis) {
   Volumes reference = listOf({emptyVolume({3, 3, 1}, size)});
@@ -63,10 +61,10 @@ TEST(FindIsotropicSampling, RoundsGeometrically) {
   EXPECT_EQ(along(2.0f, 1.0f, 9, 0), 2);
   EXPECT_EQ(along(2.0f, 3.0f, 9, 0), 1);
   EXPECT_EQ(along(0.0f, 1.0f, 9, 0), 9);
-  EXPECT_EQ(along(notANumber, 1.0f, 0, 0), 1);
+  EXPECT_EQ(along(NAN, 1.0f, 0, 0), 1);
   EXPECT_EQ(along(6.0f, 0.0f, 9, 4), 4);
   EXPECT_EQ(along(6.0f, 1.0f, 9, -4), 6);
-  EXPECT_EQ(along(infinity, 1.0f, 9, 5), 5);
+  EXPECT_EQ(along(INFINITY, 1.0f, 9, 5), 5);
   EXPECT_EQ(along(1e20f, 1.0f, 9, 0), std::numeric_limits<int>::max());
 }
 
@@ -112,7 +110,7 @@ TEST(GetNumBins, DividesTheRangeIntoEqualWholeSteps) {
   EXPECT_EQ(bins(5, -5), 1);
   EXPECT_EQ(bins(0.4, 1.4), 1);
   EXPECT_EQ(bins(-3e38, 3e38), 255);  // saturates at the limits of int
-  EXPECT_EQ(bins(notANumber, 10), 1);
+  EXPECT_EQ(bins(NAN, 10), 1);
   EXPECT_EQ(Registration::getNumBins(0.0f, 10.0f, false), 256);
 }
 

@@ -116,8 +116,7 @@ TEST(Compute, RefusesWhatItCanNotRunWithOneErrorLine) {
   refused("further reference", [](Settings& s) {
     s.reference = listOf({s.reference[0], NmHandle<VlData>()});
   });
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  for (const float step : {0.0f, -1.0f, nan, std::numeric_limits<float>::infinity()}) {
+  for (const float step : {0.0f, -1.0f, NAN, std::numeric_limits<float>::infinity()}) {
     refused("largest step", [&](Settings& s) { s.stepRange.x = step; });
     refused("smallest step", [&](Settings& s) { s.stepRange.y = step; });
   }

@@ -4,16 +4,9 @@
 
 #include "functional/RegFunctional.h"
 #include "tests/registration/registrationFixture.h"
+#include "tests/support/StoppingProgress.h"
 
 namespace {
-
-/// Asks to stop from poll number `limit` on.
-struct StoppingProgress : RecordingProgress {
-  long polls = 0;
-  long limit = 1L << 40;
-
-  bool wasInterrupted() override { return ++polls > limit; }
-};
 
 /// What a functional on the volumes at full resolution gives at the registration's present result.
 double valueAtResult(RegVoxelRegistration& registration, bool isGrid) {

@@ -1,10 +1,14 @@
-#include "resampling/RegResamplerFilters.h"
-
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
+#include <vector>
 
+#include "resampling/RegResamplerFilters.h"
+#include "resampling/contribLists.h"
 #include "tests/resampling/filterTable.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/support/LogCapture.h"
 
 namespace {
 
@@ -17,8 +21,7 @@ TEST(Filters, AreTheirFormulasWithinSinglePrecisionAndEndWithTheirSupport) {
     }
     const auto end = static_cast<float>(row.support);
     EXPECT_EQ(row.kernel(end), row.type == RegResampler::Box ? 1.0f : 0.0f) << row.type;
-    const float infinity = std::numeric_limits<float>::infinity();
-    for (const float beyond : {-std::nextafter(end, 100.0f), infinity, std::nanf("")})
+    for (const float beyond : {-std::nextafter(end, 100.0f), INFINITY, std::nanf("")})
       EXPECT_EQ(row.kernel(beyond), 0.0f) << row.type;
   }
 }
@@ -38,6 +41,88 @@ TEST(Filters, RoundAsTheyAreDefined) {
                                        6.0f);
     EXPECT_EQ(cubic6_filter(u), static_cast<float>(-0.6 * u3 + 3.2 * u2 - 5.4 * u + 2.8));
   }
+}
+
+using voxreg::detail::ContribLists;
+
+void expectTaps(const RegResamplerContribList& list,
+                const std::vector<RegResamplerContrib>& expected) {
+  ASSERT_EQ(list.n, static_cast<int>(expected.size()));
+  for (int k = 0; k < list.n; ++k) {
+    EXPECT_EQ(list.taps[k].pixel, expected[static_cast<std::size_t>(k)].pixel);
+    EXPECT_FLOAT_EQ(list.taps[k].weight, expected[static_cast<std::size_t>(k)].weight);
+  }
+}
+
+int calls = 0;
+float countingTriangle(float x) {
+  ++calls;
+  return triangle_filter(x);
+}
+float signOf(float x) {
+  return x > 0.0f ? 1.0f : -1.0f;
+}
+
+TEST(FilterContrib, WeighsWhatLiesUnderTheFilter) {
+  RegResampler resampler;
+  // Centre 0.5, half-width 2: taps from -1 to 2, of which -1 lies outside.
+  calls = 0;
+  const ContribLists halved(resampler.filter_contrib(2, 4, 0.5f, countingTriangle, 1.0f), 2);
+  expectTaps(halved[0], {{0, 3.0f / 7.0f}, {1, 3.0f / 7.0f}, {2, 1.0f / 7.0f}});
+  expectTaps(halved[1], {{1, 1.0f / 7.0f}, {2, 3.0f / 7.0f}, {3, 3.0f / 7.0f}});
+  EXPECT_EQ(calls, 8);
+
+  // Twice the length: centres -0.25, 0.25, 0.75, 1.25.
+  const ContribLists doubled(resampler.filter_contrib(4, 2, 2.0f, triangle_filter, 1.0f), 4);
+  expectTaps(doubled[0], {{0, 1.0f}});
+  expectTaps(doubled[1], {{0, 0.75f}, {1, 0.25f}});
+
+  const ContribLists balanced(resampler.filter_contrib(2, 4, 0.5f, signOf, 0.5f), 2);
+  expectTaps(balanced[0], {{0, 0.5f}, {1, -0.5f}});
+
+  // A shift of one output voxel; a position beyond the axis has nothing.
+  resampler.filterShift = 1.0f;
+  const ContribLists shifted(resampler.filter_contrib(2, 4, 0.5f, box_filter, 0.5f), 2);
+  expectTaps(shifted[0], {{2, 0.5f}, {3, 0.5f}});
+  expectTaps(shifted[1], {});
+}
+
+TEST(FilterContrib, SurvivesAnyArguments) {
+  for (const float scale : {NAN, INFINITY, -INFINITY, 0.0f, -1.0f, 1e-30f, 1e30f})
+    for (const float support : {NAN, INFINITY, 0.0f, -1.0f, 3.0f}) {
+      const ContribLists lists(RegResampler().filter_contrib(2, 3, scale, box_filter, support), 2);
+      for (int i = 0; i < 2; ++i) EXPECT_TRUE(lists[i].n >= 0 && lists[i].n <= 3);
+    }
+  for (const int count : {0, -1, std::numeric_limits<int>::min()}) {
+    ContribLists(RegResampler().filter_contrib(2, count, 0.5f, box_filter, 0.5f), 2);
+    ContribLists(RegResampler().filter_contrib(count, 3, 0.5f, box_filter, 0.5f), count);
+  }
+  LogCapture log;
+  EXPECT_EQ(RegResampler().filter_contrib(2, 3, 0.5f, nullptr, 0.5f), nullptr);
+  EXPECT_EQ(log.errors.size(), 1u);
+  // A support without bounds comes to an end, and reaches every voxel.
+  calls = 0;
+  const ContribLists endless(RegResampler().filter_contrib(1, 3, 1.0f, countingTriangle, INFINITY),
+                             1);
+  EXPECT_EQ(endless[0].n, 3);
+  EXPECT_LT(calls, 1000000);
+}
+
+TEST(FilterContrib, ThrowsAndFreesWhereverMemoryRunsOut) {
+  const long attempts = failEachAllocation(
+      [] { ContribLists(RegResampler().filter_contrib(3, 6, 0.5f, box_filter, 0.5f), 3); },
+      [](bool hasFailed, bool threw) { EXPECT_EQ(threw, hasFailed); });
+  EXPECT_TRUE(attempts == 0 || attempts > 4);
+}
+
+TEST(Zoom1d, InterpolatesLinearly) {
+  const float in[] = {10.0f, 20.0f, 40.0f};
+  float out[6];
+  RegResampler().zoom1d(6, 6.0f, out, 3, in);
+  const float expected[] = {10.0f, 12.5f, 17.5f, 25.0f, 35.0f, 40.0f};
+  for (int i = 0; i < 6; ++i) EXPECT_FLOAT_EQ(out[i], expected[i]) << i;
+  RegResampler().zoom1d(1, 1.0f, out, 0, in);
+  EXPECT_EQ(out[0], 0.0f);
 }
 
 }  // namespace

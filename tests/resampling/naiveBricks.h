@@ -1,11 +1,9 @@
 #pragma once
 
-#include <cmath>
-#include <limits>
-#include <type_traits>
 #include <vector>
 
 #include "resampling/RegBrickedResampler.h"
+#include "tests/support/voxelTypes.h"
 
 /// Bricked resampling voxel by voxel: eight nodes for each, one sampler location after the other.
 namespace naiveBricks {
@@ -87,16 +85,6 @@ inline NmVec3f mappedPosition(const Scene& s, const Place& x, const Place& y, co
 }
 
 template <class T>
-T toVoxel(float value) {
-  if (!std::is_integral_v<T>) return static_cast<T>(value);
-  if (std::isnan(value)) return 0;
-  double rounded = std::nearbyint(static_cast<double>(value));
-  rounded = std::fmax(rounded, static_cast<double>(std::numeric_limits<T>::lowest()));
-  rounded = std::fmin(rounded, static_cast<double>(std::numeric_limits<T>::max()));
-  return static_cast<T>(rounded);
-}
-
-template <class T>
 std::vector<T> resample(const Scene& s, VlData& model, VlEvaluator& evaluator, float background,
                         const NmMat4f& matrix = NmMat4f()) {
   NmBox3f modelBox;
@@ -114,7 +102,7 @@ std::vector<T> resample(const Scene& s, VlData& model, VlEvaluator& evaluator, f
             position[axis] = limited(position[axis], modelBox.min(axis), modelBox.max(axis));
           if (evaluator.setLocation(position)) evaluator.value(&value);
         }
-        voxels.push_back(toVoxel<T>(value));
+        voxels.push_back(naiveVoxel<T>(value));
       }
   return voxels;
 }
