@@ -266,8 +266,14 @@ TEST(InvokeVoxelRegistration, LeavesTheTransformWhereItFails) {
   EXPECT_FALSE(pipeline.invokeVoxelRegistration(nullptr, pipeline.model, {1, 1, 1}, {1, 1}, {}, {},
                                                 1, nullptr));
   EXPECT_EQ(pipeline.transform.vertices.size, 0);
+  EXPECT_EQ(pipeline.numEvaluations, 0);
   EXPECT_TRUE(invoke({18, 1, 1}, {1, 1}, &value));
   EXPECT_NE(value, -1000.0);
+  const auto evaluations = pipeline.numEvaluations;
+  EXPECT_GT(evaluations, 0);
+  EXPECT_GT(pipeline.numGradients, 0);
+  EXPECT_TRUE(invoke({18, 1, 1}, {1, 1}, &value));
+  EXPECT_GT(pipeline.numEvaluations, evaluations);
   EXPECT_TRUE(invoke({100, 1, 2147483647}, {1, 1}, nullptr));
   EXPECT_EQ(pipeline.transform.numBricks, NmVec3i(32, 1, 32));
   EXPECT_EQ(pipeline.transform.vertices.size, 99 * 2 * 33);
