@@ -83,13 +83,13 @@ void RegCorrelationRatio::setOtherParams(RegMetricParamType type) {
 }
 
 double RegCorrelationRatio::getResult() {
-  if (numSamples < 2) return -1000.0;
+  if (numSamples < 2) return noStatement;
   const auto n = static_cast<double>(numSamples);
   sumRef /= n;
   sumModel /= n;
   const double varRef = sumRefSq - sumRef * (n * sumRef);
   const double varModel = sumModelSq - sumModel * (n * sumModel);
-  if (!(varRef > 0.0) || !(varModel > 0.0) || !(varRef * varModel > 0.0)) return -1000.0;
+  if (!(varRef > 0.0) || !(varModel > 0.0) || !(varRef * varModel > 0.0)) return noStatement;
   const double r = (sumRefModel - n * sumRef * sumModel) / std::sqrt(varRef * varModel);
   return std::fabs(r) * penaltyFactorForCoverage(0.0);
 }

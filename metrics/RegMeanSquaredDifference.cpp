@@ -10,7 +10,7 @@ void RegMeanSquaredDifference::reset() {
 }
 
 double RegMeanSquaredDifference::getResult() {
-  if (numSamples == 0) return -1000.0;
+  if (numSamples == 0) return noStatement;
   return 1.0 / penaltyFactorForCoverage(0.001) * sumNegSquaredDiff /
          static_cast<double>(numSamples);
 }

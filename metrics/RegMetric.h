@@ -12,7 +12,7 @@ enum RegMetricParamType {
 };
 
 /// Accumulator that turns pairs of voxel values, one of the reference and one of the model, into a
-/// number that is larger for a better alignment; -1000.0 says that no statement is possible.
+/// number that is larger for a better alignment.
 ///
 /// One evaluation is reset, accumulation, getResult. The sampling kernels add their subtotals to
 /// the public members; a kernel's result equals a run of increment over its samples. The marginal
@@ -21,6 +21,9 @@ enum RegMetricParamType {
 /// decrementIncrementAndGetResult.
 class RegMetric : public NmAllocated {
  public:
+  /// The value where no statement is possible.
+  static constexpr double noStatement = -1000.0;
+
   std::int64_t numSamples = 0;       ///< samples that entered the accumulators
   std::int64_t numTotalSamples = 0;  ///< samples that were visited, valid or not
   double minCoverage;  ///< share of valid samples at which the penalty ends; <= 0: no penalty

@@ -3,13 +3,13 @@
 #include <cstdint>
 
 double RegNormMutualInformation::getResult() {
-  if (numSamples == 0) return -1000.0;
+  if (numSamples == 0) return noStatement;
   double entropyRef;
   double entropyModel;
   double joint;
   getMarginalEntropies(entropyRef, entropyModel);
   getJointEntropy(joint);
-  if (!(joint > 0.0)) return -1000.0;
+  if (!(joint > 0.0)) return noStatement;
   return (entropyRef + entropyModel) * penaltyFactorForCoverage(0.8) / joint;
 }
 

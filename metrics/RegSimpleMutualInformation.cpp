@@ -3,7 +3,7 @@
 #include <cstdint>
 
 double RegSimpleMutualInformation::getResult() {
-  if (numSamples == 0) return -1000.0;
+  if (numSamples == 0) return noStatement;
   double entropyRef;
   double entropyModel;
   double joint;

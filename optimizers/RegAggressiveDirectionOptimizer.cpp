@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include "foundation/NmLogFile.h"
 #include "functional/RegFunctional.h"
 #include "functional/planeMode.h"
+#include "metrics/RegMetric.h"
 #include "optimizers/relativeCoverage.h"
 #include "optimizers/searchProgress.h"
 #include "optimizers/stepSchedule.h"
@@ -20,13 +20,9 @@ namespace {
 
 constexpr double suppressionFactors[] = {1.0, 1.0, 0.0, 0.0, 0.0, 0.2};
 
-/// What a functional returns that can't evaluate.
-constexpr double unevaluated = std::numeric_limits<float>::lowest();
-
 }  // namespace
 
-/// The state of one `optimize`. An operation that returns false was interrupted, and `value` is
-/// then the run's result.
+/// The state of one `optimize`.
 class RegAggressiveDirectionOptimizer::Run {
  public:
   explicit Run(RegAggressiveDirectionOptimizer& search)
@@ -36,15 +32,15 @@ class RegAggressiveDirectionOptimizer::Run {
 
  private:
   void takeSteps();
-  bool sweep();
-  bool measureDifferences();
-  bool measureDifference(int i);
+  void sweep();
+  void measureDifferences();
+  void measureDifference(int i);
   void keepIfBest(double value);
-  bool walkAlongDifferences();
+  void walkAlongDifferences();
   bool selectDirection(double threshold, bool isFirst);
   bool raiseThreshold(double& threshold) const;
-  bool walk();
-  bool refine();
+  void walk();
+  void refine();
   void logPass() const;
 
   double evaluate() { return search_.functional->evaluate(); }
@@ -77,7 +73,7 @@ RegAggressiveDirectionOptimizer::RegAggressiveDirectionOptimizer(
       restrictedMotion(restricted) {}
 
 double RegAggressiveDirectionOptimizer::optimize(float maxStep, float minStep) {
-  if (!canSearch("RegAggressiveDirectionOptimizer::optimize")) return -1000.0;
+  if (!canSearch("RegAggressiveDirectionOptimizer::optimize")) return RegMetric::noStatement;
   return Run(*this).search(maxStep, minStep);
 }
 
@@ -90,13 +86,14 @@ double RegAggressiveDirectionOptimizer::Run::search(float maxStep, float minStep
   takeSteps();
   const int percentPerPass = 99 / std::max(numSteps_ + 1, 1);
   progress_.reportPercent(percent_);
-  if (progress_.wasInterrupted() || numSteps_ < 0) return best_;
+  if (progress_.askInterrupted() || numSteps_ < 0) return best_;
   float step = schedule.firstStep;
   value_ = best_;
   for (pass_ = 0; pass_ <= numSteps_; ++pass_) {
     trial_ = static_cast<double>(step);
     do {
-      if (!sweep()) return value_;
+      sweep();
+      if (progress_.isInterrupted()) return value_;
     } while (improved_);
     logPass();
     step *= search_.stepReduction;
@@ -116,35 +113,34 @@ void RegAggressiveDirectionOptimizer::Run::takeSteps() {
   std::fill_n(direction_.data, dim, 0.0);
 }
 
-bool RegAggressiveDirectionOptimizer::Run::sweep() {
+void RegAggressiveDirectionOptimizer::Run::sweep() {
   improved_ = false;
-  if (!measureDifferences()) return false;
-  if (maxDiff_ > 0.0 && !walkAlongDifferences()) return false;
+  measureDifferences();
+  if (!progress_.isInterrupted() && maxDiff_ > 0.0) walkAlongDifferences();
+  if (progress_.isInterrupted()) return;
   if (best_ > value_) {
     params_ = bestParams_;
     improved_ = true;
     value_ = best_;
   }
   progress_.reportPercent(percent_);
-  return !progress_.wasInterrupted();
+  progress_.askInterrupted();
 }
 
-bool RegAggressiveDirectionOptimizer::Run::measureDifferences() {
+void RegAggressiveDirectionOptimizer::Run::measureDifferences() {
   maxDiff_ = 0.0;
-  for (int i = 0; i < static_cast<int>(steps_.size); ++i) {
+  for (int i = 0; i < static_cast<int>(steps_.size) && !progress_.isInterrupted(); ++i) {
     diffs_[i] = 0.0;
-    if (voxreg::detail::leavesPlane(search_.planeMode, i)) continue;
-    if (!measureDifference(i)) return false;
+    if (!voxreg::detail::leavesPlane(search_.planeMode, i)) measureDifference(i);
   }
-  return true;
 }
 
-bool RegAggressiveDirectionOptimizer::Run::measureDifference(int i) {
+void RegAggressiveDirectionOptimizer::Run::measureDifference(int i) {
   const double saved = params_[i];
-  if (progress_.wasInterrupted()) return false;
+  if (progress_.askInterrupted()) return;
   params_[i] = saved + steps_[i] * trial_;
   const double plus = evaluate();
-  if (progress_.wasInterrupted()) return false;
+  if (progress_.askInterrupted()) return;
   // From here on the parameter is kept in single precision.
   const float kept = static_cast<float>(saved);
   params_[i] = static_cast<double>(kept) - steps_[i] * trial_;
@@ -158,7 +154,6 @@ bool RegAggressiveDirectionOptimizer::Run::measureDifference(int i) {
     }
   }
   params_[i] = static_cast<double>(kept);
-  return true;
 }
 
 // Both trials are over when they are judged, so that a plus trial's value is kept beside the point
@@ -169,14 +164,13 @@ void RegAggressiveDirectionOptimizer::Run::keepIfBest(double value) {
   best_ = value;
 }
 
-bool RegAggressiveDirectionOptimizer::Run::walkAlongDifferences() {
+void RegAggressiveDirectionOptimizer::Run::walkAlongDifferences() {
   double threshold = 0.0;
   bool isFirst = true;
   do {
-    if (selectDirection(threshold, isFirst) && !walk()) return false;
+    if (selectDirection(threshold, isFirst)) walk();
     isFirst = false;
-  } while (raiseThreshold(threshold));
-  return true;
+  } while (!progress_.isInterrupted() && raiseThreshold(threshold));
 }
 
 // True if there is a direction, and it is not the one before.
@@ -205,24 +199,24 @@ bool RegAggressiveDirectionOptimizer::Run::raiseThreshold(double& threshold) con
   return threshold > before && maxDiff_ >= threshold;
 }
 
-bool RegAggressiveDirectionOptimizer::Run::walk() {
+void RegAggressiveDirectionOptimizer::Run::walk() {
   addMultiple(params_, 1.0, direction_);
   double next = evaluate();
   while (next > value_) {
     value_ = next;
-    if (progress_.wasInterrupted()) return false;
+    if (progress_.askInterrupted()) return;
     addMultiple(params_, 1.0, direction_);
     next = evaluate();
     improved_ = true;
   }
   addMultiple(params_, -1.0, direction_);
   voxreg::detail::scale(direction_, static_cast<double>(search_.stepReduction));
-  return refine();
+  refine();
 }
 
-bool RegAggressiveDirectionOptimizer::Run::refine() {
+void RegAggressiveDirectionOptimizer::Run::refine() {
   for (int k = search_.refineAllPasses != 0 ? 0 : pass_; k <= numSteps_; ++k) {
-    if (progress_.wasInterruptedMeanwhile()) return false;
+    if (progress_.askInterruptedMeanwhile()) return;
     addMultiple(params_, 1.0, direction_);
     const double plus = evaluate();
     addMultiple(params_, -2.0, direction_);
@@ -239,7 +233,6 @@ bool RegAggressiveDirectionOptimizer::Run::refine() {
     }
     voxreg::detail::scale(direction_, static_cast<double>(search_.stepReduction));
   }
-  return true;
 }
 
 void RegAggressiveDirectionOptimizer::Run::logPass() const {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include "functional/RegFunctional.h"
+#include "metrics/RegMetric.h"
 #include "optimizers/searchProgress.h"
 #include "optimizers/stepSchedule.h"
 #include "optimizers/vectorArithmetic.h"
@@ -15,7 +15,6 @@ using voxreg::detail::addMultiple;
 
 namespace {
 
-constexpr double unevaluated = std::numeric_limits<float>::lowest();
 constexpr double moveReduction = 0.6667;
 
 /// From 8 on the coarsest level to 2 on the finest.
@@ -46,14 +45,12 @@ class RegBestDirectionOptimizer::Run {
   double search(float maxStep, float minStep);
 
  private:
-  enum class Next { gradient, pass, end };
-
   void planSteps(float maxStep, float minStep);
   int countPasses(float maxStep, float minStep) const;
   void lowerReduction(float& reduction) const;
-  Next followGradient();
+  bool followGradient();
   bool walk();
-  bool refine();
+  void refine();
 
   double evaluate() { return search_.functional->evaluate(); }
 
@@ -86,7 +83,7 @@ float RegBestDirectionOptimizer::maxNorm(const NmDVector<double>& v) {
 }
 
 double RegBestDirectionOptimizer::optimize(float maxStep, float minStep) {
-  if (!canSearch("RegBestDirectionOptimizer::optimize")) return -1000.0;
+  if (!canSearch("RegBestDirectionOptimizer::optimize")) return RegMetric::noStatement;
   return Run(*this).search(maxStep, minStep);
 }
 
@@ -104,12 +101,11 @@ double RegBestDirectionOptimizer::Run::search(float maxStep, float minStep) {
       if (pass > 0 || isLast) lowerReduction(reduction_);
     }
     progress_.reportPart(isLast ? 1.0f : static_cast<float>(pass) / static_cast<float>(passes_));
-    if (progress_.wasInterrupted()) return value_;
+    if (progress_.askInterrupted()) return value_;
     moves_ = 0;
-    Next next;
-    do next = followGradient();
-    while (next == Next::gradient);
-    if (next == Next::end) return value_;
+    while (followGradient()) {
+    }
+    if (progress_.isInterrupted() || value_ == unevaluated) return value_;
   }
   search_.relativeTolerance *= 10.0f;
   return value_;
@@ -146,18 +142,18 @@ void RegBestDirectionOptimizer::Run::lowerReduction(float& reduction) const {
   if (reductionDrop_ < reduction) reduction -= reductionDrop_;
 }
 
-RegBestDirectionOptimizer::Run::Next RegBestDirectionOptimizer::Run::followGradient() {
+// True if the next gradient is worth taking.
+bool RegBestDirectionOptimizer::Run::followGradient() {
   value_ = search_.functional->evaluateGradient(move_, step_, 0, nullptr);
-  if (value_ == unevaluated) return Next::end;
+  if (value_ == unevaluated || progress_.askInterrupted()) return false;
   const float largest = maxNorm(move_);
-  if (progress_.wasInterrupted()) return Next::end;
-  if (!(largest > 0.0f)) return Next::pass;
+  if (!(largest > 0.0f)) return false;
   const auto scale = static_cast<double>(step_ / largest);
   for (std::int64_t i = 0; i < move_.size; ++i) move_[i] = steps_[i] * scale * move_[i];
   voxreg::detail::dropNonFinite(move_);
   const bool moved = walk();
-  if (!refine()) return Next::end;
-  return moved ? Next::gradient : Next::pass;
+  refine();
+  return moved && !progress_.isInterrupted();
 }
 
 // True if it made more than the one move that is always tried.
@@ -167,7 +163,7 @@ bool RegBestDirectionOptimizer::Run::walk() {
   addMultiple(params_, 1.0, move_);
   double next = evaluate();
   while (next > value_) {
-    if (moves_ > search_.maxLineMoves || progress_.wasInterruptedMeanwhile()) break;
+    if (moves_ > search_.maxLineMoves || progress_.askInterruptedMeanwhile()) break;
     const double least = (std::abs(value_) + std::abs(next) + 0.001) * tolerance;
     if (!(2.0 * std::abs(next - value_) > least)) break;
     addMultiple(params_, 1.0, move_);
@@ -181,10 +177,9 @@ bool RegBestDirectionOptimizer::Run::walk() {
   return moved;
 }
 
-// False if it was interrupted.
-bool RegBestDirectionOptimizer::Run::refine() {
+void RegBestDirectionOptimizer::Run::refine() {
   for (int k = 0; k < passes_; ++k) {
-    if (progress_.wasInterrupted()) return false;
+    if (progress_.askInterrupted()) return;
     addMultiple(params_, 1.0, move_);
     const double plus = evaluate();
     addMultiple(params_, -2.0, move_);
@@ -199,5 +194,4 @@ bool RegBestDirectionOptimizer::Run::refine() {
       voxreg::detail::scale(move_, moveReduction);
     }
   }
-  return true;
 }

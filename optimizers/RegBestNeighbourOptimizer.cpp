@@ -2,6 +2,7 @@
 
 #include "functional/RegFunctional.h"
 #include "functional/planeMode.h"
+#include "metrics/RegMetric.h"
 #include "optimizers/stepSchedule.h"
 #include "transforms/RegParametricTransform.h"
 
@@ -10,7 +11,7 @@ RegBestNeighbourOptimizer::RegBestNeighbourOptimizer(RegOptimizerCallback* callb
     : RegOptimizer(callbackToAsk), stepReduction(reduction), planeMode(mode) {}
 
 double RegBestNeighbourOptimizer::optimize(float maxStep, float minStep) {
-  if (!canSearch("RegBestNeighbourOptimizer::optimize")) return -1000.0;
+  if (!canSearch("RegBestNeighbourOptimizer::optimize")) return RegMetric::noStatement;
   double best = functional->evaluate();
   NmDVector<double> bestParams = transform->params;
   const auto schedule = voxreg::detail::fitStepSchedule(maxStep, minStep, stepReduction);

@@ -4,10 +4,18 @@
 
 #include "foundation/NmWatch.h"
 #include "functional/RegFunctional.h"
+#include "metrics/RegMetric.h"
 #include "optimizers/lineLengths.h"
+#include "optimizers/lineSearch.h"
 #include "optimizers/searchProgress.h"
 #include "optimizers/vectorArithmetic.h"
 #include "transforms/RegParametricTransform.h"
+
+using voxreg::detail::Bracket;
+using voxreg::detail::LineLengths;
+using voxreg::detail::LineSearch;
+using voxreg::detail::SearchLine;
+using voxreg::detail::SearchProgress;
 
 namespace {
 
@@ -20,7 +28,7 @@ RegGradientOptimizer::RegGradientOptimizer(RegOptimizerCallback* callbackToAsk,
     : RegOptimizer(callbackToAsk), tolerance(relativeTolerance), restrictedMotion(restricted) {}
 
 double RegGradientOptimizer::optimize(float maxStep, float minStep) {
-  if (!canSearch("RegGradientOptimizer::optimize")) return -1000.0;
+  if (!canSearch("RegGradientOptimizer::optimize")) return RegMetric::noStatement;
   double result = 0.0;
   int iterations = 0;
   if (method == 2) {
@@ -37,7 +45,7 @@ double RegGradientOptimizer::optimize(float maxStep, float minStep) {
 int RegGradientOptimizer::getDirection(float factor, NmDVector<double>& direction, double& value,
                                        int& numPenalised, float* time) {
   numPenalised = 0;
-  value = -1000.0;
+  value = RegMetric::noStatement;
   direction.clear();
   if (!canSearch("RegGradientOptimizer::getDirection")) return 0;
   const int dim = numFreeParameters();
@@ -61,30 +69,63 @@ int RegGradientOptimizer::getDirection(float factor, NmDVector<double>& directio
   return 1;
 }
 
+double RegGradientOptimizer::f1dim(int n, const NmDVector<double>& point,
+                                   const NmDVector<double>& direction, double x, int) {
+  if (!canSearch("RegGradientOptimizer::f1dim")) return -RegMetric::noStatement;
+  SearchProgress progress(*this);
+  return LineSearch(*this, progress, n).valueAt(point, direction, x);
+}
+
+void RegGradientOptimizer::mnbrak(int n, const NmDVector<double>& point,
+                                  const NmDVector<double>& direction, double* ax, double* bx,
+                                  double* cx, double* fa, double* fb, double* fc, int) {
+  if (!canSearch("RegGradientOptimizer::mnbrak")) return;
+  SearchProgress progress(*this);
+  Bracket found = {*ax, *bx, *cx, *fa, *fb, *fc};
+  LineSearch(*this, progress, n).bracket(point, direction, found);
+  *ax = found.a;
+  *bx = found.b;
+  *cx = found.c;
+  *fa = found.fa;
+  *fb = found.fb;
+  *fc = found.fc;
+}
+
+double RegGradientOptimizer::brent(int n, const NmDVector<double>& point,
+                                   const NmDVector<double>& direction, double ax, double bx,
+                                   double cx, double relativeTolerance, double* xmin, int) {
+  if (!canSearch("RegGradientOptimizer::brent")) return -RegMetric::noStatement;
+  SearchProgress progress(*this);
+  return LineSearch(*this, progress, n)
+      .refine(point, direction, ax, bx, cx, relativeTolerance, *xmin);
+}
+
+void RegGradientOptimizer::linmin(NmDVector<double>& point, NmDVector<double>& direction,
+                                  double maxMove, int n, double* value, double* length) {
+  if (!canSearch("RegGradientOptimizer::linmin")) return;
+  SearchProgress progress(*this);
+  LineSearch(*this, progress, n).minimise(point, direction, maxMove, *value, *length);
+}
+
 double RegGradientOptimizer::steepestDescent(float maxStep, float minStep) {
-  if (!canSearch("RegGradientOptimizer::steepestDescent")) return 1000.0;
+  if (!canSearch("RegGradientOptimizer::steepestDescent")) return -RegMetric::noStatement;
+  SearchProgress progress(*this);
+  LineSearch lines(*this, progress, numFreeParameters());
   const float gradientFactor = std::min(minStep, maxStep);
-  voxreg::detail::LineLengths lengths(static_cast<double>(maxStep));
+  LineLengths lengths(static_cast<double>(maxStep));
   const double stopLength = static_cast<double>(minStep) * 0.2;
-  NmDVector<double> point;
-  NmDVector<double> direction;
-  double value = 0.0;
+  SearchLine line;
   for (int its = 0; its < 100; ++its) {
     double metric;
     int numPenalised;
-    const int usable = getDirection(gradientFactor, direction, metric, numPenalised, nullptr);
-    value = -metric;
-    if (usable == 0 || wasInterrupted()) return value;
-    point = transform->params;
-    double length = 0.33333 * lengths.sum(3);
-    linmin(point, direction, 0.0, numFreeParameters(), &value, &length);
-    if (wasInterrupted()) return value;
-    if (stopLength > length) return value;
-    lengths.add(length);
+    const int usable = getDirection(gradientFactor, line.direction, metric, numPenalised, nullptr);
+    line.value = -metric;
+    if (usable == 0 || progress.askInterrupted()) break;
+    line.point = transform->params;
+    line.length = 0.33333 * lengths.sum(3);
+    line.search(lines);
+    if (progress.askInterrupted() || stopLength > line.length) break;
+    lengths.add(line.length);
   }
-  return value;
-}
-
-bool RegGradientOptimizer::wasInterrupted() const {
-  return voxreg::detail::SearchProgress(*this).wasInterrupted();
+  return line.value;
 }

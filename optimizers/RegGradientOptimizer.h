@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-
 #include "foundation/NmDArray.h"
 #include "optimizers/RegOptimizer.h"
 
@@ -77,11 +75,4 @@ class RegGradientOptimizer : public RegOptimizer {
  private:
   class ConjugateGradients;
   class QuasiNewton;
-
-  bool wasInterrupted() const;
-  void moveTo(std::int64_t n, const NmDVector<double>& point, const NmDVector<double>& direction,
-              double x);
-  void limitMove(int n, const NmDVector<double>& point, const NmDVector<double>& direction,
-                 double maxMove, double* value, double* length);
-  bool returnIfLost(const NmDVector<double>& point, double* value);
 };

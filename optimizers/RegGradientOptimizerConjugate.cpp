@@ -4,6 +4,7 @@
 
 #include "optimizers/RegGradientOptimizer.h"
 #include "optimizers/lineLengths.h"
+#include "optimizers/lineSearch.h"
 #include "optimizers/searchProgress.h"
 #include "optimizers/vectorArithmetic.h"
 #include "transforms/RegParametricTransform.h"
@@ -16,6 +17,7 @@ class RegGradientOptimizer::ConjugateGradients {
       : search_(search),
         progress_(search),
         dim_(search.numFreeParameters()),
+        lines_(search, progress_, dim_),
         gradientFactor_(std::min(minStep, maxStep)),
         tolerance_(static_cast<double>(relativeTolerance)),
         lengths_(static_cast<double>(maxStep)) {}
@@ -32,6 +34,7 @@ class RegGradientOptimizer::ConjugateGradients {
   RegGradientOptimizer& search_;
   voxreg::detail::SearchProgress progress_;
   int dim_;
+  voxreg::detail::LineSearch lines_;
   float gradientFactor_;
   double tolerance_;
   voxreg::detail::LineLengths lengths_;
@@ -78,10 +81,10 @@ bool RegGradientOptimizer::ConjugateGradients::beginRestart(double* value) {
 bool RegGradientOptimizer::ConjugateGradients::searchLine(double* value) {
   point_ = search_.transform->params;
   double lineLength = length_;
-  search_.linmin(point_, xi_, 0.0, dim_, value, &lineLength);
+  lines_.minimise(point_, xi_, 0.0, *value, lineLength);
   const bool converged = hasConverged(*value);
   lengths_.add(lineLength);
-  return !converged && !progress_.wasInterrupted();
+  return !converged && !progress_.askInterrupted();
 }
 
 bool RegGradientOptimizer::ConjugateGradients::hasConverged(double value) const {

@@ -10,6 +10,7 @@
 #include "optimizers/RegGradientOptimizer.h"
 #include "optimizers/lineFreezing.h"
 #include "optimizers/lineLengths.h"
+#include "optimizers/lineSearch.h"
 #include "optimizers/relativeCoverage.h"
 #include "optimizers/searchProgress.h"
 #include "optimizers/vectorArithmetic.h"
@@ -56,6 +57,7 @@ class RegGradientOptimizer::QuasiNewton {
   NmWatch iteration_{true};
   float gradientSeconds_ = 0.0f;
   int dim_;
+  voxreg::detail::LineSearch lines_;
   bool isBigGrid_ = false;
   std::optional<voxreg::detail::LineFreezing> freezing_;  ///< on a grid of bricks
   voxreg::detail::LineLengths lengths_;
@@ -87,13 +89,14 @@ RegGradientOptimizer::QuasiNewton::QuasiNewton(RegGradientOptimizer& search, flo
       functional_(*search.functional),
       progress_(search),
       dim_(search.numFreeParameters()),
+      lines_(search, progress_, dim_),
       lengths_(static_cast<double>(maxStep)),
       gradientFactor_(std::min(maxStep, minStep)),
       tolerance_(static_cast<double>(relativeTolerance)),
       inverseHessian_(dim_) {
   if (const auto* const grid = dynamic_cast<RegNonAffineTransform*>(search.transform)) {
     isBigGrid_ = grid->numBricks.x > 12;
-    freezing_.emplace(search, *grid, dim_);
+    freezing_.emplace(lines_, *grid);
   }
   // Room for a usual restart: growth would copy all vectors.
   inverseHessian_.vectors.remax(3 * 100, 0);
@@ -137,7 +140,7 @@ RegGradientOptimizer::QuasiNewton::Next RegGradientOptimizer::QuasiNewton::itera
   for (int its = 1; its <= std::int64_t{2} * dim_; ++its) {
     *iterations = its;
     searchLine(its);
-    if (progress_.wasInterrupted()) return Next::end;
+    if (progress_.askInterrupted()) return Next::end;
     logStep();
     const Next next = judge(its);
     if (next != Next::iteration) return next;
@@ -152,7 +155,7 @@ void RegGradientOptimizer::QuasiNewton::searchLine(int its) {
   line_.point = search_.transform->params;
   const bool canFreeze = freezing_.has_value() && dim_ > 12 && its > 3;
   if (canFreeze) freezing_->begin(line_);
-  line_.search(search_, dim_);
+  line_.search(lines_);
   if (canFreeze) freezing_->improve(line_, g_, numPenalised_);
 }
 
@@ -194,7 +197,7 @@ bool RegGradientOptimizer::QuasiNewton::update(int its) {
   if (takeGradient(line_.value) == 0) return false;
   lengths_.add(lineLength);
   length_ = lengths_.mean(std::min(its, 3));
-  if (progress_.wasInterrupted()) return false;
+  if (progress_.askInterrupted()) return false;
   addRankOneTerms();
   turnDirection();
   before_ = reached;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <limits>
+
 #include "foundation/NmDVector.h"
 #include "foundation/NmMemory.h"
 
@@ -42,6 +44,9 @@ class RegOptimizer : public NmAllocated {
   /// True if there is something to search; otherwise writes an error line in the name of
   /// `operation`.
   bool canSearch(const char* operation) const;
+
+  /// The value of a functional that cannot evaluate.
+  static constexpr double unevaluated = std::numeric_limits<float>::lowest();
 
   /// The transform's free parameters, as far as its vector holds them.
   int numFreeParameters() const;

@@ -6,8 +6,8 @@
 
 #include "foundation/NmLogFile.h"
 #include "functional/RegFunctional.h"
-#include "optimizers/RegGradientOptimizer.h"
 #include "transforms/RegNonAffineTransform.h"
+#include "transforms/brickTopology.h"
 
 namespace voxreg::detail {
 namespace {
@@ -25,16 +25,12 @@ bool comesBefore(const NmVec2f& a, const NmVec2f& b) {
 
 }  // namespace
 
-void SearchLine::search(RegGradientOptimizer& search, int dim) {
-  search.linmin(point, direction, 0.0, dim, &value, &length);
-}
-
-LineFreezing::LineFreezing(RegGradientOptimizer& search, const RegNonAffineTransform& grid, int dim)
-    : search_(search), grid_(grid), dim_(dim) {}
+LineFreezing::LineFreezing(LineSearch& lines, const RegNonAffineTransform& grid)
+    : lines_(lines), grid_(grid) {}
 
 void LineFreezing::begin(const SearchLine& line) {
   saved_ = line;
-  RegFunctional& functional = *search_.functional;
+  RegFunctional& functional = *lines_.search().functional;
   functional.maxShapePenalty = 0.0;
   functional.maxJacobianPenalty = 0.0;
   functional.maxOtherPenalty = 0.0;
@@ -42,7 +38,7 @@ void LineFreezing::begin(const SearchLine& line) {
 
 void LineFreezing::improve(SearchLine& line, const NmDVector<double>& gradient, int numPenalised) {
   const double limit = std::min(1.0, saved_.length);
-  const int brick = search_.functional->worstBrick;
+  const int brick = lines_.search().functional->worstBrick;
   if (brick >= 0 && line.length < limit * 0.15 && brick < grid_.brickCount())
     freezeBrick(line, gradient, brick);
   if (line.length < limit * 0.4 && numPenalised > 10)
@@ -50,29 +46,23 @@ void LineFreezing::improve(SearchLine& line, const NmDVector<double>& gradient, 
 }
 
 void LineFreezing::freezeBrick(SearchLine& line, const NmDVector<double>& gradient, int brick) {
-  const NmVec3i n = grid_.numBricks;
-  const int i = brick % n.x;
-  const int j = brick / n.x % n.y;
-  const int k = brick / (n.x * n.y);
+  const BrickTopology topology = {grid_.numBricks};
+  const NmVec3i at = topology.indicesOfBrick(brick);
   candidates_.clear();
-  for (int corner = 0; corner < 8; ++corner) {
-    const int a = corner & 1;
-    const int b = corner >> 1 & 1;
-    const int c = corner >> 2;
-    const std::int64_t vertex = ((k + c) * (n.y + std::int64_t{1}) + (j + b)) * (n.x + 1) + (i + a);
-    for (int component = 0; component < 3; ++component) list(gradient, 3 * vertex + component);
-  }
+  for (int corner = 0; corner < 8; ++corner)
+    for (int component = 0; component < 3; ++component)
+      list(gradient, 3 * topology.cornerOf(at, corner) + component);
   const double lengthBefore = line.length;
   searchFrozen(line, 8);
-  getTheLogInstance().printf("     freeze brick %d %d %d, step lenghts %.2f %.2f \n", i, j, k,
-                             lengthBefore, line.length);
+  getTheLogInstance().printf("     freeze brick %d %d %d, step lenghts %.2f %.2f \n", at.x, at.y,
+                             at.z, lengthBefore, line.length);
   keepIfLonger(line, lengthBefore);
 }
 
 void LineFreezing::freezeLargestShifts(SearchLine& line, const NmDVector<double>& gradient,
                                        int count) {
   candidates_.clear();
-  for (int i = 0; i < dim_; ++i) list(gradient, i);
+  for (int i = 0; i < lines_.numParams(); ++i) list(gradient, i);
   const double lengthBefore = line.length;
   searchFrozen(line, count);
   getTheLogInstance().printf("     freeze %d largest point shifts, step lenghts %.2f %.2f \n",
@@ -93,13 +83,13 @@ void LineFreezing::searchFrozen(SearchLine& line, int count) {
   for (std::int64_t i = std::max(candidates_.size - count, std::int64_t{0}); i < candidates_.size;
        ++i)
     line.direction[static_cast<std::int64_t>(candidates_[i].y)] = 0.0;
-  line.search(search_, dim_);
+  line.search(lines_);
 }
 
 void LineFreezing::keepIfLonger(SearchLine& line, double lengthBefore) {
   if (!(std::abs(line.length) < std::abs(lengthBefore))) return;
   line = saved_;
-  line.search(search_, dim_);
+  line.search(lines_);
 }
 
 }  // namespace voxreg::detail

@@ -5,31 +5,19 @@
 #include "foundation/NmDArray.h"
 #include "foundation/NmDVector.h"
 #include "foundation/NmVec.h"
+#include "optimizers/lineSearch.h"
 
-class RegFunctional;
-class RegGradientOptimizer;
 class RegNonAffineTransform;
 
 namespace voxreg::detail {
-
-/// A line search of RegGradientOptimizer: before it the start and the direction, after it the new
-/// point and the move.
-struct SearchLine {
-  NmDVector<double> point;
-  NmDVector<double> direction;
-  double value = 0.0;
-  double length = 0.0;
-
-  void search(RegGradientOptimizer& search, int dim);
-};
 
 /// A line search on a grid of bricks that gets nowhere has usually been stopped by the regularity
 /// penalty of a few coefficients. It is made again with these held, first those of the brick of the
 /// largest penalty, then those of the largest gradient, and taken back where that is no help.
 class LineFreezing {
  public:
-  /// Nothing is owned; `dim` is the number of free parameters of the grid.
-  LineFreezing(RegGradientOptimizer& search, const RegNonAffineTransform& grid, int dim);
+  /// Nothing is owned; the lines lead through all free parameters of the grid.
+  LineFreezing(LineSearch& lines, const RegNonAffineTransform& grid);
 
   /// Remembers a line before it is searched, and lets the functional collect its penalties anew.
   void begin(const SearchLine& line);
@@ -45,9 +33,8 @@ class LineFreezing {
   void searchFrozen(SearchLine& line, int count);
   void keepIfLonger(SearchLine& line, double lengthBefore);
 
-  RegGradientOptimizer& search_;
+  LineSearch& lines_;
   const RegNonAffineTransform& grid_;
-  int dim_;
   SearchLine saved_;
   NmDArray<NmVec2f> candidates_;  ///< x: size of the gradient there, y: index of the parameter
 };

@@ -21,14 +21,16 @@ SearchProgress::SearchProgress(const RegOptimizer& search)
   offset_ = std::max(0.0f, stagesBefore * share_);
 }
 
-bool SearchProgress::wasInterrupted() const {
-  return progress_ != nullptr && progress_->wasInterrupted();
+bool SearchProgress::askInterrupted() {
+  if (!interrupted_) interrupted_ = progress_ != nullptr && progress_->wasInterrupted();
+  return interrupted_;
 }
 
-bool SearchProgress::wasInterruptedMeanwhile() const {
+bool SearchProgress::askInterruptedMeanwhile() {
   constexpr std::int64_t slowWalk = 1000000;
   const RegMetric* const metric = search_.functional->metric;
-  return metric != nullptr && metric->numTotalSamples > slowWalk && wasInterrupted();
+  if (metric == nullptr || metric->numTotalSamples <= slowWalk) return interrupted_;
+  return askInterrupted();
 }
 
 void SearchProgress::reportPart(float part) const {

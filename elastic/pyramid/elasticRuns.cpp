@@ -6,6 +6,7 @@
 #include "elastic/RegElasticRegistration.h"
 #include "foundation/NmLogFile.h"
 #include "foundation/NmWatch.h"
+#include "metrics/RegMetric.h"
 
 namespace voxreg::detail {
 namespace {
@@ -72,19 +73,18 @@ bool ElasticRuns::runFinest(ElasticPyramid& pyramid, bool isCoarsest) {
 // A grid that scores no better than the best before it gives its result up to that. A failure stops
 // the judging, not the walk.
 bool ElasticRuns::refine(const ElasticLevel& level) {
-  constexpr double nothing = -1000.0;
   const int q = settings_.largestBricks;
   auto best = registration_.transform;
-  double bestValue = nothing;
+  double bestValue = RegMetric::noStatement;
   bool ok = true;
   for (int bricks = q < 23 ? q : finestBricks; bricks <= q; bricks = nextBricks(bricks, q)) {
-    double value = nothing;
+    double value = RegMetric::noStatement;
     ok = search(level, {bricks, fineSteps}, &value) && ok;
     if (!ok) continue;
     if (value > bestValue) {
       best = registration_.transform;
       bestValue = value;
-    } else if (bestValue > nothing) {
+    } else if (bestValue > RegMetric::noStatement) {
       auto copy = best;
       registration_.transform = std::move(copy);
     }

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "optimizers/RegGradientOptimizer.h"
+#include "optimizers/searchProgress.h"
 #include "tests/optimizers/searchTrace.h"
 
 namespace {
@@ -49,9 +50,11 @@ struct FreezingRun : Searched<RegGradientOptimizer, GridProblem> {
   void run(int worstBrick, int numPenalised, double length = 1.0) {
     functional.maxShapePenalty = functional.maxJacobianPenalty = functional.maxOtherPenalty = 7.0;
     line = {transform.params, all(1.0), -functional.evaluate(), length};
-    LineFreezing freezing(search, transform, count);
+    voxreg::detail::SearchProgress progress(search);
+    voxreg::detail::LineSearch lines(search, progress, count);
+    LineFreezing freezing(lines, transform);
     freezing.begin(line);
-    line.search(search, count);
+    line.search(lines);
     lengthBefore = line.length;
     functional.worstBrick = worstBrick;
     freezing.improve(line, gradient, numPenalised);

@@ -34,7 +34,7 @@ std::optional<double> MetricProbe::value() {
   double time = 0.0;
   const double found =
       functional->evaluate(true, nullptr, -1, false, nullptr, nullptr, penalty, time) + penalty;
-  const bool isStatement = functional->metric->numSamples > 0 && found != noStatement;
+  const bool isStatement = functional->metric->numSamples > 0 && found != RegMetric::noStatement;
   return isStatement ? std::optional<double>(found) : std::nullopt;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "metrics/RegMetric.h"
 #include "workflow/PlaceMap.h"
 #include "workflow/search/centres.h"
 #include "workflow/search/metricProbe.h"
@@ -59,7 +60,8 @@ class Trial {
   /// How far a search gets from there. Nothing where the metric can tell nothing.
   std::optional<double> from(const NmMat4d& start) {
     worldToFrames(start, reference_, model_).getValue(registration_.matrix);
-    const bool done = registration_.compute(2) && registration_.finalMetric != noStatement;
+    const bool done =
+        registration_.compute(2) && registration_.finalMetric != RegMetric::noStatement;
     if (!done) return std::nullopt;
     return registration_.finalMetric - chance_;
   }

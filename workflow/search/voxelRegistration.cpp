@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "metrics/RegMetric.h"
 #include "workflow/refusal.h"
 #include "workflow/search/searchSettings.h"
 
@@ -114,7 +115,8 @@ void setReducedVolumes(RegVoxelRegistration& registration, const Image& referenc
 void computeRun(RegVoxelRegistration& registration, SearchProgress& progress, Registration& found) {
   if (!registration.compute(2) && !progress.wasInterrupted())
     throw Refusal("the registration failed", Reason::Kind::failedRun);
-  if (registration.finalMetric != noStatement) progress.tellMetric(registration.finalMetric);
+  if (registration.finalMetric != RegMetric::noStatement)
+    progress.tellMetric(registration.finalMetric);
   found.evaluations += registration.numEvaluations;
   found.gradients += registration.numGradients;
 }

@@ -16,9 +16,6 @@ RegVoxelRegistration makeRegistration(const Image& reference, const Image& model
                                       const MetricOptions& metric, const SearchOptions& search,
                                       NmProgressInterface* progress);
 
-/// What a metric gives where it can say nothing.
-constexpr double noStatement = -1000.0;
-
 inline const NmVec3i fullResolution(1, 1, 1);
 
 /// Relative gain at which gradient searches end where nothing else is asked for.
