@@ -5,8 +5,8 @@
 
 #include "elastic/RegElasticRegistration.h"
 #include "elastic/rescale.h"
-#include "elastic/scalarVoxels.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/sampling/voxelBlock.h"
 #include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelGrid.h"
 #include "foundation/voxels/voxelTypes.h"
@@ -116,11 +116,10 @@ int matchShare(const Histogram& histogram, int value, double above) {
 bool RegElasticRegistration::getHistogram(VlData* volume, int& minValue, int& maxValue,
                                           double& total, NmDArray<std::uint64_t>& histogram) const {
   if (volume == nullptr) return false;
-  const NmHandle<VlDataAccess> access = voxreg::detail::lockScalars(*volume);
-  if (access == nullptr || volume->primType() != NmPrimType::UnsignedShort) return false;
-  return _getHistogram(static_cast<unsigned short*>(access->dataPtr(0)),
-                       voxreg::detail::VolumeFrame(*volume).dims, 0, 65535, minValue, maxValue,
-                       total, histogram);
+  const auto block = voxreg::detail::VoxelBlock::lock(*volume);
+  if (!block.isOpen() || block.type != NmPrimType::UnsignedShort) return false;
+  return _getHistogram(block.as<unsigned short>(), voxreg::detail::VolumeFrame(*volume).dims, 0,
+                       65535, minValue, maxValue, total, histogram);
 }
 
 template <class T>

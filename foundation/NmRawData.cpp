@@ -15,10 +15,10 @@ using voxreg::detail::roundToInt;
 constexpr std::uint64_t cellsAtOnce = 64;
 
 /// Source rows that a row of cells spans, the ends not included.
-struct RowRange {
-  std::uint64_t yFirst, yLast, zFirst, zLast;
+struct SourceRows {
+  std::uint64_t yFirst, yEnd, zFirst, zEnd;
 
-  std::uint64_t count() const { return (yLast - yFirst) * (zLast - zFirst); }
+  std::uint64_t count() const { return (yEnd - yFirst) * (zEnd - zFirst); }
 };
 
 struct CellGrid {
@@ -31,7 +31,7 @@ struct CellGrid {
   std::uint64_t end(int axis, std::uint64_t cell) const {
     return std::min((cell + 1) * factors[axis], dims[axis]);
   }
-  RowRange rowsOf(std::uint64_t j, std::uint64_t k) const {
+  SourceRows rowsOf(std::uint64_t j, std::uint64_t k) const {
     return {j * factors[1], end(1, j), k * factors[2], end(2, k)};
   }
 };
@@ -48,7 +48,7 @@ T meanToVoxel(double mean) {
 /// `n` cells of `width` voxels a row, which begin at `x`.
 struct CellRun {
   const CellGrid& grid;
-  const RowRange& rows;
+  const SourceRows& rows;
   std::uint64_t x;
   std::uint64_t n;
   std::uint64_t width;
@@ -58,8 +58,8 @@ struct CellRun {
   /// Calls `f` with each source row of the cells, from `x` on, in grid order.
   template <class T, class F>
   void forEachRow(const T* src, F&& f) const {
-    for (std::uint64_t z = rows.zFirst; z < rows.zLast; ++z)
-      for (std::uint64_t y = rows.yFirst; y < rows.yLast; ++y)
+    for (std::uint64_t z = rows.zFirst; z < rows.zEnd; ++z)
+      for (std::uint64_t y = rows.yFirst; y < rows.yEnd; ++y)
         f(src + grid.dims[0] * (y + grid.dims[1] * z) + x);
   }
 };
@@ -112,7 +112,7 @@ void averageRun(T* dst, const T* src, const CellRun& run) {
 }
 
 template <class T>
-void averageRow(T* dst, const T* src, const CellGrid& grid, const RowRange& rows) {
+void averageRow(T* dst, const T* src, const CellGrid& grid, const SourceRows& rows) {
   const std::uint64_t factor = grid.factors[0];
   const std::uint64_t whole = grid.dims[0] / factor;
   for (std::uint64_t i = 0; i < whole; i += cellsAtOnce)

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "foundation/NmLogFile.h"
+#include "foundation/sampling/voxelBlock.h"
 #include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelTypes.h"
 #include "functional/families/metricFamily.h"
@@ -47,8 +48,8 @@ NmHandle<VlDataAccess> lockForReading(VlData* volume) {
 /// True for a volume whose voxels the kernels can walk: the one behind the access, in one block, of
 /// one data variable.
 bool isWalkable(const VlData* volume, const VlData* locked, const VlDataAccess* access) {
-  return volume != nullptr && volume == locked && access != nullptr && volume->numDataVars() == 1 &&
-         access->isContiguous() && access->dataPtr(0) != nullptr;
+  return volume != nullptr && volume == locked && volume->numDataVars() == 1 &&
+         voxreg::detail::blockOf(access) != nullptr;
 }
 
 /// Positions from which a sample counts: half a voxel around the model, and no limit at all on an

@@ -1,32 +1,29 @@
 #include <algorithm>
 #include <cinttypes>
+#include <cstdint>
 
 #include "foundation/NmLogFile.h"
+#include "foundation/voxels/indexRange.h"
 #include "functional/RegFunctional.h"
 #include "functional/families/metricFamily.h"
 #include "transforms/RegNonAffineTransform.h"
+#include "transforms/brickTopology.h"
 #include "transforms/voxelAxis.h"
 
 namespace {
 
 using Flags = NmDArray<unsigned char>;
 
+using voxreg::detail::BrickTopology;
+using voxreg::detail::IndexRange;
 using voxreg::detail::ValueRange;
 using Measure = voxreg::detail::VoxelAxis::Measure;
-
-/// Voxels `first` to `last` of an axis; none where `last` is smaller.
-struct Voxels {
-  int first;
-  int last;
-
-  bool operator==(const Voxels&) const = default;
-};
 
 /// The voxels of each brick along one axis. A voxel on a face belongs to both neighbours. Where no
 /// voxel lies in the whole grid, a walk visits the nearest plane; measured with tolerance, as walks
 /// do, each brick then has that one.
 struct BrickAxis {
-  Voxels bricks[32] = {};
+  IndexRange bricks[32] = {};
 
   BrickAxis(const RegNonAffineTransform& grid, const VlData& volume, int axis, Measure measure) {
     const voxreg::detail::VoxelAxis voxels(voxreg::detail::VolumeFrame(volume), axis, measure);
@@ -34,11 +31,11 @@ struct BrickAxis {
     const float size = grid.referenceBox.extent(axis) / static_cast<float>(n);
     for (int b = 0; b < n; ++b) {
       const float start = static_cast<float>(b) * size + grid.referenceBox.min(axis);
-      bricks[b] = {voxels.firstFrom(start), voxels.lastUpTo(start + size)};
+      bricks[b] = {voxels.firstFrom(start), voxels.lastUpTo(start + size) + std::int64_t{1}};
     }
     const int first = voxels.firstFrom(grid.referenceBox.min(axis));
     if (measure == Measure::tolerant && voxels.lastUpTo(grid.referenceBox.max(axis)) < first)
-      std::fill_n(bricks, n, Voxels{first, first});
+      std::fill_n(bricks, n, IndexRange{first, first + std::int64_t{1}});
   }
 
   bool operator==(const BrickAxis&) const = default;
@@ -81,9 +78,11 @@ class BrickScan {
     std::fill_n(flags, numBricks_.x, static_cast<unsigned char>(1));
     int empty = numBricks_.x;
     int open = static_cast<int>(std::count_if(x_.bricks, x_.bricks + numBricks_.x,
-                                              [](Voxels v) { return v.first <= v.last; }));
-    for (int z = z_.bricks[bk].first; z <= z_.bricks[bk].last && open > 0; ++z)
-      for (int y = y_.bricks[bj].first; y <= y_.bricks[bj].last && open > 0; ++y) {
+                                              [](const IndexRange& r) { return !r.isEmpty(); }));
+    const IndexRange& zs = z_.bricks[bk];
+    const IndexRange& ys = y_.bricks[bj];
+    for (std::int64_t z = zs.first; z < zs.end && open > 0; ++z)
+      for (std::int64_t y = ys.first; y < ys.end && open > 0; ++y) {
         access_.row(-1, y, z, row_.data);
         for (int b = 0; b < numBricks_.x; ++b)
           if (flags[b] != 0 && rowShows(x_.bricks[b])) {
@@ -95,8 +94,8 @@ class BrickScan {
     return empty;
   }
 
-  bool rowShows(const Voxels& voxels) const {
-    for (std::int64_t x = voxels.first; x <= voxels.last; ++x)
+  bool rowShows(const IndexRange& voxels) const {
+    for (std::int64_t x = voxels.first; x < voxels.end; ++x)
       if (range_.contains(row_[x * stride_])) return true;
     return false;
   }
@@ -112,11 +111,8 @@ class BrickScan {
 };
 
 /// Clears the flags of the vertices of one brick.
-void clearCorners(const NmVec3i& n, int bi, int bj, int bk, Flags& vertices) {
-  for (int corner = 0; corner < 8; ++corner)
-    vertices[bi + (corner & 1) +
-             (n.x + std::int64_t{1}) *
-                 (bj + (corner >> 1 & 1) + (n.y + std::int64_t{1}) * (bk + (corner >> 2)))] = 0;
+void clearCorners(const BrickTopology& grid, const NmVec3i& brick, Flags& vertices) {
+  for (int corner = 0; corner < 8; ++corner) vertices[grid.cornerOf(brick, corner)] = 0;
 }
 
 /// Flags the vertices that only flagged bricks surround and returns their number.
@@ -126,7 +122,7 @@ std::int64_t flagVertices(const NmVec3i& n, const Flags& bricks, Flags& vertices
   for (int bk = 0; bk < n.z; ++bk)
     for (int bj = 0; bj < n.y; ++bj)
       for (int bi = 0; bi < n.x; ++bi, ++brick)
-        if (bricks[brick] == 0) clearCorners(n, bi, bj, bk, vertices);
+        if (bricks[brick] == 0) clearCorners({n}, {bi, bj, bk}, vertices);
   return std::count(vertices.data, vertices.data + vertices.size, 1);
 }
 

@@ -33,14 +33,14 @@ void forEachPlace(const PlacesInGrid& run, F f) {
     f(i, placeInBricks(run.bricksPerUnit * at, run.numBricks));
 }
 
-BrickSpan touchedBy(const PlacesInGrid& run) {
+IndexSpan touchedBy(const PlacesInGrid& run) {
   int first = run.numBricks;
-  int last = -1;
+  int end = 0;
   forEachPlace(run, [&](std::int64_t, const BrickPlace& place) {
     first = std::min(first, place.brick);
-    last = std::max(last, place.brick);
+    end = std::max(end, place.brick + 1);
   });
-  return {first, std::max(last - first + 1, 0)};
+  return {first, std::max(end, first)};
 }
 
 }  // namespace
@@ -121,9 +121,10 @@ void ReferenceWalk::setFrame(const WalkFrame& frame, const NmBox3i& box) {
 double* ReferenceWalk::takeMemory(std::int64_t numPlaces) {
   constexpr std::int64_t alignment = 64 / sizeof(double);
   constexpr std::int64_t placeDoubles = sizeof(BrickPlace) / sizeof(double);
-  const BrickSpan* const touched = walk.grid.touched;
+  const IndexSpan* const touched = walk.grid.touched;
   const std::int64_t kept = keptDoubles * (walk.box.xmax - walk.box.xmin + 1 + maxLanes);
-  const std::int64_t stages = stageDoubles(touched[0].count, touched[1].count);
+  const std::int64_t stages =
+      stageDoubles(touched[0].end - touched[0].first, touched[1].end - touched[1].first);
   // Reserved but not filled: what a kernel reads, it has written.
   memory_.remax(kept + stages + placeDoubles * numPlaces + alignment, 0);
   const auto address = reinterpret_cast<std::uintptr_t>(memory_.data);

@@ -23,6 +23,7 @@
 #include "registration/samplingPlan.h"
 #include "transforms/RegAffineTransform.h"
 #include "transforms/RegTools.h"
+#include "transforms/affineParameters.h"
 
 using voxreg::detail::dimsOf;
 
@@ -64,8 +65,6 @@ VlData* volumeAt(const NmDArray<NmHandle<VlData>>& volumes, std::int64_t index) 
 }
 
 using Descriptor = RegNonAffineTransform::NonAffineTransformDescriptor;
-
-constexpr std::int64_t parameterCount = 15;
 
 void widenIfFlat(float& min, float& max) {
   if (min > max) std::swap(min, max);
@@ -279,15 +278,12 @@ void RegVoxelRegistration::createTransform(bool nonAffine, const NmVec3i& numBri
 void RegVoxelRegistration::decomposeMatrix(const NmMat4f& m, NmDVector<double>& params) {
   NmMat4d wide;
   wide.setValue(m);
-  params.resize(parameterCount);
+  params.resize(voxreg::detail::affineParameterCount);
   RegTools::decomposeMatrix(wide, params);
 }
 
 void RegVoxelRegistration::composeMatrix(NmDVector<double>& params, NmMat4f& m) {
-  while (params.size < parameterCount) {
-    const double identity = params.size >= 6 && params.size < 9 ? 1.0 : 0.0;
-    params.insert(params.size, 1, &identity);
-  }
+  voxreg::detail::completeAffineParameters(params);
   NmMat4d wide;
   RegTools::composeMatrix(params, wide);
   wide.getValue(m);

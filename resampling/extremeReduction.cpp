@@ -10,18 +10,14 @@
 #include "foundation/ProgressScope.h"
 #include "foundation/VlData.h"
 #include "foundation/sampling/volumePair.h"
+#include "foundation/voxels/indexRange.h"
 #include "resampling/zoomShape.h"
 
 namespace voxreg::detail {
 namespace {
 
-/// The source voxels of one cell along an axis, `last` not included.
-struct CellRange {
-  std::int64_t first;
-  std::int64_t last;
-};
-
-/// Walks the cells of an axis, whose borders are sums of the cell size in single precision.
+/// Walks the source voxels of the cells of an axis, whose borders are sums of the cell size in
+/// single precision.
 class CellWalk {
  public:
   CellWalk(const ZoomShape& shape, int axis)
@@ -29,7 +25,7 @@ class CellWalk {
         end_(shape.fromLength(axis)),
         numVoxels_(shape.from[axis]) {}
 
-  CellRange next() {
+  IndexRange next() {
     const float before = border_;
     border_ = std::min(before + size_, end_);
     return {voxelAtOrAfter(before), voxelAtOrAfter(border_)};
@@ -48,9 +44,10 @@ class CellWalk {
 };
 
 template <Extreme extreme>
-void fold(const float* in, const NmDArray<CellRange>& cells, std::int64_t numDataVars, float* out) {
+void fold(const float* in, const NmDArray<IndexRange>& cells, std::int64_t numDataVars,
+          float* out) {
   for (std::int64_t i = 0; i < cells.size; ++i)
-    for (std::int64_t x = cells[i].first; x < cells[i].last; ++x)
+    for (std::int64_t x = cells[i].first; x < cells[i].end; ++x)
       for (std::int64_t c = 0; c < numDataVars; ++c) {
         const float value = in[x * numDataVars + c];
         const std::int64_t at = i * numDataVars + c;
@@ -68,7 +65,7 @@ void reduce(const VlDataAccess& source, const VlDataAccess& target, const ZoomSh
   std::fill(in.data, in.data + in.size, 0.0f);
   NmDArray<float> out;
   out.resize(shape.to.x * numDataVars);
-  NmDArray<CellRange> cellsX;
+  NmDArray<IndexRange> cellsX;
   cellsX.resize(shape.to.x);
   CellWalk walkX(shape, 0);
   for (std::int64_t i = 0; i < cellsX.size; ++i) cellsX[i] = walkX.next();
@@ -81,13 +78,13 @@ void reduce(const VlDataAccess& source, const VlDataAccess& target, const ZoomSh
       progress->setProgressValue(static_cast<int>(zi + 1));
       if (progress->wasInterrupted()) return;
     }
-    const CellRange cellZ = walkZ.next();
+    const IndexRange cellZ = walkZ.next();
     CellWalk walkY(shape, 1);
     for (std::int64_t yi = 0; yi < shape.to.y; ++yi) {
-      const CellRange cellY = walkY.next();
+      const IndexRange cellY = walkY.next();
       std::fill(out.data, out.data + out.size, worst);
-      for (std::int64_t z = cellZ.first; z < cellZ.last; ++z)
-        for (std::int64_t y = cellY.first; y < cellY.last; ++y) {
+      for (std::int64_t z = cellZ.first; z < cellZ.end; ++z)
+        for (std::int64_t y = cellY.first; y < cellY.end; ++y) {
           source.row(-1, y, z, in.data);
           fold<extreme>(in.data, cellsX, numDataVars, out.data);
         }

@@ -6,23 +6,14 @@
 #include <memory>
 
 #include "transforms/RegTools.h"
+#include "transforms/affineParameters.h"
+
+using voxreg::detail::affineParameterCount;
+using voxreg::detail::completeAffineParameters;
 
 namespace {
 
-constexpr std::int64_t parameterCount = 15;
 constexpr double pi = 3.141592653589793;
-
-double identityParameter(std::int64_t i) {
-  return i >= 6 && i < 9 ? 1.0 : 0.0;
-}
-
-/// Gives a vector that a host has shortened all its places again.
-void completeParameters(NmDVector<double>& params) {
-  const std::int64_t present = params.size;
-  if (present >= parameterCount) return;
-  params.resize(parameterCount);
-  for (std::int64_t i = present; i < parameterCount; ++i) params[i] = identityParameter(i);
-}
 
 NmMat4d translationBy(const NmVec3f& offset) {
   NmMat4d matrix;
@@ -46,7 +37,7 @@ void takeInverse(RegAffineTransform& inverse, const RegAffineTransform& transfor
 }
 
 void levelScales(NmDVector<double>& params) {
-  completeParameters(params);
+  completeAffineParameters(params);
   params[7] = params[8] = params[6];
 }
 
@@ -60,7 +51,7 @@ RegAffineTransform::RegAffineTransform(NmDArray<NmHandle<VlData>>& referenceVolu
                                        VlData* modelVolume, const NmMat4f& matrix,
                                        int freeParameters)
     : references(referenceVolumes), model(modelVolume), degreesOfFreedom(freeParameters) {
-  params.resize(parameterCount);
+  params.resize(affineParameterCount);
   init(matrix);
 }
 
@@ -165,13 +156,13 @@ void RegAffineTransform::decomposeMatrix() {
 
 void RegAffineTransform::makeIdentityTransform() {
   params.clear();
-  completeParameters(params);
+  completeAffineParameters(params);
 }
 
 void RegAffineTransform::changeCenter(const double* center) {
   if (center == nullptr) return;
   const NmVec3d target(center[0], center[1], center[2]);
-  completeParameters(params);
+  completeAffineParameters(params);
   double shift[3];
   double moved[3];
   for (int j = 0; j < 3; ++j) shift[j] = target[j] - params[12 + j];

@@ -9,13 +9,13 @@
 #include "foundation/NmCPUInfo.h"
 #include "foundation/VlData.h"
 #include "transforms/brickStages.h"
-#include "transforms/vertexPlace.h"
+#include "transforms/brickTopology.h"
 #include "transforms/voxelAxis.h"
 
 using voxreg::detail::brickFace;
 using voxreg::detail::BrickPlace;
+using voxreg::detail::BrickTopology;
 using voxreg::detail::placeInBricks;
-using voxreg::detail::placeOfVertex;
 using voxreg::detail::rowDoubles;
 using voxreg::detail::sliceDoubles;
 using voxreg::detail::VoxelAxis;
@@ -67,19 +67,20 @@ NmVec3i limited(const NmVec3i& n) {
           std::clamp(n.z, 1, brickLimit)};
 }
 
+bool isGrid(const NmVec3i& n) {
+  return isBrickCount(n.x) && isBrickCount(n.y) && isBrickCount(n.z);
+}
+
 std::int64_t bricksOf(const NmVec3i& n) {
-  if (!isBrickCount(n.x) || !isBrickCount(n.y) || !isBrickCount(n.z)) return 0;
-  return static_cast<std::int64_t>(n.x) * n.y * n.z;
+  return isGrid(n) ? BrickTopology{n}.brickCount() : 0;
 }
 
 std::int64_t verticesOf(const NmVec3i& n) {
-  return bricksOf(n) > 0
-             ? (n.x + std::int64_t{1}) * (n.y + std::int64_t{1}) * (n.z + std::int64_t{1})
-             : 0;
+  return isGrid(n) ? BrickTopology{n}.vertexCount() : 0;
 }
 
 bool fits(const NmVec3i& n, std::int64_t parameters) {
-  return bricksOf(n) > 0 && parameters == 3 * verticesOf(n);
+  return isGrid(n) && parameters == 3 * verticesOf(n);
 }
 
 /// Where a normalised coordinate falls on an axis of n bricks.
@@ -142,7 +143,7 @@ void changeCorner(RegNonAffineTransform& transform, std::int64_t brick, int corn
 void changeParameter(RegNonAffineTransform& transform, int index, double delta,
                      SavedCoefficients& saved) {
   const NmVec3i& n = transform.numBricks;
-  const NmVec3i at = placeOfVertex(n, index / 3);
+  const NmVec3i at = BrickTopology{n}.indicesOfVertex(index / 3);
   for (int bk = std::max(at.z - 1, 0); bk <= std::min(at.z, n.z - 1); ++bk)
     for (int bj = std::max(at.y - 1, 0); bj <= std::min(at.y, n.y - 1); ++bj)
       for (int bi = std::max(at.x - 1, 0); bi <= std::min(at.x, n.x - 1); ++bi)
@@ -274,16 +275,14 @@ void RegNonAffineTransform::computeCoefficients() {
   initBrickMatrix();
   growWithZeros(coefficients, perBrick * brickCount());
   if (!hasVertices()) return;
-  const std::int64_t rowStep = 3 * (numBricks.x + std::int64_t{1});
-  const std::int64_t sliceStep = rowStep * (numBricks.y + std::int64_t{1});
+  const BrickTopology grid = {numBricks};
   double* terms = coefficients.data;
   for (int bk = 0; bk < numBricks.z; ++bk)
     for (int bj = 0; bj < numBricks.y; ++bj)
       for (int bi = 0; bi < numBricks.x; ++bi, terms += perBrick) {
-        const double* const corner = params.data + 3 * bi + rowStep * bj + sliceStep * bk;
         double positions[perBrick];
         for (int pair = 0; pair < 4; ++pair)
-          std::copy_n(corner + rowStep * (pair & 1) + sliceStep * (pair >> 1), 6,
+          std::copy_n(params.data + 3 * grid.cornerOf({bi, bj, bk}, 2 * pair), 6,
                       positions + 6 * pair);
         multiplyCorners(brickMatrix.data, positions, terms);
       }
@@ -391,7 +390,7 @@ NmBox3i RegNonAffineTransform::getROIofVertex(VlData* data, int vertex) const {
   const VoxelAxis axes[3] = {VoxelAxis(frame, 0), VoxelAxis(frame, 1), VoxelAxis(frame, 2)};
   int voxels[3][2] = {{0, axes[0].last()}, {0, axes[1].last()}, {0, axes[2].last()}};
   const bool exists = vertex >= 0 && vertex < vertexCount();
-  const NmVec3i at = exists ? placeOfVertex(numBricks, vertex) : NmVec3i();
+  const NmVec3i at = exists ? BrickTopology{numBricks}.indicesOfVertex(vertex) : NmVec3i();
   for (int axis = 0; exists && axis < 3; ++axis) {
     const int n = numBricks[axis];
     if (n < 2) continue;

@@ -6,9 +6,9 @@
 #include "foundation/NmWatch.h"
 #include "transforms/RegNonAffineTransform.h"
 #include "transforms/brickStages.h"
+#include "transforms/brickTopology.h"
 #include "transforms/matrixDecomposition.h"
 #include "transforms/orthogonalRows.h"
-#include "transforms/vertexPlace.h"
 
 using voxreg::detail::decompose;
 using voxreg::detail::OrthogonalRows;
@@ -211,7 +211,7 @@ struct BrickRange {
 };
 
 BrickRange bricksAround(const NmVec3i& n, int vertex) {
-  const NmVec3i at = voxreg::detail::placeOfVertex(n, vertex);
+  const NmVec3i at = voxreg::detail::BrickTopology{n}.indicesOfVertex(vertex);
   BrickRange range;
   for (int axis = 0; axis < 3; ++axis) {
     range.first[axis] = std::max(at[axis] - 1, 0);

@@ -8,6 +8,10 @@
 #include "foundation/VlData.h"
 #include "foundation/numbers/elementary.h"
 #include "foundation/voxels/volumeFrame.h"
+#include "transforms/affineParameters.h"
+
+using voxreg::detail::affineParameterCount;
+using voxreg::detail::identityParameter;
 
 namespace {
 
@@ -125,15 +129,6 @@ NmVec3d scaledRow(const NmMat4d& a, int row, double scale) {
   return {a.m[row][0] / scale, a.m[row][1] / scale, a.m[row][2] / scale};
 }
 
-/// The parameters, with the identity's value in each place that the vector lacks.
-struct CompleteParameters {
-  double p[15] = {0, 0, 0, 0, 0, 0, 1, 1, 1};
-
-  explicit CompleteParameters(const NmDVector<double>& given) {
-    for (std::int64_t i = 0; i < std::min(given.size, std::int64_t{15}); ++i) p[i] = given[i];
-  }
-};
-
 /// diag(scales) * X(a) * Y(b) * Z(c)
 NmMat4d scaledRotation(const double* angles, const double* scales) {
   using voxreg::detail::cosine;
@@ -168,19 +163,19 @@ NmMat4d scaledRotation(const double* angles, const double* scales) {
 }  // namespace
 
 void RegTools::composeMatrix(const NmDVector<double>& p, NmMat4d& m) {
-  const CompleteParameters complete(p);
-  const double* const t = complete.p;
-  const double* const shear = complete.p + 9;
-  const double* const z = complete.p + 12;
-  m = scaledRotation(complete.p + 3, complete.p + 6);
+  double t[affineParameterCount];
+  for (int i = 0; i < affineParameterCount; ++i) t[i] = i < p.size ? p[i] : identityParameter(i);
+  const double* const shear = t + 9;
+  const double* const z = t + 12;
+  m = scaledRotation(t + 3, t + 6);
   m.multLeft(symmetricShear(shear[0], shear[1], shear[2]));
   for (int j = 0; j < 3; ++j)
     m.m[3][j] = t[j] - (m.m[0][j] * z[0] + m.m[1][j] * z[1] + m.m[2][j] * z[2]) + z[j];
 }
 
 void RegTools::decomposeMatrix(const NmMat4d& m, NmDVector<double>& p) {
-  p.resize(15);
-  std::fill_n(p.data, 15, 0.0);
+  p.resize(affineParameterCount);
+  std::fill_n(p.data, affineParameterCount, 0.0);
   double shear[3] = {};
   const NmMat4d a = separateShears(m, shear);
   for (int i = 0; i < 3; ++i) {

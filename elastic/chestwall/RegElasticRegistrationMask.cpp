@@ -2,11 +2,12 @@
 
 #include "elastic/RegElasticRegistration.h"
 #include "elastic/rescale.h"
-#include "elastic/scalarVoxels.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/sampling/voxelBlock.h"
 #include "foundation/voxels/volumeFrame.h"
 
 using voxreg::detail::VolumeFrame;
+using voxreg::detail::VoxelBlock;
 
 namespace {
 
@@ -18,19 +19,19 @@ T truncateTo(float value) {
   return static_cast<T>(value < highest ? value : highest);
 }
 
-/// Access to the voxels of a volume that is to be masked; null, with an error line, where that is
-/// not possible at once.
-NmHandle<VlDataAccess> openForMasking(VlData* volume, NmPrimType type) {
+/// The voxels of a volume that is to be masked; not open, with an error line, where that is not
+/// possible at once.
+VoxelBlock openForMasking(VlData* volume, NmPrimType type) {
   const char* fault = nullptr;
-  NmHandle<VlDataAccess> access;
+  VoxelBlock block;
   if (volume == nullptr)
     fault = "Volume is undefined.";
   else if (volume->primType() != type)
     fault = "primType not yet implemented.";
-  else if ((access = voxreg::detail::tryLockScalars(*volume)) == nullptr)
+  else if (block = VoxelBlock::tryLockForWriting(*volume); !block.isOpen())
     fault = "Failed getting data access or data are not contiguous.";
   if (fault != nullptr) getTheLogInstance().errorf("applyMasking: %s", fault);
-  return access;
+  return block;
 }
 
 /// Hands each voxel to `change` with its weighted squared distance from the centre.
@@ -73,8 +74,8 @@ bool RegElasticRegistration::_applyMasking(VlData* volume, T* /*typeTag*/, bool 
                                            float fillValue, const NmVec3f& maskCenter,
                                            const NmVec3f& maskWeights, float radius1,
                                            float radius2) const {
-  const NmHandle<VlDataAccess> access = openForMasking(volume, NmPrimType::UnsignedShort);
-  if (access == nullptr) return false;
+  const VoxelBlock block = openForMasking(volume, NmPrimType::UnsignedShort);
+  if (!block.isOpen()) return false;
   const float inner = radius1 * radius1;
   const float outer = radius2 * radius2;
   if (inner == outer) {
@@ -85,8 +86,7 @@ bool RegElasticRegistration::_applyMasking(VlData* volume, T* /*typeTag*/, bool 
   const float rounding = roundValues ? 0.5f : 0.0f;
   const T fill = truncateTo<T>(fillValue + rounding);
   walkDistances(
-      static_cast<T*>(access->dataPtr(0)), VolumeFrame(*volume), maskCenter, maskWeights,
-      [&](T& voxel, float q) {
+      block.as<T>(), VolumeFrame(*volume), maskCenter, maskWeights, [&](T& voxel, float q) {
         if (q < inner) {
           voxel = fill;
         } else if (q < outer) {
@@ -102,10 +102,10 @@ bool RegElasticRegistration::_applyMaskingLabels(VlData* volume, T* /*typeTag*/,
                                                  const NmVec3f& maskCenter,
                                                  const NmVec3f& maskWeights, float radius,
                                                  bool mark) const {
-  const NmHandle<VlDataAccess> access = openForMasking(volume, NmPrimType::UnsignedChar);
-  if (access == nullptr) return false;
+  const VoxelBlock block = openForMasking(volume, NmPrimType::UnsignedChar);
+  if (!block.isOpen()) return false;
   const float limit = radius * radius;
-  walkDistances(static_cast<T*>(access->dataPtr(0)), VolumeFrame(*volume), maskCenter, maskWeights,
+  walkDistances(block.as<T>(), VolumeFrame(*volume), maskCenter, maskWeights,
                 [&](T& voxel, float q) {
                   if (q < limit) voxel = mark ? static_cast<T>(voxel | 0x80) : T(0);
                 });

@@ -5,8 +5,8 @@
 #include "elastic/RegElasticRegistration.h"
 #include "elastic/chestwall/axisOrder.h"
 #include "elastic/rescale.h"
-#include "elastic/scalarVoxels.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/sampling/voxelBlock.h"
 #include "foundation/voxels/volumeFrame.h"
 
 using voxreg::detail::VolumeFrame;
@@ -66,8 +66,8 @@ bool RegElasticRegistration::getCoronalProfile(VlData* volume, const NmVec2f& re
     return false;
   }
   const VolumeFrame frame(*volume);
-  const NmHandle<VlDataAccess> access = voxreg::detail::lockScalars(*volume);
-  if (access == nullptr) {
+  const auto block = voxreg::detail::VoxelBlock::lock(*volume);
+  if (!block.isOpen()) {
     getTheLogInstance().errorf(
         "getCoronalProfile: Failed getting data access or data are not contiguous.");
     return false;
@@ -76,8 +76,8 @@ bool RegElasticRegistration::getCoronalProfile(VlData* volume, const NmVec2f& re
     getTheLogInstance().errorf("getCoronalProfile: primType not yet implemented.");
     return false;
   }
-  return _getCoronalProfile(static_cast<unsigned short*>(access->dataPtr(0)), rescale, frame.dims,
-                            frame.box, axes, flip, centerA, centerB, radius, profile);
+  return _getCoronalProfile(block.as<unsigned short>(), rescale, frame.dims, frame.box, axes, flip,
+                            centerA, centerB, radius, profile);
 }
 
 template <class T>

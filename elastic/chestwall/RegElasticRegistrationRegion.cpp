@@ -4,8 +4,8 @@
 
 #include "elastic/RegElasticRegistration.h"
 #include "elastic/chestwall/axisOrder.h"
-#include "elastic/scalarVoxels.h"
 #include "foundation/NmLogFile.h"
+#include "foundation/sampling/voxelBlock.h"
 #include "foundation/voxels/volumeFrame.h"
 #include "foundation/voxels/voxelTypes.h"
 
@@ -75,8 +75,8 @@ bool RegElasticRegistration::findRegionOfInterest(int threshold, const NmVec3i& 
     return false;
   }
   const VolumeFrame frame(*reference);
-  const NmHandle<VlDataAccess> access = voxreg::detail::lockScalars(*reference);
-  if (access == nullptr) {
+  const auto block = voxreg::detail::VoxelBlock::lock(*reference);
+  if (!block.isOpen()) {
     getTheLogInstance().errorf(
         "findRegionOfInterest: Failed getting data access or data are not contiguous.");
     return false;
@@ -98,8 +98,8 @@ bool RegElasticRegistration::findRegionOfInterest(int threshold, const NmVec3i& 
   }
   const int n = frame.dims[axes.y];
   NmDArray<bool> flags;
-  scanCoronalSlices(static_cast<unsigned short*>(access->dataPtr(0)), inner.stride, strides[axes.y],
-                    outer.stride, inner.count, n, outer.count, threshold, flip, flags);
+  scanCoronalSlices(block.as<unsigned short>(), inner.stride, strides[axes.y], outer.stride,
+                    inner.count, n, outer.count, threshold, flip, flags);
   const int first = findRun(flags);
   if (first < 0) return true;
   const auto [low, high] = regionBounds(first, regionLength(frame, axes, inner.count), n);

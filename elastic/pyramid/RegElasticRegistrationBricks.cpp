@@ -3,16 +3,16 @@
 #include <utility>
 
 #include "elastic/RegElasticRegistration.h"
+#include "metrics/RegMetric.h"
 #include "metrics/RegMetricKind.h"
 #include "optimizers/RegSearchKind.h"
 #include "registration/RegStageCode.h"
 #include "registration/RegVoxelRegistration.h"
+#include "transforms/brickTopology.h"
 
 namespace {
 
 using Descriptor = RegNonAffineTransform::NonAffineTransformDescriptor;
-
-constexpr double noMetric = -1000.0;
 
 NmDArray<NmHandle<VlData>> listOf(const NmHandle<VlData>& volume) {
   NmDArray<NmHandle<VlData>> list;
@@ -49,9 +49,7 @@ void adopt(Descriptor& reached, Descriptor& transform) {
   transform.box = reached.box;
   const NmVec3i& n = reached.numBricks;
   if (std::min({n.x, n.y, n.z}) < 1) return;
-  if (reached.vertices.size !=
-      (std::int64_t{3} * n.x + 3) * (n.y + std::int64_t{1}) * (n.z + std::int64_t{1}))
-    return;
+  if (reached.vertices.size != 3 * voxreg::detail::BrickTopology{n}.vertexCount()) return;
   transform.numBricks = n;
   transform.vertices = std::move(reached.vertices);
 }
@@ -79,7 +77,7 @@ bool RegElasticRegistration::invokeVoxelRegistration(
     const NmHandle<VlData>& referenceVolume, const NmHandle<VlData>& modelVolume,
     const NmVec3i& bricks, const NmVec2f& stepRange, const NmVec2f& referenceRange,
     const NmVec2f& modelRange, unsigned int metricFlag, double* metricValue) {
-  if (metricValue != nullptr) *metricValue = noMetric;
+  if (metricValue != nullptr) *metricValue = RegMetric::noStatement;
   if (referenceVolume == nullptr || modelVolume == nullptr) return false;
   if (std::min({bricks.x, bricks.y, bricks.z}) < 1) return false;
   NmDArray<NmHandle<VlData>> references = listOf(referenceVolume);

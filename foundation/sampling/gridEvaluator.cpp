@@ -7,6 +7,7 @@
 
 #include "foundation/sampling/gridAxis.h"
 #include "foundation/sampling/lanczosSums.h"
+#include "foundation/sampling/voxelBlock.h"
 #include "foundation/voxels/voxelTypes.h"
 
 namespace voxreg::detail {
@@ -193,8 +194,7 @@ NmHandle<VlEvaluator> makeEvaluator(const NmHandle<VlDataAccess>& access, const 
 
 NmHandle<VlEvaluator> makeGridEvaluator(const NmHandle<VlDataAccess>& access, const VoxelGrid& grid,
                                         const NmBox3f& box, TapRule rule) {
-  if (!access->isContiguous() || access->dataPtr(0) == nullptr || grid.numValues() < 1)
-    return nullptr;
+  if (blockOf(access.get()) == nullptr || grid.numValues() < 1) return nullptr;
   if (rule == linearTaps) return makeEvaluator<linearTaps>(access, grid, box);
   if (rule == lanczosTaps) return makeEvaluator<lanczosTaps>(access, grid, box);
   return makeEvaluator<nearestTap>(access, grid, box);

@@ -17,11 +17,11 @@ class AffinePositions {
     for (int axis = 0; axis < 3; ++axis) step_[axis] = Lanes::all(walk.step[0][axis]);
   }
 
-  static RowSpan rowRange(const Walk& walk) { return {0, walk.referenceDims[1] - 1}; }
+  static IndexSpan rowRange(const Walk& walk) { return {0, walk.referenceDims[1]}; }
 
   /// Puts the rows of a block into the lanes and tells the voxels that each of them samples.
   void startRows(const RowBlock& block, BlockSpan& span) {
-    RowSpan rows[Lanes::width];
+    IndexSpan rows[Lanes::width];
     double first[3][Lanes::width];
     for (int r = 0; r < Lanes::width; ++r) {
       double p[3];
@@ -31,7 +31,7 @@ class AffinePositions {
         p[axis] = (walk_.start[axis] + y * walk_.step[1][axis]) + z * walk_.step[2][axis];
         first[axis][r] = p[axis];
       }
-      rows[r] = r < block.count ? clipRow(walk_, p, walk_.referenceDims[0]) : RowSpan{0, -1};
+      rows[r] = r < block.count ? clipRow(walk_, p, walk_.referenceDims[0]) : IndexSpan{0, 0};
     }
     span.set(rows);
     for (int axis = 0; axis < 3; ++axis) position_[axis] = Lanes::load(first[axis]);

@@ -5,23 +5,23 @@
 /// The voxels that the rows of a block sample.
 class BlockSpan {
  public:
-  RowSpan all = {0, -1};  ///< from the first one to the last one in any row
+  IndexSpan all = {0, 0};  ///< of any row
 
-  void set(const RowSpan rows[Lanes::width]) {
-    all = {0, -1};
-    common_ = {0, -1};
+  void set(const IndexSpan rows[Lanes::width]) {
+    all = {0, 0};
+    common_ = {0, 0};
     double first[Lanes::width];
     double last[Lanes::width];
     for (int r = 0; r < Lanes::width; ++r) {
-      const RowSpan& row = rows[r];
+      const IndexSpan& row = rows[r];
       first[r] = row.first;
-      last[r] = row.last;
-      if (row.count() == 0) continue;
-      const bool isFirst = all.count() == 0;
+      last[r] = row.end - 1;
+      if (countOf(row) == 0) continue;
+      const bool isFirst = countOf(all) == 0;
       all.first = isFirst ? row.first : fewer(row.first, all.first);
-      all.last = isFirst ? row.last : more(row.last, all.last);
+      all.end = isFirst ? row.end : more(row.end, all.end);
       common_.first = isFirst ? row.first : more(row.first, common_.first);
-      common_.last = isFirst ? row.last : fewer(row.last, common_.last);
+      common_.end = isFirst ? row.end : fewer(row.end, common_.end);
     }
     first_ = Lanes::load(first);
     last_ = Lanes::load(last);
@@ -30,13 +30,13 @@ class BlockSpan {
 
   /// Lanes that have a voxel at x.
   typename Lanes::Mask at(int x) const {
-    return x >= common_.first && x <= common_.last ? inCommon_ : compare(x);
+    return x >= common_.first && x < common_.end ? inCommon_ : compare(x);
   }
 
  private:
   typename Lanes::Mask compare(int x) const { return Lanes::within(Lanes::all(x), first_, last_); }
 
-  RowSpan common_ = {0, -1};  ///< what every row samples that samples any
+  IndexSpan common_ = {0, 0};  ///< what every row samples that samples any
   typename Lanes::Mask inCommon_ = {};
   typename Lanes::Doubles first_ = {};
   typename Lanes::Doubles last_ = {};

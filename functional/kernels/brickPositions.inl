@@ -16,16 +16,16 @@ class BrickPositions {
   explicit BrickPositions(const Walk& walk)
       : walk_(walk),
         row_(walk.stages),
-        slices_(walk.stages +
-                static_cast<std::int64_t>(rowDoubles) * Lanes::width * walk.grid.touched[0].count),
+        slices_(walk.stages + static_cast<std::int64_t>(rowDoubles) * Lanes::width *
+                                  countOf(walk.grid.touched[0])),
         slicesEnd_(walk.box.zmin) {}
 
-  static RowSpan rowRange(const Walk& walk) { return {walk.box.ymin, walk.box.ymax}; }
+  static IndexSpan rowRange(const Walk& walk) { return {walk.box.ymin, walk.box.ymax + 1}; }
 
   /// Puts the rows of a block into the lanes; each samples the whole box along x.
   void startRows(const RowBlock& block, BlockSpan& span) {
     startSlices(block);
-    const int columns = walk_.grid.touched[0].count;
+    const int columns = countOf(walk_.grid.touched[0]);
     for (int i = 0; i < columns; ++i) {
       double* const row = row_ + static_cast<std::int64_t>(rowDoubles) * Lanes::width * i;
       if constexpr (abreast == Abreast::slices)
@@ -35,9 +35,9 @@ class BrickPositions {
     }
     if (block.count == lanesInSpan_) return;
     lanesInSpan_ = block.count;
-    RowSpan rows[Lanes::width];
+    IndexSpan rows[Lanes::width];
     for (int r = 0; r < Lanes::width; ++r)
-      rows[r] = r < block.count ? RowSpan{walk_.box.xmin, walk_.box.xmax} : RowSpan{0, -1};
+      rows[r] = r < block.count ? IndexSpan{walk_.box.xmin, walk_.box.xmax + 1} : IndexSpan{0, 0};
     span.set(rows);
   }
 
@@ -58,9 +58,10 @@ class BrickPositions {
   /// The terms of a touched brick in a slice, of as many slices as there are lanes: slices that
   /// stand abreast have a value per lane for each of them.
   double* sliceOf(int z, int i, int j) const {
-    const BrickSpan* const touched = walk_.grid.touched;
-    const std::int64_t bricks = static_cast<std::int64_t>(touched[0].count) * touched[1].count;
-    const std::int64_t brick = i + static_cast<std::int64_t>(touched[0].count) * j;
+    const IndexSpan* const touched = walk_.grid.touched;
+    const std::int64_t bricks =
+        static_cast<std::int64_t>(countOf(touched[0])) * countOf(touched[1]);
+    const std::int64_t brick = i + static_cast<std::int64_t>(countOf(touched[0])) * j;
     const int slot = (z - walk_.box.zmin) % Lanes::width;
     return slices_ + (abreast == Abreast::slices ? sliceDoubles * Lanes::width * brick + slot
                                                  : sliceDoubles * (brick + bricks * slot));
@@ -96,8 +97,8 @@ class BrickPositions {
   void evaluate(int z) {
     const BrickGrid& grid = walk_.grid;
     const BrickPlace layer = layerOf(z);
-    for (int j = 0; j < grid.touched[1].count; ++j)
-      for (int i = 0; i < grid.touched[0].count; ++i) {
+    for (int j = 0; j < countOf(grid.touched[1]); ++j)
+      for (int i = 0; i < countOf(grid.touched[0]); ++i) {
         double terms[sliceDoubles];
         const double* const brick = coefficientsOf(i, j, layer.brick);
         takeSlice([&](int e) { return brick[e]; }, layer.fraction, terms);
@@ -120,8 +121,8 @@ class BrickPositions {
     }
     layers.fraction = Lanes::load(fractions);
     layers.brick = Lanes::load(bricks);
-    for (int j = 0; j < walk_.grid.touched[1].count; ++j)
-      for (int i = 0; i < walk_.grid.touched[0].count; ++i)
+    for (int j = 0; j < countOf(walk_.grid.touched[1]); ++j)
+      for (int i = 0; i < countOf(walk_.grid.touched[0]); ++i)
         evaluateAbreast(layers, i, j, sliceOf(walk_.box.zmin, i, j));
   }
 

@@ -7,7 +7,8 @@
 template <class T, Abreast abreast>
 static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
   constexpr std::int64_t rowsAhead = abreast == Abreast::rows ? Lanes::width : 1;
-  constexpr int lineVoxels = 64 / static_cast<int>(sizeof(T));
+  constexpr int cacheLine = 64;  // bytes
+  constexpr int lineVoxels = cacheLine / static_cast<int>(sizeof(T));
   const std::int64_t rowLength = walk.referenceDims[0];
   const T* rows[Lanes::width];
   for (int r = 0; r < Lanes::width; ++r) {

@@ -25,11 +25,11 @@ struct RowBlock {
 template <Abreast abreast>
 class RowBlocks {
  public:
-  RowBlocks(RowSpan ys, RowSpan zs) : ys_(ys), zs_(zs), y_(ys.first), z_(zs.first) {}
+  RowBlocks(IndexSpan ys, IndexSpan zs) : ys_(ys), zs_(zs), y_(ys.first), z_(zs.first) {}
 
   /// The next block; false where there is none.
   bool next(RowBlock& block) {
-    if (z_ > zs_.last || ys_.count() == 0) return false;
+    if (z_ >= zs_.end || countOf(ys_) == 0) return false;
     if constexpr (abreast == Abreast::rows)
       takeRows(block);
     else
@@ -40,7 +40,7 @@ class RowBlocks {
  private:
   void takeRows(RowBlock& block) {
     int r = 0;
-    for (; r < Lanes::width && z_ <= zs_.last; ++r) {
+    for (; r < Lanes::width && z_ < zs_.end; ++r) {
       block.y[r] = y_;
       block.z[r] = z_;
       finishRow(1);
@@ -53,7 +53,7 @@ class RowBlocks {
   }
 
   void takeSlices(RowBlock& block) {
-    block.count = fewer(zs_.last - z_ + 1, Lanes::width);
+    block.count = fewer(zs_.end - z_, Lanes::width);
     for (int r = 0; r < Lanes::width; ++r) {
       block.y[r] = y_;
       block.z[r] = z_ + fewer(r, block.count - 1);
@@ -62,13 +62,13 @@ class RowBlocks {
   }
 
   void finishRow(int slices) {
-    if (y_++ < ys_.last) return;
+    if (++y_ < ys_.end) return;
     y_ = ys_.first;
     z_ += slices;
   }
 
-  RowSpan ys_;
-  RowSpan zs_;
+  IndexSpan ys_;
+  IndexSpan zs_;
   int y_;
   int z_;
 };

@@ -14,8 +14,8 @@ static void walkRows(const Walk& walk, const RowBlock& block, const BlockSpan& s
   using Batch = Columns<typename Sampler::Located>;
   alignas(64) double reference[Batch::capacity * Lanes::width];
   positions.seek(span.all.first);
-  for (int x = span.all.first; x <= span.all.last; x += Batch::capacity) {
-    const int left = span.all.last - x + 1;
+  for (int x = span.all.first; x < span.all.end; x += Batch::capacity) {
+    const int left = span.all.end - x;
     const int n = left < Batch::capacity ? left : Batch::capacity;
     loadReference<Accumulator::abreast>(walk, block, x, n, reference);
     columns.count = 0;
@@ -47,12 +47,13 @@ static void walkBlocks(const Walk& walk, Accumulator& accumulator) {
   PositionsOf<Accumulator::abreast> positions(walk);
   const Sampler sampler(walk);
   Columns<typename Sampler::Located> columns = {};  // unused lanes are read, too
-  RowBlocks<Accumulator::abreast> blocks(positions.rowRange(walk), {walk.box.zmin, walk.box.zmax});
+  RowBlocks<Accumulator::abreast> blocks(positions.rowRange(walk),
+                                         {walk.box.zmin, walk.box.zmax + 1});
   RowBlock block;
   BlockSpan span;
   while (blocks.next(block)) {
     positions.startRows(block, span);
-    if (span.all.count() == 0) continue;
+    if (countOf(span.all) == 0) continue;
     accumulator.startRows(block);
     walkRows(walk, block, span, positions, sampler, columns, accumulator);
     accumulator.endRows(block);

@@ -2,36 +2,33 @@
 
 #include "functional/kernels/lanes.inl"
 
-/// Voxels of one reference row, both ends inclusive; empty when last < first.
-struct RowSpan {
-  int first;
-  int last;
-  int count() const { return last < first ? 0 : last - first + 1; }
-};
+static int countOf(const IndexSpan& span) {
+  return span.end > span.first ? span.end - span.first : 0;
+}
 
 /// The voxels of a row of `length` whose positions lie within the model's bounds, the row starting
 /// at position `p`. Along an axis on which the row moves by s per voxel, voxel x lies at p + x * s;
 /// the bound on the entering side is crossed at t = (bound - p) / s, and the row starts behind t,
 /// at 0 or at trunc(t) + 1; on the leaving side it ends at trunc(t). Everything is compared in
 /// double before it is cast, so that a model far away gives no samples.
-static RowSpan clipRow(const Walk& walk, const double p[3], int length) {
-  RowSpan span = {0, length - 1};
+static IndexSpan clipRow(const Walk& walk, const double p[3], int length) {
+  IndexSpan span = {0, length};
   for (int axis = 0; axis < 3; ++axis) {
     const double lower = walk.bounds[axis][0];
     const double upper = walk.bounds[axis][1];
     const int sign = walk.signs[axis];
     if (sign == 0) continue;
     if (sign == 2) {
-      if (p[axis] < lower || p[axis] > upper) return {0, -1};
+      if (p[axis] < lower || p[axis] > upper) return {0, 0};
       continue;
     }
     const double step = walk.step[0][axis];
     const double entering = ((sign > 0 ? lower : upper) - p[axis]) / step;
     const double leaving = ((sign > 0 ? upper : lower) - p[axis]) / step;
-    if (entering >= length || leaving < 0.0) return {0, -1};
+    if (entering >= length || leaving < 0.0) return {0, 0};
     if (entering > 0.0 && static_cast<int>(entering) >= span.first)
       span.first = static_cast<int>(entering) + 1;
-    if (leaving < span.last) span.last = static_cast<int>(leaving);
+    if (leaving < span.end - 1) span.end = static_cast<int>(leaving) + 1;
   }
   return span;
 }

@@ -36,7 +36,7 @@ class TrilinearSampler {
     ahead_[1] = ahead_[0] + (neighbour_[1] + neighbour_[2]) * static_cast<std::int64_t>(sizeof(U));
     ahead_[2] = ahead_[0] + neighbour_[1] * static_cast<std::int64_t>(sizeof(U));
     ahead_[3] = ahead_[0] + neighbour_[2] * static_cast<std::int64_t>(sizeof(U));
-    isTilted_ = sizeOf(walk.step[0][1]) + sizeOf(walk.step[0][2]) > 0.05;
+    isTilted_ = sizeOf(walk.step[0][1]) + sizeOf(walk.step[0][2]) > tiltedStep;
   }
 
   /// Lanes whose position lies within half a voxel of the model.
@@ -63,9 +63,9 @@ class TrilinearSampler {
   template <class Background>
   void fetch(Located* columns, int count, int lanes, Background& background) const {
     if (isTilted_)
-      prefetchAhead<4, 4>(columns, count);
+      prefetchAhead<tiltedLines, tiltedColumns>(columns, count);
     else
-      prefetchAhead<2, 8>(columns, count);
+      prefetchAhead<levelLines, levelColumns>(columns, count);
     if (neighbour_[0] == 0)
       copyPairs<1>(columns, count, lanes, background);
     else if (lanes < Lanes::width)
@@ -130,7 +130,14 @@ class TrilinearSampler {
     return v > -1.0e3 && v < 1.0e3 ? static_cast<std::int64_t>(v < 0.0 ? v - 0.5 : v + 0.5) : 0;
   }
 
+  // Empirical, the fastest of those measured on heads of 1 and 2 mm: docs/performance.md, "What
+  // bounds the kernels".
   static constexpr int prefetchRows = 8;
+  static constexpr double tiltedStep = 0.05;  ///< voxels across a row's axis per voxel along it
+  static constexpr int tiltedLines = 4;       ///< of a cell's four, asked for in an oblique row
+  static constexpr int tiltedColumns = 4;     ///< columns from one request to the next
+  static constexpr int levelLines = 2;
+  static constexpr int levelColumns = 8;
 
   const U* voxels_;
   std::int64_t neighbour_[3];

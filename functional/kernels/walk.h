@@ -26,10 +26,11 @@ inline constexpr int voxelTypeIndex<float> = 4;
 template <>
 inline constexpr int voxelTypeIndex<double> = 5;
 
-/// Successive bricks along one axis.
-struct BrickSpan {
+/// Successive voxels or bricks along one axis: from `first` up to, but excluding, `end`; none where
+/// `end` is not above `first`.
+struct IndexSpan {
   int first;
-  int count;
+  int end;
 };
 
 /// A grid of bricks as a source of positions.
@@ -42,7 +43,7 @@ struct BrickGrid {
   double zExtent;             ///< above 0
   const BrickPlace* columns;  ///< of voxels box.xmin and on
   const BrickPlace* rows;     ///< of rows box.ymin and on
-  BrickSpan touched[2];       ///< bricks that the columns and the rows fall into
+  IndexSpan touched[2];       ///< bricks that the columns and the rows fall into
 };
 
 /// What a walk of reference voxels through a model goes by: bare values and pointers, since a
