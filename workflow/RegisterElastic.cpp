@@ -102,7 +102,7 @@ NmBox3i regionIn(const NmBox3i& asked, const Image& image) {
   const VoxelOrder order = VoxelOrder::nearestToWorld(grid);
   int bounds[6];
   for (int a = 0; a < 3; ++a) {
-    const int axis = order.fileAxis[a];
+    const int axis = order.gridAxis[a];
     const int last = static_cast<int>(grid.dims[axis]) - 1;
     const int low = asked.min(axis);
     const int high = asked.max(axis);

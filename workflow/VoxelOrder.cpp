@@ -25,23 +25,23 @@ VoxelOrder VoxelOrder::nearestToWorld(const WorldGrid& grid) {
     for (int a = 0; a < 3; ++a) sum += std::abs(cosine(grid, trial[a], a));
     if (sum > bestSum) {
       bestSum = sum;
-      std::copy(trial, trial + 3, best.fileAxis);
+      std::copy(trial, trial + 3, best.gridAxis);
     }
   } while (std::next_permutation(trial, trial + 3));
-  for (int a = 0; a < 3; ++a) best.flipped[a] = cosine(grid, best.fileAxis[a], a) < 0;
+  for (int a = 0; a < 3; ++a) best.flipped[a] = cosine(grid, best.gridAxis[a], a) < 0;
   return best;
 }
 
 bool VoxelOrder::changesAnything() const {
   for (int a = 0; a < 3; ++a)
-    if (fileAxis[a] != a || flipped[a]) return true;
+    if (gridAxis[a] != a || flipped[a]) return true;
   return false;
 }
 
 WorldGrid VoxelOrder::applied(const WorldGrid& grid) const {
   WorldGrid reordered = grid;
   for (int a = 0; a < 3; ++a) {
-    const int axis = fileAxis[a];
+    const int axis = gridAxis[a];
     const double sign = flipped[a] ? -1.0 : 1.0;
     reordered.dims[a] = grid.dims[axis];
     for (int w = 0; w < 3; ++w) {
@@ -59,7 +59,7 @@ MemoryLine memoryLine(const WorldGrid& grid, const VoxelOrder& order, std::int64
   MemoryLine line = {0, 0};
   std::int64_t stride = 1;
   for (int a = 0; a < 3; ++a) {
-    const int axis = order.fileAxis[a];
+    const int axis = order.gridAxis[a];
     const std::int64_t p = order.flipped[a] ? grid.dims[axis] - 1 - position[axis] : position[axis];
     line.start += p * stride;
     if (axis == 0) line.stride = order.flipped[a] ? -stride : stride;

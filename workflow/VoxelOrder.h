@@ -8,7 +8,7 @@ namespace voxreg {
 /// parameters cannot express a mirror, so that a search sees every volume with axes of one
 /// handedness.
 struct VoxelOrder {
-  int fileAxis[3] = {0, 1, 2};              ///< the grid's axis along each of the new ones
+  int gridAxis[3] = {0, 1, 2};              ///< the grid's axis along each of the new ones
   bool flipped[3] = {false, false, false};  ///< the new axis runs against the grid's
 
   static VoxelOrder nearestToWorld(const WorldGrid& grid);

@@ -72,7 +72,7 @@ TEST(Zoomed, keepsEveryVoxelAtItsPlaceInTheWorldInTheFileToo) {
     const host::NiftiVolume read = host::readNifti(folder.file("out.nii"));
     for (int a = 0; a < 3; ++a) EXPECT_EQ(read.image.dims()[a], std::ceil(dims[a]));
     EXPECT_LT(worstOfRamp(read, rim), tolerance) << dims.x;
-    EXPECT_EQ(read.order.fileAxis[2], ramp.order.fileAxis[2]);
+    EXPECT_EQ(read.order.gridAxis[2], ramp.order.gridAxis[2]);
   }
 }
 

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <string>
 
+#include "metrics/RegMetricKind.h"
+#include "optimizers/RegSearchKind.h"
 #include "workflow/refusal.h"
 
 namespace voxreg::detail {
@@ -27,32 +29,35 @@ bool isWithin(int value, int least, int most) {
 
 }  // namespace
 
+// No default, so that the compiler asks for a case of each new enumerator.
 unsigned int kindOf(Metric metric) {
   switch (metric) {
+    case Metric::normalizedMutualInformation:
+      break;
     case Metric::mutualInformation:
-      return 1;
+      return RegMetricSimpleMutualInformation;
     case Metric::meanSquaredDifference:
-      return 2;
+      return RegMetricMeanSquaredDifference;
     case Metric::correlationRatio:
-      return 3;
-    default:
-      return 0;
+      return RegMetricCorrelationRatio;
   }
+  return RegMetricNormMutualInformation;
 }
 
 unsigned int kindOf(Search search) {
   switch (search) {
     case Search::aggressiveDirection:
-      return 0;
+      return RegSearchAggressiveDirection;
     case Search::bestNeighbour:
-      return 1;
+      return RegSearchBestNeighbour;
     case Search::conjugateGradient:
-      return 3;
+      return RegSearchConjugateGradients;
     case Search::bestDirection:
-      return 4;
-    default:
-      return 2;
+      return RegSearchBestDirection;
+    case Search::quasiNewton:
+      break;
   }
+  return RegSearchQuasiNewton;
 }
 
 double valueOfChance(Metric metric) {

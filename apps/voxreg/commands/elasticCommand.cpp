@@ -86,7 +86,7 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
 NmBox3i roiInImage(const std::vector<int>& asked, const NiftiVolume& reference) {
   int bounds[6];
   for (int a = 0; a < 3; ++a) {
-    const int axis = reference.order.fileAxis[a];
+    const int axis = reference.order.gridAxis[a];
     const int last = static_cast<int>(reference.grid.dims[axis]) - 1;
     const std::size_t first = 2 * static_cast<std::size_t>(axis);
     const int low = asked[first];

@@ -94,7 +94,7 @@ NiftiVolume newVolume(const NmVec3l& dims, const NmBox3f& box, NmPrimType type) 
 
 NiftiVolume scaledVolume(const NiftiVolume& original, const NmVec3f& newDims) {
   const std::shared_ptr<nifti_image> header = owned(nifti_copy_nim_info(original.header.get()));
-  for (int a = 0; a < 3; ++a) scaleAxis(*header, original.order.fileAxis[a], newDims[a]);
+  for (int a = 0; a < 3; ++a) scaleAxis(*header, original.order.gridAxis[a], newDims[a]);
   (void)nifti_update_dims_from_array(header.get());
   return newVolume(header, original.image.type());
 }
