@@ -227,7 +227,7 @@ TEST_F(Outcome, ofElasticIsWhatApplyMakesOfItsTransform) {
 TEST_F(Outcome, isBadUsageWhereFilesMeetOrOptionsContradictEachOther) {
   std::filesystem::create_symlink(folder.file("m.nii"), folder.file("link.nii"));
   const std::pair<const char*, const char*> cases[] = {
-      {"affine -r @r.nii -m @m.nii", "nothing is to be written"},
+      {"affine -r @r.nii -m @m.nii", "no output is requested"},
       {"affine -r @r.nii -m @m.nii -o @link.nii", "--model and --output are the same file"},
       {"affine -r @r.nii -m @m.nii --start @away.txt --matrix @./away.txt",
        "--start and --matrix are the same file"},
@@ -236,7 +236,7 @@ TEST_F(Outcome, isBadUsageWhereFilesMeetOrOptionsContradictEachOther) {
       {"resample --input @m.nii -o @link.nii --size 8 8 8",
        "--input and --output are the same file"},
       {"affine -r @r.nii -m @m.nii -o @out.nii --start @away.txt --init none", "--init"},
-      {"affine -r @r.nii -m @m.nii -o @out.nii --background -5", "-5 is no background"},
+      {"affine -r @r.nii -m @m.nii -o @out.nii --background -5", "-5 cannot be the background"},
       {"affine -r @r.nii -m @m.nii -o @out.nii --interpolation cubit", "--interpolation"},
       {"afine -r @r.nii -m @m.nii", "there is no command afine; did you mean affine?"},
       {"segment", "there is no command segment"},
