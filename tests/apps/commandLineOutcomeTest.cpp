@@ -146,8 +146,8 @@ TEST_F(Outcome, thatIsDoubtfulComesWithWarningsHereAndInTheReport) {
       {"affine -r @r.nii -m @infinite.nii --dof 6", "27 voxels that are not finite", true},
       {"affine -r @r.nii -m @nowhere.nii --dof 6", "neither sform nor qform", true},
       {"affine -r @r.nii -m @m.nii --start @aside.txt --dof 3 --steps 0.01 0.01 --levels 1",
-       "of the reference only", true},
-      {"apply -r @r.nii -m @m.nii --matrix @aside.txt -o @out.nii", "of the reference only", false},
+       "overlap in only", true},
+      {"apply -r @r.nii -m @m.nii --matrix @aside.txt -o @out.nii", "overlap in only", false},
   };
   for (const auto& [line, warning, hasReport] : cases) {
     SCOPED_TRACE(line);
