@@ -7,9 +7,9 @@ class VlData;
 
 namespace voxreg::detail {
 
-/// Access to voxels that lie in one block in grid order, one value each. Interleaved data variables
-/// are not contiguous in this sense. Null, without a line, where the lock or such a block is not to
-/// be had.
+/// Access to voxels in one block in grid order, one value each. Interleaved data variables are not
+/// contiguous in this sense. Null, without a log line, if the lock or such a block is not
+/// available.
 NmHandle<VlDataAccess> lockScalars(VlData& volume);
 
 /// The same for writing, without waiting.

@@ -10,7 +10,7 @@ using voxreg::detail::VolumeFrame;
 
 namespace {
 
-/// Towards zero and limited to what T holds; NaN is 0.
+/// Truncates towards zero and saturates to the range of T; NaN becomes 0.
 template <class T>
 T truncateTo(float value) {
   constexpr auto highest = static_cast<float>(std::numeric_limits<T>::max());
@@ -18,8 +18,8 @@ T truncateTo(float value) {
   return static_cast<T>(value < highest ? value : highest);
 }
 
-/// Access to the voxels of a volume that is to be masked; null, with an error line, where that is
-/// not possible at once.
+/// Access to the voxels of a volume that is to be masked; null, with an error line, if that is not
+/// possible at once.
 NmHandle<VlDataAccess> openForMasking(VlData* volume, NmPrimType type) {
   const char* fault = nullptr;
   NmHandle<VlDataAccess> access;
@@ -33,7 +33,7 @@ NmHandle<VlDataAccess> openForMasking(VlData* volume, NmPrimType type) {
   return access;
 }
 
-/// Hands each voxel to `change` with its weighted squared distance from the centre.
+/// Passes each voxel to `change` with its weighted squared distance from the centre.
 template <class T, class F>
 void walkDistances(T* voxel, const VolumeFrame& frame, const NmVec3f& centre,
                    const NmVec3f& weights, F&& change) {
