@@ -24,7 +24,7 @@ double RegGradientOptimizer::optimize(float maxStep, float minStep) {
   double result = 0.0;
   int iterations = 0;
   if (method == 2) {
-    const bool isLarge = transform->getVariableParamVectorDim() > 12;
+    const bool isLarge = transform->getVariableParamVectorDim() > 12;  // a grid of bricks
     quasiNewton(maxStep, minStep, isLarge ? tolerance * 0.1f : tolerance, &result, &iterations);
   } else if (method == 1) {
     conjugateGradients(maxStep, minStep, tolerance, &result, &iterations);
@@ -65,7 +65,7 @@ double RegGradientOptimizer::steepestDescent(float maxStep, float minStep) {
   if (!canSearch("RegGradientOptimizer::steepestDescent")) return 1000.0;
   const float gradientFactor = std::min(minStep, maxStep);
   voxreg::detail::LineLengths lengths(static_cast<double>(maxStep));
-  const double stopLength = static_cast<double>(minStep) * 0.2;
+  const double stopLength = static_cast<double>(minStep) * 0.2;  // empirical
   NmDVector<double> point;
   NmDVector<double> direction;
   double value = 0.0;

@@ -12,8 +12,8 @@ class RegNonAffineTransform;
 
 namespace voxreg::detail {
 
-/// A line search of RegGradientOptimizer: before it the start and the direction, after it the new
-/// point and the move.
+/// A line search of RegGradientOptimizer: holds the start and the direction before it, the new
+/// point and the move after it.
 struct SearchLine {
   NmDVector<double> point;
   NmDVector<double> direction;
@@ -23,19 +23,20 @@ struct SearchLine {
   void search(RegGradientOptimizer& search, int dim);
 };
 
-/// A line search on a grid of bricks that gets nowhere has usually been stopped by the regularity
-/// penalty of a few coefficients. It is made again with these held, first those of the brick of the
-/// largest penalty, then those of the largest gradient, and taken back where that is no help.
+/// Improves a line search on a grid of bricks that makes no progress, usually because the
+/// regularity penalty of a few coefficients stops it. The line is searched again with these held
+/// fixed, first those of the brick with the largest penalty, then those with the largest gradient.
+/// The result is discarded if that does not help. The limits are empirical.
 class LineFreezing {
  public:
-  /// Nothing is owned; `dim` is the number of free parameters of the grid.
+  /// Owns nothing; `dim` is the number of free parameters of the grid.
   LineFreezing(RegGradientOptimizer& search, const RegNonAffineTransform& grid, int dim);
 
-  /// Remembers a line before it is searched, and lets the functional collect its penalties anew.
+  /// Stores a line before it is searched, and resets the penalties that the functional collects.
   void begin(const SearchLine& line);
 
-  /// Improves on the line after it was searched. `gradient` is that at its start, `numPenalised`
-  /// the number of parameters at which the gradient's trials were penalised.
+  /// Improves on the line after the search. `gradient` is that at its start, `numPenalised` the
+  /// number of parameters at which the gradient's trials were penalised.
   void improve(SearchLine& line, const NmDVector<double>& gradient, int numPenalised);
 
  private:
@@ -49,7 +50,7 @@ class LineFreezing {
   const RegNonAffineTransform& grid_;
   int dim_;
   SearchLine saved_;
-  NmDArray<NmVec2f> candidates_;  ///< x: size of the gradient there, y: index of the parameter
+  NmDArray<NmVec2f> candidates_;  ///< x: size of the gradient, y: index of the parameter
 };
 
 }  // namespace voxreg::detail

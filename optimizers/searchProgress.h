@@ -5,23 +5,23 @@ class RegOptimizer;
 
 namespace voxreg::detail {
 
-/// The way from a search to the progress object, which may be null, and the part of the whole
-/// progress that one run of the search covers.
+/// Connects a search to the progress object, which may be null, and maps one run of the search to
+/// its part of the whole progress.
 class SearchProgress {
  public:
   explicit SearchProgress(const RegOptimizer& search);
 
   bool wasInterrupted() const;
 
-  /// The same between the points at which a search asks by its rules, for a user who does not want
-  /// to wait: false without asking on volumes of less than a million voxels, which are walked in a
-  /// few milliseconds.
+  /// The same between the points at which a search regularly asks, to shorten the user's wait.
+  /// False without asking on volumes of less than a million voxels, whose walk takes a few
+  /// milliseconds.
   bool wasInterruptedMeanwhile() const;
 
-  /// Reports, in percent of the whole, that `part` (0 to 1) of this run is done.
+  /// Reports that `part` (0 to 1) of this run is done, in percent of the whole.
   void reportPart(float part) const;
 
-  /// Reports `percent` of this run in front of the bare share of the runs before it.
+  /// Reports `percent` of this run, added to the plain share of the previous runs.
   void reportPercent(int percent) const;
 
  private:
@@ -33,8 +33,8 @@ class SearchProgress {
   float offset_ = 0.0f;
 };
 
-/// How far a search has come, from 0 to 1, whose last gain was `distance` and which ends at a gain
-/// of `scale`: it has ten units of the natural logarithm to go.
+/// Progress from 0 to 1 of a search whose last gain was `distance` and which ends at a gain of
+/// `scale`: convergence is reached from ten units of the natural logarithm away (empirical).
 float partToConvergence(double scale, double distance);
 
 }  // namespace voxreg::detail
