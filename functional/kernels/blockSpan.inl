@@ -5,7 +5,7 @@
 /// The voxels that the rows of a block sample.
 class BlockSpan {
  public:
-  RowSpan all = {0, -1};  ///< from the first one to the last one in any row
+  RowSpan all = {0, -1};  ///< from the first to the last one in any row
 
   void set(const RowSpan rows[Lanes::width]) {
     all = {0, -1};
@@ -28,7 +28,7 @@ class BlockSpan {
     inCommon_ = compare(common_.first);
   }
 
-  /// Lanes that have a voxel at x.
+  /// Mask of the lanes that have a voxel at x.
   typename Lanes::Mask at(int x) const {
     return x >= common_.first && x <= common_.last ? inCommon_ : compare(x);
   }
@@ -36,7 +36,7 @@ class BlockSpan {
  private:
   typename Lanes::Mask compare(int x) const { return Lanes::within(Lanes::all(x), first_, last_); }
 
-  RowSpan common_ = {0, -1};  ///< what every row samples that samples any
+  RowSpan common_ = {0, -1};  ///< voxels common to all rows that sample any
   typename Lanes::Mask inCommon_ = {};
   typename Lanes::Doubles first_ = {};
   typename Lanes::Doubles last_ = {};

@@ -2,18 +2,18 @@
 
 #include "functional/kernels/lanes.inl"
 
-/// Voxels of one reference row, both ends inclusive; empty when last < first.
+/// Voxels of one reference row, both ends inclusive; empty if last < first.
 struct RowSpan {
   int first;
   int last;
   int count() const { return last < first ? 0 : last - first + 1; }
 };
 
-/// The voxels of a row of `length` whose positions lie within the model's bounds, the row starting
-/// at position `p`. Along an axis on which the row moves by s per voxel, voxel x lies at p + x * s;
-/// the bound on the entering side is crossed at t = (bound - p) / s, and the row starts behind t,
-/// at 0 or at trunc(t) + 1; on the leaving side it ends at trunc(t). Everything is compared in
-/// double before it is cast, so that a model far away gives no samples.
+/// The voxels of a row of `length` whose positions are within the model's bounds; the row starts at
+/// position `p`. Along an axis on which the row moves by s per voxel, voxel x is at p + x * s. The
+/// bound on the entering side is crossed at t = (bound - p) / s, and the row starts after t, at 0
+/// or at trunc(t) + 1; on the leaving side it ends at trunc(t). Comparisons are made in double
+/// before the cast, so a model far away gives no samples.
 static RowSpan clipRow(const Walk& walk, const double p[3], int length) {
   RowSpan span = {0, length - 1};
   for (int axis = 0; axis < 3; ++axis) {

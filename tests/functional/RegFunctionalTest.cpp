@@ -135,7 +135,7 @@ TEST_F(RegFunctionalTest, OnlyTheLockedVolumesOfOneDataVariableAreWalked) {
   const auto colours = functionalOf(listOf({coloured}), models, &transform);
   expectZeroAndAnEmptyMetric(*colours);
   expectZeroAndAnEmptyMetric(*colours);
-  EXPECT_EQ(log.error(), "RegFunctional: a volume of 3 data variables can not be registered");
+  EXPECT_EQ(log.error(), "RegFunctional: a volume of 3 data variables cannot be registered");
   // The grid of a volume that is not locked would be walked on the voxels of another one.
   const auto functional = functionalOf(references, models, &transform);
   functional->reference[0] = model;
