@@ -119,7 +119,7 @@ Conditioning conditioning(const double (&a)[4][4]) {
   return {determinant / (positive - negative), determinant};
 }
 
-/// Reciprocals of the rows' largest magnitudes; an empty row gets a small diagonal element.
+/// Reciprocals of the rows' largest magnitudes; a zero row gets a small diagonal element.
 void scaleRows(double (&m)[4][4], double (&scale)[4]) {
   constexpr double emptyRow = 1e-06f;
   for (int i = 0; i < 4; ++i) {
@@ -152,7 +152,7 @@ int pivotRow(const double (&m)[4][4], const double (&scale)[4], int j) {
   return pivot;
 }
 
-/// Symmetric 3 x 3 matrix on its way to a diagonal one.
+/// Symmetric 3 x 3 matrix that is being diagonalised.
 class JacobiSweeps {
  public:
   JacobiSweeps(const double (&m)[4][4], double* evalues, NmVec3f* evectors)
@@ -178,7 +178,7 @@ class JacobiSweeps {
       rotate(p, q, g);
   }
 
-  /// The shifts of one sweep are summed apart, which keeps their rounding small.
+  /// The shifts of one sweep are summed separately, which keeps their rounding error small.
   void finishSweep() {
     for (int i = 0; i < 3; ++i) {
       base_[i] += shift_[i];
@@ -381,7 +381,7 @@ NmMat4d NmMat4d::inverse() const {
 
 bool NmMat4d::affine_inverse(const NmMat4d& in, NmMat4d& out) const {
   if (!isAffine(in)) return false;
-  const NmMat4d copy = in;  // out may be in
+  const NmMat4d copy = in;  // `out` may be `in`
   const auto& a = copy.m;
   const Conditioning found = conditioning(a);
   if (!(std::fabs(found.relative) >= 1e-15)) return false;

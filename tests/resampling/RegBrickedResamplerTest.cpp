@@ -412,7 +412,7 @@ TEST(VoxelEvaluator, OnlyLanczos3IsLanczos) {
     LogCapture log;
     chooser.createEval(NmHandle<VlData>(new RowVolume(volume)), evaluator);
     EXPECT_EQ(evaluator, nullptr);
-    EXPECT_EQ(log.error(), "createEval: the voxels are not in one block of a served type");
+    EXPECT_EQ(log.error(), "createEval: the voxels are not in one block of a supported type");
   }
   EXPECT_TRUE(isUnlocked(volume));
 }
