@@ -15,13 +15,13 @@
 namespace voxreg::detail {
 namespace {
 
-/// The source voxels of one cell along an axis, `last` not included.
+/// The source voxels of one cell along an axis; `last` is exclusive.
 struct CellRange {
   std::int64_t first;
   std::int64_t last;
 };
 
-/// Walks the cells of an axis, whose borders are sums of the cell size in single precision.
+/// Iterates over the cells of an axis, whose borders are sums of the cell size in single precision.
 class CellWalk {
  public:
   CellWalk(const ZoomShape& shape, int axis)
@@ -36,7 +36,7 @@ class CellWalk {
   }
 
  private:
-  // Above 2^24 the last border may be rounded to beyond the axis.
+  // Above 2^24 the last border may be rounded past the end of the axis.
   std::int64_t voxelAtOrAfter(float border) const {
     return std::min(static_cast<std::int64_t>(std::ceil(border)), numVoxels_);
   }

@@ -16,7 +16,7 @@ double identityParameter(std::int64_t i) {
   return i >= 6 && i < 9 ? 1.0 : 0.0;
 }
 
-/// Gives a vector that a host has shortened all its places again.
+/// Restores all elements of a vector that a host has shortened.
 void completeParameters(NmDVector<double>& params) {
   const std::int64_t present = params.size;
   if (present >= parameterCount) return;
