@@ -31,7 +31,7 @@ std::string complaintsOf(const Child& child) {
   return kept;
 }
 
-/// A head, the same head moved by 6, -4, 3 mm, and volumes with which something is wrong.
+/// A head, the same head moved by 6, -4, 3 mm, and faulty volumes.
 class Outcome : public testing::Test {
  protected:
   void SetUp() override {

@@ -167,7 +167,7 @@ TEST_F(RegFunctionalTest, ABoxIsCutToTheGridAndTakesTheMarginalRoute) {
   } boxes[] = {{2, 3, 9 * 8 * 2},
                {5, 99, 9 * 8 * 2},
                {3, 2, 9 * 8 * 7},  // inverted: no box
-               {7, 9, 0}};         // beside the grid
+               {7, 9, 0}};         // outside the grid
   for (const auto& b : boxes) {
     const NmBox3i box(0, 1, 0, 1, b.first, b.last);
     functional->evaluateMarginal(&box, 0, false, nullptr, nullptr, penalty, time);
