@@ -34,7 +34,7 @@ class SearchProgress {
 };
 
 /// Progress from 0 to 1 of a search whose last gain was `distance` and which ends at a gain of
-/// `scale`: convergence is reached from ten units of the natural logarithm away (empirical).
+/// `scale`: linear in the logarithm of the gain, and 0 at e^10 times `scale` (empirical).
 float partToConvergence(double scale, double distance);
 
 }  // namespace voxreg::detail

@@ -6,11 +6,10 @@ namespace voxreg {
 
 /// How the similarity of two images is measured. Larger values are better.
 enum class Metric {
-  normalizedMutualInformation,  ///< for images of different modalities; 1 for unrelated ones, up to
-                                ///< 2
-  mutualInformation,            ///< for the same; in bits
+  normalizedMutualInformation,  ///< for different modalities; 1 for unrelated images, up to 2
+  mutualInformation,            ///< for different modalities; in nats, at least 0
   meanSquaredDifference,        ///< for images of one modality and scale; 0 at best
-  correlationRatio              ///< for values of one that are a function of the other's; 0 to 1
+  correlationRatio              ///< for linearly related intensities; 0 to 1
 };
 
 /// The range of values to use. For values outside it, mutual information uses the ends of the

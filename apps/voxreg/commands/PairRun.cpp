@@ -28,7 +28,7 @@ VolumePair readPair(const PairOptions& options, const std::vector<FileRole>& inp
   return {readNifti(options.reference), readNifti(options.model)};
 }
 
-/// `work` is the share of the registration, relative to that of reading.
+/// `work` is that of the registration relative to that of reading.
 std::vector<voxreg::ProgressPlan::Stage> stagesOf(double work) {
   return {{"Reading", 1.0}, {"Registering", work}, {"Resampling", 1.5}, {"Writing", 2.0}};
 }
