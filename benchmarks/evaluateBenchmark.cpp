@@ -7,11 +7,11 @@
 #include "functional/families/metricFamily.h"
 
 // One evaluation of the objective function under a matrix of 8 degrees in each angle, for each
-// metric family, beside a plain scalar loop that does the same in the same run. Nanoseconds per
-// voxel of the reference; `share` is the part of them that has a sample within the model. `kernel`
-// is the walk alone on each instruction set that the machine has. `growth` compares with a pair of
-// half as many voxels on each axis: `ratio` is how many times longer an evaluation takes, `voxels`
-// how many times more voxels the reference has.
+// metric family, next to a plain scalar loop that does the same in the same run. Nanoseconds per
+// voxel of the reference; `share` is the share of voxels that have a sample in the model. `kernel`
+// is the walk alone on each instruction set of the machine. `growth` compares with a pair of half
+// as many voxels on each axis: `ratio` is the ratio of the evaluation times, `voxels` that of the
+// numbers of reference voxels.
 
 namespace {
 

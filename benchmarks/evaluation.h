@@ -11,12 +11,12 @@
 
 #include "benchmarks/headPair.h"
 
-/// What the benchmarks of the objective function share.
+/// Code shared by the benchmarks of the objective function.
 namespace evaluation {
 
 inline constexpr const char* families[] = {"difference", "correlation", "information"};
 
-/// A metric of a family over the whole ranges of a pair, with 64 bins per axis where it has any.
+/// A metric of a family over the full ranges of a pair, with 64 bins per axis if it has bins.
 std::unique_ptr<RegMetric> makeMetric(const std::string& family, const headPair::HeadPair& pair);
 
 /// A functional on a pair that evaluates `transform`.
@@ -24,7 +24,7 @@ std::unique_ptr<RegFunctional> makeFunctional(const headPair::HeadPair& pair,
                                               const std::string& family,
                                               RegParametricTransform& transform);
 
-/// The pair's affine transform, turned by `degrees` about each axis.
+/// The pair's affine transform, rotated by `degrees` about each axis.
 std::unique_ptr<RegAffineTransform> turned(const headPair::HeadPair& pair, double degrees);
 
 /// Processor seconds of the fastest of some runs.

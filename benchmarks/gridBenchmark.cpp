@@ -4,10 +4,11 @@
 #include "benchmarks/evaluation.h"
 
 // The objective function under a grid of bricks whose vertices are displaced at random by up to a
-// millimetre. evaluateNonAffine: one evaluation of the whole volume, 12 bricks per axis, beside
-// evaluateUnmoved, the same under the identity as an affine map; nanoseconds per voxel of the
-// reference. gradient: one gradient by the number of bricks per axis; `walked` counts the voxels of
-// all its walks, `ratio` compares its time with as many voxels of whole evaluations.
+// millimetre. evaluateNonAffine: one evaluation of the whole volume with 12 bricks per axis;
+// evaluateUnmoved: the same under the identity as an affine map; nanoseconds per voxel of the
+// reference. gradient: one gradient for several numbers of bricks per axis; `walked` counts the
+// voxels of all its walks, `ratio` compares its time with whole evaluations over the same number of
+// voxels.
 
 namespace {
 

@@ -9,7 +9,7 @@
 namespace headPair {
 namespace {
 
-/// An ellipsoid with texture, brighter than the air around it.
+/// An ellipsoid with texture, brighter than the surrounding air.
 NmHandle<VlData> ellipsoid(const NmVec3l& dims, NmPrimType type, float spacing, float brightest) {
   const NmHandle<VlMemoryData> volume = new VlMemoryData(nullptr);
   volume->init(dims, type, 1, true, true, true);
@@ -36,7 +36,7 @@ NmHandle<VlData> ellipsoid(const NmVec3l& dims, NmPrimType type, float spacing, 
   return volume;
 }
 
-/// The two files, or two ellipsoids where they are missing.
+/// The two files, or two ellipsoids if they are missing.
 template <class Ellipsoids>
 HeadPair load(const char* name, const char* reference, const char* model, Ellipsoids ellipsoids) {
   const std::filesystem::path folder = VOXREG_SHARED_DATA;

@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// The pair of volumes that the benchmarks work on: two persons' T1 heads (193 x 229 x 193 voxels
-/// of 1 mm, short, and 188 x 256 x 190 of 0.88 mm, unsigned char) where the folder of real volumes
-/// stands beside the repository, and otherwise two ellipsoids with texture of the same shapes.
+/// The pair of volumes that the benchmarks use: two people's T1 heads (193 x 229 x 193 voxels of 1
+/// mm, short, and 188 x 256 x 190 of 0.88 mm, unsigned char) if the folder of real volumes is next
+/// to the repository, otherwise two ellipsoids with texture of the same dimensions.
 namespace headPair {
 
 struct HeadPair {
@@ -19,11 +19,11 @@ struct HeadPair {
   double numReferenceVoxels() const;
 };
 
-/// Read once and kept.
+/// Read once and cached.
 const HeadPair& get();
 
-/// A head at 2 mm and the same one under a smooth warp, with another contrast and noise; ellipsoids
-/// of 2 mm otherwise. Read once and kept.
+/// A head at 2 mm and the same head after a smooth warp, with different contrast and noise;
+/// otherwise ellipsoids of 2 mm. Read once and cached.
 const HeadPair& warped();
 
 /// A pair with `factor` times as many voxels on each axis of both volumes.

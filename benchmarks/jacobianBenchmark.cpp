@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The identity on a grid of n bricks per axis, 3 units each, its vertices displaced at random by
+/// The identity on a grid of n bricks per axis, 3 units each, with vertices displaced at random by
 /// up to `percent` of a brick.
 RegNonAffineTransform displacedGrid(int n, double percent) {
   const auto end = static_cast<float>(3 * n);

@@ -31,7 +31,7 @@ double sample(const Walk& w, const double position[3]) {
   return (b - a) * f[2] + a;
 }
 
-/// First and last voxel of a row that starts at `p` and lies within half a voxel of the model.
+/// First and last voxel of a row that starts at `p` and is within half a voxel of the model.
 void clip(const Walk& w, const double p[3], int& first, int& last) {
   first = 0;
   last = w.dims[0] - 1;

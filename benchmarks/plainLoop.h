@@ -2,11 +2,11 @@
 
 #include <voxreg.h>
 
-/// What the kernels are measured against in the same run: the affine walk as one plain scalar loop
-/// over a short reference and an unsigned char model, sample after sample.
+/// The baseline for the kernels in the same run: the affine walk as one plain scalar loop over a
+/// short reference and an unsigned char model, one sample after another.
 namespace plainLoop {
 
-/// The walk that a functional's affine evaluation makes.
+/// The walk of a functional's affine evaluation.
 struct Walk {
   explicit Walk(RegFunctional& functional);
 
@@ -18,8 +18,8 @@ struct Walk {
   double step[3][3];
 };
 
-/// Each adds the samples of the walk to a sum of its family, `metric` giving ranges and bins, and
-/// returns the number of samples.
+/// Each adds the samples of the walk to a sum of its family, with ranges and bins from `metric`,
+/// and returns the number of samples.
 long difference(const Walk& walk, const RegMetric& metric);
 long correlation(const Walk& walk, const RegMetric& metric);
 long information(const Walk& walk, const RegMetric& metric);

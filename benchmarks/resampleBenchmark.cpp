@@ -6,8 +6,8 @@
 #include "benchmarks/headPair.h"
 
 // Resampling of the reference volume, in nanoseconds per voxel of the result: to half the length of
-// each axis, to the whole number of voxels above that, as the levels of a registration are made, to
-// one and a half times the length, and along one axis alone.
+// each axis, to that length rounded up to an integer (as for the levels of a registration), to one
+// and a half times the length, and along one axis alone.
 
 namespace {
 

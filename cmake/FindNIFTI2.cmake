@@ -1,5 +1,5 @@
-# The NIfTI library, which reads headers of both versions, comes without a package file that works
-# without its tools: this gives NIFTI2::nifti2.
+# The NIfTI library, which reads headers of both versions, has no package file that works without
+# its tools: this module provides NIFTI2::nifti2.
 find_path(NIFTI2_INCLUDE_DIR nifti2_io.h PATH_SUFFIXES nifti)
 find_library(NIFTI2_LIBRARY nifti2)
 find_library(NIFTI2_ZNZ_LIBRARY znz)

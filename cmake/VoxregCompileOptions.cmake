@@ -1,7 +1,7 @@
-# Floating point means what the source says: no contraction into fused multiply-adds, no
+# The compiler must not change floating-point results: no contraction into fused multiply-adds, no
 # value-changing optimisation. GCC's straight-line vectoriser drops the rounding of (double)(float)x
-# where two such values are stored side by side, so it is off. Where a host asks for no kind of build
-# and no optimisation, these targets are optimised all the same.
+# when two such values are stored next to each other, so it is off. If a host sets neither a build
+# type nor optimisation flags, these targets are still optimised.
 set(voxreg_own_optimisation)
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES AND NOT CMAKE_CXX_FLAGS MATCHES "-O")
   separate_arguments(voxreg_own_optimisation UNIX_COMMAND "${CMAKE_CXX_FLAGS_RELEASE}")

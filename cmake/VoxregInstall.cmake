@@ -1,6 +1,6 @@
-# A header that starts with a lower-case letter is internal; voxreg.h and the version are the
-# exceptions. The folders stay as they are below include/voxreg, which is the include directory of
-# the installed target, so that the headers find each other as they do here.
+# A header whose name starts with a lower-case letter is internal, except voxreg.h and the version.
+# The folders keep their structure below include/voxreg, which is the include directory of the
+# installed target, so that the headers find each other as in the source tree.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -27,8 +27,8 @@ install(FILES ${PROJECT_BINARY_DIR}/voxregConfig.cmake
               ${PROJECT_BINARY_DIR}/voxregConfigVersion.cmake
         DESTINATION ${voxreg_config_dir})
 
-# Directories of the package file may be absolute or relative to the prefix, which lies as many
-# folders above the file as its own path below it has.
+# Directories in the package file may be absolute or relative to the prefix. The prefix is as many
+# folders above the file as the file's own path has below it.
 set(voxreg_pc_prefix ${CMAKE_INSTALL_PREFIX})
 if(NOT IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
   string(REGEX REPLACE "[^/]+" ".." way_up ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

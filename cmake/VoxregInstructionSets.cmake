@@ -1,6 +1,6 @@
-# Kernels once more for each larger instruction set, never with fused multiply-adds, and the sources
-# that choose between them. GCC 12 takes the undefined operands in its own AVX-512 header for a fault
-# of the caller.
+# Kernels compiled again for each larger instruction set, never with fused multiply-adds, and the
+# sources that select one. GCC 12 warns about the undefined operands in its own AVX-512 header as if
+# they were the caller's.
 function(voxreg_instruction_set_sources)
   cmake_parse_arguments(PARSE_ARGV 0 ARG "" "AVX2;AVX512" "CHOICE")
   if(NOT (CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64" AND CMAKE_SIZEOF_VOID_P EQUAL 8))

@@ -17,7 +17,7 @@ using voxreg::detail::VolumeFrame;
 
 namespace {
 
-/// What keeps two volumes from being registered; null if nothing does.
+/// Why two volumes cannot be registered; null if they can.
 const char* faultOf(const VlData* reference, const VlData* model) {
   if (reference == nullptr || model == nullptr) return "reference or model undefined.";
   if (reference->dims() != model->dims())

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Cosine of the largest tilt at which an axis still counts as one of the body's, about 10 degrees.
+/// Cosine of 10 degrees, the largest tilt at which an axis still counts as one of the body's.
 constexpr float leastAlignment = 0.9848f;
 
 /// The column of the largest absolute component, the first of equal ones.

@@ -16,7 +16,7 @@ struct Scan {
 };
 
 int main() {
-  // x runs to the left and y to the back, as in many headers; the image may lie as it likes.
+  // x points to the left and y to the back, as in many headers; any other axes work as well.
   const Scan scan = {std::vector<short>(24 * 32 * 16, 7),
                      {{-2, 0, 0, 24}, {0, -2, 0, 32}, {0, 0, 4, -32}, {0, 0, 0, 1}}};
   const voxreg::Image image = scan.image();

@@ -19,14 +19,14 @@ class NmBox3f {
   /// max - min on one axis, in single precision.
   float extent(int axis) const;
 
-  /// Product of the extents, or -1 where a minimum is not at or below its maximum.
+  /// Product of the extents, or -1 if a minimum is above its maximum or not a number.
   float volume() const;
 
   /// Extent per axis divided by (dims - 1), or by 1 on an axis of one voxel or less.
   NmVec3f getVoxelSize(const NmVec3f& dims) const;
 };
 
-/// True when all six values are equal, or when both boxes are empty: a minimum above its maximum on
+/// True if all six values are equal, or if both boxes are empty: a minimum above its maximum on
 /// some axis, whatever the other values are. No tolerance.
 bool operator==(const NmBox3f& a, const NmBox3f& b);
 
@@ -44,10 +44,10 @@ class NmBox3i {
   int min(int axis) const { return axis == 0 ? xmin : axis == 1 ? ymin : zmin; }
   int max(int axis) const { return axis == 0 ? xmax : axis == 1 ? ymax : zmax; }
 
-  /// True when a minimum lies above its maximum.
+  /// True if a minimum is above its maximum.
   bool isEmpty() const { return xmax < xmin || ymax < ymin || zmax < zmin; }
 
-  /// The voxels that both boxes hold; empty where they share none.
+  /// The voxels common to both boxes; empty if there are none.
   NmBox3i intersection(const NmBox3i& other) const;
 
   bool operator==(const NmBox3i&) const = default;

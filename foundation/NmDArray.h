@@ -20,7 +20,7 @@ class NmHandle;
 
 namespace voxreg::detail {
 
-/// How an array treats its elements when they are made, moved to a new block and destroyed.
+/// How an array treats its elements when they are created, moved to a new block and destroyed.
 enum class ElementKind {
   plain,        ///< raw values: left uninitialised, moved by realloc, never destroyed
   relocatable,  ///< handles and nested arrays: zero bytes when new, moved bit by bit
@@ -39,24 +39,24 @@ inline constexpr ElementKind elementKind<NmDArray<T>> = ElementKind::relocatable
 template <class T>
 inline constexpr ElementKind elementKind<NmDVector<T>> = ElementKind::denseVector;
 
-/// max(needed, trunc(1.5 * size)): the growth that keeps repeated appends linear.
+/// max(needed, trunc(1.5 * size)): this growth keeps repeated appends linear.
 std::int64_t grownCapacity(std::int64_t needed, std::int64_t size);
 
-/// a + b of two counts; throws NmMemoryException where the sum is no count.
+/// a + b of two counts; throws NmMemoryException if the sum is out of range.
 std::int64_t addedCount(std::int64_t a, std::int64_t b);
 
-/// Bytes of `count` elements; throws NmMemoryException where the product is no size.
+/// Bytes of `count` elements; throws NmMemoryException if the product is out of range.
 std::size_t elementBytes(std::int64_t count, std::size_t elementSize);
 
-/// Writes the error line of a refused position or count.
+/// Logs the error of a rejected position or count.
 void reportBadArgument(const char* operation, std::int64_t pos, std::int64_t n);
 
 }  // namespace voxreg::detail
 
 /// Growable contiguous array over nmmalloc. `size` elements live at `data`, which has room for
-/// `max`; a default array owns nothing. Plain elements are left uninitialised when they come into
-/// being; handles, nested arrays and parameter vectors start empty. An allocation that fails throws
-/// NmMemoryException and leaves the array as it was.
+/// `max`; a default array owns nothing. New plain elements are uninitialised; new handles, nested
+/// arrays and parameter vectors are empty. An allocation that fails throws NmMemoryException and
+/// leaves the array unchanged.
 template <class T>
 class NmDArray {
  public:
@@ -81,7 +81,7 @@ class NmDArray {
     return *this;
   }
   NmDArray& operator=(NmDArray&& other) noexcept {
-    NmDArray taken(std::move(other));  // may live in an element that ends below
+    NmDArray taken(std::move(other));  // may live in an element that is destroyed below
     std::swap(size, taken.size);
     std::swap(max, taken.max);
     std::swap(data, taken.data);
@@ -91,22 +91,22 @@ class NmDArray {
   T& operator[](std::int64_t i) { return data[i]; }
   const T& operator[](std::int64_t i) const { return data[i]; }
 
-  /// Sets the number of elements (negative counts as 0), growing the block by half its present use
-  /// at least. Returns the new size.
+  /// Sets the number of elements (negative counts as 0); the block grows by at least half of its
+  /// current use. Returns the new size.
   std::int64_t resize(std::int64_t n);
 
-  /// Sets capacity and size at once; a negative argument stands for the present size, and the
-  /// capacity is the larger of the two. Capacity 0 frees the block. Returns the old capacity minus
-  /// the new one.
+  /// Sets capacity and size at once; a negative argument means the current size, and the capacity
+  /// is the larger of the two. Capacity 0 frees the block. Returns the old capacity minus the new
+  /// one.
   std::int64_t remax(std::int64_t newMax, std::int64_t newSize);
 
   /// Opens a gap of `n` new elements at `pos`. A bad position or a negative count changes nothing
-  /// and writes an error line.
+  /// and logs an error.
   void insertMemory(std::int64_t pos, std::int64_t n);
 
-  /// Inserts copies of `n` elements at `pos`; `src` may lie in this array and is read as it stood
-  /// before the call. No element changes nothing; a bad position, a negative count or a source that
-  /// runs over the array's end changes nothing and writes an error line.
+  /// Inserts copies of `n` elements at `pos`; `src` may point into this array and is read as before
+  /// the call. n = 0 changes nothing; a bad position, a negative count or a source that extends
+  /// past the array's end changes nothing and logs an error.
   void insert(std::int64_t pos, std::int64_t n, const T* src);
 
   /// Destroys the elements and keeps the block.
@@ -139,7 +139,7 @@ class NmDArray {
     }
   }
 
-  /// Moves elements bit by bit within the block; the slots left behind hold stale bits.
+  /// Moves elements bit by bit within the block; the slots left over hold stale bits.
   void shift(std::int64_t to, std::int64_t from, std::int64_t n) noexcept {
     if (n > 0)
       std::memmove(static_cast<void*>(data + to), static_cast<const void*>(data + from),
@@ -149,7 +149,8 @@ class NmDArray {
   /// Moves the first `kept` elements to a block of `capacity` and destroys the others.
   void relocate(std::int64_t capacity, std::int64_t kept);
 
-  /// Copies the first `kept` vectors into a new block, which is freed when one has no room.
+  /// Copies the first `kept` vectors into a new block, which is freed if memory for a vector runs
+  /// out.
   void rebuild(T* block, std::int64_t kept);
 };
 
@@ -239,7 +240,7 @@ void NmDArray<T>::insertMemory(std::int64_t pos, std::int64_t n) {
 template <class T>
 void NmDArray<T>::insert(std::int64_t pos, std::int64_t n, const T* src) {
   if (n == 0) return;
-  const std::less<const T*> before;  // defined for pointers to other arrays too
+  const std::less<const T*> before;  // also defined for pointers to other arrays
   const bool inside = data != nullptr && !before(src, data) && before(src, data + max);
   const std::int64_t offset = inside ? src - data : 0;
   if (pos < 0 || pos > size || n < 0 || src == nullptr || (inside && n > size - offset)) {

@@ -19,12 +19,12 @@ class NmDMatrix {
   NmDMatrix& operator=(NmDMatrix&& other) noexcept;
   ~NmDMatrix() { nmfree(data); }
 
-  /// Takes a new shape (negative counts as 0) with undefined contents; the present shape changes
-  /// nothing. Throws NmMemoryException, the matrix unchanged, when there is no room.
+  /// Sets a new shape (negative counts as 0) with undefined contents; an equal shape changes
+  /// nothing. Throws NmMemoryException, with the matrix unchanged, if memory runs out.
   void resize(int rows, int cols);
 
-  /// Appends `b` on the right. A shape that does not fit leaves this matrix unchanged and writes an
-  /// error line.
+  /// Matrix product: this = this * `b`. A shape that does not match leaves this matrix unchanged
+  /// and logs an error.
   NmDMatrix& operator*=(const NmDMatrix& b);
 
   T& operator()(int row, int column) {

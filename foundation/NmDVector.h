@@ -2,7 +2,7 @@
 
 #include "foundation/NmDArray.h"
 
-/// Parameter vector of the transforms and optimizers: an NmDArray with nothing added.
+/// Parameter vector of the transforms and optimizers: an NmDArray without additions.
 template <class T>
 class NmDVector : public NmDArray<T> {
  public:

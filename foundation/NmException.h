@@ -2,8 +2,8 @@
 
 #include <exception>
 
-/// The library's exception. It carries its text by value and allocates nothing, so that it can be
-/// thrown and copied when memory is exhausted; texts beyond 127 characters are cut.
+/// The library's exception. It holds its text by value and allocates nothing, so it can be thrown
+/// and copied when memory is exhausted; texts longer than 127 characters are truncated.
 class NmException : public std::exception {
  public:
   NmException(const char* text = "");  // NOLINT(google-explicit-constructor): hosts throw texts
@@ -17,7 +17,7 @@ class NmException : public std::exception {
   char text_[128] = {};
 };
 
-/// Raised by nmmalloc and nmrealloc when memory is exhausted.
+/// Thrown by nmmalloc and nmrealloc when memory is exhausted.
 class NmMemoryException : public NmException {
  public:
   explicit NmMemoryException(const char* text = "out of memory");

@@ -2,8 +2,9 @@
 
 namespace {
 
-/// Replaces the word by next(word) and returns what it has become. Release orders this thread's use
-/// of the object before the change; acquire makes a destroying thread see every other thread's use.
+/// Replaces the word with next(word) and returns the new value. Release orders this thread's use of
+/// the object before the change; acquire makes every other thread's use visible to a destroying
+/// thread.
 template <class Next>
 std::uint64_t exchange(std::atomic<std::uint64_t>& word, Next next) {
   std::uint64_t before = word.load(std::memory_order_relaxed);

@@ -12,9 +12,10 @@ class KeepAlive;
 /// Base of objects held in NmHandle: a thread-safe reference count that starts at 0. A copy is a
 /// new object and does not take over the count.
 ///
-/// The count decides over an object's life from the first reference on, so that it must then come
-/// from `new`. An object without one - on the stack, a member, behind a plain pointer - is the
-/// host's alone: the library never destroys it, and the host keeps it until nothing uses it.
+/// From the first reference on, the count controls the object's lifetime, so the object must then
+/// come from `new`. An object without references - on the stack, a member, held by a plain pointer
+/// - belongs to the host: the library never destroys it, and the host keeps it until nothing uses
+/// it.
 class NmHandableThreaded : public NmAllocated {
  public:
   NmHandableThreaded() = default;
@@ -25,11 +26,11 @@ class NmHandableThreaded : public NmAllocated {
   /// Adds one reference.
   void ref() const noexcept { uses_.fetch_add(oneReference, std::memory_order_relaxed); }
 
-  /// Removes one reference and destroys the object with the last one; while a lock keeps it alive,
-  /// the end of that lock does.
+  /// Removes one reference and destroys the object with the last one. If a lock keeps the object
+  /// alive, the end of that lock destroys it.
   void unref() const;
 
-  /// References, and locks that keep the object alive.
+  /// Number of references, and of locks that keep the object alive.
   long refCount() const noexcept;
 
  private:
@@ -43,6 +44,7 @@ class NmHandableThreaded : public NmAllocated {
   void letGo() const;
 
   /// References in the lower half, keepers above, and whether the references have ended while there
-  /// were keepers. All in one word, since who takes the last of them decides by all of them.
+  /// were keepers. All are in one word, since whoever releases the last of them must see all of
+  /// them.
   mutable std::atomic<std::uint64_t> uses_{0};
 };

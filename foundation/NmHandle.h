@@ -26,8 +26,8 @@ class NmHandle {
     if (old != nullptr) old->unref();
   }
 
-  /// The new object gains its reference before the old one loses its own, so that an object which
-  /// only the old one keeps alive survives the exchange.
+  /// The new object gains its reference before the old one loses its own, so an object that only
+  /// the old one keeps alive survives the exchange.
   NmHandle& operator=(T* object) {
     if (object == object_) return *this;
     T* const old = object_;

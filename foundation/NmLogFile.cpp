@@ -18,7 +18,7 @@ void writeToStandardError(const char* text, std::size_t length) {
 
 }  // namespace
 
-/// A sink that stays while a line is on its way to it.
+/// A sink that stays alive while a line is on its way to it.
 class NmLogFile::SinkHolder : public NmHandableThreaded {
  public:
   explicit SinkHolder(Sink taken) : sink(std::move(taken)) {}
@@ -38,8 +38,8 @@ NmLogFile::NmLogFile() = default;
 NmLogFile::~NmLogFile() = default;
 
 NmLogFile& getTheLogInstance() {
-  // Never destroyed: objects that end after main may still have a line to write. Not on the heap,
-  // which may be what the first line is about.
+  // Never destroyed, since objects that end after main may still log. Not on the heap, whose
+  // exhaustion may be the first line.
   alignas(NmLogFile) static unsigned char place[sizeof(NmLogFile)];
   static NmLogFile& log = *new (place) NmLogFile;
   return log;
@@ -50,7 +50,7 @@ NmHandle<NmLogFile::SinkHolder> NmLogFile::presentSink() {
   return sink_;
 }
 
-// Whatever may fail, or run code of the host, comes before the exchange and outside the mutex.
+// Whatever may fail, or run code of the host, is done before the exchange and outside the mutex.
 NmLogFile::Sink NmLogFile::setSink(Sink sink) {
   NmHandle<SinkHolder> next;
   if (sink) next = new SinkHolder(std::move(sink));
@@ -88,7 +88,7 @@ void NmLogFile::errorf(const char* format, ...) {
   va_end(arguments);
 }
 
-// A line is never a reason to fail: when memory is short, it is cut to what the stack holds.
+// Logging never fails: if memory is short, a line is cut to what fits on the stack.
 void NmLogFile::write(bool isError, const char* format, va_list arguments) {
   char brief[256];
   va_list again;

@@ -7,9 +7,9 @@
 
 #include "foundation/NmHandle.h"
 
-/// The process-wide log, reached by getTheLogInstance(). Safe to call from several threads. Each
-/// line of a text goes to the sink without its line end; the sink runs outside the log's mutex, so
-/// it may log, replace the sink or throw, and what it throws reaches the caller.
+/// The process-wide log, returned by getTheLogInstance(). Safe to call from several threads. Each
+/// line of a text goes to the sink without its line end. The sink runs outside the log's mutex, so
+/// it may log, replace the sink or throw; its exceptions reach the caller.
 class NmLogFile {
  public:
   using Sink = std::function<void(bool isError, const std::string& line)>;
@@ -19,14 +19,15 @@ class NmLogFile {
   NmLogFile& operator=(const NmLogFile&) = delete;
   ~NmLogFile();
 
-  /// Writes information.
+  /// Logs information.
   void printf(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// Writes an error.
+  /// Logs an error.
   void errorf(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// Replaces the sink and returns the one before. An empty sink restores the default, which writes
-  /// to standard error. Throws NmMemoryException, the sink unchanged, when memory is exhausted.
+  /// Replaces the sink and returns the previous one. An empty sink restores the default, which
+  /// writes to standard error. Throws NmMemoryException, with the sink unchanged, if memory is
+  /// exhausted.
   Sink setSink(Sink sink);
 
  private:

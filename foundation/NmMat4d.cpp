@@ -79,7 +79,7 @@ Conditioning conditioning(const double (&a)[4][4]) {
   return {determinant / (positive - negative), determinant};
 }
 
-/// Reciprocals of the rows' largest magnitudes; an empty row gets a small diagonal element.
+/// Reciprocals of the rows' largest magnitudes; a zero row gets a small diagonal element.
 void scaleRows(double (&m)[4][4], double (&scale)[4]) {
   constexpr double emptyRow = 1e-06f;
   for (int i = 0; i < 4; ++i) {
@@ -263,7 +263,7 @@ NmMat4d NmMat4d::inverse() const {
 
 bool NmMat4d::affine_inverse(const NmMat4d& in, NmMat4d& out) const {
   if (!isAffine(in)) return false;
-  const NmMat4d copy = in;  // out may be in
+  const NmMat4d copy = in;  // `out` may be `in`
   const auto& a = copy.m;
   const Conditioning found = conditioning(a);
   if (!(std::fabs(found.relative) >= 1e-15)) return false;

@@ -52,7 +52,7 @@ void prependScale(NmMat4d& matrix, const NmVec3f& factors, const NmRotation& ori
   prependRotation(matrix, back);
 }
 
-/// Symmetric 3 x 3 matrix on its way to a diagonal one.
+/// Symmetric 3 x 3 matrix that is being diagonalised.
 class JacobiSweeps {
  public:
   JacobiSweeps(const double (&m)[4][4], double* evalues, NmVec3f* evectors)
@@ -78,7 +78,7 @@ class JacobiSweeps {
       rotate(p, q, g);
   }
 
-  /// The shifts of one sweep are summed apart, which keeps their rounding small.
+  /// The shifts of one sweep are summed separately, which keeps their rounding error small.
   void finishSweep() {
     for (int i = 0; i < 3; ++i) {
       base_[i] += shift_[i];

@@ -10,7 +10,7 @@ class NmMat4f {
 
   void makeIdentity();
 
-  /// The inverse matrix, formed in double precision as NmMat4d::inverse() forms it.
+  /// The inverse matrix, computed in double precision by NmMat4d::inverse().
   NmMat4f inverse() const;
 
   /// The point `src` (w = 1) through the matrix, divided by the resulting w.

@@ -16,7 +16,8 @@ void* nmcalloc(std::size_t bytes) {
   return block;
 }
 
-// realloc(p, 0) may free p and return null, which would read as exhaustion and free twice.
+// realloc(p, 0) may free p and return null, which would look like exhaustion and lead to a double
+// free.
 void* nmrealloc(void* p, std::size_t bytes) {
   void* block = std::realloc(p, bytes == 0 ? 1 : bytes);
   if (block == nullptr) throw NmMemoryException();

@@ -3,7 +3,7 @@
 #include <string>
 
 /// Progress and interruption sink that the host supplies and owns. Wherever the library takes a
-/// pointer to one, null means no reporting and never interrupted.
+/// pointer to one, null means no reporting and no interruption.
 class NmProgressInterface {
  public:
   virtual ~NmProgressInterface();
@@ -17,14 +17,13 @@ class NmProgressInterface {
   /// Reports the step reached.
   virtual void setProgressValue(int value) = 0;
 
-  /// The caption changed; does nothing by default.
+  /// Called when the caption has changed; does nothing by default.
   virtual void progressInfoChanged(const std::string& text);
 
-  /// True once the user has asked to stop, and from then on until the task is closed; every long
-  /// loop polls it.
+  /// True once the user has asked to stop, until the task is closed; every long loop polls it.
   virtual bool wasInterrupted() = 0;
 
-  /// Replaces the caption and tells progressInfoChanged; null counts as an empty text.
+  /// Replaces the caption and calls progressInfoChanged; null counts as an empty text.
   void setProgressInfo(const char* text);
 
   const std::string& progressInfo() const { return progressInfo_; }

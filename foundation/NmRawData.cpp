@@ -14,7 +14,7 @@ using voxreg::detail::roundToInt;
 
 constexpr std::uint64_t cellsAtOnce = 64;
 
-/// Source rows that a row of cells spans, the ends not included.
+/// Source rows that a row of cells spans; the ends are exclusive.
 struct SourceRows {
   std::uint64_t yFirst, yEnd, zFirst, zEnd;
 
@@ -36,7 +36,7 @@ struct CellGrid {
   }
 };
 
-/// A mean, which lies within the limits of the voxels' type.
+/// A mean, which is always within the limits of the voxel type.
 template <class T>
 T meanToVoxel(double mean) {
   if constexpr (std::is_integral_v<T>)
@@ -45,7 +45,7 @@ T meanToVoxel(double mean) {
     return static_cast<T>(mean);
 }
 
-/// `n` cells of `width` voxels a row, which begin at `x`.
+/// `n` cells of `width` voxels per row, starting at `x`.
 struct CellRun {
   const CellGrid& grid;
   const SourceRows& rows;
@@ -55,7 +55,7 @@ struct CellRun {
 
   std::uint64_t voxelsPerCell() const { return width * rows.count(); }
 
-  /// Calls `f` with each source row of the cells, from `x` on, in grid order.
+  /// Calls `f` with each source row of the cells, starting at `x`, in grid order.
   template <class T, class F>
   void forEachRow(const T* src, F&& f) const {
     for (std::uint64_t z = rows.zFirst; z < rows.zEnd; ++z)
@@ -80,7 +80,7 @@ bool canSumColumns(const CellRun& run) {
   return run.n * run.width <= columnsAtOnce && run.voxelsPerCell() <= 32768;
 }
 
-/// The same for small integers, whose sums are exact in any order: column by column first.
+/// The same for small integers, whose sums are exact in any order: sums columns first.
 template <class T>
 void sumColumns(const T* src, const CellRun& run, double* sums) {
   const std::uint64_t numColumns = run.n * run.width;
@@ -148,6 +148,7 @@ void NmRawData::downSample3D(void* dst, NmTypedPointer src, std::uint64_t nx, st
     averageCells(static_cast<T*>(dst), static_cast<const T*>(src.data), grid, progress);
   };
   if (!valid || !voxreg::detail::withVoxelType(src.type, average))
-    getTheLogInstance().errorf("downSample3D: voxels of type %d by factors %d %d %d are not served",
-                               static_cast<int>(src.type), fx, fy, fz);
+    getTheLogInstance().errorf(
+        "downSample3D: voxels of type %d by factors %d %d %d are not supported",
+        static_cast<int>(src.type), fx, fy, fz);
 }

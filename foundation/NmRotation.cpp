@@ -9,8 +9,8 @@ void NmRotation::setValue(float xValue, float yValue, float zValue, float wValue
   w = wValue;
 }
 
-// Shepperd's method (J. Guidance and Control 1, 1978): solve for the largest component first, so
-// that no division is by a small number. The matrix is the transpose of the column-vector form.
+// Shepperd's method (J. Guidance and Control 1, 1978) solves for the largest component first, which
+// avoids dividing by a small number. The matrix is the transpose of the column-vector form.
 void NmRotation::setValue(const NmMat4f& matrix) {
   const auto at = [&](int i, int j) { return static_cast<double>(matrix.m[i][j]); };
   const double trace = at(0, 0) + at(1, 1) + at(2, 2);

@@ -2,8 +2,8 @@
 
 #include "foundation/NmMat4f.h"
 
-/// Rotation as a quaternion of single precision; identity by default. Its matrix follows the
-/// row-vector convention: a turn by +a about z takes (1, 0, 0) to (cos a, sin a, 0).
+/// Rotation as a single-precision quaternion; identity by default. Its matrix follows the
+/// row-vector convention: a rotation by +a about z maps (1, 0, 0) to (cos a, sin a, 0).
 class NmRotation {
  public:
   float x = 0.0f, y = 0.0f, z = 0.0f, w = 1.0f;
@@ -14,15 +14,15 @@ class NmRotation {
 
   void setValue(float xValue, float yValue, float zValue, float wValue);
 
-  /// Takes the rotation of a matrix whose upper 3 x 3 is orthogonal; the unit quaternion with w at
-  /// or above 0 where w is not 0.
+  /// Sets the rotation of a matrix whose upper 3 x 3 is orthogonal: the unit quaternion whose w, if
+  /// not 0, is positive.
   void setValue(const NmMat4f& matrix);
 
   /// Writes the rotation as a matrix. The quaternion's length does not matter; a null quaternion
   /// gives the identity.
   void getValue(NmMat4f& matrix) const;
 
-  /// Turns this into the opposite rotation.
+  /// Replaces this rotation with its inverse.
   void invert();
 
   bool operator==(const NmRotation&) const = default;

@@ -2,8 +2,8 @@
 
 #include "foundation/NmProgressInterface.h"
 
-/// Closes a progress task when it goes out of scope; opening it stays with the caller. A null
-/// progress is allowed.
+/// Closes a progress task when it goes out of scope; the caller opens it. A null progress is
+/// allowed.
 class ProgressScope {
  public:
   explicit ProgressScope(NmProgressInterface* progress) : progress_(progress) {}

@@ -4,7 +4,7 @@
 #include "foundation/NmMemory.h"
 
 /// Last-in-first-out stack of pointers to objects that it owns. The destructor deletes the objects
-/// from element 1 up and leaves element 0, so an owner pops everything before it lets a stack go.
+/// from element 1 up but not element 0, so an owner pops everything before it destroys a stack.
 template <class T>
 class RegStack : public NmDArray<T>, public NmAllocated {
  public:
@@ -18,9 +18,9 @@ class RegStack : public NmDArray<T>, public NmAllocated {
 
   bool isEmpty() const { return this->size < 1; }
 
-  /// Hands `item` over to the stack.
+  /// Transfers ownership of `item` to the stack.
   void push(T item) { this->insert(this->size, 1, &item); }
 
-  /// Takes the top object off; the caller owns it. Null on an empty stack.
+  /// Removes the top object, which the caller then owns. Null on an empty stack.
   T pop() { return isEmpty() ? nullptr : this->data[--this->size]; }
 };

@@ -8,9 +8,9 @@
 
 class VlData;
 
-/// Locked access to the voxels of one volume, given by VlData::lock. The lock lasts as long as the
-/// object, whichever thread lets go of it last, counts for the thread that took it, and keeps alive
-/// a volume that handles hold. What was locked for reading may not be written.
+/// Locked access to the voxels of one volume, returned by VlData::lock. The lock lasts as long as
+/// the object, whichever thread releases it last, counts for the thread that took it, and keeps a
+/// volume owned by handles alive. Voxels locked for reading must not be written.
 class VlDataAccess : public NmHandableThreaded {
  public:
   VlDataAccess() = default;
@@ -22,15 +22,15 @@ class VlDataAccess : public NmHandableThreaded {
   /// only) block; null for a block that the volume does not have.
   virtual void* dataPtr(std::int64_t index) const = 0;
 
-  /// True when all voxels lie in one block in grid order.
+  /// True if all voxels are in one block in grid order.
   virtual bool isContiguous() const = 0;
 
-  /// True when the voxels can be addressed linearly through dataPtr(0).
+  /// True if the voxels can be addressed linearly through dataPtr(0).
   virtual bool isLinear() const = 0;
 
   /// Fills `buffer` with one line of voxels as floats, data variables interleaved. Exactly one
-  /// coordinate is -1 and names the axis that the line runs along. Fails with an error line,
-  /// `buffer` untouched, for any other combination, a coordinate out of range or a null buffer.
+  /// coordinate is -1 and names the axis along which the line runs. Fails with an error line, and
+  /// `buffer` unchanged, for any other combination, a coordinate out of range or a null buffer.
   virtual NmResult row(std::int64_t x, std::int64_t y, std::int64_t z, float* buffer) const = 0;
 
   /// Writes such a line back. Integer voxels take the nearest value, ties to even, saturate at
@@ -42,7 +42,7 @@ class VlDataAccess : public NmHandableThreaded {
   friend class VlData;
   struct Hold;
 
-  /// Takes `hold` over until the end of this object.
+  /// Takes ownership of `hold` until the end of this object.
   void keep(Hold* hold) noexcept;
 
   std::atomic<Hold*> holds_{nullptr};

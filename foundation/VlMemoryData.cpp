@@ -37,7 +37,7 @@ bool isAligned(const void* voxels, const VoxelGrid& grid) {
   return reinterpret_cast<std::uintptr_t>(voxels) % voxelBytes(grid) == 0;
 }
 
-/// Null where memory is exhausted.
+/// Null if memory is exhausted.
 void* allocateZeroed(std::size_t bytes) {
   try {
     return std::memset(nmmalloc(bytes), 0, bytes);
@@ -82,7 +82,7 @@ NmResult VlMemoryData::initShared(const NmVec3l& dims, NmPrimType type, int numD
 
 NmResult VlMemoryData::initShared(const NmVec3l& dims, NmPrimType type, int numDataVars,
                                   const void* voxels) {
-  // An access for reading hands out the same kind of pointer as one for writing.
+  // An access for reading returns the same kind of pointer as one for writing.
   return share({dims, numDataVars, type}, const_cast<void*>(voxels), Holding::sharedReadOnly);
 }
 

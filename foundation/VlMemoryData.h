@@ -7,24 +7,24 @@ namespace voxreg::detail {
 struct VoxelGrid;
 }  // namespace voxreg::detail
 
-/// A volume whose voxels lie in one block of memory, its own or the host's. It starts without
-/// voxels; init and initShared give it some, and may be called again while nobody holds a lock.
-/// They fail, the volume staying as it was, for a dimension or number of data variables below 1, a
-/// dimension above 2^31 - 1, a block whose bytes no size can hold, a type that is not served, a
-/// locked volume, or when memory is exhausted. A new volume's bounding box runs from 0 to n - 1 on
+/// A volume whose voxels are in one block of memory, its own or the host's. It starts without
+/// voxels; init and initShared set them, and may be called again while nobody holds a lock. They
+/// fail, with the volume unchanged, for a dimension or number of data variables below 1, a
+/// dimension above 2^31 - 1, a block whose size in bytes is not representable, an unsupported type,
+/// a locked volume, or if memory is exhausted. A new volume's bounding box runs from 0 to n - 1 on
 /// each axis, and from 0 to 1 for one voxel.
 class VlMemoryData : public VlData {
  public:
-  /// `meta` is read during the call only and may be null.
+  /// `meta` is read only during the call and may be null.
   explicit VlMemoryData(const VlMeta* meta);
   ~VlMemoryData() override;
 
-  /// Allocates zeroed voxels. The three flags are accepted and change nothing.
+  /// Allocates zeroed voxels. The three flags are ignored.
   NmResult init(const NmVec3l& dims, NmPrimType type, int numDataVars, bool, bool, bool);
 
-  /// Wraps voxels that the host owns and keeps alive, without a copy. Null, or an address that is
-  /// no multiple of the type's size, fails. Constant voxels are never written: the volume can't be
-  /// locked for writing.
+  /// Wraps voxels that the host owns and keeps alive, without a copy. Fails for null, or an address
+  /// that is not a multiple of the type's size. Constant voxels are never written: the volume
+  /// cannot be locked for writing.
   NmResult initShared(const NmVec3l& dims, NmPrimType type, int numDataVars, void* voxels);
   NmResult initShared(const NmVec3l& dims, NmPrimType type, int numDataVars, const void* voxels);
 

@@ -1,7 +1,7 @@
 #pragma once
 
-/// How a volume is to be stored. In-memory volumes are always contiguous and uncompressed, so that
-/// all three flags are accepted and change nothing.
+/// How a volume is stored. In-memory volumes are always contiguous and uncompressed, so all three
+/// flags are ignored.
 class VlMeta {
  public:
   VlMeta(bool sliced, bool inMemory) : sliced_(sliced), inMemory_(inMemory) {}

@@ -40,19 +40,19 @@ double bytesOf(const VlData& volume) {
 NmHandle<VlDataAccess> lockForReading(VlData* volume) {
   if (volume == nullptr) return {};
   if (volume->numDataVars() != 1)
-    getTheLogInstance().errorf("RegFunctional: a volume of %d data variables can not be registered",
+    getTheLogInstance().errorf("RegFunctional: a volume of %d data variables cannot be registered",
                                volume->numDataVars());
   return volume->lock(false);
 }
 
-/// True for a volume whose voxels the kernels can walk: the one behind the access, in one block, of
-/// one data variable.
+/// True for a volume that the kernels can walk: it is the locked one, its voxels are in one block,
+/// and it has one data variable.
 bool isWalkable(const VlData* volume, const VlData* locked, const VlDataAccess* access) {
   return volume != nullptr && volume == locked && volume->numDataVars() == 1 &&
          voxreg::detail::blockOf(access) != nullptr;
 }
 
-/// Positions from which a sample counts: half a voxel around the model, and no limit at all on an
+/// Bounds of the positions whose samples count: half a voxel around the model, and no limit on an
 /// axis of one voxel without extent.
 void setBounds(WalkFrame& frame, const NmBox3f& modelBox) {
   for (int axis = 0; axis < 3; ++axis) {
@@ -63,7 +63,8 @@ void setBounds(WalkFrame& frame, const NmBox3f& modelBox) {
   }
 }
 
-/// Per model axis, the direction in which a row moves: 1, -1, 2 for (almost) none, 0 for no clip.
+/// Per model axis, the direction in which a row moves: 1, -1, 2 for (almost) no movement, 0 for no
+/// clip.
 void setSigns(WalkFrame& frame, const NmVec3d& wholeRow) {
   const double length =
       std::sqrt(wholeRow.x * wholeRow.x + wholeRow.y * wholeRow.y + wholeRow.z * wholeRow.z);
@@ -74,8 +75,8 @@ void setSigns(WalkFrame& frame, const NmVec3d& wholeRow) {
   }
 }
 
-/// Sets where reference voxel (0, 0, 0) lies and what one voxel adds; returns the change over the
-/// whole extent of a row.
+/// Sets the position of reference voxel (0, 0, 0) and the steps per voxel; returns the change over
+/// the whole extent of a row.
 NmVec3d setPositions(WalkFrame& frame, const NmMat4d& worldToPosition, const NmBox3f& box) {
   NmVec3d start;
   worldToPosition.multVecMatrix(NmVec3d(box.xmin, box.ymin, box.zmin), start);
@@ -93,7 +94,7 @@ NmVec3d setPositions(WalkFrame& frame, const NmMat4d& worldToPosition, const NmB
   return wholeRow;
 }
 
-/// -1 for a type that no kernel serves.
+/// -1 for a type that no kernel supports.
 int kernelIndexOf(NmPrimType type) {
   int index = -1;
   withVoxelType(type, [&]<class T>() { index = voxelTypeIndex<T>; });
@@ -257,7 +258,7 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
   for (std::int64_t i = 0; i < reference.size; ++i) {
     VlData* const volume = reference[i];
     if (volume == nullptr) return false;
-    // Every walk reads the voxels of the first reference, whatever volume lends its grid.
+    // Every walk reads the voxels of the first reference, whichever volume defines its grid.
     if (bytesOf(*volume) > bytesOf(*reference[0])) {
       getTheLogInstance().errorf("evaluateNoClip: reference %" PRId64 " is larger than the first",
                                  i);
@@ -277,7 +278,7 @@ bool RegFunctional::walkReferences(const NmBox3i* box, RegAffineTransform* affin
   return true;
 }
 
-// Where no voxel lies in the box, the nearest plane is walked all the same.
+// If no voxel is in the box, the nearest plane is walked.
 NmBox3i RegFunctional::walkedBox(const VlData& volume, const NmBox3f& box) {
   const voxreg::detail::VolumeFrame frame(volume);
   int limits[3][2];

@@ -17,19 +17,19 @@ class RegNonAffineTransform;
 class RegOptimizerCallback;
 class RegParametricTransform;
 
-/// The objective function of one resolution level: the metric's value for the volumes under the
-/// present state of the transform, less the regularity penalty of a non-affine transform. Searches
-/// maximise it. It keeps read locks on its first reference and its model for its whole life.
+/// The objective function of one resolution level: the metric's value for the volumes at the
+/// current transform, minus the regularity penalty of a non-affine transform. Searches maximise it.
+/// It keeps read locks on its first reference and its model for its entire lifetime.
 class RegFunctional : public NmAllocated {
  public:
   NmDArray<NmHandle<VlData>> reference;
   NmDArray<NmHandle<VlData>> model;        ///< element 0 is used
-  RegParametricTransform* transform;       ///< not owned; an affine one leads from model to
+  RegParametricTransform* transform;       ///< not owned; an affine one maps model to
                                            ///< reference, a grid from reference to model
   RegMetric* metric;                       ///< owned
   RegOptimizerCallback* callback;          ///< not owned, may be null
-  NmVec3f modelSize;                       ///< extents of the model's bounding box, world units
-  NmHandle<VlDataAccess> referenceAccess;  ///< null when the lock failed
+  NmVec3f modelSize;                       ///< extent of the model's bounding box, world units
+  NmHandle<VlDataAccess> referenceAccess;  ///< null if the lock failed
   NmHandle<VlDataAccess> modelAccess;
   int orientation;  ///< the registration's orientation code
   NmVec3i modelDims;
@@ -44,11 +44,11 @@ class RegFunctional : public NmAllocated {
   NmDArray<unsigned char> unusedVertices;  ///< 1: all bricks around the vertex are empty
   NmDArray<int> renumbering;               ///< order in which a gradient visits the vertices
   bool firstGradient = true;
-  std::int64_t numEvaluations = 0;  ///< walks of the whole volume, those of gradients included
+  std::int64_t numEvaluations = 0;  ///< walks of the whole volume, including those of gradients
   std::int64_t numGradients = 0;
 
-  /// Copies the handles, takes over `metric` and locks the volumes for reading. The plain int and
-  /// bool are accepted and ignored.
+  /// Copies the handles, takes ownership of `metric` and locks the volumes for reading. The unnamed
+  /// int and bool are ignored.
   RegFunctional(const NmDArray<NmHandle<VlData>>& referenceVolumes,
                 NmDArray<NmHandle<VlData>>& modelVolumes, int, bool,
                 RegParametricTransform* transformToMove, RegMetric* metricToOwn,
@@ -57,26 +57,26 @@ class RegFunctional : public NmAllocated {
   RegFunctional& operator=(const RegFunctional&) = delete;
   ~RegFunctional();
 
-  /// True when evaluations can walk the volumes: the first ones are locked, in one block, of one
-  /// data variable and of a served voxel type, and no further reference needs more bytes than the
+  /// True if evaluations can walk the volumes: the first ones are locked, in one block, with one
+  /// data variable and a supported voxel type, and no further reference needs more bytes than the
   /// first.
   bool canEvaluate() const;
 
   /// Applies the transform's parameters and evaluates the whole volume.
   double evaluate();
 
-  /// Evaluates the whole volume, or, with `box`, the contribution of a sub-box: `marginal` stores
-  /// it as the metric's removed set and counts as 0.0, otherwise the whole metric with the box
-  /// replaced is the result. `nonAffine` and `boxMetric` stand in for the members only together
+  /// Evaluates the whole volume or, with `box`, the contribution of a sub-box: with `marginal` it
+  /// is stored as the metric's removed set and the result is 0.0, otherwise the result is the whole
+  /// metric with the box replaced. `nonAffine` and `boxMetric` replace the members only together
   /// with a box. `update` applies the transform's parameters first. `penalty` receives the
-  /// regularity penalty, `time` the seconds that it took. 0.0 when a volume, its lock or the
-  /// transform is missing, a first volume is not the one that was locked, is not in one block or
-  /// has several data variables, or a voxel type is not served; the metric then is empty.
+  /// regularity penalty, `time` the seconds that it took. Returns 0.0, with an empty metric, if a
+  /// volume, its lock or the transform is missing, if a first volume is not the locked one, is not
+  /// in one block or has several data variables, or if a voxel type is not supported.
   double evaluate(bool update, const NmBox3i* box, int vertex, bool marginal,
                   RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
                   double& time);
 
-  /// evaluate without applying the parameters.
+  /// Like evaluate, but without applying the parameters.
   double evaluateMarginal(const NmBox3i* box, int vertex, bool marginal,
                           RegNonAffineTransform* nonAffine, RegMetric* boxMetric, double& penalty,
                           double& time);
@@ -85,36 +85,37 @@ class RegFunctional : public NmAllocated {
                         double& time);
 
   /// Finite differences of the value, one per free parameter, pointing to higher values and not
-  /// divided by the step; returns the value at the present parameters, which stay as they are.
+  /// divided by the step. Returns the value at the current parameters, which are unchanged.
   /// `gradient` must have room for every free parameter. `factor` scales the parameters' own steps.
-  /// A component is 0 where neither trial beats the present value, unless `unconditional` is not 0.
-  /// `numPenalised`, if given, receives the number of parameters at which a trial was penalised.
-  /// An interruption leaves the whole gradient 0.
+  /// A component is 0 if neither trial exceeds the current value, unless `unconditional` is not 0.
+  /// `numPenalised`, if given, receives the number of parameters at which a trial was penalised. An
+  /// interruption makes the whole gradient 0.
   double evaluateGradient(NmDVector<double>& gradient, float factor, int unconditional,
                           int* numPenalised);
 
-  /// Flags the bricks without a reference voxel in the metric's range and the vertices that only
-  /// such bricks surround, and returns the number of the bricks.
+  /// Flags the bricks without a reference voxel in the metric's range and the vertices that have
+  /// only such bricks around them, and returns the number of these bricks.
   int findEmptyBricks(RegNonAffineTransform* grid);
 
   /// The order in which a gradient visits vertices: used inner ones, used ones on the faces of the
-  /// grid, unused ones. False, with `order` of no use, for flags of another size than the grid.
+  /// grid, unused ones. Returns false, with `order` invalid, for flags of a different size than the
+  /// grid.
   bool computeRenumbering(const NmVec3i& numBricks, NmDArray<unsigned char>& unused,
                           NmDArray<int>& order);
 
-  /// From now on remembers the parameters of the best whole evaluation, until this is called again.
+  /// Starts recording the parameters of the best whole evaluation, until the next call.
   void startSearch();
 
-  /// Puts the transform's parameters back to those of the best whole evaluation since startSearch
-  /// and gives its value. False, and nothing changes, when there was none.
+  /// Resets the transform's parameters to those of the best whole evaluation since startSearch and
+  /// returns its value in `value`. Returns false, and changes nothing, if there was none.
   bool returnToBest(double& value);
 
-  /// Recomputes modelDims and worldToModel from the model's present box, and hands them to a
+  /// Recomputes modelDims and worldToModel from the model's current box, and passes them to a
   /// non-affine transform.
   void resetEval();
 
  private:
-  /// What the analysis of a brick grid gives, kept for its memory from one evaluation to the next.
+  /// Results of the analysis of a brick grid; kept between evaluations to reuse the memory.
   struct JacobianMeasures {
     NmDArray<double> minJacobian;
     NmDArray<double> maxStretch;
@@ -124,7 +125,7 @@ class RegFunctional : public NmAllocated {
   struct GradientTask;
   class VertexTrials;
 
-  /// The grid that the flags of bricks and vertices were made for.
+  /// The grid for which the flags of bricks and vertices were computed.
   struct FlaggedGrid {
     NmVec3i numBricks;
     NmBox3f box;
@@ -140,7 +141,7 @@ class RegFunctional : public NmAllocated {
 
   void resetEval(RegNonAffineTransform* grid);
 
-  /// True when the kernels can walk the voxels of both first volumes.
+  /// True if the kernels can walk the voxels of both first volumes.
   bool canWalk() const;
 
   /// The voxels that a walk of the whole volume visits for a grid over `box`.
@@ -157,18 +158,19 @@ class RegFunctional : public NmAllocated {
   int vertexGradient(VertexTrials& trials, int vertex, bool marginal, const GradientTask& task);
   void orderVertices(const NmVec3i& numBricks, int numVertices);
 
-  /// How much a grid departs from a locally rigid map, beyond what is free: in the bricks around
-  /// `vertex`, or in all bricks where there is no such vertex, which also updates the records of
-  /// the worst terms. `time` receives the seconds taken. 0.0 where the grid can not be analysed.
+  /// How far a grid deviates from a locally rigid map beyond the tolerated amount: in the bricks
+  /// around `vertex`, or in all bricks if there is no such vertex, which also updates the records
+  /// of the worst terms. `time` receives the seconds taken. 0.0 if the grid cannot be analysed.
   double regularityPenalty(RegNonAffineTransform& grid, int vertex, int numHistograms,
                            const RegMetric& accumulator, double& time);
 
   JacobianMeasures measures_;
   std::optional<FlaggedGrid> flaggedGrid_;
-  /// 1: a walk sees a voxel in range around the vertex, though single-precision limits of bricks,
-  /// or those of the first reference alone, flag it as unused; empty where there is no such vertex.
+  /// 1: a walk finds a voxel in range around the vertex, although the single-precision limits of
+  /// bricks, or the voxels of the first reference alone, flag it as unused. Empty if there is no
+  /// such vertex.
   NmDArray<unsigned char> reachedVertices_;
-  std::optional<BestEvaluation> best_;  ///< of the present search
-  const VlData* lockedReference_;       ///< what the accesses belong to
+  std::optional<BestEvaluation> best_;  ///< in the current search
+  const VlData* lockedReference_;       ///< volume of the accesses
   const VlData* lockedModel_;
 };

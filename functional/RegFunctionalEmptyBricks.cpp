@@ -19,9 +19,9 @@ using voxreg::detail::IndexRange;
 using voxreg::detail::ValueRange;
 using Measure = voxreg::detail::VoxelAxis::Measure;
 
-/// The voxels of each brick along one axis. A voxel on a face belongs to both neighbours. Where no
-/// voxel lies in the whole grid, a walk visits the nearest plane; measured with tolerance, as walks
-/// do, each brick then has that one.
+/// The voxels of each brick along one axis. A voxel on a face belongs to both neighbours. If the
+/// whole grid contains no voxel, a walk visits the nearest plane (found with a tolerance, as in
+/// walks), and each brick then has that one.
 struct BrickAxis {
   IndexRange bricks[32] = {};
 
@@ -41,7 +41,7 @@ struct BrickAxis {
   bool operator==(const BrickAxis&) const = default;
 };
 
-/// Looks for reference voxels in range, a row of bricks along x at a time, so that their common
+/// Searches for reference voxels in range, a row of bricks along x at a time, so that their common
 /// rows of voxels are read once.
 class BrickScan {
  public:
@@ -73,7 +73,7 @@ class BrickScan {
   }
 
  private:
-  /// Flags the bricks (0 .. nx - 1, bj, bk). Ends as soon as each brick has shown a voxel.
+  /// Flags the bricks (0 .. nx - 1, bj, bk). Stops as soon as each brick has a voxel in range.
   int flagRow(int bj, int bk, unsigned char* flags) {
     std::fill_n(flags, numBricks_.x, static_cast<unsigned char>(1));
     int empty = numBricks_.x;
@@ -115,7 +115,7 @@ void clearCorners(const BrickTopology& grid, const NmVec3i& brick, Flags& vertic
   for (int corner = 0; corner < 8; ++corner) vertices[grid.cornerOf(brick, corner)] = 0;
 }
 
-/// Flags the vertices that only flagged bricks surround and returns their number.
+/// Flags the vertices with only flagged bricks around them and returns their number.
 std::int64_t flagVertices(const NmVec3i& n, const Flags& bricks, Flags& vertices) {
   std::fill_n(vertices.data, vertices.size, static_cast<unsigned char>(1));
   std::int64_t brick = 0;
@@ -161,7 +161,7 @@ int RegFunctional::findEmptyBricks(RegNonAffineTransform* grid) {
     empty = scan.flag(emptyBricks);
     if (empty > 0) unused = flagVertices(n, emptyBricks, unusedVertices);
     BrickScan walked(*grid, *reference[0], *referenceAccess, range, Measure::tolerant);
-    // Further references are walked as a whole, outside the grid's box too.
+    // Further references are walked entirely, also outside the grid's box.
     if (reference.size > 1)
       fillTo(unusedVertices.size, 1, reachedVertices_);
     else if (unused > 0 && !walked.seesTheSameVoxelsAs(scan))
@@ -174,7 +174,7 @@ int RegFunctional::findEmptyBricks(RegNonAffineTransform* grid) {
   return empty;
 }
 
-// A host may have put flags of its own in place: they stay until their number does not fit.
+// Flags set by a host are kept until their number does not match.
 void RegFunctional::updateBrickFlags(RegNonAffineTransform& grid) {
   const bool isStale =
       flaggedGrid_ && *flaggedGrid_ != FlaggedGrid{grid.numBricks, grid.referenceBox};

@@ -17,7 +17,7 @@ bool wasInterrupted(RegOptimizerCallback* callback) {
   return progress != nullptr && progress->wasInterrupted();
 }
 
-/// A parameter that a trial moves; back where it was when this goes.
+/// A parameter that a trial moves; the destructor restores it.
 class MovedParameter {
  public:
   explicit MovedParameter(double& parameter) : parameter_(parameter), saved_(parameter) {}
@@ -34,29 +34,29 @@ class MovedParameter {
 
 }  // namespace
 
-/// What the trials of a gradient share.
+/// The data shared by the trials of a gradient.
 struct RegFunctional::GradientTask {
   NmDVector<double>& gradient;
   const NmDArray<float>& steps;  ///< one per free parameter
-  float factor;                  ///< of the steps
+  float factor;                  ///< scales the steps
   bool unconditional;
-  double present;  ///< value at the present parameters
+  double present;  ///< value at the current parameters
 
   double plusStep(int i) const { return static_cast<double>(steps[i] * factor); }
 
   /// From the plus trial to the minus trial of a grid.
   double stepBack(int i) const { return static_cast<double>(steps[i] * (factor * -2.0f)); }
 
-  /// Central difference, not divided by the step. Unless it is unconditional, a parameter at which
-  /// neither trial beats the present value contributes nothing.
+  /// Central difference, not divided by the step. Unless unconditional, a parameter at which
+  /// neither trial exceeds the current value contributes nothing.
   void setComponent(int i, double plus, double minus) const {
     const bool counts = unconditional || present < plus || present < minus;
     gradient[i] = counts ? plus - minus : 0.0;
   }
 };
 
-/// Trials at one vertex of a grid: the coefficients around it are patched and put back, `params` is
-/// never touched.
+/// Trials at one vertex of a grid: the coefficients around it are patched and restored; `params` is
+/// never changed.
 class RegFunctional::VertexTrials {
  public:
   VertexTrials(RegFunctional& functional, RegNonAffineTransform& grid)
@@ -69,8 +69,8 @@ class RegFunctional::VertexTrials {
 
   double seconds = 0.0;  ///< spent on Jacobians
 
-  /// Makes the voxels around the vertex, as far as a whole walk visits them, the box of its trials
-  /// and keeps what they contribute at the present transform.
+  /// Sets the box of the trials to the voxels around the vertex that a whole walk visits, and
+  /// stores their contribution at the current transform.
   void startBox(int vertex) {
     VlData& volume = *functional_.reference[0];
     box_ = grid_.getROIofVertex(&volume, vertex);
@@ -84,7 +84,7 @@ class RegFunctional::VertexTrials {
   /// Until startBox, trials walk the whole volume.
   void startVertex() { boxPointer_ = nullptr; }
 
-  /// A coordinate that trials move; its coefficients are back bit for bit when this goes.
+  /// A coordinate that trials move; the destructor restores its coefficients bit for bit.
   class Move {
    public:
     explicit Move(VertexTrials& trials) : trials_(trials) {
@@ -99,7 +99,7 @@ class RegFunctional::VertexTrials {
     VertexTrials& trials_;
   };
 
-  /// Moves one coordinate, remembering the coefficients, and evaluates.
+  /// Moves one coordinate, storing the coefficients, and evaluates.
   double tryFirst(int vertex, int parameter, double delta, double& penalty) {
     index_[0] = parameter;
     delta_[0] = delta;
@@ -107,7 +107,7 @@ class RegFunctional::VertexTrials {
     return evaluate(boxPointer_, vertex, false, penalty);
   }
 
-  /// Moves the same coordinate on and evaluates.
+  /// Moves the same coordinate again and evaluates.
   double tryNext(int vertex, double delta, double& penalty) {
     delta_[0] = delta;
     grid_.updateCoefficients(index_, delta_, nullptr, nullptr);
@@ -224,11 +224,11 @@ bool RegFunctional::isUnused(int vertex, std::int64_t numVertices) const {
   return isFlagged && !isReached;
 }
 
-// One box and its present contribution serve all three coordinates.
+// One box and its current contribution serve all three coordinates.
 int RegFunctional::vertexGradient(VertexTrials& trials, int vertex, bool marginal,
                                   const GradientTask& task) {
   const std::int64_t numVertices = task.steps.size / 3;
-  if (vertex < 0 || vertex >= numVertices) return 0;  // a host's order
+  if (vertex < 0 || vertex >= numVertices) return 0;  // an order set by the host
   const bool unused = isUnused(vertex, numVertices);
   int numPenalised = 0;
   trials.startVertex();

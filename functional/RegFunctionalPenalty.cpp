@@ -8,7 +8,7 @@
 
 namespace {
 
-/// What a brick may do without a penalty; finer grids may do more.
+/// Deviations of a brick that are not penalised (empirical); finer grids may deviate more.
 struct RegularityLimits {
   double shape;           ///< stretch or shear
   double lowestJacobian;  ///< determinant
@@ -51,7 +51,7 @@ double RegFunctional::regularityPenalty(RegNonAffineTransform& grid, int vertex,
   };
 
   const RegularityLimits limits(grid.numBricks);
-  constexpr double usualWeight = 0.25;
+  constexpr double usualWeight = 0.25;  // empirical
   const auto* const family = voxreg::detail::familyOf(&accumulator);
   const double weight = family != nullptr ? family->penaltyWeight : usualWeight;
   double shapeSum = 0.0;

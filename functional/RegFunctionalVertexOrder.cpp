@@ -4,14 +4,15 @@
 
 namespace {
 
-/// Vertices in the order in which a gradient visits them: what is tried last costs nothing.
+/// Vertices in the order in which a gradient visits them: the last ones cost nothing.
 enum class VertexKind { usedInside, usedOnFace, unused };
 
 bool isInside(int index, int bricks) {
   return index > 0 && index < bricks;
 }
 
-/// Writes the vertices of one kind to `order`, in rising order, and returns the place after them.
+/// Writes the vertices of one kind to `order`, in ascending order, and returns the position after
+/// them.
 int* placeKind(VertexKind kind, const NmVec3i& n, const NmDArray<unsigned char>& unused,
                int* order) {
   int vertex = 0;

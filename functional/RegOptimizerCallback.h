@@ -2,11 +2,11 @@
 
 class NmProgressInterface;
 
-/// The way back from a search to whoever runs it.
+/// Gives a search access to its caller.
 class RegOptimizerCallback {
  public:
   virtual ~RegOptimizerCallback();
 
-  /// The progress object, owned by whoever runs the search; null if nobody watches.
+  /// The progress object, owned by the caller of the search; null if there is none.
   virtual NmProgressInterface* getProgressInterface() = 0;
 };

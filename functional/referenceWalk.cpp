@@ -9,7 +9,7 @@
 namespace voxreg::detail {
 namespace {
 
-/// Where the voxels along one axis lie in a grid of bricks.
+/// Positions of the voxels along one axis in a grid of bricks.
 struct PlacesInGrid {
   double first;
   double step;
@@ -18,14 +18,14 @@ struct PlacesInGrid {
   int numBricks;
 };
 
-/// The box's voxels that the reference has; the default box where there are none.
+/// The voxels of the box that exist in the reference; the default box if there are none.
 NmBox3i cut(const NmBox3i& box, const WalkFrame& frame) {
   const NmBox3i inside = box.intersection(wholeReference(frame));
   return inside.isEmpty() ? NmBox3i() : inside;
 }
 
-/// Calls f(i, place) for the places of voxels 0 .. count - 1 along an axis, which run by repeated
-/// additions.
+/// Calls f(i, place) for the positions of voxels 0 .. count - 1 along an axis, computed by repeated
+/// addition.
 template <class F>
 void forEachPlace(const PlacesInGrid& run, F f) {
   double at = run.first;
@@ -125,7 +125,7 @@ double* ReferenceWalk::takeMemory(std::int64_t numPlaces) {
   const std::int64_t kept = keptDoubles * (walk.box.xmax - walk.box.xmin + 1 + maxLanes);
   const std::int64_t stages =
       stageDoubles(touched[0].end - touched[0].first, touched[1].end - touched[1].first);
-  // Reserved but not filled: what a kernel reads, it has written.
+  // Reserved but not filled: a kernel reads only what it has written.
   memory_.remax(kept + stages + placeDoubles * numPlaces + alignment, 0);
   const auto address = reinterpret_cast<std::uintptr_t>(memory_.data);
   walk.kept = memory_.data + (64 - address % 64) % 64 / sizeof(double);

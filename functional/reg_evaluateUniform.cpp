@@ -9,7 +9,7 @@ namespace {
 
 using namespace voxreg::detail;
 
-/// The contract's arguments as one frame. Without bounds a walk through bricks alone is possible.
+/// The arguments as one frame. Without bounds only a walk through bricks is possible.
 template <class T, class U>
 WalkFrame frameOf(const T* reference, const U* model, const NmVec3i& referenceDims,
                   const NmBox3i& box, const NmVec3i& signs, const NmVec3d& start,

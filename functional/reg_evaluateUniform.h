@@ -11,15 +11,15 @@ class RegNonAffineTransform;
 
 /// The sampling kernels: each walks reference voxels of type T, finds the position of each in the
 /// model, samples the model's voxels of type U by trilinear interpolation, and adds the pairs to a
-/// metric's members. T and U each are one of the six voxel types; the library holds all 36 members
-/// of each family. All arithmetic is in double, and every sum takes its terms in the order of the
-/// voxels.
+/// metric's members. T and U each are one of the six voxel types; the library holds all 36
+/// instances of each family. All arithmetic is in double, and every sum takes its terms in voxel
+/// order.
 ///
-/// Arguments that the families share:
+/// Arguments common to the families:
 ///   reference, model  voxels, x fastest; one data variable
 ///   referenceDims     nx, ny, nz of the reference
-///   box               voxels of the reference to walk, both ends inclusive; cut to the reference
-///   signs             direction of stepX per model axis: 1, -1, 2 no movement, 0 no clip
+///   box               voxels of the reference to walk, both ends inclusive; clipped to the
+///   reference signs             direction of stepX per model axis: 1, -1, 2 no movement, 0 no clip
 ///   start             position of reference voxel (0, 0, 0): model voxel coordinates in an affine
 ///                     walk, world units in one through a brick grid
 ///   stepX/Y/Z         change of that position per reference voxel
@@ -27,9 +27,9 @@ class RegNonAffineTransform;
 ///   modelDims         dims of the model
 /// A null reference, model or metric, or dims below 1, add nothing.
 
-/// Difference family. Without a transform it walks the slices box.zmin .. box.zmax along x and y as
-/// a whole, each row clipped to the model; with one it walks the voxels of the box, and a sample
-/// counts if it lies within half a voxel of the model. The last argument is not read.
+/// Difference family. Without a transform it walks the slices box.zmin .. box.zmax over their full
+/// extent along x and y, each row clipped to the model; with one it walks the voxels of the box,
+/// and a sample counts if it is within half a voxel of the model. The last argument is ignored.
 template <class T, class U>
 void reg_evaluateUniformMSD(const T* reference, const U* model, const NmVec3i& referenceDims,
                             const NmBox3i& box, const NmVec3i& signs, const NmVec3d& start,
@@ -38,7 +38,7 @@ void reg_evaluateUniformMSD(const T* reference, const U* model, const NmVec3i& r
                             const int* modelDims, RegNonAffineTransform* transform, int);
 
 /// Correlation family, affine walk: the whole reference, each row clipped to the model. A sample
-/// counts if both values lie in the metric's closed ranges. The last argument is not read.
+/// counts if both values are in the metric's closed ranges. The last argument is ignored.
 template <class T, class U>
 void reg_evaluateUniformCorrAffine(const T* reference, const U* model, const NmVec3i& referenceDims,
                                    const NmVec3i& signs, const NmVec3d& start, const NmVec3d& stepX,
@@ -46,9 +46,9 @@ void reg_evaluateUniformCorrAffine(const T* reference, const U* model, const NmV
                                    RegCorrelationRatio* metric, const double* bounds,
                                    const int* modelDims, int);
 
-/// Mutual information family, affine walk: the whole reference, each row clipped to the model,
+/// Mutual information family, affine walk: the whole reference, each row clipped to the model;
 /// every sample counts. With one histogram (or fewer) the joint histogram of this walk replaces the
-/// metric's, with more it is added to it.
+/// metric's; with more it is added to it.
 template <class T, class U>
 void reg_evaluateUniformMIAffine(const T* reference, const U* model, const NmVec3i& referenceDims,
                                  const NmVec3i& signs, const NmVec3d& start, const NmVec3d& stepX,
@@ -56,9 +56,9 @@ void reg_evaluateUniformMIAffine(const T* reference, const U* model, const NmVec
                                  RegMutualInformation* metric, const double* bounds,
                                  const int* modelDims, int numHistograms);
 
-/// Correlation family, walk of the box through a grid of bricks: a sample counts if it lies within
-/// half a voxel of the model and both values lie in the metric's closed ranges. `signs`, `bounds`
-/// and the last argument are not read.
+/// Correlation family, walk of the box through a grid of bricks: a sample counts if it is within
+/// half a voxel of the model and both values are in the metric's closed ranges. `signs`, `bounds`
+/// and the last argument are ignored.
 template <class T, class U>
 void reg_evaluateUniformCorrNonAffine(const T* reference, const U* model,
                                       const NmVec3i& referenceDims, const NmBox3i& box,
@@ -79,7 +79,7 @@ void reg_evaluateUniformMINonAffine(const T* reference, const U* model,
                                     const double* bounds, const int* modelDims,
                                     RegNonAffineTransform* transform, int numHistograms);
 
-/// Hands the walk to the family that feeds `metric`; a metric of another kind gets nothing.
+/// Passes the walk to the family of `metric`; a metric of another kind receives nothing.
 template <class T, class U>
 void reg_evaluateUniform(const T* reference, const U* model, const NmVec3i& referenceDims,
                          const NmBox3i& box, const NmVec3i& signs, const NmVec3d& start,

@@ -2,7 +2,7 @@
 
 #include "metrics/RegMetric.h"
 
-/// Negated mean of squared differences, divided by the coverage factor: at most 0, and 0 at best.
+/// Negated mean of squared differences, divided by the coverage factor: at most 0, which is best.
 class RegMeanSquaredDifference : public RegMetric {
  public:
   double sumNegSquaredDiff = 0.0;  ///< sum of -(ref - model)^2

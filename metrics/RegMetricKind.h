@@ -1,6 +1,6 @@
 #pragma once
 
-/// The metrics that a registration can be asked for (RegVoxelRegistration::metricKind).
+/// The metrics available to a registration (RegVoxelRegistration::metricKind).
 enum RegMetricKind : unsigned int {
   RegMetricNormMutualInformation = 0,
   RegMetricSimpleMutualInformation = 1,

@@ -15,10 +15,10 @@ using voxreg::detail::takeLogarithms;
 
 namespace {
 
-/// Bins of a joint histogram: 32 MiB, of which a metric holds up to five.
+/// Limit on the bins of a joint histogram: 32 MiB, of which a metric holds up to five.
 constexpr int mostBins = 4194304;
 
-/// The integer part, limited to -limit - 1 to limit; NaN gives 0.
+/// The integer part, clamped to [-limit - 1, limit]; NaN gives 0.
 template <class T>
 T integerPart(double value, double limit) {
   if (!(value == value)) return 0;
@@ -39,7 +39,7 @@ bool isIntegerType(NmPrimType type) {
   return type >= 0 && type < 10 && (integerTypes >> type & 1u) != 0;
 }
 
-/// A value's lower bin of two and the weights of both.
+/// The lower of a value's two bins, and the weights of both.
 struct Bins {
   int lower;
   double weights[2];
@@ -64,15 +64,15 @@ void resizeWithZeros(NmDArray<double>& histogram, std::int64_t size) {
   for (std::int64_t k = before; k < size; ++k) histogram[k] = 0.0;
 }
 
-/// Of an empty array: zeros that take no memory before they are written, which the metrics of
-/// levels that are not searched yet never are.
+/// Clears an array and makes its elements zeros that take no memory until they are written. The
+/// metrics of levels that are not searched yet never write them.
 void makeZeroed(NmDArray<double>& histogram, std::int64_t size) {
   histogram.data = static_cast<double*>(nmcalloc(static_cast<std::size_t>(size) * sizeof(double)));
   histogram.max = histogram.size = size;
 }
 
-/// Sums of bins that are worked out side by side, since each addition to a sum waits for the one
-/// before.
+/// Number of sums of bins that are computed in parallel, since each addition to a sum depends on
+/// the previous one.
 constexpr int sumsAtOnce = 8;
 
 /// Subtracts p log p for p = sum / n from the entropy, one sum after the other.
@@ -111,8 +111,8 @@ RegMutualInformation::RegMutualInformation(NmPrimType typeRef, NmPrimType typeMo
   makeZeroed(jointHistogram, static_cast<std::int64_t>(numBinsRef) * numBinsMod);
 }
 
-// Both counts are lowered in proportion until the joint histogram has no more bins than it may.
-// That takes several rounds where one bin per value is more than was asked for.
+// Both counts are reduced in proportion until the joint histogram is within its limit of bins. That
+// takes several rounds if one bin per value is more than was requested.
 void RegMutualInformation::initBins() {
   int asked[2] = {numBinsRef, numBinsMod};
   for (;;) {
@@ -120,7 +120,7 @@ void RegMutualInformation::initBins() {
     numBinsMod = asked[1];
     init1D(primTypeRef, numBinsRef, minRef, scaleRef, maxRef);
     init1D(primTypeModel, numBinsMod, minModel, scaleModel, maxModel);
-    // A value at the upper bound still has a neighbour above it.
+    // A value at the upper bound still has an upper neighbour.
     ++numBinsRef;
     ++numBinsMod;
     const double bins = static_cast<double>(numBinsRef) * numBinsMod;

@@ -6,13 +6,13 @@
 #include "foundation/NmPrimType.h"
 #include "metrics/RegMetric.h"
 
-/// Joint histogram of two volumes and its entropies (natural logarithm), for the metrics that ask
-/// how well the intensities of one volume predict those of the other. Each sample spreads a weight
-/// of 1 over four neighbouring bins by its distances to them (partial volume rule of Maes et al.,
-/// IEEE Trans. Med. Imaging 16, 1997); values beyond the bounds fall into the edge bins and count.
+/// Joint histogram of two volumes and its entropies (natural logarithm), for metrics of how well
+/// the intensities of one volume predict those of the other. Each sample distributes a weight of 1
+/// over four neighbouring bins by its distances to them (partial volume rule of Maes et al., IEEE
+/// Trans. Med. Imaging 16, 1997); values outside the bounds count in the edge bins.
 class RegMutualInformation : public RegMetric {
  public:
-  NmDArray<double> jointHistogram;  ///< bin (i, j) at i * numBinsMod + j, i of the reference
+  NmDArray<double> jointHistogram;  ///< bin (i, j) at i * numBinsMod + j, with i of the reference
   NmPrimType primTypeRef;
   NmPrimType primTypeModel;
   double minRef;      ///< intensity of row 0; rounded for integer types
@@ -28,7 +28,7 @@ class RegMutualInformation : public RegMetric {
   std::int64_t removedCounts[2] = {};
   NmDArray<double> removedHistogram;
 
-  /// The joint histogram has at most 4 194 304 bins; more lower both counts in proportion.
+  /// The joint histogram has at most 4 194 304 bins; larger counts are reduced in proportion.
   RegMutualInformation(NmPrimType typeRef, NmPrimType typeModel, double minReference,
                        double maxReference, double minimumModel, double maximumModel, int binsRef,
                        int binsModel, double minCoverageValue, bool smoothCoveragePenaltyValue);
@@ -43,21 +43,21 @@ class RegMutualInformation : public RegMetric {
   void decrement(double ref, double model) override;
   bool supportsMarginalMetric() override;
 
-  /// Binning of one axis: integer types get whole numbers of grey values per bin, rounded bounds
-  /// and at most one bin per value. `numBins` is at least 1 and at most the bins of a whole joint
-  /// histogram, and is 1 with a `scale` of 0 where the bounds are equal.
+  /// Binning of one axis: integer types get an integer number of grey values per bin, rounded
+  /// bounds and at most one bin per value. `numBins` is at least 1 and at most the bins of a whole
+  /// joint histogram; if the bounds are equal, it is 1 with a `scale` of 0.
   static void init1D(NmPrimType type, int& numBins, double& min, double& scale, double max);
 
-  /// Entropies of the rows' and of the columns' sums.
+  /// Entropies of the row sums and the column sums.
   void getMarginalEntropies(double& entropyRef, double& entropyModel) const;
   void getJointEntropy(double& entropy) const;
 
-  /// True if the histogram has the size and the bin counts that samples are added by.
+  /// True if the histogram has the size and the bin counts required for adding samples.
   bool canAccumulate() const;
 
  protected:
-  /// Makes the snapshots as large as the histogram, new bins at zero, and puts the counts of the
-  /// whole volume with the box replaced into the current set.
+  /// Resizes the snapshots to the histogram, with new bins at zero, and sets the current counts to
+  /// those of the whole volume with the box replaced.
   void prepareCombination();
 
  private:
@@ -65,5 +65,5 @@ class RegMutualInformation : public RegMetric {
   void addWeights(double ref, double model, double sign);
 
   NmDArray<double> knownBins_;   ///< of the latest baseline
-  NmDArray<double> knownTerms_;  ///< what each of them adds to the joint entropy
+  NmDArray<double> knownTerms_;  ///< their terms of the joint entropy
 };

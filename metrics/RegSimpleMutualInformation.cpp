@@ -12,7 +12,8 @@ double RegSimpleMutualInformation::getResult() {
   return (entropyRef + entropyModel - joint) * penaltyFactorForCoverage(0.0);
 }
 
-// Adds and removes in two passes, which round apart from the single pass of the normalised form.
+// Adds and removes in two passes, whose rounding differs from the single pass of the normalised
+// form.
 double RegSimpleMutualInformation::decrementIncrementAndGetResult() {
   prepareCombination();
   for (std::int64_t k = 0; k < jointHistogram.size; ++k)

@@ -8,12 +8,12 @@
 namespace voxreg::detail {
 namespace {
 
-/// Terms that are worked out together, since logarithms are faster so.
+/// Terms that are computed together, since that makes logarithms faster.
 constexpr int most = 64;
 
 constexpr double none[most] = {};
 
-/// The terms of `count` values, of which those that are equal to `known` take theirs from there.
+/// The terms of `count` values; those equal to `known` take theirs from `knownTerms`.
 void takeTerms(const double* values, const double* known, const double* knownTerms, int count,
                double* terms) {
   if (std::equal(values, values + count, known)) {

@@ -3,7 +3,7 @@
 #include "foundation/NmDVector.h"
 
 /// Symmetric operator that is never formed as a matrix: diagonal * identity + the sum over k of
-/// weights[k] * vectors[k] * vectors[k] transposed.
+/// weights[k] * vectors[k] * transpose(vectors[k]).
 template <class T>
 class NmTensorProductMatrix {
  public:
@@ -14,11 +14,11 @@ class NmTensorProductMatrix {
 
   explicit NmTensorProductMatrix(int size) : dimension(size) {}
 
-  /// result = this operator times `v`, which may be the same object. 0, with `result` left alone,
-  /// when a length or the number of weights does not fit; otherwise 1.
+  /// result = this operator times `v`, which may be the same object. Returns 0, with `result`
+  /// unchanged, if a length or the number of weights does not match; otherwise 1.
   int multVec(const NmDVector<T>& v, NmDVector<T>& result) const;
 
-  /// Appends copies of both. 0 when the length does not fit, otherwise 1.
+  /// Appends copies of both. Returns 0 if the length does not match, otherwise 1.
   int addEntry(const NmDVector<T>& v, const T& weight);
 
  private:

@@ -49,13 +49,13 @@ class RegAggressiveDirectionOptimizer::Run {
   voxreg::detail::SearchProgress progress_;
   NmDVector<double>& params_;
   NmDVector<double>
-      bestParams_;  ///< beside best_, though a plus trial's may differ (see keepIfBest)
+      bestParams_;  ///< go with best_, but may differ after a plus trial (see keepIfBest)
   NmDVector<double> steps_;
-  NmDVector<double> diffs_;  ///< plus trial less minus trial, 0 where neither gains
+  NmDVector<double> diffs_;  ///< plus trial minus minus trial, 0 if neither gains
   NmDVector<double> direction_;
   double best_ = 0.0;   ///< of the first evaluation and all sweeps
-  double value_ = 0.0;  ///< where the search stands
-  double trial_ = 0.0;  ///< step length of the present pass
+  double value_ = 0.0;  ///< at the current point of the search
+  double trial_ = 0.0;  ///< step length of the current pass
   double maxDiff_ = 0.0;
   int numSteps_ = 0;
   int pass_ = 0;
@@ -141,7 +141,7 @@ void RegAggressiveDirectionOptimizer::Run::measureDifference(int i) {
   params_[i] = saved + steps_[i] * trial_;
   const double plus = evaluate();
   if (progress_.askInterrupted()) return;
-  // From here on the parameter is kept in single precision.
+  // From here on the parameter has single precision.
   const float kept = static_cast<float>(saved);
   params_[i] = static_cast<double>(kept) - steps_[i] * trial_;
   const double minus = evaluate();
@@ -156,8 +156,8 @@ void RegAggressiveDirectionOptimizer::Run::measureDifference(int i) {
   params_[i] = static_cast<double>(kept);
 }
 
-// Both trials are over when they are judged, so that a plus trial's value is kept beside the point
-// of the minus trial.
+// Both trials are judged after both were made, so a plus trial's value is stored with the point of
+// the minus trial.
 void RegAggressiveDirectionOptimizer::Run::keepIfBest(double value) {
   if (!(value > best_)) return;
   bestParams_ = params_;
@@ -173,7 +173,7 @@ void RegAggressiveDirectionOptimizer::Run::walkAlongDifferences() {
   } while (!progress_.isInterrupted() && raiseThreshold(threshold));
 }
 
-// True if there is a direction, and it is not the one before.
+// True if there is a direction that differs from the previous one.
 bool RegAggressiveDirectionOptimizer::Run::selectDirection(double threshold, bool isFirst) {
   bool changed = false;
   bool any = false;
@@ -190,7 +190,7 @@ bool RegAggressiveDirectionOptimizer::Run::selectDirection(double threshold, boo
   return (changed || isFirst) && any;
 }
 
-// The threshold is kept in single precision, in which it may stop rising.
+// The threshold has single precision, in which it may stop rising.
 bool RegAggressiveDirectionOptimizer::Run::raiseThreshold(double& threshold) const {
   if (!(search_.thresholdIncrement > 0.0f)) return false;
   const double before = threshold;

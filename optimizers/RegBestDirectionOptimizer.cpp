@@ -15,9 +15,9 @@ using voxreg::detail::addMultiple;
 
 namespace {
 
-constexpr double moveReduction = 0.6667;
+constexpr double moveReduction = 0.6667;  // empirical
 
-/// From 8 on the coarsest level to 2 on the finest.
+/// From 8 on the coarsest level to 2 on the finest (empirical).
 int lineMovesOfLevel(int levelNumber, int numLevels) {
   const auto levelsBefore = static_cast<float>(static_cast<std::int64_t>(levelNumber) - 1);
   const auto levelsAfterFirst = static_cast<float>(std::max(numLevels, 2) - 1);
@@ -25,8 +25,8 @@ int lineMovesOfLevel(int levelNumber, int numLevels) {
   return static_cast<int>(std::clamp(moves, -1.0e9f, 1.0e9f));
 }
 
-/// By how much the factor falls from pass to pass: nothing on the coarsest level, 0.1 on the
-/// finest. Not finite for a single level.
+/// Decrease of the factor from pass to pass: 0 on the coarsest level, 0.1 on the finest
+/// (empirical). Not finite for a single level.
 float reductionDropOfLevel(int levelNumber, int numLevels) {
   if (numLevels <= 0) return 0.1f;
   const float level = static_cast<float>(static_cast<std::int64_t>(levelNumber) - 1) /
@@ -63,7 +63,7 @@ class RegBestDirectionOptimizer::Run {
   float reduction_ = 0.0f;
   float reductionDrop_ = 0.1f;
   int passes_ = 0;
-  int moves_ = 0;  ///< of the present pass
+  int moves_ = 0;  ///< in the current pass
   double value_ = 0.0;
 };
 
@@ -124,7 +124,7 @@ void RegBestDirectionOptimizer::Run::planSteps(float maxStep, float minStep) {
   reduction_ = search_.stepReduction;
 }
 
-// A step that does not fall any more is not worth a pass.
+// A step that no longer falls is not worth a pass.
 int RegBestDirectionOptimizer::Run::countPasses(float maxStep, float minStep) const {
   constexpr int mostPasses = 1000000000;
   float reduction = search_.stepReduction;
@@ -156,7 +156,7 @@ bool RegBestDirectionOptimizer::Run::followGradient() {
   return moved && !progress_.isInterrupted();
 }
 
-// True if it made more than the one move that is always tried.
+// True if it made more than the single move that is always tried.
 bool RegBestDirectionOptimizer::Run::walk() {
   const auto tolerance = static_cast<double>(search_.relativeTolerance);
   bool moved = false;

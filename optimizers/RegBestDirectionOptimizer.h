@@ -2,21 +2,22 @@
 
 #include "optimizers/RegOptimizer.h"
 
-/// Search along the gradient: it moves in the gradient's direction as long as that pays, refines
-/// the end of the walk to either side with ever shorter moves, and takes the next gradient. A
-/// gradient that leads nowhere ends the pass, and the step shrinks.
+/// Search along the gradient: it moves in the gradient's direction as long as that pays off,
+/// refines the end of the walk on both sides with ever shorter moves, and takes the next gradient.
+/// A gradient without a gain ends the pass, and the step shrinks.
 ///
-/// The result is the value at which the parameters stand. 0.0 when it is interrupted before the
-/// first gradient or `minStep` leaves a fitted schedule nothing to do; what evaluateGradient
-/// returned when that is the most negative float.
+/// The result is the value at the final parameters. It is 0.0 if the run is interrupted before the
+/// first gradient or `minStep` leaves no pass in a fitted schedule, and the result of
+/// evaluateGradient if that is the most negative float.
 class RegBestDirectionOptimizer : public RegOptimizer {
  public:
-  /// Factor between the steps of two passes, the first one if it falls. A fitted one stays for the
-  /// next run, which starts its fit from it.
+  /// Factor between the steps of two passes; the first one if it falls. A fitted factor is kept and
+  /// the next run starts its fit from it.
   float stepReduction;
-  float relativeTolerance;  ///< least relative gain of a move; tenfold after each complete run
-  int maxLineMoves = 0;     ///< bound on the moves of a pass, by the resolution level
-  bool fitStepReduction;    ///< fit one factor to the steps; otherwise it falls from pass to pass
+  float relativeTolerance;  ///< smallest relative gain of a move; tenfold after each complete run
+  int maxLineMoves = 0;     ///< limit on the moves of a pass, from the resolution level
+  bool fitStepReduction;    ///< fit a constant factor to the steps; otherwise it falls from pass to
+                            ///< pass
 
   RegBestDirectionOptimizer(RegOptimizerCallback* callbackToAsk, float reduction,
                             float relativeToleranceToStart, bool fit);

@@ -28,7 +28,7 @@ double RegBestNeighbourOptimizer::optimize(float maxStep, float minStep) {
   return best;
 }
 
-// True if one of the neighbours is better than everything before.
+// True if one of the neighbours is better than the best so far.
 bool RegBestNeighbourOptimizer::sweep(const NmDVector<double>& steps, double length, double& best,
                                       NmDVector<double>& bestParams) {
   NmDVector<double>& params = transform->params;
@@ -38,7 +38,7 @@ bool RegBestNeighbourOptimizer::sweep(const NmDVector<double>& steps, double len
     const double saved = params[i];
     params[i] = saved + steps[i] * length;
     improved |= tryPoint(best, bestParams);
-    // From here on the parameter is kept in single precision.
+    // From here on the parameter has single precision.
     const float kept = static_cast<float>(saved);
     params[i] = static_cast<double>(kept) - steps[i] * length;
     improved |= tryPoint(best, bestParams);

@@ -3,17 +3,17 @@
 #include "optimizers/RegOptimizer.h"
 
 /// Search by values alone. A sweep tries one step up and down on every parameter around the same
-/// point and moves to the single best of these neighbours; when none is better, the step shrinks.
-/// It does not look at the progress object and can't be stopped.
+/// point and moves to the best of these neighbours. If none is better, the step shrinks. It does
+/// not query the progress object and cannot be stopped.
 ///
-/// Every trial puts its parameter back rounded to single precision, so that the parameters after
-/// `optimize` differ by that rounding from those of the value it returns.
+/// Every trial restores its parameter rounded to single precision, so the parameters after
+/// `optimize` differ by that rounding from those of the returned value.
 class RegBestNeighbourOptimizer : public RegOptimizer {
  public:
-  /// Factor between the steps of two passes. Each run fits it to the steps that it is given and
-  /// starts the fit from the factor that the run before has left.
+  /// Factor between the steps of two passes. Each run fits it to its own steps, starting from the
+  /// factor of the previous run.
   float stepReduction;
-  int planeMode;  ///< an orientation: leaves out the affine parameters that would leave the plane
+  int planeMode;  ///< an orientation: skips the affine parameters that would leave the plane
 
   RegBestNeighbourOptimizer(RegOptimizerCallback* callbackToAsk, float reduction, int mode);
 

@@ -32,7 +32,7 @@ double RegGradientOptimizer::optimize(float maxStep, float minStep) {
   double result = 0.0;
   int iterations = 0;
   if (method == 2) {
-    const bool isLarge = transform->getVariableParamVectorDim() > 12;
+    const bool isLarge = transform->getVariableParamVectorDim() > 12;  // a grid of bricks
     quasiNewton(maxStep, minStep, isLarge ? tolerance * 0.1f : tolerance, &result, &iterations);
   } else if (method == 1) {
     conjugateGradients(maxStep, minStep, tolerance, &result, &iterations);
@@ -113,7 +113,7 @@ double RegGradientOptimizer::steepestDescent(float maxStep, float minStep) {
   LineSearch lines(*this, progress, numFreeParameters());
   const float gradientFactor = std::min(minStep, maxStep);
   LineLengths lengths(static_cast<double>(maxStep));
-  const double stopLength = static_cast<double>(minStep) * 0.2;
+  const double stopLength = static_cast<double>(minStep) * 0.2;  // empirical
   SearchLine line;
   for (int its = 0; its < 100; ++its) {
     double metric;

@@ -39,10 +39,10 @@ class RegGradientOptimizer::ConjugateGradients {
   double tolerance_;
   voxreg::detail::LineLengths lengths_;
   NmDVector<double> point_;
-  NmDVector<double> g_;   ///< uphill gradient of the step before
-  NmDVector<double> h_;   ///< direction before it is normalised
+  NmDVector<double> g_;   ///< uphill gradient of the previous step
+  NmDVector<double> h_;   ///< direction before normalisation
   NmDVector<double> xi_;  ///< gradient, then direction, then move
-  double before_ = 0.0;   ///< negated metric in front of the line
+  double before_ = 0.0;   ///< negated metric at the start of the line
   double length_ = 0.0;   ///< first step of the next line
 };
 
@@ -77,7 +77,7 @@ bool RegGradientOptimizer::ConjugateGradients::beginRestart(double* value) {
   return true;
 }
 
-// False when this was the last line.
+// False if this was the last line.
 bool RegGradientOptimizer::ConjugateGradients::searchLine(double* value) {
   point_ = search_.transform->params;
   double lineLength = length_;
@@ -94,7 +94,7 @@ bool RegGradientOptimizer::ConjugateGradients::hasConverged(double value) const 
   return !(distance > scale);
 }
 
-// The gradient of the negated metric; false when it is zero.
+// The gradient of the negated metric; false if it is zero.
 bool RegGradientOptimizer::ConjugateGradients::takeGradient() {
   int numPenalised;
   if (search_.getDirection(gradientFactor_, xi_, before_, numPenalised, nullptr) == 0) return false;
@@ -103,7 +103,7 @@ bool RegGradientOptimizer::ConjugateGradients::takeGradient() {
   return true;
 }
 
-// Polak and Ribiere's factor mixes the direction before into the gradient.
+// Adds the previous direction to the gradient with Polak and Ribiere's factor.
 bool RegGradientOptimizer::ConjugateGradients::updateDirection() {
   double gg = 0.0;
   double dgg = 0.0;

@@ -22,7 +22,7 @@ using voxreg::detail::setNegative;
 namespace {
 
 constexpr int numRestarts = 10;
-constexpr double toleranceGrowth = 1.359356390878526;  ///< half of e, of each late iteration
+constexpr double toleranceGrowth = 1.359356390878526;  ///< 10^(2/15), per late iteration: 10 in 7.5
 
 }  // namespace
 
@@ -59,21 +59,22 @@ class RegGradientOptimizer::QuasiNewton {
   int dim_;
   voxreg::detail::LineSearch lines_;
   bool isBigGrid_ = false;
-  std::optional<voxreg::detail::LineFreezing> freezing_;  ///< on a grid of bricks
+  std::optional<voxreg::detail::LineFreezing> freezing_;  ///< only on a grid of bricks
   voxreg::detail::LineLengths lengths_;
   float gradientFactor_;
   double tolerance_;
   NmTensorProductMatrix<double> inverseHessian_;
-  voxreg::detail::SearchLine line_;  ///< its value is the run's, negated
+  voxreg::detail::SearchLine line_;  ///< its value is that of the run, negated
   NmDVector<double> g_;              ///< downhill gradient of the metric
   NmDVector<double> dg_;             ///< change of the gradient
-  NmDVector<double> hdg_;            ///< the operator times it
-  double before_ = 0.0;              ///< value in front of the last line
+  NmDVector<double> hdg_;            ///< the operator times dg_
+  double before_ = 0.0;              ///< value at the start of the last line
   double length_ = 0.0;              ///< first step of the next line
   int numPenalised_ = 0;
   int restart_ = 0;
   int totalIterations_ = 0;
-  /// Percentage of progress that calls for the next restart, one for each.
+  /// Percentage of progress that triggers each restart (empirical: 10 restarts at most, later ones
+  /// closer to convergence).
   float restartTargets_[numRestarts] = {75, 80, 85, 90, 95, 97, 99, 100, 100, 100};
 };
 
@@ -98,7 +99,7 @@ RegGradientOptimizer::QuasiNewton::QuasiNewton(RegGradientOptimizer& search, flo
     isBigGrid_ = grid->numBricks.x > 12;
     freezing_.emplace(lines_, *grid);
   }
-  // Room for a usual restart: growth would copy all vectors.
+  // Memory for a typical restart, since growth would copy all vectors.
   inverseHessian_.vectors.remax(3 * 100, 0);
   inverseHessian_.weights.remax(3 * 100, 0);
 }
@@ -120,7 +121,7 @@ void RegGradientOptimizer::QuasiNewton::runRestarts(int* iterations) {
   }
 }
 
-// False when there is no direction.
+// False if there is no direction.
 bool RegGradientOptimizer::QuasiNewton::beginRestart() {
   length_ = lengths_.newest();
   double value;
@@ -159,8 +160,8 @@ void RegGradientOptimizer::QuasiNewton::searchLine(int its) {
   if (canFreeze) freezing_->improve(line_, g_, numPenalised_);
 }
 
-// On a large grid the tolerance loosens in the end, so that it does not run for long on small
-// gains.
+// On a large grid the tolerance grows in late iterations, so that the search does not spend long on
+// small gains. The limits of 12 bricks and 20 iterations are empirical.
 RegGradientOptimizer::QuasiNewton::Next RegGradientOptimizer::QuasiNewton::judge(int its) {
   if (isBigGrid_ && totalIterations_ > 20) tolerance_ *= toleranceGrowth;
   const double scale = (std::abs(line_.value) + std::abs(before_) + 0.001) * tolerance_;
@@ -189,7 +190,7 @@ void RegGradientOptimizer::QuasiNewton::logConvergence() const {
                                functional_.gradientTime);
 }
 
-// False when the search is over.
+// False if the search is over.
 bool RegGradientOptimizer::QuasiNewton::update(int its) {
   const double reached = line_.value;
   const double lineLength = line_.length;
@@ -205,8 +206,8 @@ bool RegGradientOptimizer::QuasiNewton::update(int its) {
   return true;
 }
 
-// The inverse BFGS update for the last move. Neither product is tested: one free parameter alone
-// makes the first zero.
+// The inverse BFGS update for the last move. Neither product is tested for zero: a single free
+// parameter makes the first zero.
 void RegGradientOptimizer::QuasiNewton::addRankOneTerms() {
   const NmDVector<double>& move = line_.direction;
   voxreg::detail::addMultiple(dg_, 1.0, g_);
@@ -221,7 +222,7 @@ void RegGradientOptimizer::QuasiNewton::addRankOneTerms() {
   inverseHessian_.addEntry(dg_, fae);
 }
 
-// Where the operator gives no direction downhill, or no number, the gradient does.
+// Falls back on the gradient if the operator gives no descent direction, or NaN.
 void RegGradientOptimizer::QuasiNewton::turnDirection() {
   NmDVector<double>& direction = line_.direction;
   inverseHessian_.multVec(g_, direction);
@@ -230,7 +231,8 @@ void RegGradientOptimizer::QuasiNewton::turnDirection() {
   if (!(dot(direction, g_) < 0.0)) setNegative(direction, g_);
 }
 
-// A restart that lasts long is released sooner.
+// Lowers the target of a restart that takes many iterations (empirical: after 7 in the first, 3 in
+// others).
 void RegGradientOptimizer::QuasiNewton::lowerTarget(int its) {
   if (its > (restart_ == 0 ? 7 : 3)) restartTargets_[restart_] -= 1.0f;
 }

@@ -9,21 +9,20 @@ class RegFunctional;
 class RegOptimizerCallback;
 class RegParametricTransform;
 
-/// A search that changes the free parameters of one transform so that the value of one functional
-/// becomes as large as it can. Whoever runs it sets the functional before each `optimize` and takes
-/// it away, by null, before the functional goes. It owns neither functional, transform nor
-/// callback.
+/// A search that changes the free parameters of a transform so as to maximise the value of a
+/// functional. The caller sets the functional before each `optimize` and resets it to null before
+/// the functional is destroyed. The search owns neither functional, transform nor callback.
 class RegOptimizer : public NmAllocated {
  public:
   RegOptimizerCallback* callback;  ///< may be null
-  short level = 0;                 ///< a number that the host may keep here; no search reads it
-  bool recomputeSteps = false;     ///< take the parameters' steps anew after each improving sweep
+  short level = 0;                 ///< for the host's own use; no search reads it
+  bool recomputeSteps = false;     ///< recompute the parameters' steps after each improving sweep
   RegFunctional* functional = nullptr;
   RegParametricTransform* transform = nullptr;  ///< the functional's
-  int levelNumber = 0;                          ///< resolution level, from 1
-  int numLevels = 1;                            ///< levels that are going to be run
-  int stageNumber = 1;  ///< run of `optimize` within the registration, from 1
-  int numStages = 1;    ///< runs that are planned
+  int levelNumber = 0;                          ///< resolution level, starting at 1
+  int numLevels = 1;                            ///< number of levels in the run
+  int stageNumber = 1;  ///< run of `optimize` within the registration, starting at 1
+  int numStages = 1;    ///< number of planned runs
 
   explicit RegOptimizer(RegOptimizerCallback* callbackToAsk);
   RegOptimizer(const RegOptimizer&) = delete;
@@ -31,8 +30,8 @@ class RegOptimizer : public NmAllocated {
   virtual ~RegOptimizer();
 
   /// Runs the search and returns the best value found; the transform's parameters hold the result.
-  /// The steps are the first and the last factor that multiply each parameter's own step. -1000.0,
-  /// with an error line, when there is no functional or it has no transform.
+  /// The steps are the first and the last factor by which each parameter's own step is multiplied.
+  /// Returns -1000.0, with an error line, if there is no functional or it has no transform.
   virtual double optimize(float maxStep, float minStep) = 0;
 
   virtual void setLevel(short levelToSet);
@@ -41,17 +40,16 @@ class RegOptimizer : public NmAllocated {
   void setFunctional(RegFunctional* functionalToSearch);
 
  protected:
-  /// True if there is something to search; otherwise writes an error line in the name of
-  /// `operation`.
+  /// True if there is something to search; otherwise logs an error in the name of `operation`.
   bool canSearch(const char* operation) const;
 
   /// The value of a functional that cannot evaluate.
   static constexpr double unevaluated = std::numeric_limits<float>::lowest();
 
-  /// The transform's free parameters, as far as its vector holds them.
+  /// Number of the transform's free parameters that its vector holds.
   int numFreeParameters() const;
 
-  /// The change of each free parameter that counts as one unit of step length. 0, so that it stays
-  /// where it is, for a parameter whose step a volume without extent makes infinite.
+  /// The change of each free parameter that counts as one unit of step length. 0 for a parameter
+  /// whose step is infinite because a volume has no extent; such a parameter stays fixed.
   void getParamSteps(NmDVector<double>& steps) const;
 };

@@ -12,12 +12,12 @@
 namespace voxreg::detail {
 namespace {
 
-/// -1, 0 or 1 by the first elements.
+/// Compares the first elements: -1, 0 or 1.
 int compareNmVec2f(const NmVec2f& a, const NmVec2f& b) {
   return a.x < b.x ? -1 : a.x > b.x ? 1 : 0;
 }
 
-/// Rising; equal ones stay in order of the parameters, in which they were listed.
+/// Ascending; equal ones keep the order of the parameters, in which they were listed.
 bool comesBefore(const NmVec2f& a, const NmVec2f& b) {
   const int order = compareNmVec2f(a, b);
   return order != 0 ? order < 0 : a.y < b.y;
@@ -76,7 +76,7 @@ void LineFreezing::list(const NmDVector<double>& gradient, std::int64_t paramete
   candidates_.insert(candidates_.size, 1, &candidate);
 }
 
-// Searches the line again with the `count` candidates of the largest gradient held.
+// Searches the line again with the `count` candidates of largest gradient held fixed.
 void LineFreezing::searchFrozen(SearchLine& line, int count) {
   line = saved_;
   std::sort(candidates_.data, candidates_.data + candidates_.size, comesBefore);

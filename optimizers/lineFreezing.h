@@ -11,19 +11,20 @@ class RegNonAffineTransform;
 
 namespace voxreg::detail {
 
-/// A line search on a grid of bricks that gets nowhere has usually been stopped by the regularity
-/// penalty of a few coefficients. It is made again with these held, first those of the brick of the
-/// largest penalty, then those of the largest gradient, and taken back where that is no help.
+/// Improves a line search on a grid of bricks that makes no progress, usually because the
+/// regularity penalty of a few coefficients stops it. The line is searched again with these held
+/// fixed, first those of the brick with the largest penalty, then those with the largest gradient.
+/// The result is discarded if that does not help. The limits are empirical.
 class LineFreezing {
  public:
-  /// Nothing is owned; the lines lead through all free parameters of the grid.
+  /// Owns nothing; the lines go through all free parameters of the grid.
   LineFreezing(LineSearch& lines, const RegNonAffineTransform& grid);
 
-  /// Remembers a line before it is searched, and lets the functional collect its penalties anew.
+  /// Stores a line before it is searched, and resets the penalties that the functional collects.
   void begin(const SearchLine& line);
 
-  /// Improves on the line after it was searched. `gradient` is that at its start, `numPenalised`
-  /// the number of parameters at which the gradient's trials were penalised.
+  /// Improves on the line after the search. `gradient` is that at its start, `numPenalised` the
+  /// number of parameters at which the gradient's trials were penalised.
   void improve(SearchLine& line, const NmDVector<double>& gradient, int numPenalised);
 
  private:
@@ -36,7 +37,7 @@ class LineFreezing {
   LineSearch& lines_;
   const RegNonAffineTransform& grid_;
   SearchLine saved_;
-  NmDArray<NmVec2f> candidates_;  ///< x: size of the gradient there, y: index of the parameter
+  NmDArray<NmVec2f> candidates_;  ///< x: size of the gradient, y: index of the parameter
 };
 
 }  // namespace voxreg::detail

@@ -2,17 +2,17 @@
 
 namespace voxreg::detail {
 
-/// The lengths of the last five line searches, from which the next one takes its first step.
+/// The lengths of the last five line searches, which give the first step of the next one.
 class LineLengths {
  public:
-  /// As if all searches so far had ended at `length`.
+  /// Initialises all lengths to `length`.
   explicit LineLengths(double length);
 
   void add(double length);
 
   double newest() const;
 
-  /// Of the newest `count`, 1 to 5.
+  /// Sum of the newest `count`, 1 to 5.
   double sum(int count) const;
   double mean(int count) const;
 

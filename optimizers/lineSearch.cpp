@@ -15,18 +15,18 @@ namespace {
 
 constexpr double goldenRatio = 1.618034;
 constexpr double goldenSection = 0.381966;
-constexpr double samePosition = 1.0e-6;  ///< positions that count as one
+constexpr double samePosition = 1.0e-6;  ///< positions closer than this are equal
 
 double withSign(double magnitude, double sign) {
   return sign >= 0.0 ? std::abs(magnitude) : -std::abs(magnitude);
 }
 
-/// From a to b and on by the golden ratio.
+/// The point beyond b by the golden ratio times the step from a to b.
 double beyond(double a, double b) {
   return b + goldenRatio * (b - a);
 }
 
-/// Drops the first of three.
+/// Drops the first of three values.
 void shift(double& a, double& b, double& c, double next) {
   a = b;
   b = c;
@@ -43,7 +43,8 @@ double parabolaMinimum(const Bracket& points) {
   return b - ((b - c) * q - (b - a) * r) / denominator;
 }
 
-/// The interval of Brent's method with its three best points: x, the best; w; and v, the w before.
+/// The interval of Brent's method with its three best points: x, the best; w, the second best; and
+/// v, the previous w.
 class BrentInterval {
  public:
   double x;
@@ -90,7 +91,8 @@ class BrentInterval {
  private:
   double middle() const { return 0.5 * (a_ + b_); }
 
-  // False if the parabola leads out of the interval or moves more than half the step before last.
+  // False if the parabola's minimum is outside the interval or more than half the step before last
+  // away.
   bool stepToParabola(double tol) {
     const double r = (x - w_) * (fx - fv_);
     double q = (x - v_) * (fx - fw_);
@@ -139,7 +141,7 @@ double LineSearch::valueAt(const NmDVector<double>& point, const NmDVector<doubl
 
 void LineSearch::bracket(const NmDVector<double>& point, const NmDVector<double>& direction,
                          Bracket& found) {
-  constexpr double largestMagnification = 100.0;
+  constexpr double largestMagnification = 100.0;  // empirical
   auto& [a, b, c, fa, fb, fc] = found;
   // False when interrupted.
   const auto evaluate = [&](double x, double& f) {
@@ -230,7 +232,7 @@ void LineSearch::minimise(NmDVector<double>& point, NmDVector<double>& direction
   length = std::abs(length);
 }
 
-// Goes back toward the start while the limit is worse than it.
+// Goes back toward the start while the value at the limit is worse.
 void LineSearch::limitMove(const NmDVector<double>& point, const NmDVector<double>& direction,
                            double maxMove, double& value, double& length) {
   double m = withSign(maxMove, length);
@@ -252,8 +254,8 @@ void LineSearch::moveTo(const NmDVector<double>& point, const NmDVector<double>&
   for (std::int64_t j = 0; j < moved; ++j) params[j] = point[j] + x * direction[j];
 }
 
-// A metric that rises for ever along a line leads the parameters to infinity; true if they were
-// put back to where the line, whose first evaluation is in the cache, began.
+// A metric that rises indefinitely along a line drives the parameters to infinity. True if they
+// were reset to the start of the line, whose first evaluation is in the cache.
 bool LineSearch::returnIfLost(const NmDVector<double>& point, double& value) {
   NmDVector<double>& params = search_.transform->params;
   if (isFinite(params)) return false;

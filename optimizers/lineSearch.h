@@ -17,7 +17,7 @@ struct Bracket {
 /// there is a functional to search. They ask for an interruption after each trial.
 class LineSearch {
  public:
-  /// Along lines through the first `numParams` parameters. Nothing is owned.
+  /// Along lines in the first `numParams` parameters. Owns nothing.
   LineSearch(RegGradientOptimizer& search, SearchProgress& progress, int numParams);
 
   RegGradientOptimizer& search() const { return search_; }
@@ -42,7 +42,7 @@ class LineSearch {
   int numParams_;
 };
 
-/// A line search: before it the start and the direction, after it the new point and the move.
+/// A line search: holds the start and the direction before it, the new point and the move after it.
 struct SearchLine {
   NmDVector<double> point;
   NmDVector<double> direction;

@@ -5,8 +5,8 @@ class RegOptimizer;
 
 namespace voxreg::detail {
 
-/// The link from one run of a search to the progress object, which may be null, and the share of
-/// the whole progress that the run covers.
+/// Connects a search to the progress object, which may be null, and maps one run of the search to
+/// its part of the whole progress.
 ///
 /// It remembers an interruption: once the progress object has asked for one it is not asked again.
 /// An operation that was cut short just returns; its callers look at `isInterrupted`.
@@ -17,17 +17,17 @@ class SearchProgress {
   /// Asks the progress object. True from the first interruption on.
   bool askInterrupted();
 
-  /// The same between the points at which a search asks by its rules, for a user who does not want
-  /// to wait. Volumes of less than a million voxels, walked in a few milliseconds, do not ask.
+  /// The same between the points at which a search regularly asks, to shorten the user's wait. Does
+  /// not ask on volumes of less than a million voxels, whose walk takes a few milliseconds.
   bool askInterruptedMeanwhile();
 
   /// Whether an interruption has been seen.
   bool isInterrupted() const { return interrupted_; }
 
-  /// Reports, in percent of the whole, that `part` (0 to 1) of this run is done.
+  /// Reports that `part` (0 to 1) of this run is done, in percent of the whole.
   void reportPart(float part) const;
 
-  /// Reports `percent` of this run in front of the bare share of the runs before it.
+  /// Reports `percent` of this run, added to the plain share of the previous runs.
   void reportPercent(int percent) const;
 
  private:
@@ -40,8 +40,8 @@ class SearchProgress {
   bool interrupted_ = false;
 };
 
-/// How far a search has come, from 0 to 1, whose last gain was `distance` and which ends at a gain
-/// of `scale`: it has ten units of the natural logarithm to go.
+/// Progress from 0 to 1 of a search whose last gain was `distance` and which ends at a gain of
+/// `scale`: linear in the logarithm of the gain, and 0 at e^10 times `scale` (empirical).
 float partToConvergence(double scale, double distance);
 
 }  // namespace voxreg::detail

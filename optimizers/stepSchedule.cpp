@@ -10,7 +10,7 @@ StepSchedule fitStepSchedule(float maxStep, float minStep, float& stepReduction)
   const float ratio = minStep / maxStep;
   const float reductions = logf(ratio) / logf(stepReduction);
   if (!std::isfinite(reductions)) return {-1, minStep};
-  // The logarithms of two floats differ by a factor below 2^31, so that the quotient is an int.
+  // The logarithms of two floats differ by a factor below 2^31, so the quotient fits into an int.
   const int numSteps = static_cast<int>(reductions);
   stepReduction =
       numSteps == 0 ? 0.5f : static_cast<float>(power(static_cast<double>(ratio), 1.0 / numSteps));

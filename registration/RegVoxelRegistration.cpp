@@ -37,7 +37,7 @@ bool isFinite(const T* values, std::int64_t count) {
   return std::all_of(values, values + count, [](T value) { return std::isfinite(value); });
 }
 
-/// Brings a transform up to date with its parameters, without an evaluation.
+/// Updates a transform from its parameters, without an evaluation.
 void applyParameters(RegParametricTransform* transform) {
   if (auto* affine = dynamic_cast<RegAffineTransform*>(transform))
     affine->apply();
@@ -45,7 +45,7 @@ void applyParameters(RegParametricTransform* transform) {
     nonAffine->apply();
 }
 
-/// Adds what a functional does while this lives to the counts of a registration.
+/// During its lifetime, adds a functional's work to the counts of a registration.
 class SearchCount {
  public:
   SearchCount(const RegFunctional* functional, std::int64_t& evaluations, std::int64_t& gradients)
@@ -149,7 +149,7 @@ bool RegVoxelRegistration::run(int mode) {
   return result;
 }
 
-// False, with the start value kept, for a result that is not finite.
+// False, with the start value unchanged, for a result that is not finite.
 bool RegVoxelRegistration::harvest() {
   if (transform == nullptr || transformIsStale_) {
     deleteTransform();
@@ -162,7 +162,7 @@ bool RegVoxelRegistration::harvest() {
     isResult = isResult && isFinite(&reached.m[0][0], 16);
     if (isResult) matrix = reached;
   } else if (auto* nonAffine = dynamic_cast<RegNonAffineTransform*>(transform)) {
-    // By way of a copy, so that a start value stays whole if memory runs out.
+    // Copies first, so that a start value remains intact if memory runs out.
     RegNonAffineTransform::NonAffineTransformDescriptor reached;
     nonAffine->getTransform(reached);
     isResult = isResult && isFinite(reached.vertices.data, reached.vertices.size);
@@ -173,14 +173,14 @@ bool RegVoxelRegistration::harvest() {
   return isResult;
 }
 
-// The transform stands somewhere within a search now: it is no result, and no start for the next
+// The transform is at some trial point of a search: it is neither a result nor a start for the next
 // run.
 void RegVoxelRegistration::leaveBrokenRun() {
   transformIsStale_ = transform != nullptr;
   releaseFunctionals();
 }
 
-// The object is free again before the progress object is told, which may throw.
+// The object is free again before the progress object is notified, which may throw.
 bool RegVoxelRegistration::endByException(const NmException& exception) {
   busy = 0;
   if (progress != nullptr) progress->stopWorking();
@@ -247,7 +247,7 @@ bool RegVoxelRegistration::runLevels() {
   return true;
 }
 
-// Each further gradient level is searched ten times less closely.
+// Each further gradient level has ten times the tolerance.
 void RegVoxelRegistration::startGradientLevel(int gradientLevelsBefore) {
   delete optimizer;
   optimizer = nullptr;
@@ -276,8 +276,8 @@ bool RegVoxelRegistration::doResolution(int level, int numLevels, int ignoreFine
   return true;
 }
 
-// False when interrupted; the search may then stand at any of its trials, so that the best point
-// that it has evaluated is the result. A result belongs to its parameters: the transform follows.
+// False if interrupted. The search may then be at any of its trials, so the best point that it has
+// evaluated is the result. A result includes its parameters: the transform is updated from them.
 bool RegVoxelRegistration::search(float maxStep, float minStep) {
   bool interrupted = false;
   if (optimizer != nullptr) {
@@ -316,9 +316,9 @@ int RegVoxelRegistration::prepareAffineStage(int degreesOfFreedom, RegFunctional
   return degreesOfFreedom;
 }
 
-// A transform without vertices, which only a start box at the limits of float leaves, has nothing
-// to search. A present transform limits the counts of the stage in place; a new one keeps its limit
-// to itself.
+// A transform without vertices, which results only from a start box at the limits of float, has
+// nothing to search. An existing transform limits the stage's counts in place; a new one applies
+// its limit only to itself.
 int RegVoxelRegistration::prepareNonAffineStage(int code, RegFunctional* functional) {
   NmVec3i numBricks = RegStageCode::gridOf(code);
   if (auto* const present = dynamic_cast<RegNonAffineTransform*>(transform))
@@ -358,7 +358,7 @@ void RegVoxelRegistration::leaveStage() {
   ++dofIndex;
 }
 
-// The end mark also stands for any position beside the schedule.
+// The end marker also represents any position outside the schedule.
 int RegVoxelRegistration::currentStage() const {
   return dofIndex >= 0 && dofIndex < dofSchedule.size ? dofSchedule[dofIndex] : -1;
 }

@@ -35,14 +35,14 @@ bool isStep(float step) {
   return step > 0.0f && std::isfinite(step);
 }
 
-/// True for 1 to 99 bricks on each axis, of which the transform takes 32 at most.
+/// True for 1 to 99 bricks on each axis; the transform itself takes at most 32.
 bool isGrid(const NmVec3i& bricks) {
   for (int axis = 0; axis < 3; ++axis)
     if (bricks[axis] < 1 || bricks[axis] > RegStageCode::largestCount) return false;
   return true;
 }
 
-/// The axis of the fewest voxels, the lower one of equals.
+/// The axis with the fewest voxels; of equal ones, the lower.
 int shortestAxis(const VlData& volume) {
   const NmVec3l dims = volume.dims();
   int shortest = 0;
@@ -59,7 +59,7 @@ int toCount(unsigned int n) {
   return static_cast<int>(std::min(n, static_cast<unsigned int>(std::numeric_limits<int>::max())));
 }
 
-/// The volume at an index of 0 or more, limited to the array; null for an empty one.
+/// The volume at an index of 0 or more, clamped to the array; null for an empty one.
 VlData* volumeAt(const NmDArray<NmHandle<VlData>>& volumes, std::int64_t index) {
   return volumes.size < 1 ? nullptr : volumes[std::min(index, volumes.size - 1)].get();
 }
@@ -73,7 +73,7 @@ void widenIfFlat(float& min, float& max) {
   max += 0.5f;
 }
 
-/// The identity over a volume. A flat axis gets an extent, without which there is no grid.
+/// The identity over a volume. A flat axis is given an extent, since a grid needs one.
 Descriptor identityOver(const VlData& volume) {
   Descriptor start;
   start.box = voxreg::detail::boxOf(volume);
@@ -88,7 +88,7 @@ NmVec3f centreOf(const NmDArray<NmHandle<VlData>>& volumes) {
   return voxreg::detail::VolumeFrame(*volumes[0]).centre();
 }
 
-/// |v|^2 above what is worth a line in the log.
+/// |v|^2 above which a line is logged (empirical).
 bool isNoticeable(const NmVec3f& v) {
   return static_cast<double>(v.x * v.x + v.y * v.y + v.z * v.z) > 1.0e-6;
 }

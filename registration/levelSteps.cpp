@@ -20,12 +20,12 @@ void LevelSteps::advance() {
   if (!adapts_) return;
   max *= factor_;
   min -= decrement_;
-  if (static_cast<double>(factor_) > 0.2)
+  if (static_cast<double>(factor_) > 0.2)  // empirical, as is the decrement
     factor_ = static_cast<float>(static_cast<double>(factor_) - 0.05);
 }
 
 void LevelSteps::startGradientSearch() {
-  max = std::max(range_.y, range_.x * 0.0009765625f);
+  max = std::max(range_.y, range_.x * 0.0009765625f);  // 2^-10, empirical
 }
 
 }  // namespace voxreg::detail

@@ -4,25 +4,25 @@
 
 namespace voxreg::detail {
 
-/// The step range of each level. Where the range leaves room, it shrinks from the coarsest level to
-/// the finest; otherwise every level takes the same.
+/// The step range of each level. If the range is wide enough, it shrinks from the coarsest level to
+/// the finest; otherwise it is the same on every level.
 class LevelSteps {
  public:
-  float max;  ///< first step of the present level
-  float min;  ///< last step of the present level
+  float max;  ///< first step of the current level
+  float min;  ///< last step of the current level
 
   /// `range` holds the largest (x) and the smallest (y) step of the registration.
   LevelSteps(const NmVec2f& range, int levelRatio, int numLevels);
 
-  /// To the next finer level.
+  /// Advances to the next finer level.
   void advance();
 
-  /// A gradient search starts near where the levels before have ended.
+  /// Starts a gradient search close to where the previous levels ended.
   void startGradientSearch();
 
  private:
   NmVec2f range_;
-  float decrement_;  ///< by which min falls from level to level
+  float decrement_;  ///< decrease of min from level to level
   float factor_ = 0.6f;
   bool adapts_;
 };

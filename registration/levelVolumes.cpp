@@ -96,7 +96,7 @@ class LevelBuilder {
   bool addReference(std::int64_t k, std::int64_t level, const NmVec3i& factors) {
     const NmHandle<VlData> volume =
         reducedVolume(reference_[k], factors, settings_.referenceClass, settings_.numThreads);
-    if (volume == nullptr) return refuse("A level of the reference can't be had.");
+    if (volume == nullptr) return refuse("A level of the reference is not available.");
     if (level < referenceLevels_.size)
       referenceLevels_[level].insert(referenceLevels_[level].size, 1, &volume);
     return true;
@@ -106,7 +106,7 @@ class LevelBuilder {
     if (factors != fullResolution) logSampling("model", factors, delta);
     const NmHandle<VlData> volume =
         reducedVolume(model_[0], factors, settings_.modelClass, settings_.numThreads);
-    if (volume == nullptr) return refuse("A level of the model can't be had.");
+    if (volume == nullptr) return refuse("A level of the model is not available.");
     modelLevels_[level].insert(0, 1, &volume);
     return true;
   }

@@ -13,13 +13,13 @@ bool isAxis(int axis) {
   return axis >= 0 && axis < 3;
 }
 
-/// The axes with `last` at the end and `first`, if it is another, in front.
+/// The axes with `last` at the end and `first`, if it differs, at the front.
 NmVec3i axesFrom(int first, int last) {
   if (first == last) first = last == 1 ? 0 : 1;
   return {first, 3 - first - last, last};
 }
 
-/// The whole number nearest to `ratio` on a logarithmic scale, at least 1.
+/// The integer closest to `ratio` on a logarithmic scale, at least 1.
 int nearestFactor(float ratio) {
   if (!(ratio > 1.0f)) return 1;
   const float lower = std::floor(ratio);
@@ -34,7 +34,7 @@ int largestFactor(int n) {
   return n < 4 ? 1 : n / 2;
 }
 
-/// The nearest int, which stands in for what is beyond its limits; NaN is passed on.
+/// The nearest int, clamped to the range of int; NaN is passed on.
 double nearestInt(float value) {
   const double nearest = std::rint(static_cast<double>(value));
   return std::clamp<double>(nearest, std::numeric_limits<int>::min(),
@@ -125,8 +125,8 @@ NmDArray<NmVec3i> levelFactors(const NmVec3i& coarsest, const NmVec3f& delta, bo
   return plan;
 }
 
-// An integer range of at least 256 values is divided into steps of as many values each as bring the
-// number of steps nearest to 256.
+// An integer range of at least 256 values is divided into bins of an equal number of values, chosen
+// such that the number of bins is closest to 256.
 int numBinsFor(float min, float max, bool integerData) {
   if (!integerData) return 256;
   const double range = nearestInt(max) - nearestInt(min);

@@ -39,7 +39,7 @@ float backgroundOf(VlData& model, bool zeroBackground) {
   return least;
 }
 
-/// One resampling, up to the voxels.
+/// One resampling, except for the voxels.
 struct Job {
   VlData& reference;
   VlData& model;
@@ -59,7 +59,7 @@ struct Job {
     if (result == nullptr) return nullptr;
     NmBox3f voxelBox = voxreg::detail::boxOf(reference);
     VolumeCore::setBoundingBox(*result, voxelBox);
-    // One thread works, so that one sampler is all that is used.
+    // There is one thread, so only one sampler is used.
     NmDArray<NmHandle<VlEvaluator>> evaluators;
     evaluators.resize(1);
     evaluators[0] = VolumeCore::makeEvaluator(model, voxreg::detail::samplingRule(filter)).object;

@@ -11,24 +11,25 @@
 class NmProgressInterface;
 
 /// Applies a non-affine transform to a volume. The transform is a regular grid of nodes over
-/// `gridBox`, a part of the reference: `nodes` holds for each of them, x fastest, the position in
-/// the model's world that it maps to, and between eight nodes the map is trilinear.
+/// `gridBox`, a part of the reference: `nodes` holds the position in the model's world to which
+/// each of them maps, x fastest, and between eight nodes the map is trilinear.
 class RegBrickedResampler {
  public:
   /// A new volume on the voxels of `reference` with the model's values at the mapped positions. A
   /// voxel without a value gets the background: 0, or the model's smallest value.
   ///   filter           Lanczos3 samples with the Lanczos kernel, all others linearly
   ///   zeroBackground   the background is 0
-  ///   clampToGrid      a voxel beside the grid is mapped as the grid's nearest point, at the same
-  ///                    distance from it; otherwise it gets the background
-  ///   clampToModel     a position beside the model is moved onto the border of its box; otherwise
+  ///   clampToGrid      a voxel outside the grid is mapped like the grid's nearest point, at the
+  ///                    same distance from it; otherwise it gets the background
+  ///   clampToModel     a position outside the model is moved onto the border of its box; otherwise
   ///                    the voxel gets the background
-  /// `progress` is told the percentage of slices; a slice that it interrupts stays 0, which is no
-  /// failure. Any number of threads does the same work on the caller's one.
+  /// `progress` receives the percentage of slices; a slice that it interrupts remains 0, which is
+  /// not a failure. All work is done on the calling thread, whatever the number of threads.
   ///
-  /// Null for a missing volume, volumes of different types or of more than one data variable, a
-  /// grid without volume, with fewer than 2 nodes on an axis or more than 2^31 - 1 in all, a number
-  /// of nodes that does not fit, a model that can't be locked for reading, or exhausted memory.
+  /// Returns null for a missing volume, volumes of different types or of more than one data
+  /// variable, a grid without volume, with fewer than 2 nodes on an axis or more than 2^31 - 1 in
+  /// all, a number of nodes that does not match, a model that cannot be locked for reading, or
+  /// exhausted memory.
   NmHandle<VlMemoryData> doResampling(const NmHandle<VlData>& reference,
                                       const NmHandle<VlData>& model, const NmBox3f& gridBox,
                                       NmDArray<NmVec3f>& nodes, NmVec3i& gridDims,
@@ -37,9 +38,9 @@ class RegBrickedResampler {
                                       NmProgressInterface* progress) const;
 
   /// Finds each voxel of an axis among the nodes. An index is that of the node below, times the
-  /// axis's stride in the array of nodes, and the weight the share of the node above; -1 and 0 for
-  /// a voxel beside the grid (with `clampToGrid`, it counts as the nearest point of the grid) and
-  /// on an axis of fewer than 2 nodes or with indices that no int holds.
+  /// axis's stride in the array of nodes, and the weight is the share of the node above. They are
+  /// -1 and 0 for a voxel outside the grid (with `clampToGrid`, it counts as the nearest point of
+  /// the grid), on an axis of fewer than 2 nodes, and if indices do not fit into an int.
   static void getIndicesAndWeights(const NmVec3i& dims, const NmBox3f& voxelBox,
                                    const NmBox3f& gridBox, const NmVec3i& gridDims,
                                    bool clampToGrid, NmDArray<int>& xIndices,
@@ -47,19 +48,19 @@ class RegBrickedResampler {
                                    NmDArray<float>& yWeights, NmDArray<int>& zIndices,
                                    NmDArray<float>& zWeights);
 
-  /// A zeroed volume in memory; null when it is not to be had.
+  /// A zeroed volume in memory; null if memory is not available.
   static NmHandle<VlMemoryData> createVlMemoryData(const NmVec3l& dims, NmPrimType primType,
                                                    int numDataVars);
 };
 
 /// The work of RegBrickedResampler::doResampling on voxels of one type: fills `output`, of `dims`
 /// voxels over `voxelBox`, from the first of `evaluators`. The indices and weights are those of
-/// getIndicesAndWeights. A mapped position goes through `matrix` and, with `clampToModel`, onto
-/// `modelBox`. With `isInteger` values are rounded to nearest, ties to even, and limited to
-/// [minValue, maxValue]; otherwise they are converted, and what an integer type can't hold becomes
-/// the nearest that it can, NaN 0.
+/// getIndicesAndWeights. A mapped position is multiplied by `matrix` and, with `clampToModel`,
+/// moved onto `modelBox`. With `isInteger` values are rounded to nearest, ties to even, and clamped
+/// to [minValue, maxValue]; otherwise they are converted, and a value that an integer type cannot
+/// hold becomes the nearest that it can, NaN 0.
 ///
-/// Arrays that do not fit dims and grid, a null output and a missing evaluator change nothing.
+/// Arrays that do not match dims and grid, a null output and a missing evaluator change nothing.
 /// Instances exist for the six voxel types.
 template <class T>
 void brickedResampling(T* output, const NmVec3i& dims, NmBox3f& voxelBox, int numThreads,

@@ -21,8 +21,8 @@ class NodeAxis {
   float first() const { return at(0); }
   float last() const { return at(n_ - 1); }
 
-  /// The first node, up to the last but one, whose successor is not below `p`; that number of nodes
-  /// less 1 if there is none.
+  /// The first node, up to the last but one, whose successor is not below `p`; the number of nodes
+  /// minus 1 if there is none.
   int nodeBelow(float p) const {
     int low = 0;
     int high = n_ - 1;

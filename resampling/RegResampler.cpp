@@ -14,7 +14,7 @@ namespace {
 
 using Kernel = float (*)(float);
 
-// Filters 1 to 10. Minimum and maximum never evaluate theirs.
+// Filters 1 to 10. Minimum and maximum never evaluate their kernel.
 constexpr Kernel kernels[] = {triangle_filter, bell_filter,       B_spline_filter, Lanczos3_filter,
                               Mitchell_filter, box_filter,        box_filter,      cubic6_filter,
                               cubic8_filter,   LanczosTest_filter};
@@ -38,7 +38,7 @@ bool isReusable(const VlData& candidate, const VlData& source, const NmVec3l& di
          candidate.primType() == source.primType();
 }
 
-// The exception's own text takes memory too.
+// The exception's own text allocates memory too.
 [[noreturn]] void failWithoutTarget() {
   try {
     throw std::logic_error("in createVlData()");

@@ -6,7 +6,7 @@ struct RegResamplerContrib {
   float weight;
 };
 
-/// All weighted input positions of one output position. The memory comes from calloc.
+/// All weighted input positions of one output position. The memory is from calloc.
 struct RegResamplerContribList {
   int n;
   RegResamplerContrib* taps;

@@ -12,8 +12,8 @@ using voxreg::detail::ContribLists;
 
 namespace {
 
-// Kernels are asked about positions beside the axis too, but no farther than this, so that a
-// support without bounds comes to an end.
+// Kernels are also evaluated at positions outside the axis, but no farther than this, so that an
+// unlimited support terminates.
 constexpr double reach = 65536.0;
 
 template <class T>

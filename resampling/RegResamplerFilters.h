@@ -1,6 +1,6 @@
 #pragma once
 
-/// Filter kernels of RegResampler, as functions of the distance in voxels. All are 0 beyond their
+/// Filter kernels of RegResampler, as functions of the distance in voxels. All are 0 outside their
 /// support, and for NaN.
 
 /// 1 within half a voxel, both ends included.
@@ -27,5 +27,5 @@ float cubic6_filter(float x);
 /// Interpolating piecewise cubic over 8 voxels; support 4.
 float cubic8_filter(float x);
 
-/// As Lanczos3_filter with a window of 20 voxels to either side; support 20.
+/// Like Lanczos3_filter with a window of 20 voxels to either side; support 20.
 float LanczosTest_filter(float x);

@@ -29,7 +29,7 @@ namespace {
 
 constexpr int maxDataVars = 6;
 
-/// Source and target under their locks, both addressable from one pointer.
+/// Source and target with their locks, both addressable from one pointer.
 struct LinearPair {
   VolumePair locked;
   void* from = nullptr;
@@ -126,8 +126,8 @@ class SeparableZoom {
     return RegResampler::createVlData(dims, source.primType(), source.numDataVars());
   }
 
-  // All axes are held against the ratio of x: along y and z cells are averaged only where they
-  // agree with those along x.
+  // All axes are compared with the ratio of x: along y and z, cells are averaged only if they agree
+  // with those along x.
   bool averagesCells(int axis) const {
     const float ratio = shape_.fromLength(axis) / shape_.length[axis];
     const auto difference = static_cast<double>(ratio - static_cast<float>(shape_.ratio(0)));

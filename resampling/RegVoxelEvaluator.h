@@ -6,19 +6,19 @@
 
 class VlData;
 
-/// Chooses a sampler by filter: Lanczos3 takes the Lanczos sampler, every other value, LanczosTest
-/// among them, the trilinear one.
+/// Chooses a sampler by filter: the Lanczos sampler for Lanczos3, the trilinear one for every other
+/// value, including LanczosTest.
 class RegVoxelEvaluator {
  public:
-  NmHandle<VlEvaluator> evaluator;  ///< stays empty
+  NmHandle<VlEvaluator> evaluator;  ///< always empty
   RegResampler::FilterType filter;
   VlData* model;  ///< not owned; the caller keeps it alive, may be null
 
   RegVoxelEvaluator(VlData* modelVolume, RegResampler::FilterType filterType);
   virtual ~RegVoxelEvaluator();
 
-  /// Replaces `eval` by a sampler of `model`. Null without a volume, and, with an error line, where
-  /// the volume gives none.
+  /// Replaces `eval` with a sampler of `model`. Null without a volume, and, with an error line, if
+  /// the volume provides none.
   void createEvalModel(NmHandle<VlEvaluator>& eval) const;
 
   /// The same for any volume.

@@ -26,8 +26,8 @@ struct AxisLookup {
   }
 };
 
-/// World positions of the voxels of one axis and where each is looked up in the grid. A map beside
-/// the grid goes on with unit slope; in it, it stays what it is to the bit.
+/// World positions of the voxels of one axis and where each is looked up in the grid. Outside the
+/// grid a map continues with unit slope; inside it is unchanged bit for bit.
 class AxisPlaces {
  public:
   AxisPlaces(const NmBox3f& voxelBox, const NmVec3i& dims, const NmBox3f& gridBox, int axis,
@@ -98,8 +98,8 @@ bool isIdentity(const NmMat4f& matrix) {
   return true;
 }
 
-/// Positions through a matrix. The identity changes none but makes all of a position that is not
-/// finite NaN, as the products of zero and infinity do.
+/// Positions through a matrix. The identity changes only positions that are not finite: they become
+/// NaN, like the products of zero and infinity.
 void transform(const NmMat4f& matrix, bool isIdentityMatrix, int first, int last,
                PositionRow& row) {
   if (!isIdentityMatrix) {
@@ -154,7 +154,7 @@ class NodeRow {
   NmDArray<NmVec3f> row_;
 };
 
-/// True if the lookups lead to nodes of the grid only.
+/// True if the lookups refer only to nodes of the grid.
 bool areSound(const AxisLookup (&lookups)[3], const NmVec3i& dims, const NmVec3i& gridDims,
               std::int64_t numNodes) {
   if (gridDims.x < 2 || gridDims.y < 2 || gridDims.z < 2) return false;
@@ -207,7 +207,7 @@ class BrickedSampler {
   }
 
  private:
-  /// Voxels first to last - 1 of row j, all of them within the grid.
+  /// Voxels first to last - 1 of row j, all inside the grid.
   void sampleRun(int first, int last, int j) {
     for (int i = first; i < last; ++i)
       positions_.put(i, nodes_.at(lookups_[0].indices[i], lookups_[0].weights[i]));
@@ -261,7 +261,7 @@ struct VoxelWriter {
   }
 };
 
-/// Reports the percentage of slices that are done with slice k.
+/// Reports the percentage of slices that are done after slice k.
 bool isInterrupted(NmProgressInterface* progress, int k, int numSlices) {
   if (progress == nullptr) return false;
   const float share = static_cast<float>(k + 1) / static_cast<float>(numSlices);

@@ -2,7 +2,7 @@
 
 namespace voxreg::detail {
 
-/// `value` within [lower, upper]; NaN stays NaN, and limits the wrong way round give `upper`.
+/// `value` clamped to [lower, upper]; NaN stays NaN, and reversed limits give `upper`.
 inline float clamped(float value, float lower, float upper) {
   value = value < lower ? lower : value;
   return value > upper ? upper : value;

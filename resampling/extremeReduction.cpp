@@ -16,8 +16,8 @@
 namespace voxreg::detail {
 namespace {
 
-/// Walks the source voxels of the cells of an axis, whose borders are sums of the cell size in
-/// single precision.
+/// Iterates over the source voxels of the cells of an axis, whose borders are sums of the cell size
+/// in single precision.
 class CellWalk {
  public:
   CellWalk(const ZoomShape& shape, int axis)
@@ -32,7 +32,7 @@ class CellWalk {
   }
 
  private:
-  // Above 2^24 the last border may be rounded to beyond the axis.
+  // Above 2^24 the last border may be rounded past the end of the axis.
   std::int64_t voxelAtOrAfter(float border) const {
     return std::min(static_cast<std::int64_t>(std::ceil(border)), numVoxels_);
   }

@@ -6,8 +6,8 @@
 namespace voxreg::detail {
 namespace {
 
-/// Adds `numTaps` lines to `out`, or to 0 instead, so that several are on the way through the
-/// processor for each time that `out` goes to memory.
+/// Adds `numTaps` lines to `out`, or to 0 instead, so that several are processed each time `out` is
+/// written to memory.
 template <int numTaps>
 void addLines(const float* lines, std::int64_t width, const RegResamplerContrib* taps, bool toZero,
               float* __restrict out) {

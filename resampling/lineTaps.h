@@ -9,8 +9,8 @@
 
 namespace voxreg::detail {
 
-/// What each output position of a line is summed up from. All taps stand in one array, those of an
-/// output position in the order in which they are added.
+/// The terms of each output position of a line. All taps are in one array, those of an output
+/// position in the order in which they are added.
 class LineTaps {
  public:
   explicit LineTaps(const ContribLists& lists);
@@ -22,7 +22,7 @@ class LineTaps {
   std::int64_t count(std::int64_t i) const { return ends_[i] - begin(i); }
   const RegResamplerContrib* at(std::int64_t i) const { return taps_.data + begin(i); }
 
-  /// Factor of the finished sums.
+  /// Factor that multiplies the finished sums.
   float factor() const { return factor_; }
 
  private:
@@ -33,9 +33,8 @@ class LineTaps {
   float factor_ = 1.0f;
 };
 
-/// Output lines from input lines of `width` floats, which follow each other without a gap:
-/// out[i] = factor * sum over the taps of i of weight * lines[pixel], in single precision and in
-/// the order of the taps.
+/// Output lines from input lines of `width` floats, which are contiguous: out[i] = factor * sum
+/// over the taps of i of weight * lines[pixel], in single precision and in the order of the taps.
 void combineLines(const float* lines, std::int64_t width, const LineTaps& taps, float* out);
 
 }  // namespace voxreg::detail

@@ -5,7 +5,7 @@
 
 namespace voxreg::detail {
 
-/// A zeroed volume in memory; null, without a line, when it is not to be had.
+/// A zeroed volume in memory; null, without a log line, if memory is not available.
 NmHandle<VlMemoryData> makeMemoryVolume(const NmVec3l& dims, NmPrimType type, int numDataVars);
 
 }  // namespace voxreg::detail

@@ -5,7 +5,7 @@
 
 namespace voxreg::detail {
 
-/// How a sampler weighs voxels for a filter.
+/// The weighting of voxels by a sampler for a filter.
 inline TapRule samplingRule(RegResampler::FilterType filter) {
   return filter == RegResampler::Lanczos3 ? lanczosTaps : linearTaps;
 }

@@ -10,7 +10,7 @@
 namespace voxreg::detail {
 namespace {
 
-/// A volume under a lock, with its voxels where they are one block of a served type.
+/// A volume under a lock, with its voxels if they are in one block of a supported type.
 struct LockedVolume {
   NmHandle<VlDataAccess> access;
   NmVec3l dims;
@@ -27,7 +27,7 @@ struct LockedVolume {
       block = access->dataPtr(0);
   }
 
-  /// Values from one voxel to the next along an axis.
+  /// Number of values from one voxel to the next along an axis.
   std::int64_t stride(int axis) const {
     return numDataVars * (axis > 0 ? dims.x : 1) * (axis > 1 ? dims.y : 1);
   }
@@ -45,17 +45,17 @@ struct PassVolumes {
   int axis;
   const LineTaps& taps;
 
-  /// The axis of the slices that are filtered one after the other.
+  /// The axis of the slices that are filtered one after another.
   int outerAxis() const { return axis == 2 ? 1 : 2; }
 };
 
-/// Line by line, for volumes whose voxels can't be reached directly.
+/// Line by line, for volumes whose voxels cannot be accessed directly.
 class LoneLines {
  public:
   explicit LoneLines(const PassVolumes& volumes) : v_(volumes) {
     in_.resize(v_.in.dims[v_.axis] * v_.in.numDataVars);
     out_.resize(v_.out.dims[v_.axis] * v_.in.numDataVars);
-    // A line that can't be read counts as the one before it.
+    // A line that cannot be read repeats the previous one.
     std::fill(in_.data, in_.data + in_.size, 0.0f);
   }
 
@@ -78,7 +78,7 @@ class LoneLines {
   NmDArray<float> out_;
 };
 
-/// Along y or z: whole rows are what is weighted and summed, in portions that the cache holds.
+/// Along y or z: whole rows are weighted and summed, in portions that fit into the cache.
 class RowsAsLines {
  public:
   explicit RowsAsLines(const PassVolumes& volumes)
@@ -140,7 +140,7 @@ void interleave(const float* rows, std::int64_t numRows, std::int64_t length, st
                 columns + (x * numRows + r) * width);
 }
 
-/// The reverse.
+/// The inverse.
 void separate(const float* columns, std::int64_t numRows, std::int64_t length, std::int64_t width,
               float* rows) {
   if (numRows == blockRows && width == 1) {
@@ -152,7 +152,7 @@ void separate(const float* columns, std::int64_t numRows, std::int64_t length, s
   interleave(columns, length, numRows, width, rows);
 }
 
-/// Along x: the columns of a few rows at once are what is weighted and summed.
+/// Along x: the columns of several rows are weighted and summed together.
 class ColumnsAsLines {
  public:
   explicit ColumnsAsLines(const PassVolumes& volumes)
@@ -163,7 +163,7 @@ class ColumnsAsLines {
     columnsOut_.resize(rowsOut_.size);
   }
 
-  // The last block reaches back into the one before it rather than being smaller.
+  // The last block overlaps the one before it instead of being smaller.
   void filterSlice(std::int64_t outer) {
     const std::int64_t numY = v_.in.dims.y;
     for (std::int64_t y = 0; y < numY; y += numRows_)

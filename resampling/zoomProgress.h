@@ -8,8 +8,8 @@
 
 namespace voxreg::detail {
 
-/// Tells the outer iterations of consecutive passes as one count. Each pass but the first starts by
-/// repeating the last value of the pass before.
+/// Reports the outer iterations of consecutive passes as one count. Each pass but the first starts
+/// by repeating the last value of the previous pass.
 class ZoomProgress {
  public:
   /// `progress` may be null.
@@ -17,7 +17,7 @@ class ZoomProgress {
 
   void startPass() { base_ = last_; }
 
-  /// Reports the iteration `index` of the present pass and asks whether it is to be left out.
+  /// Reports the iteration `index` of the current pass and returns whether to skip it.
   bool isInterrupted(std::int64_t index) {
     if (progress_ == nullptr) return false;
     last_ = base_ + index;

@@ -35,7 +35,7 @@ bool ZoomShape::isConsistent() const {
   if (!areLengths(lengths) || dimsOfLengths(lengths) != to) return false;
   for (int axis = 0; axis < 3; ++axis) {
     if (!isDimension(from[axis])) return false;
-    // Beyond 2^24 single precision takes neighbouring dimensions for the same.
+    // Above 2^24 single precision cannot tell adjacent dimensions apart.
     if (isUnchanged(axis) && from[axis] != to[axis]) return false;
   }
   return true;

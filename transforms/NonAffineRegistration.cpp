@@ -11,8 +11,8 @@ using nonAffineRegistration::findRoot;
 
 namespace {
 
-/// Newton's step; where the curve is too flat for one, a tenth downhill on a rising curve and
-/// nothing on any other.
+/// Newton's step; if the curve is too flat for one, a tenth downhill on a rising curve and 0 on any
+/// other (empirical).
 double newtonStep(double f, double slope) {
   constexpr double tenth = 0.1f;
   if (std::fabs(slope) > 1e-06) return -f / slope;
@@ -20,7 +20,7 @@ double newtonStep(double f, double slope) {
   return f > 0.0 ? -tenth : tenth;
 }
 
-/// True where no eigenvalue of `f` is less than a 10000th of another one in magnitude.
+/// True if no eigenvalue of `f` is smaller in magnitude than a 10000th of another one.
 bool hasBalancedEigenvalues(const double (&f)[3][3], double det) {
   constexpr double ratio = 0.0001;
   const double trace = f[0][0] + f[1][1] + f[2][2];
@@ -62,7 +62,7 @@ double nonAffineRegistration::findRoot(double c0, double c1, double c2, double c
       double step = newtonStep(f, derivative(x, c1, c2, c3));
       if (!std::isfinite(step)) return x;
       double next = polynomial(x + step, c0, c1, c2, c3);
-      // Ends at the latest where the step no longer changes x, and so gives f again.
+      // Terminates at the latest when the step no longer changes x, which gives f again.
       while (!(std::fabs(next) <= std::fabs(f))) {
         step *= 0.5;
         next = polynomial(x + step, c0, c1, c2, c3);

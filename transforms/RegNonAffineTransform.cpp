@@ -26,7 +26,8 @@ constexpr int brickLimit = 32;
 constexpr int corners = 8;
 constexpr int perBrick = voxreg::detail::brickDoubles;
 
-/// Row t turns the corner values of a brick into the factor of term t: 1, r, s, rs, q, rq, sq, rsq.
+/// Row t turns the corner values of a brick into the coefficient of term t: 1, r, s, rs, q, rq, sq,
+/// rsq.
 constexpr double cornerToTerm[corners][corners] = {
     {1, 0, 0, 0, 0, 0, 0, 0},   {-1, 1, 0, 0, 0, 0, 0, 0},   {-1, 0, 1, 0, 0, 0, 0, 0},
     {1, -1, -1, 1, 0, 0, 0, 0}, {-1, 0, 0, 0, 1, 0, 0, 0},   {1, -1, 0, 0, -1, 1, 0, 0},
@@ -83,12 +84,13 @@ bool fits(const NmVec3i& n, std::int64_t parameters) {
   return isGrid(n) && parameters == 3 * verticesOf(n);
 }
 
-/// Where a normalised coordinate falls on an axis of n bricks.
+/// The brick and fraction of a normalised coordinate on an axis of n bricks.
 BrickPlace placeOf(double coordinate, int n) {
   return placeInBricks(n * coordinate, n);
 }
 
-/// terms = cornerTable (8 x 8) * positions (8 x 3), each sum from 0.0 in rising order.
+/// terms = cornerTable (8 x 8) * positions (8 x 3), with each sum in ascending order starting at
+/// 0.0.
 void multiplyCorners(const double* cornerTable, const double (&positions)[perBrick],
                      double* terms) {
   for (int t = 0; t < corners; ++t)
@@ -99,7 +101,7 @@ void multiplyCorners(const double* cornerTable, const double (&positions)[perBri
     }
 }
 
-/// Keeps coefficients as they stood before a change, if the host gives both arrays.
+/// Stores coefficients before a change, if the host provides both arrays.
 class SavedCoefficients {
  public:
   SavedCoefficients(NmDArray<int>* indices, NmDArray<double>* values)
@@ -109,7 +111,7 @@ class SavedCoefficients {
     values_->clear();
   }
 
-  /// Takes `count` terms of one component, from the place `first` on.
+  /// Takes `count` terms of one component, starting at index `first`.
   void append(const NmDArray<double>& coefficients, std::int64_t first, int count) {
     if (!wanted_) return;
     const std::int64_t size = indices_->size;
@@ -127,8 +129,8 @@ class SavedCoefficients {
   bool wanted_;
 };
 
-/// Moves one corner of a brick. The table is zero above its diagonal, so that a corner reaches no
-/// term before its own.
+/// Moves one corner of a brick. The table is zero above its diagonal, so a corner does not affect
+/// terms before its own.
 void changeCorner(RegNonAffineTransform& transform, std::int64_t brick, int corner, int component,
                   double delta, SavedCoefficients& saved) {
   NmDArray<double>& coefficients = transform.coefficients;
@@ -139,7 +141,7 @@ void changeCorner(RegNonAffineTransform& transform, std::int64_t brick, int corn
     coefficients[first + 3 * t] += transform.brickMatrix(corner + t, corner) * delta;
 }
 
-/// Changes a parameter in the coefficients of the bricks, eight at most, that share its vertex.
+/// Changes a parameter in the coefficients of the bricks, at most eight, that share its vertex.
 void changeParameter(RegNonAffineTransform& transform, int index, double delta,
                      SavedCoefficients& saved) {
   const NmVec3i& n = transform.numBricks;
@@ -151,8 +153,8 @@ void changeParameter(RegNonAffineTransform& transform, int index, double delta,
                      (at.x - bi) + 2 * (at.y - bj) + 4 * (at.z - bk), index % 3, delta, saved);
 }
 
-/// Makes the map's values at first + (i, j, k) * step, normalised, the vertices of a grid. The
-/// coefficients stay those of the old vertices.
+/// Sets the vertices of a grid to the map's values at first + (i, j, k) * step, normalised. The
+/// coefficients remain those of the old vertices.
 void sampleVertices(RegNonAffineTransform& transform, const NmVec3i& grid, const NmVec3d& first,
                     const NmVec3d& step) {
   NmDArray<double> vertices;

@@ -28,7 +28,7 @@ Pair both(double value) {
   return Pair{value, value};
 }
 
-/// Smallest and largest of the values taken, in either lane; NaN is passed over.
+/// Smallest and largest of the values taken, in either lane; NaN is skipped.
 class Range {
  public:
   Range() : low_(both(infinity)), high_(both(-infinity)) {}
@@ -48,8 +48,8 @@ class Range {
 };
 
 /// The Jacobian of a brick's map at the eight sample points. Row i, the derivative along axis i,
-/// does not depend on the local coordinate of its own axis: of the two others, the lower one runs
-/// over the nodes in the lanes, the higher one in the first index of `row[i]`.
+/// does not depend on the local coordinate of its own axis. Of the two other coordinates, the lower
+/// one runs over the nodes in the lanes, the higher one in the first index of `row[i]`.
 struct SampledJacobian {
   Pair row[3][2][3];
 
@@ -89,7 +89,7 @@ Pair determinant(const Pair (&f)[3][3]) {
          f[0][2] * f[1][1] * f[2][0] - f[0][1] * f[1][0] * f[2][2] - f[0][0] * f[1][2] * f[2][1];
 }
 
-/// Largest departure of a brick's Jacobians from a rotation. NaN is passed over.
+/// Largest deviation of a brick's Jacobians from a rotation. NaN is skipped.
 class Shape {
  public:
   void take(Pair (&f)[3][3], Pair det) {
@@ -118,8 +118,8 @@ class Shape {
     if (std::fabs(value) > largest) largest = std::fabs(value);
   }
 
-  /// The common case. Roots and halves keep the order of their operands, also when rounded, so that
-  /// those of the extremes are enough. Changes nothing where a point needs a closer look.
+  /// The common case. Square roots and halving are monotonic, even when rounded, so evaluating them
+  /// for the extremes is enough. Changes nothing if a point needs a closer look.
   bool takeRegular(const Pair (&f)[3][3], Pair det) {
     if (!(det[0] >= smallDeterminant && det[1] >= smallDeterminant)) return false;
     Pair rows[3][3];
@@ -139,7 +139,7 @@ class Shape {
       for (int j = 0; j < 3; ++j) f[i][j] = pair[i][j][lane];
     NmVec3d scale;
     NmVec3d shear;
-    // A reflection is not split: decompose would say no.
+    // A reflection is not split, since decompose would fail.
     if (det >= 0.0 && decompose(f, det, scale, shear)) {
       for (int i = 0; i < 3; ++i) {
         raise(stretch_, scale[i] - 1);
@@ -157,7 +157,7 @@ class Shape {
   double shear_ = 0.0;
 };
 
-/// Where the measures of the bricks go; null for those that are not asked for.
+/// Destinations of the bricks' measures; null for those not requested.
 struct Outputs {
   double* minJacobian;
   double* minDiagonal;
@@ -165,8 +165,7 @@ struct Outputs {
   double* maxShear;
 };
 
-/// Growth counts like the shrinkage by the same factor. A brick without any number counts as
-/// untouched.
+/// Growth counts like shrinkage by the same factor. A brick with only NaN counts as undeformed.
 double jacobianMeasure(const Range& determinants) {
   if (determinants.isEmpty()) return 1.0;
   return std::min(determinants.low(), 1.0 / std::max(determinants.high(), 1.0));

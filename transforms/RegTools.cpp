@@ -18,7 +18,7 @@ namespace {
 constexpr double radiansPerDegree = 0.017453292519943295;
 constexpr double degreesPerRadian = 57.29577951308232;
 
-/// Floor of a row's squared norm, and the scale that stands for a row below it.
+/// Lower limit of a row's squared norm, and the scale of a row below it.
 constexpr double smallestSquare = 1e-06;
 constexpr double smallestScale = 0.001;
 
@@ -42,7 +42,8 @@ NmMat4d symmetricShear(double s01, double s12, double s02) {
   return {1, s01, s02, 0, s01, 1, s12, 0, s02, s12, 1, 0, 0, 0, 0, 1};
 }
 
-/// The shear matrix of (x, y, z), its off-diagonal terms shrunk until it is far from singular.
+/// The shear matrix of (x, y, z), with its off-diagonal terms reduced until it is far from
+/// singular.
 NmMat4d dampedShear(const double (&shear)[3], double ratio) {
   double f = 1.0;
   NmMat4d h = symmetricShear(f * shear[0], f * shear[1], f * shear[2]);
@@ -53,8 +54,8 @@ NmMat4d dampedShear(const double (&shear)[3], double ratio) {
   return h;
 }
 
-/// One fixed-point step towards the shears under which the rows of inverse(H) * a are orthogonal,
-/// each line with the newest values. `k` holds the couplings of the rows 01, 12, 20 of the input.
+/// One fixed-point step towards the shears for which the rows of inverse(H) * a are orthogonal;
+/// each line uses the newest values. `k` holds the couplings of the rows 01, 12, 20 of the input.
 void refineShears(const double (&k)[3], const double (&n)[3], double (&shear)[3]) {
   double& x = shear[0];
   double& y = shear[1];
@@ -75,8 +76,8 @@ bool rowsAreOrthogonal(const NmMat4d& b, const double (&n)[3]) {
   return true;
 }
 
-/// Finds the shears of `a` and returns what is left of it without them. The returned matrix comes
-/// from the damped shear matrix, `shear` stays undamped.
+/// Finds the shears of `a` and returns the matrix without them. It is computed with the damped
+/// shear matrix, but `shear` is not damped. The damping is empirical.
 NmMat4d separateShears(const NmMat4d& a, double (&shear)[3]) {
   constexpr int iterationLimit = 100;
   RowNorms norms(a);
@@ -97,7 +98,7 @@ double angle(double sine, double cosine) {
   return -degreesPerRadian * voxreg::detail::arcTangent(sine, cosine);
 }
 
-/// (sine, cosine) scaled to unit length, or those of 0 degrees where `length` is too short.
+/// (sine, cosine) scaled to unit length, or those of 0 degrees if `length` is too small.
 void normalise(double& sine, double& cosine, double length) {
   const bool usable = length >= smallestScale;
   sine = usable ? sine / length : 0.0;

@@ -12,14 +12,13 @@ class VlData;
 class RegTools {
  public:
   /// H * diag(scales) * X(a) * Y(b) * Z(c) about the center, then the translation; H is the
-  /// symmetric shear matrix of unit diagonal. A vector shorter than 15 reads the identity's values
-  /// for the places that it lacks.
+  /// symmetric shear matrix with unit diagonal. A vector shorter than 15 is completed with the
+  /// values of the identity.
   static void composeMatrix(const NmDVector<double>& p, NmMat4d& m);
 
-  /// Parameters of a matrix, with the center at 0; `p` gets 15 places. The shears are found by
-  /// iteration, damped where they come near a singular H, so that any matrix gives usable
-  /// parameters. Composing them gives `m` again for a positive determinant, scales above 0.001 and
-  /// |b| <= 90.
+  /// Parameters of a matrix, with the center at 0; `p` gets 15 elements. The shears are found by
+  /// iteration, damped close to a singular H, so that any matrix gives usable parameters. Composing
+  /// them gives `m` again for a positive determinant, scales above 0.001 and |b| <= 90.
   static void decomposeMatrix(const NmMat4d& m, NmDVector<double>& p);
 
   /// Minimum corner of the bounding box, world units; zeros for a null volume.

@@ -15,7 +15,7 @@ constexpr double identityParameter(std::int64_t i) {
   return i >= 6 && i < 9 ? 1.0 : 0.0;
 }
 
-/// Appends the identity's values to a vector that is too short.
+/// Completes a vector that a host has shortened with the identity's values.
 inline void completeAffineParameters(NmDVector<double>& params) {
   const std::int64_t present = params.size;
   if (present >= affineParameterCount) return;

@@ -1,12 +1,12 @@
 #pragma once
 
-/// The pieces of the staged evaluation of a brick grid, on doubles or on vectors of them. They are
-/// inlined wherever they are used, so that a kernel compiled for one instruction set shares no code
-/// with the rest.
+/// The stages of evaluating a brick grid, on doubles or on vectors of them. They are inlined
+/// wherever they are used, so that a kernel compiled for one instruction set shares no code with
+/// the rest.
 namespace voxreg::detail {
 
-/// Where a coordinate in brick units falls on an axis of n bricks. Outside [0, n] the outermost
-/// brick goes on; NaN takes brick 0 with a NaN fraction.
+/// The brick and fraction of a coordinate in brick units on an axis of n bricks. Outside [0, n] the
+/// outermost brick continues; NaN takes brick 0 with a NaN fraction.
 struct BrickPlace {
   int brick;
   double fraction;
@@ -17,12 +17,12 @@ struct BrickPlace {
   return {brick, g - brick};
 }
 
-/// Doubles of a brick, of its slice (four vectors) and of its row (two vectors).
+/// Number of doubles of a brick, of its slice (four vectors) and of its row (two vectors).
 inline constexpr int brickDoubles = 24;
 inline constexpr int sliceDoubles = 12;
 inline constexpr int rowDoubles = 6;
 
-/// Terms, and numbers spread, as plain doubles.
+/// Terms and broadcast numbers as plain doubles.
 struct PlainTerms {
   const double* terms;
 
@@ -32,15 +32,15 @@ struct PlainSpread {
   [[gnu::always_inline]] double operator()(double value) const { return value; }
 };
 
-/// Takes the third coordinate out of a brick's terms, `fraction` being that within the brick.
-/// `term` gives a term of the brick as a Value: a double, or a vector of them.
+/// Eliminates the third coordinate from a brick's terms; `fraction` is that within the brick.
+/// `term` returns a term of the brick as a Value: a double, or a vector of them.
 template <class Value, class Term>
 [[gnu::always_inline]] static inline void takeSlice(Term term, Value fraction, Value* slice) {
   for (int e = 0; e < sliceDoubles; ++e) slice[e] = term(e) + fraction * term(e + sliceDoubles);
 }
 
-/// Turns a slice from world units into (position + offset) * scale: only the constant vector takes
-/// the offset, since the others multiply coordinates. `spread` makes a Value of a double.
+/// Converts a slice from world units to (position + offset) * scale. Only the constant vector takes
+/// the offset, since the others multiply coordinates. `spread` broadcasts a double to a Value.
 template <class Value, class Spread>
 [[gnu::always_inline]] static inline void scaleSlice(const double* offset, const double* scale,
                                                      Spread spread, Value* slice) {
@@ -49,7 +49,7 @@ template <class Value, class Spread>
     for (int c = 0; c < 3; ++c) slice[3 * t + c] = slice[3 * t + c] * spread(scale[c]);
 }
 
-/// Takes the second coordinate out of a brick's slice, whose terms `term` gives.
+/// Eliminates the second coordinate from a brick's slice, whose terms `term` returns.
 template <class Value, class Term>
 [[gnu::always_inline]] static inline void takeRow(Term term, Value fraction, Value* row) {
   for (int e = 0; e < rowDoubles; ++e) row[e] = term(e) + fraction * term(e + rowDoubles);

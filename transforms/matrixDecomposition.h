@@ -4,7 +4,7 @@
 
 namespace voxreg::detail {
 
-/// Determinants of a smaller magnitude are looked at more closely before a matrix is split.
+/// Determinants of a smaller magnitude are checked more closely before a matrix is split.
 inline constexpr double smallDeterminant = 0.0001;
 
 /// nonAffineRegistration::decomposeMatrix for a plain matrix.

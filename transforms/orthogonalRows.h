@@ -2,8 +2,8 @@
 
 namespace voxreg::detail {
 
-/// Two values side by side, in the vector extension that GCC and Clang share. Every operation is
-/// the scalar one per lane.
+/// Two lanes, in the vector extension that GCC and Clang share. Every operation is the scalar one
+/// per lane.
 using Pair = double __attribute__((vector_size(16)));
 
 inline bool hasZero(double value) {
@@ -19,7 +19,7 @@ V dot(const V (&a)[3], const V (&b)[3]) {
   return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
 
-/// Makes `row` orthogonal to `other`, whose square is given, and returns the share taken off.
+/// Makes `row` orthogonal to `other`, whose square is given, and returns the share subtracted.
 template <class V>
 V takeOff(V (&row)[3], const V (&other)[3], V square) {
   const V share = dot(row, other) / square;
@@ -27,14 +27,14 @@ V takeOff(V (&row)[3], const V (&other)[3], V square) {
   return share;
 }
 
-/// A 3 x 3 matrix, or two of them side by side, with rows made orthogonal from the last to the
+/// A 3 x 3 matrix, or two of them in lanes, whose rows are orthogonalised from the last to the
 /// first.
 template <class V>
 struct OrthogonalRows {
   V squares[3];  ///< of the orthogonal rows
   V shares[3];   ///< of row 2 in row 1, of row 2 in row 0, of row 1 in row 0
 
-  /// Changes `rows`. False, with the members of no use, where row 2 or what is left of row 1 is 0.
+  /// Changes `rows`. Returns false, with the members invalid, if row 2 or the rest of row 1 is 0.
   bool orthogonalise(V (&rows)[3][3]) {
     squares[2] = dot(rows[2], rows[2]);
     if (hasZero(squares[2])) return false;

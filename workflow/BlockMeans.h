@@ -7,13 +7,13 @@
 
 namespace voxreg {
 
-/// Means of blocks of voxels, in which noise tells less than in the voxels. The last block of a
-/// line may be smaller than the others.
+/// Means of blocks of voxels, which reduce noise. The last block of a line may be smaller than the
+/// others.
 class BlockMeans {
  public:
-  /// Blocks of about `edge` millimetres along each axis, of one voxel at least. A voxel that is not
-  /// finite does not count; a block without others is 0, as they all are of a
-  /// volume that cannot be read.
+  /// Blocks of about `edge` millimetres along each axis, and of at least one voxel. Voxels that are
+  /// not finite are skipped; a block that holds no others is 0, as are all blocks of a volume that
+  /// cannot be read.
   BlockMeans(VlData& volume, float edge);
 
   const NmVec3l& counts() const { return counts_; }
@@ -30,8 +30,8 @@ class BlockMeans {
 
   NmVec3l counts_;
   NmVec3f edges_;
-  NmVec3f first_;  ///< the middle of the first block
-  NmVec3f last_;   ///< the volume's last voxel
+  NmVec3f first_;  ///< centre of the first block
+  NmVec3f last_;   ///< last voxel of the volume
   std::vector<double> means_;
 };
 

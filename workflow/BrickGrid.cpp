@@ -8,7 +8,7 @@ namespace voxreg {
 
 namespace {
 
-/// The brick on one axis in which a normalised coordinate lies, and the place within it.
+/// The brick on one axis that contains a normalised coordinate, and the position in it.
 struct Brick {
   int index;
   double fraction;
@@ -21,7 +21,7 @@ Brick brickAt(double coordinate, int bricks) {
   return {static_cast<int>(first), scaled - first};
 }
 
-/// The brick around a point of the box's frame, on all axes.
+/// The brick that contains a point of the box's frame, on all axes.
 struct Cell {
   Brick bricks[3];
   std::int64_t strides[3];  ///< of the vertices
@@ -102,7 +102,7 @@ NmVec3d BrickGrid::byBricks(const NmVec3d& point) const {
   return found;
 }
 
-/// From the box's frame.
+/// Takes a point of the box's frame.
 NmMat4d BrickGrid::jacobianByBricks(const NmVec3d& point) const {
   const Cell cell(grid, point);
   NmMat4d jacobian;

@@ -6,31 +6,33 @@
 
 namespace voxreg {
 
-/// A map on a grid of bricks, from places of the reference's world to those of the model's that
-/// show the same. Within a brick it is trilinear between the eight corners.
+/// A map on a grid of bricks, from positions in the reference's world to the corresponding ones in
+/// the model's. Within a brick it is trilinear between the eight vertices.
 struct BrickGrid {
   using Grid = RegNonAffineTransform::NonAffineTransformDescriptor;
 
-  /// What holds beyond the box: the outermost bricks, or the displacement of its nearest point.
+  /// The map outside the box: extrapolated from the outermost bricks, or with the displacement of
+  /// the nearest point of the box.
   enum class Beyond { bricks, displacement };
 
-  Grid grid;           ///< the box in a frame of its own, the vertices in the model's world
-  NmMat4d boxToWorld;  ///< from that frame to the reference's world, row vectors
+  Grid grid;           ///< the box in a separate frame, the vertices in the model's world
+  NmMat4d boxToWorld;  ///< that frame to the reference's world, row vectors
   Beyond beyond = Beyond::bricks;
 
-  /// Whether there are 1 to 32 bricks on each axis, their vertices, and a box with a volume.
+  /// Whether there are 1 to 32 bricks on each axis with their vertices, and the box has a volume.
   bool isValid() const;
 
-  /// Where a place of the reference's world, or one of the box's frame, is found in the model's
-  /// world. NaN for a grid that is not valid.
+  /// Maps a position in the reference's world, or in the box's frame, to the model's world. NaN for
+  /// an invalid grid.
   NmVec3d ofWorld(const NmVec3d& point) const;
   NmVec3d ofBox(const NmVec3d& point) const;
 
-  /// How the place in the model changes with that in the reference's world, in the upper 3 x 3: a
-  /// small step d goes to d * jacobian. Between bricks that of the one above.
+  /// Derivative of the position in the model with respect to that in the reference's world, in the
+  /// upper 3 x 3: a small step d maps to d * jacobian. On a face between bricks, that of the upper
+  /// brick.
   NmMat4d jacobian(const NmVec3d& point) const;
 
-  /// The smallest value of the Jacobian's determinant, or of its reciprocal, at the points where
+  /// The smallest value of the Jacobian's determinant or of its reciprocal, at the points where
   /// RegNonAffineTransform measures it.
   double smallestJacobian() const;
 

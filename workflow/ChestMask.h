@@ -6,7 +6,7 @@
 
 namespace voxreg {
 
-/// The part of a chest that is left out: an ellipsoid in the reference's frame.
+/// The masked part of a chest: an ellipsoid in the reference's frame.
 struct ChestMask {
   NmVec3f center;
   NmVec3f weights;  ///< of the squared distances along the axes
@@ -15,8 +15,8 @@ struct ChestMask {
 
   bool holds(const NmVec3f& place) const;
 
-  /// How far the ellipsoid reaches from its centre's plane along an axis, on the line through
-  /// `place`; nothing where the line passes beside it.
+  /// Extent of the ellipsoid from its centre's plane along an axis, on the line through `place`;
+  /// nothing if the line misses it.
   std::optional<float> halfLength(const NmVec3f& place, int axis) const;
 };
 

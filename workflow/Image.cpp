@@ -31,7 +31,7 @@ std::size_t bytesOf(const Image& image) {
 
 }  // namespace
 
-/// Without voxels yet; empty where they could not lie there.
+/// Has no voxels yet; empty if the geometry is not valid.
 Image Image::placed(NmPrimType type, const NmVec3l& dims, const NmMat4d& voxelToWorld) {
   Image image;
   if (!isGeometry(dims, voxelToWorld) || !detail::isServedVoxelType(type)) return image;

@@ -11,7 +11,7 @@
 
 namespace voxreg {
 
-/// The type of a volume that holds voxels of a C++ type.
+/// The voxel type code of a C++ type.
 template <class T>
 constexpr NmPrimType::Value voxelTypeOf() {
   if constexpr (std::is_same_v<T, unsigned char>) return NmPrimType::UnsignedChar;
@@ -26,17 +26,17 @@ constexpr NmPrimType::Value voxelTypeOf() {
                 "voxels are unsigned char, short, unsigned short, int, float or double");
 }
 
-/// A volumetric image in the world: voxels of one number each, x fastest, and a matrix that tells
-/// where they lie. Copies share the voxels, whose memory goes with the last of them.
+/// A volumetric image in the world: voxels of one number each, x fastest, and a matrix that gives
+/// their positions. Copies share the voxels; the last copy frees their memory.
 ///
 /// `voxelToWorld` is a matrix for row vectors: (i, j, k, 1) * voxelToWorld is the centre of voxel
-/// (i, j, k) in world millimetres, the translation standing in the fourth row. (The transpose of
-/// what a NIfTI header has.) Oblique, sheared and mirrored axes are served. Dimensions below 1 or
-/// above 2^31 - 1, a matrix that is not finite, has projective terms or no inverse, a type that is
-/// not served, and voxels that are null or misaligned give an empty image.
+/// (i, j, k) in world millimetres, with the translation in the fourth row (the transpose of the
+/// matrix in a NIfTI header). Axes may be oblique, sheared and reflected. Dimensions below 1 or
+/// above 2^31 - 1, a matrix that is not finite, has projective terms or no inverse, an unsupported
+/// type, and voxels that are null or misaligned give an empty image.
 class Image {
  public:
-  /// Empty: false, and without voxels.
+  /// Empty: converts to false, and has no voxels.
   Image() = default;
 
   /// Wraps voxels that the host owns and keeps alive, without a copy. They are never written.
@@ -60,13 +60,13 @@ class Image {
 
   explicit operator bool() const { return volume_ != nullptr; }
 
-  /// Of an empty image: no voxels, unsigned char, null, and the identity.
+  /// For an empty image: no voxels, unsigned char, null, and the identity.
   const NmVec3l& dims() const { return frame_.dims; }
   NmPrimType type() const { return volume_ != nullptr ? volume_->primType() : NmPrimType(); }
   const void* voxels() const { return voxels_; }
   const NmMat4d& voxelToWorld() const { return voxelToWorld_; }
 
-  /// Null where the voxels are of another type.
+  /// Null if the voxels are of another type.
   template <class T>
   const T* voxelsAs() const {
     return type() == voxelTypeOf<T>() ? static_cast<const T*>(voxels_) : nullptr;
@@ -74,7 +74,7 @@ class Image {
 
   WorldGrid grid() const { return {dims(), voxelToWorld_}; }
 
-  /// The way to the library's classes, which work in the image's own frame.
+  /// Access to the library's classes, which work in the image's own frame.
   const ImageFrame& frame() const { return frame_; }
   const NmHandle<VlMemoryData>& volume() const { return volume_; }
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::uint32_t signBit = 0x80000000u;
 
-/// An integer that is ordered as the floats are, and back.
+/// An integer with the same order as the floats, and back.
 std::uint32_t keyOf(float value) {
   const auto bits = std::bit_cast<std::uint32_t>(value);
   return (bits & signBit) != 0 ? ~bits : bits | signBit;
@@ -20,12 +20,12 @@ float valueOf(std::uint32_t key) {
   return std::bit_cast<float>((key & signBit) != 0 ? key & ~signBit : ~key);
 }
 
-/// How often each value of 16 bits of the voxels' keys occurs.
+/// Number of occurrences of each 16-bit value of the voxels' keys.
 class Counts {
  public:
   void add(std::uint32_t bits) { ++counts_[bits]; }
 
-  /// Finds the place of a rank and takes those below it off the rank.
+  /// Finds the value at a rank and subtracts the number of smaller ones from the rank.
   std::uint32_t take(std::int64_t& rank) const {
     std::uint32_t place = 0;
     while (place + 1 < counts_.size() && rank >= counts_[place]) rank -= counts_[place++];
@@ -61,8 +61,8 @@ bool forEachRow(
   return true;
 }
 
-// The upper 16 bits of the answer are found first, then the lower ones among the voxels that share
-// them.
+// Finds the upper 16 bits of the answer first, then the lower ones among the voxels that share the
+// upper ones.
 float percentile(VlData& volume, double share) {
   Counts upper;
   std::int64_t total = 0;

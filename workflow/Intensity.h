@@ -7,13 +7,13 @@
 
 namespace voxreg {
 
-/// Calls `visit` with each line of voxels along x, in the order in which they lie in memory. False
-/// where the volume cannot be read.
+/// Calls `visit` with each line of voxels along x, in memory order. False if the volume cannot be
+/// read.
 bool forEachRow(VlData& volume,
                 const std::function<void(std::int64_t y, std::int64_t z, const float* row)>& visit);
 
-/// The value below which a share (0 to 1) of the voxels lies; NaN is passed over, and 0 stands for
-/// no value at all. Takes the same memory for any volume.
+/// The value below which a share (0 to 1) of the voxels lies. NaN is skipped; 0 if there are no
+/// values. Uses the same amount of memory for any volume.
 float percentile(VlData& volume, double share);
 
 }  // namespace voxreg

@@ -4,16 +4,17 @@
 
 namespace voxreg {
 
-/// How the likeness of two images is measured. A larger value is a better one.
+/// How the similarity of two images is measured. Larger values are better.
 enum class Metric {
-  normalizedMutualInformation,  ///< for images of different kinds; 1 for unrelated ones, up to 2
-  mutualInformation,            ///< the same in bits
-  meanSquaredDifference,        ///< for images of one kind and scale; 0 at best
-  correlationRatio              ///< where values of one follow from those of the other; 0 to 1
+  normalizedMutualInformation,  ///< for different modalities; 1 for unrelated images, up to 2
+  mutualInformation,            ///< for different modalities; in nats, at least 0
+  meanSquaredDifference,        ///< for images of one modality and scale; 0 at best
+  correlationRatio              ///< for linearly related intensities; 0 to 1
 };
 
-/// The values of an image that count. Mutual information takes those beyond for its ends, the
-/// correlation ratio leaves them out, and the mean squared difference counts all.
+/// The range of values to use. For values outside it, mutual information uses the ends of the
+/// range, the correlation ratio skips the sample, and the mean squared difference ignores the
+/// range.
 struct IntensityRange {
   float low;
   float high;
@@ -21,7 +22,7 @@ struct IntensityRange {
 
 struct MetricOptions {
   Metric metric = Metric::normalizedMutualInformation;
-  int bins = 0;  ///< on each side of a histogram, up to 4096; 0: what suits the ranges, up to 64
+  int bins = 0;  ///< on each side of a histogram, up to 4096; 0: from the ranges, up to 64
   std::optional<IntensityRange> referenceRange = {};  ///< none: all values
   std::optional<IntensityRange> modelRange = {};
 };

@@ -11,7 +11,7 @@ namespace voxreg {
 
 namespace {
 
-/// Whether the values that it is shown differ.
+/// Whether the values passed to it differ.
 class Variation {
  public:
   void see(double value) {
@@ -38,16 +38,16 @@ std::string Overlap::lack() const {
 }
 
 std::vector<std::string> Overlap::warnings() const {
-  constexpr double enough = 0.25;
+  constexpr double enough = 0.25;  // empirical
   if (!(share > 0.0)) return {"the volumes do not overlap"};
   if (!(share < enough)) return {};
   char text[100];
-  (void)std::snprintf(text, sizeof text, "the volumes overlap in %.2g %% of the reference only",
+  (void)std::snprintf(text, sizeof text, "the volumes overlap in only %.2g %% of the reference",
                       100.0 * share);
   return {text};
 }
 
-// For the model's value between voxels, the nearest one's will do.
+// The nearest voxel's value is good enough between voxels of the model.
 Overlap overlapOf(const Image& reference, const Image& model, const Transform& transform) {
   if (!reference || !model) return {};
   const NmVec3l& dims = model.dims();

@@ -8,16 +8,16 @@
 
 namespace voxreg {
 
-/// What two volumes have in common under a transform.
+/// What two volumes share under a transform.
 struct Overlap {
-  double share = 0.0;            ///< of the reference's voxels that the model has a value for
-  bool referenceVaries = false;  ///< there: not all values of the volume are the same
+  double share = 0.0;            ///< of the reference's voxels at which the model has a value
+  bool referenceVaries = false;  ///< in the overlap: the volume's values are not all equal
   bool modelVaries = false;
 
-  /// Why no transform can be judged by it; empty where one can.
+  /// Why the overlap does not allow any transform to be judged; empty if it does.
   std::string lack() const;
 
-  /// What a user ought to look at.
+  /// What a user should check.
   std::vector<std::string> warnings() const;
 };
 

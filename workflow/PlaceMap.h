@@ -10,17 +10,17 @@
 
 namespace voxreg {
 
-/// Tells where places of the reference are found in the model, each in its image's own frame: a
-/// Transform for those who sample volumes by the library's classes.
+/// Maps positions in the reference to positions in the model, each in its image's own frame: a
+/// Transform for code that samples volumes with the library's classes.
 class PlaceMap {
  public:
-  /// Finds `n` places at once.
+  /// Maps `n` positions at once.
   using Many = std::function<void(const NmVec3d* places, std::int64_t n, NmVec3d* found)>;
 
-  /// Every place is found where it is.
+  /// The identity.
   PlaceMap();
 
-  /// Between two images that are not empty.
+  /// Requires two non-empty images.
   PlaceMap(const Transform& transform, const Image& reference, const Image& model);
 
   void operator()(const NmVec3d* places, std::int64_t n, NmVec3d* found) const {
@@ -32,8 +32,8 @@ class PlaceMap {
   Many many_;
 };
 
-/// A matrix from model to reference between the worlds as one between the images' frames, and back.
-/// Row vectors.
+/// Converts a matrix from model to reference between world frames and image frames, either way. Row
+/// vectors.
 NmMat4d worldToFrames(const NmMat4d& world, const Image& reference, const Image& model);
 NmMat4d framesToWorld(const NmMat4d& frames, const Image& reference, const Image& model);
 

@@ -6,15 +6,15 @@
 
 namespace voxreg {
 
-/// How far a registration has come.
+/// The progress of a registration.
 struct Progress {
-  double share;                  ///< of the work, from 0 to 1; never falls
+  double share;                  ///< of the work, from 0 to 1; never decreases
   std::string stage;             ///< a caption for the user
-  std::optional<double> metric;  ///< at the end of the last run of a search; none before that
+  std::optional<double> metric;  ///< at the end of the last run of a search; none before
 };
 
-/// Is told the progress on the thread that registers, at every step of a search. False asks to
-/// stop: the registration then returns the best that it has reached.
+/// Called with the progress on the registering thread, at every step of a search. Returning false
+/// requests a stop: the registration then returns the best result so far.
 using ProgressCallback = std::function<bool(const Progress&)>;
 
 }  // namespace voxreg

@@ -5,28 +5,28 @@
 
 namespace voxreg {
 
-/// How far a command has come through the stages of its work, as a share from 0 to 1 that never
-/// falls.
+/// The progress of a command through the stages of its work, as a share from 0 to 1 that never
+/// decreases.
 class ProgressPlan {
  public:
   struct Stage {
     std::string caption;
-    double work;  ///< compared with that of the other stages
+    double work;  ///< relative to that of the other stages
   };
 
-  /// Begins with the first of the stages, of which there is at least one.
+  /// Starts at the first stage; there is at least one.
   explicit ProgressPlan(std::vector<Stage> stages) : stages_(std::move(stages)) {}
 
-  /// The next stage of this caption begins. One that is not planned takes no share.
+  /// Starts the next stage with this caption. An unplanned one takes no share.
   void enter(const std::string& caption);
 
-  /// The present stage consists of these, the first of which begins.
+  /// Divides the current stage into these, and starts the first.
   void divide(std::vector<Stage> parts);
 
-  /// The next stage begins, if there is one.
+  /// Starts the next stage, if there is one.
   void next();
 
-  /// So much of the present stage is done, from 0 to 1.
+  /// Sets the finished part of the current stage, from 0 to 1.
   void report(double part);
 
   void finish() { share_ = 1.0; }

@@ -8,11 +8,11 @@ namespace voxreg {
 struct Reason {
   enum class Kind {
     none,           ///< it has found something
-    badImage,       ///< an empty image, or two that do not go together
-    badOptions,     ///< values that no run can take
-    noInformation,  ///< nothing in the images, or in the values that count, tells places apart
-    noOverlap,      ///< at the result the images have nothing in common, or nothing but one value
-    failedRun       ///< the search failed, or what was insisted on was not found
+    badImage,       ///< an empty image, or two that are incompatible
+    badOptions,     ///< values that are out of range
+    noInformation,  ///< the images, or their values in range, have no contrast
+    noOverlap,      ///< at the result the images do not overlap, or one of them is uniform there
+    failedRun       ///< the search failed, or a required feature was not found
   };
 
   Kind kind = Kind::none;

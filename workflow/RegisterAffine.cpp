@@ -22,7 +22,7 @@ bool isOneOf(const int (&values)[n], int value) {
   return std::find(values, values + n, value) != values + n;
 }
 
-/// The searches that lead to the degrees of freedom that were asked for.
+/// The searches that lead up to the requested degrees of freedom.
 std::vector<int> stagesOf(const AffineOptions& options) {
   if (!options.stages.empty()) {
     std::vector<int> stages = options.stages;
@@ -38,7 +38,7 @@ std::vector<int> stagesOf(const AffineOptions& options) {
   return last <= 6 ? std::vector<int>{last} : std::vector<int>{6, last};
 }
 
-/// The smaller one of a matrix's determinant and its reciprocal.
+/// The smaller of a matrix's determinant and its reciprocal.
 double smallestJacobianOf(const NmMat4d& matrix) {
   const double determinant = matrix.det3();
   return determinant > 1.0 ? 1.0 / determinant : determinant;

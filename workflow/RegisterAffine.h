@@ -11,26 +11,26 @@
 
 namespace voxreg {
 
-/// What a rigid or affine registration is to do.
+/// Options of a rigid or affine registration.
 struct AffineOptions {
   int degreesOfFreedom = 12;  ///< translation 3, rigid 6, one scale 7, three 9, affine 12
 
-  /// Degrees of freedom of several searches on each level, of 3, 6, 7 and 12, in place of
+  /// Degrees of freedom of successive searches on each level, from 3, 6, 7 and 12, instead of
   /// `degreesOfFreedom`. Empty: rigid first, then `degreesOfFreedom`.
   std::vector<int> stages = {};
 
   StartRule startRule = StartRule::best;
-  std::optional<Transform> start = {};  ///< a matrix, in place of `startRule`
+  std::optional<Transform> start = {};  ///< a matrix, instead of `startRule`
   MetricOptions metric = {};
   SearchOptions search = {};
   LevelOptions levels = {};
   ProgressCallback progress = {};
 };
 
-/// Finds the matrix that brings the model onto the reference: coarse volumes first, and full
-/// resolution in the end. Images may lie anywhere and have axes of any direction; voxels that are
-/// not finite count as missing. Never throws for what it is given; memory that runs out shows as
-/// NmMemoryException, and what the callback throws passes through.
+/// Finds the matrix that maps the model onto the reference, from coarse volumes to full resolution.
+/// Images may have any position and axes in any direction; voxels that are not finite count as
+/// missing. Never throws because of its arguments. Throws NmMemoryException if memory runs out, and
+/// passes on exceptions of the callback.
 Registration registerAffine(const Image& reference, const Image& model,
                             const AffineOptions& options = {});
 

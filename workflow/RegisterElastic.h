@@ -12,35 +12,36 @@
 
 namespace voxreg {
 
-/// What of the reference the elastic pipeline leaves out.
+/// The part of the reference that the elastic pipeline masks.
 enum class Masking {
-  chests,    ///< what lies behind the wall of a chest, where the image shows one
-  required,  ///< what lies behind any wall that is found; without one the registration fails
+  chests,    ///< the inside of the chest wall, if the image shows a chest
+  required,  ///< the inside of any wall that is found; without one the registration fails
   none
 };
 
-/// What an elastic registration is to do.
+/// Options of an elastic registration.
 struct ElasticOptions {
   Masking masking = Masking::chests;
   std::optional<IntensityRange> levels = {};  ///< values of air and of the darkest tissue of the
                                               ///< reference; none: measured
   std::optional<NmBox3i> region = {};  ///< first and last voxel to cover along the reference's
                                        ///< axes; none: found with the mask
-  int maxBricks = 12;                  ///< from left to right at the end, 12 to 40
+  int maxBricks = 12;                  ///< from left to right in the last grid, 12 to 40
   Metric metric = Metric::correlationRatio;  ///< or normalizedMutualInformation, which takes ten
                                              ///< times as long and needs many voxels
   ProgressCallback progress = {};
 };
 
-/// The result of the elastic pipeline. Beyond its grid the displacement of its nearest point holds.
+/// The result of the elastic pipeline. Outside its grid the displacement of the grid's nearest
+/// point applies.
 struct ElasticRegistration : Registration {
-  std::optional<ChestMask> mask;  ///< in the frame of the reference, axes nearest to the world's
+  std::optional<ChestMask> mask;  ///< in the frame of the reference, axes closest to the world's
   std::string chestWall = "not masked";  ///< whether there is a mask, and why
 };
 
-/// Registers two images of one patient on one voxel grid, before and after contrast agent say, by
-/// grids of bricks from coarse to fine. Images on different grids, single slices and images of
-/// fewer than 64 voxels are refused; failures and exceptions are otherwise as with registerAffine.
+/// Registers two images of one patient on one voxel grid, such as before and after contrast agent,
+/// with grids of bricks from coarse to fine. Rejects images on different grids, single slices and
+/// images of fewer than 64 voxels. Failures and exceptions are otherwise as with registerAffine.
 ElasticRegistration registerElastic(const Image& reference, const Image& model,
                                     const ElasticOptions& options = {});
 

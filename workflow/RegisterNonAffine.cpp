@@ -38,7 +38,7 @@ std::vector<NmVec3i> gridsUpTo(const NmVec3i& last) {
 std::vector<NmVec3i> gridsOf(const NonAffineOptions& options, const NmVec3i& last) {
   const bool fits = isCount(last.x) && isCount(last.y) && isCount(last.z) &&
                     std::all_of(options.stages.begin(), options.stages.end(), isCount);
-  if (!fits) throw Refusal("there are 1 to 32 bricks on an axis");
+  if (!fits) throw Refusal("there must be 1 to 32 bricks on an axis");
   if (options.stages.empty()) return gridsUpTo(last);
   std::vector<NmVec3i> grids;
   for (const int count : options.stages)

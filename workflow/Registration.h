@@ -11,32 +11,32 @@
 
 namespace voxreg {
 
-/// What a registration has found, and how.
+/// The result of a registration, and how it was found.
 struct Registration {
-  /// True where it has found something, also where it was stopped on the way.
+  /// True if something was found, also if the search was stopped.
   explicit operator bool() const { return reason.kind == Reason::Kind::none; }
 
   Reason reason;
 
-  /// Reference to model. Where nothing was found it is what the search has made of it, or, where
-  /// there was no search, the start that was given.
+  /// Reference to model. If nothing was found, the search's last result or, if there was no search,
+  /// the given start.
   Transform transform;
 
-  /// Values of the metric at full resolution, without a penalty on irregular grids: where the
-  /// images, or the start that was given, have the model, and at the result. None where the metric
-  /// can tell nothing.
+  /// Values of the metric at full resolution, without the penalty on irregular grids: with the
+  /// images as given or at the given start, and at the result. None if the metric has no meaningful
+  /// value.
   std::optional<double> metricBefore;
   std::optional<double> metricAfter;
 
-  double overlap = 0.0;           ///< share of the reference's voxels that the model has values for
-  double smallestJacobian = 1.0;  ///< of the determinant, or of its reciprocal; 0 or less: it folds
+  double overlap = 0.0;  ///< share of the reference's voxels at which the model has a value
+  double smallestJacobian = 1.0;  ///< of the determinant or its reciprocal; 0 or less: it folds
   std::int64_t evaluations = 0;   ///< of the metric by the searches, gradients included
   std::int64_t gradients = 0;
-  double seconds = 0.0;      ///< of the searches, without that for a start
-  bool interrupted = false;  ///< stopped by the progress callback; the best so far
+  double seconds = 0.0;      ///< of the searches, without the search for a start
+  bool interrupted = false;  ///< stopped by the progress callback; holds the best result so far
   std::vector<std::string> warnings;
-  std::vector<Start> starts;         ///< those that were tried
-  std::optional<Start> chosenStart;  ///< none where a start was given, or nothing was searched
+  std::vector<Start> starts;         ///< the starts that were tried
+  std::optional<Start> chosenStart;  ///< none if a start was given or there was no search
 };
 
 }  // namespace voxreg

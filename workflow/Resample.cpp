@@ -12,7 +12,7 @@ namespace voxreg {
 
 namespace {
 
-/// The voxels of a volume, read at places in voxels.
+/// The voxels of a volume, read at positions in voxels.
 template <class T>
 class Voxels {
  public:

@@ -8,25 +8,25 @@
 
 namespace voxreg {
 
-/// How the values of a resampled image come about.
+/// How the values of a resampled image are computed.
 struct ResampleOptions {
   Interpolation interpolation = Interpolation::linear;
-  /// The value where the model has none. By default 0 with `nearest`, since labels call what is no
-  /// structure 0, and otherwise the model's smallest finite value: what an image shows beside the
-  /// patient, which 0 is not in a CT.
+  /// The value where the model has none. Default: 0 with `nearest`, since labels use 0 for
+  /// background, and otherwise the model's smallest finite value, which is what an image shows
+  /// outside the patient (in CT that is not 0).
   std::optional<double> background = {};
 };
 
-/// The background that the options mean.
+/// The background that the options specify.
 double backgroundFor(const Image& model, const ResampleOptions& options);
 
-/// Whether the model's voxels can hold a value as it is.
+/// Whether the model's voxels can hold a value exactly.
 bool canHold(const Image& model, double value);
 
 /// The model on the reference's grid, in the model's voxel type: each voxel holds the model's value
-/// at the place where the transform finds the voxel's. Integers take the nearest whole number and
-/// saturate; what is not finite goes on into the values that it has a share in. The empty image
-/// where one of the two is empty or cannot be read, or the model's voxels cannot hold the
+/// at the position to which the transform maps the voxel. Integers are rounded to the nearest and
+/// saturate; values that are not finite propagate into every value computed from them. Returns the
+/// empty image if either image is empty or cannot be read, or if the model's voxels cannot hold the
 /// background. Throws NmMemoryException.
 Image resample(const Image& model, const Transform& transform, const Image& reference,
                const ResampleOptions& options = {});

@@ -6,16 +6,16 @@
 
 namespace voxreg {
 
-/// How a search goes about it.
+/// The search method.
 enum class Search {
   quasiNewton,
   conjugateGradient,
   bestDirection,
   aggressiveDirection,
-  bestNeighbour  ///< tells no progress, and stops only at the end of a stage
+  bestNeighbour  ///< reports no progress, and stops only at the end of a stage
 };
 
-/// Largest and smallest step of a search. A step of 1 moves a matrix by about a millimetre, and a
+/// Largest and smallest step of a search. A step of 1 changes a matrix by about a millimetre, and a
 /// vertex of a grid of bricks by a quarter of one.
 struct StepRange {
   float largest;
@@ -24,18 +24,18 @@ struct StepRange {
 
 struct SearchOptions {
   Search search = Search::quasiNewton;
-  std::optional<StepRange> steps = {};  ///< none: what suits the search
-  int gradientLevels = 0;  ///< how many of the finest levels are left to the quasi-Newton search
-  /// Relative gain of a line at which gradient searches end; none: what suits the metric.
+  std::optional<StepRange> steps = {};  ///< none: depends on the search
+  int gradientLevels = 0;  ///< number of finest levels that use the quasi-Newton search
+  /// Relative gain of a line below which gradient searches stop; none: depends on the metric.
   std::optional<float> gradientTolerance = {};
-  bool fitSteps = false;          ///< one reduction of the best-direction search's step throughout
+  bool fitSteps = false;          ///< constant step reduction in the best-direction search
   bool restrictedMotion = false;  ///< smaller rotations and translations along z
 };
 
-/// The resolutions that a search runs through.
+/// The resolutions of a search.
 struct LevelOptions {
-  /// Reduction of the reference along the axes nearest to the world's on the coarsest level, 1 to
-  /// 1024; none: to about 32 voxels along the longest side.
+  /// Reduction of the reference on the coarsest level along the axes closest to the world's, 1 to
+  /// 1024; none: down to about 32 voxels along the longest side.
   std::optional<NmVec3i> coarsest = {};
   int levels = 0;  ///< 1 to 10, each twice as fine as the one before, the last one full resolution;
                    ///< 0: as `coarsest` has it

@@ -6,15 +6,15 @@
 
 namespace voxreg {
 
-/// How a registration finds where to begin.
+/// How a registration chooses its start.
 enum class StartRule {
-  best,    ///< the one of the others from which a short coarse search gets furthest
-  header,  ///< as the images lie in the world
-  boxes,   ///< the middles of the images' boxes on each other
-  masses   ///< the centres of mass on each other
+  best,    ///< whichever of the others gets furthest in a short coarse search
+  header,  ///< the images' positions in the world
+  boxes,   ///< aligns the centres of the images' boxes
+  masses   ///< aligns the centres of mass
 };
 
-/// Where a registration may begin.
+/// A possible start of a registration.
 struct Start {
   StartRule rule;
   NmMat4d matrix;                      ///< model world to reference world, row vectors

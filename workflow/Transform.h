@@ -10,40 +10,40 @@
 
 namespace voxreg {
 
-/// A map from places of the reference to the places of the model that show the same, both in world
-/// millimetres: the identity, a matrix, a grid of bricks, or several of them one after the other. A
-/// value; copies are cheap. Matrices are for row vectors and must have an inverse.
+/// A map from positions in the reference to the corresponding positions in the model, both in world
+/// millimetres: the identity, a matrix, a grid of bricks, or a composition of these. A value type;
+/// copies are cheap. Matrices are for row vectors and must be invertible.
 class Transform {
  public:
   /// The identity.
   Transform() = default;
 
-  /// By a matrix that takes the model's world to the reference's, as matrix files and
-  /// RegVoxelRegistration have it, or the other way round.
+  /// From a matrix that maps the model's world to the reference's, as in matrix files and
+  /// RegVoxelRegistration, or the other way round.
   static Transform fromModelToReference(const NmMat4d& matrix);
   static Transform fromReferenceToModel(const NmMat4d& matrix);
 
-  /// Where the grid is not valid, the places are NaN.
+  /// If the grid is not valid, results are NaN.
   static Transform fromBricks(const BrickGrid& bricks);
 
-  /// The place in the model of one in the reference.
+  /// The position in the model of a position in the reference.
   NmVec3d operator()(const NmVec3d& point) const;
 
-  /// From the model to the reference. That of a grid of bricks is found anew for each point by
-  /// Newton's method, so that the point comes back to within a millionth of a millimetre (or 1e-12
-  /// of its own distance from the world's origin). Where the grid folds it is one of several
-  /// places; NaN where the search ends without one.
+  /// From the model to the reference. The inverse of a grid of bricks is computed for each point by
+  /// Newton's method, such that mapping the result gives the point within a millionth of a
+  /// millimetre (or 1e-12 of its distance from the world's origin). If the grid folds, it is one of
+  /// several solutions; NaN if the iteration does not converge.
   Transform inverse() const;
 
-  /// First this, then `next`.
+  /// This transform followed by `next`.
   Transform then(const Transform& next) const;
 
-  /// How the place in the model changes with that in the reference, in the upper 3 x 3: a small
-  /// step d goes to d * jacobian (row vectors). Its determinant, NmMat4d::det3, is the growth of
-  /// volumes.
+  /// Derivative of the position in the model with respect to that in the reference, in the upper 3
+  /// x 3: a small step d maps to d * jacobian (row vectors). Its determinant, NmMat4d::det3, is the
+  /// change of volume.
   NmMat4d jacobian(const NmVec3d& point) const;
 
-  /// The matrix of a transform that consists of none but matrices.
+  /// The matrix of a transform that consists only of matrices.
   std::optional<NmMat4d> modelToReference() const;
   std::optional<NmMat4d> referenceToModel() const;
 
@@ -51,12 +51,12 @@ class Transform {
   const BrickGrid* bricks() const;
 
  private:
-  /// A grid, or a matrix where there is none.
+  /// A grid or, if there is none, a matrix.
   struct Step {
     NmMat4d forward;
     NmMat4d backward;
     std::shared_ptr<const BrickGrid> bricks;
-    bool isInverse = false;  ///< of the grid
+    bool isInverse = false;  ///< the grid is inverted
 
     NmVec3d at(const NmVec3d& point) const;
     NmMat4d jacobian(const NmVec3d& point) const;
@@ -65,7 +65,7 @@ class Transform {
 
   void append(const Step& step);
 
-  std::vector<Step> steps_;  ///< in their order; matrices do not follow one another
+  std::vector<Step> steps_;  ///< in order; never two matrices in succession
 };
 
 }  // namespace voxreg

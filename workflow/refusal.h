@@ -7,7 +7,7 @@
 
 namespace voxreg::detail {
 
-/// Ends a registration from within; the public operations turn it into their reason.
+/// Ends a registration internally; the public operations turn it into their reason.
 class Refusal {
  public:
   explicit Refusal(std::string message, Reason::Kind kind = Reason::Kind::badOptions)

@@ -18,8 +18,8 @@
 
 namespace {
 
-/// Keeps the library's last error line, which explains what the host has to tell. Information stays
-/// out of the way of the progress line.
+/// Keeps the library's last error line, which explains a failure of the command. Information lines
+/// are dropped so as not to disturb the progress line.
 class LibraryErrors {
  public:
   LibraryErrors() {
@@ -44,7 +44,7 @@ int complain(std::string text, int exitCode) {
   return exitCode;
 }
 
-/// CLI11 would merely say that a command is missing.
+/// CLI11 would only report that a command is missing.
 void requireKnownCommand(const CLI::App& app, int argc, char** argv) {
   if (argc < 2 || argv[1][0] == '-') return;
   const std::string name = argv[1];

@@ -15,10 +15,10 @@ using voxreg::detail::toVoxel;
 
 namespace {
 
-/// Share of the maximum by which the skin is told from air, and a step from noise.
+/// Empirical share of the maximum that separates skin from air, and a step from noise.
 constexpr float skinShare = 0.2f;
 
-/// An index of an int stands for every place of a profile.
+/// The number of values that an int can index.
 std::int64_t usableSize(const NmDArray<float>& profile) {
   return std::min<std::int64_t>(profile.size, std::numeric_limits<int>::max());
 }
@@ -51,13 +51,13 @@ int findSkin(const NmDArray<float>& profile, int limitIndex, int maxIndex, float
   return std::max(skin, 0);
 }
 
-/// Length of the way from one index to another, world units.
+/// Length of the section from one index to another, world units.
 float lengthOf(const ProfileSection& section, std::int64_t from, std::int64_t to) {
   return static_cast<float>(to - from) * section.voxelSize;
 }
 
-/// Where the analysis ends: the limit, if it leaves enough behind the skin and does not reach far
-/// beyond the maximum.
+/// End of the analysis: the limit, if it leaves enough behind the skin and does not extend far
+/// beyond the maximum. The lengths are empirical.
 std::int64_t endOfAnalysis(const ProfileSection& section, int limitIndex, int maxIndex) {
   std::int64_t end = limitIndex < 0 ? maxIndex : limitIndex;
   const float toMaximum = lengthOf(section, section.skin, maxIndex);
@@ -70,7 +70,7 @@ std::int64_t endOfAnalysis(const ProfileSection& section, int limitIndex, int ma
   return end;
 }
 
-/// The last place for an extremum. Before a limit 5 world units are left out.
+/// The last position of an extremum. The 5 world units before a limit are left out (empirical).
 std::int64_t stopOfAnalysis(const ProfileSection& section, int limitIndex) {
   if (limitIndex < 0 || !(section.voxelSize > 0.0f)) return std::max(section.skin, section.end - 1);
   const float stop = static_cast<float>(section.end) - 5.0f / section.voxelSize;
@@ -78,7 +78,7 @@ std::int64_t stopOfAnalysis(const ProfileSection& section, int limitIndex) {
   return stop < static_cast<float>(section.size) ? static_cast<std::int64_t>(stop) : section.size;
 }
 
-/// The analysis runs along `axis` of the reference. A box that is not finite tells no positions.
+/// The analysis runs along `axis` of the reference. A box that is not finite gives no positions.
 ProfileSection makeSection(const NmDArray<float>& profile, const VlData& volume, int axis,
                            int skinIndex, int limitIndex, int maxIndex, float maxValue) {
   const voxreg::detail::VolumeFrame frame(volume);
@@ -97,7 +97,7 @@ ProfileSection makeSection(const NmDArray<float>& profile, const VlData& volume,
   return section;
 }
 
-/// Mean and standard deviation in front of the skin, rounded up to the next whole level.
+/// Mean and standard deviation in front of the skin, rounded up to the next integer.
 int findBackground(const ProfileSection& section) {
   float sum = 0.0f;
   float squares = 0.0f;

@@ -11,7 +11,7 @@ using voxreg::detail::VoxelBlock;
 
 namespace {
 
-/// Towards zero and limited to what T holds; NaN is 0.
+/// Truncates towards zero and saturates to the range of T; NaN becomes 0.
 template <class T>
 T truncateTo(float value) {
   constexpr auto highest = static_cast<float>(std::numeric_limits<T>::max());
@@ -19,7 +19,7 @@ T truncateTo(float value) {
   return static_cast<T>(value < highest ? value : highest);
 }
 
-/// The voxels of a volume that is to be masked; not open, with an error line, where that is not
+/// The voxels of a volume that is to be masked; not open, with an error line, if that is not
 /// possible at once.
 VoxelBlock openForMasking(VlData* volume, NmPrimType type) {
   const char* fault = nullptr;
@@ -34,7 +34,7 @@ VoxelBlock openForMasking(VlData* volume, NmPrimType type) {
   return block;
 }
 
-/// Hands each voxel to `change` with its weighted squared distance from the centre.
+/// Passes each voxel to `change` with its weighted squared distance from the centre.
 template <class T, class F>
 void walkDistances(T* voxel, const VolumeFrame& frame, const NmVec3f& centre,
                    const NmVec3f& weights, F&& change) {

@@ -16,16 +16,16 @@ using voxreg::detail::VolumeFrame;
 
 namespace {
 
-/// Weights of the squared distances along axes.x, axes.y and axes.z: the chest is a little wider
-/// than it is deep, and the ellipsoid flatter along the body than across.
+/// Empirical weights of the squared distances along axes.x, axes.y and axes.z: the chest is a
+/// little wider than it is deep, and the ellipsoid flatter along the body than across.
 constexpr float weightAcross = 1.1f;
 constexpr float weightAlongProfile = 1.0f;
 constexpr float weightAlongBody = 1.25f;
 
-/// The ellipsoid's centre lies this far below the highest profile, world units.
+/// The ellipsoid's centre is this far below the highest profile, world units (empirical).
 constexpr float centreBelowPeak = 11.0f;
 
-/// The outer surface passes the chest wall this far in front of it, world units.
+/// The outer surface passes this far in front of the chest wall, world units (empirical).
 constexpr float outerMargin = 5.0f;
 
 void logSearch(const VolumeFrame& frame, const NmVec3i& axes, const NmVec3i& signs,
@@ -42,7 +42,7 @@ void logSearch(const VolumeFrame& frame, const NmVec3i& axes, const NmVec3i& sig
                              static_cast<double>((near.z - centre[axes.z]) * sign));
 }
 
-/// Puts the centre where the ellipsoid's outer surface passes the chest wall, which was found in a
+/// Places the centre such that the ellipsoid's outer surface passes the chest wall found in a
 /// profile at `profileZ`.
 NmVec3f centreBehind(float chestWall, float profileZ, const ProfilePeak& peak,
                      const VolumeFrame& frame, const NmVec3i& axes, const NmVec3i& signs,

@@ -13,14 +13,14 @@ using voxreg::detail::VolumeFrame;
 
 namespace {
 
-/// The nearest voxel of an axis; NaN is the first one.
+/// The nearest voxel of an axis; for NaN the first.
 int limitIndex(float index, int n) {
   if (!(index > 0.0f)) return 0;
   return static_cast<double>(index) < n - 1 ? static_cast<int>(index) : n - 1;
 }
 
-/// What a disk covers on one of its two axes: voxels `first` to `last`, the first of them `start`
-/// away from the centre and the others `step` from one to the next.
+/// The part of one axis that a disk covers: voxels `first` to `last`, the first at `start` from the
+/// centre and the others `step` apart.
 struct DiskAxis {
   int first = 0;
   int last = 0;
@@ -37,7 +37,7 @@ struct DiskAxis {
         stride(strideOfAxis) {}
 };
 
-/// 0 where the disk holds no voxel.
+/// 0 if the disk holds no voxel.
 template <class T>
 float meanInDisk(const T* slice, const DiskAxis& outer, const DiskAxis& inner, float radius) {
   const float limit = radius * radius;

@@ -13,17 +13,17 @@ using voxreg::detail::VolumeFrame;
 
 namespace {
 
-/// Depth of the region as a share of its width.
+/// Depth of the region as a share of its width: 11/16 (empirical).
 constexpr float depthShare = 0.6875f;
 
-/// An axis that the voxels of a slice are walked along.
+/// An axis along which the voxels of a slice are walked.
 struct Walk {
   std::int64_t stride = 0;
   int count = 0;
 };
 
-/// The first index at which a quarter of all slices in a row are flagged, or all up to the last;
-/// -1 for none. The slice behind a gap does not begin a run.
+/// The first index from which a quarter of all slices are flagged without a gap, or all up to the
+/// last; -1 if there is none. The slice after a gap does not begin a run.
 int findRun(const NmDArray<bool>& flags) {
   const auto n = static_cast<int>(flags.size);
   for (int first = 0; first < n;) {
@@ -41,8 +41,8 @@ int findRun(const NmDArray<bool>& flags) {
   return -1;
 }
 
-/// Number of slices that the region reaches over, `innerCount` being that of the faster of the two
-/// axes across the profile.
+/// Number of slices in the region; `innerCount` is the count of the faster of the two axes across
+/// the profile.
 int regionLength(const VolumeFrame& frame, const NmVec3i& axes, int innerCount) {
   const float spacing = frame.voxelSize[axes.y];
   if (!(spacing > 0.0f)) return frame.dims[axes.y];
@@ -51,7 +51,7 @@ int regionLength(const VolumeFrame& frame, const NmVec3i& axes, int innerCount) 
   return std::max(0, voxreg::detail::toVoxel<int>(length));
 }
 
-/// The region from a little in front of slice `first` on, on bounds that suit the bricks.
+/// The region starting slightly before slice `first`, with bounds that suit the bricks.
 std::pair<int, int> regionBounds(int first, int length, int n) {
   const int alignment = n > 256 ? 8 : 4;
   const int before = std::max(0, first - alignment);

@@ -8,7 +8,7 @@
 namespace voxreg::detail {
 namespace {
 
-/// Usual distance of the chest wall behind the first maximum, world units.
+/// Empirical distance of the chest wall behind the first maximum, world units.
 constexpr float usualDistance = 25.0f;
 
 using Extrema = NmDArray<NmVec2f>;
@@ -22,7 +22,7 @@ int compare2(const NmVec2f& a, const NmVec2f& b) {
   return a.y < b.y ? -1 : a.y > b.y ? 1 : 0;
 }
 
-// Each order falls back on the other, so that equal keys come out in the same order everywhere.
+// Each order uses the other to break ties, so that the result is the same on every platform.
 void sortByPosition(Extrema& list) {
   std::sort(list.data, list.data + list.size, [](const NmVec2f& a, const NmVec2f& b) {
     const int order = compare1(a, b);
@@ -55,8 +55,8 @@ void removeTrailingMinima(const Extrema& maxima, Extrema& minima) {
   while (minima.size > 2 && minima[minima.size - 2].x > limit) minima.resize(minima.size - 1);
 }
 
-/// True when no value up to `width` places away on either side is beyond that at `place`. A side is
-/// left early at a value that lies back by more than the tolerance. NaN is no extremum.
+/// True if no value within `width` indices on either side is more extreme than that at `place`. A
+/// side ends early at a value that falls back by more than the tolerance. NaN is no extremum.
 bool isExtremum(const ProfileSection& section, std::int64_t place, int width, Kind kind) {
   const float sign = kind == Kind::minimum ? 1.0f : -1.0f;
   const float value = sign * section.values[place];
@@ -85,7 +85,8 @@ void listExtrema(const ProfileSection& section, int width, Kind kind, Extrema& l
   }
 }
 
-/// Removes the lowest of more than three maxima while even the next one is three times as high.
+/// Removes the lowest of more than three maxima while even the next one is three times as high
+/// (empirical).
 void removeFaintMaxima(Extrema& maxima) {
   if (maxima.size <= 3) return;
   sortByValue(maxima);
@@ -95,7 +96,7 @@ void removeFaintMaxima(Extrema& maxima) {
   sortByPosition(maxima);
 }
 
-/// Lets the sequence begin with a maximum and removes the maxima that tell nothing.
+/// Makes the sequence begin with a maximum and removes the maxima without information.
 void tidy(ProfileExtrema& extrema) {
   Extrema& minima = extrema.minima;
   if (minima.size == 0 || extrema.maxima.size == 0) return;
@@ -106,7 +107,7 @@ void tidy(ProfileExtrema& extrema) {
   removeFaintMaxima(extrema.maxima);
 }
 
-/// Widens the neighbourhood of a list that is too long, up to 4 world units.
+/// Widens the neighbourhood if a list is too long, up to 4 world units (empirical).
 bool widen(int& width, const Extrema& list, float voxelSize) {
   if (width >= 6 || list.size <= 3 || !(static_cast<float>(width + 1) * voxelSize < 4.0f))
     return false;
@@ -122,8 +123,8 @@ void logExtrema(const char* title, const Extrema& list) {
                                static_cast<double>(list[i].x));
 }
 
-/// Removes the lowest maxima, down to three, that are below half of the highest one. The first
-/// maximum by position stays, and with it all that are as high.
+/// Removes the lowest maxima, down to three, that are below half of the highest one (empirical).
+/// The first maximum by position is kept, and so are all that are at least as high.
 void removeLowMaxima(Extrema& maxima) {
   const float first = maxima[0].y;
   sortByValue(maxima);
@@ -134,7 +135,8 @@ void removeLowMaxima(Extrema& maxima) {
   sortByPosition(maxima);
 }
 
-/// Distance of the chest wall behind the first maximum, where both kinds occur.
+/// Distance of the chest wall behind the first maximum if both kinds occur. The limits are
+/// empirical.
 float wallDistance(ProfileExtrema& extrema) {
   Extrema& minima = extrema.minima;
   Extrema& maxima = extrema.maxima;

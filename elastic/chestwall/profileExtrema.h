@@ -7,15 +7,15 @@
 
 namespace voxreg::detail {
 
-/// The part of a profile, ordered from the outside in, that is searched for extrema. Neither voxel
-/// size nor origin may be NaN.
+/// The part of a profile, ordered from the outside in, in which extrema are searched for. Neither
+/// voxel size nor origin may be NaN.
 struct ProfileSection {
   const float* values = nullptr;
   std::int64_t size = 0;   ///< of the whole profile
-  std::int64_t skin = -1;  ///< the search starts behind it; -1 where there is none
-  std::int64_t stop = 0;   ///< last place of an extremum, as far as the profile goes
-  std::int64_t end = 0;    ///< last value that an extremum is compared with, likewise
-  float tolerance = 0.0f;  ///< a neighbour farther off than this ends the comparison
+  std::int64_t skin = -1;  ///< the search starts after it; -1 if there is none
+  std::int64_t stop = 0;   ///< last position of an extremum, if the profile is that long
+  std::int64_t end = 0;    ///< last value with which an extremum is compared, likewise
+  float tolerance = 0.0f;  ///< a neighbour that differs by more ends the comparison
   float voxelSize = 0.0f;  ///< along the profile
   float origin = 0.0f;     ///< position of index 0
 
@@ -30,13 +30,13 @@ struct ProfileExtrema {
   NmDArray<NmVec2f> maxima;
 };
 
-/// The extrema that can tell the layers behind the skin, with a line in the log for each. The
-/// sequence begins with a maximum where both kinds occur; low and trailing maxima and trailing
-/// minima are left out.
+/// The extrema from which the layers behind the skin can be told, each logged in one line. The
+/// sequence begins with a maximum if both kinds occur; low and trailing maxima and trailing minima
+/// are left out.
 ProfileExtrema findExtrema(const ProfileSection& section);
 
-/// Finds the position of the chest wall from the pattern of extrema, the maxima of which may become
-/// fewer. False, `chestWall` untouched, where there is neither a maximum nor skin.
+/// Finds the position of the chest wall from the pattern of extrema; may remove maxima. Returns
+/// false, with `chestWall` unchanged, if there is neither a maximum nor skin.
 bool findChestWall(const ProfileSection& section, ProfileExtrema& extrema, float& chestWall);
 
 }  // namespace voxreg::detail

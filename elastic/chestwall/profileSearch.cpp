@@ -8,11 +8,11 @@
 namespace voxreg::detail {
 namespace {
 
-// In world units.
+// World units, empirical.
 constexpr float radius = 5.0f;
 constexpr float stepLength = 5.0f;
 
-/// Steps along axes.x on either side of the centre.
+/// Steps along axes.x on either side of the centre (empirical).
 constexpr int stepsAcross = 8;
 
 }  // namespace

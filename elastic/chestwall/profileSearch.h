@@ -8,8 +8,8 @@ class RegElasticRegistration;
 
 namespace voxreg::detail {
 
-/// The profile with the highest maximum so far: where it stands on axes.x and axes.z, and the index
-/// of its maximum.
+/// The profile with the highest maximum so far: its position on axes.x and axes.z, and the index of
+/// its maximum.
 struct ProfilePeak {
   float x = 0.0f;
   float z = 0.0f;
@@ -18,7 +18,7 @@ struct ProfilePeak {
 };
 
 /// Takes coronal profiles of a registration's reference, which must not be null, around the centre
-/// of its box. A profile that fails is told in findMasking's name. Everything handed to the
+/// of its box. The failure of a profile is logged in the name of findMasking. All arguments of the
 /// constructor must outlive the search.
 class ProfileSearch {
  public:
@@ -28,11 +28,11 @@ class ProfileSearch {
   /// Takes the profile through the centre, which fills `profile` and is the first peak.
   bool begin(ProfilePeak& best);
 
-  /// Takes profiles from one step along axes.z to another and on both sides along axes.x. They are
-  /// searched from the skin of the first profile on.
+  /// Takes profiles from one step along axes.z to another and on both sides along axes.x. Each is
+  /// searched starting at the skin of the first profile.
   bool improve(int firstStep, int lastStep, ProfilePeak& best);
 
-  /// Fills `profile` at a place across it.
+  /// Fills `profile` at a position across it.
   bool take(float x, float z);
 
   NmDArray<float> profile;

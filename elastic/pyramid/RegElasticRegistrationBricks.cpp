@@ -20,7 +20,7 @@ NmDArray<NmHandle<VlData>> listOf(const NmHandle<VlData>& volume) {
   return list;
 }
 
-/// `range`, or that of the volume where it runs the wrong way.
+/// `range`, or the volume's range if `range` is reversed.
 NmVec2f rangeOf(VlData& volume, const NmVec2f& range) {
   NmVec2f result = range;
   if (range.y < range.x) volume.range(result.x, result.y, true);
@@ -43,7 +43,7 @@ int gridCode(const NmVec3i& bricks) {
       NmVec3i(std::min(bricks.x, most), std::min(bricks.y, most), std::min(bricks.z, most)));
 }
 
-/// Takes over as much of a result as is sound.
+/// Copies as much of a result as is valid.
 void adopt(Descriptor& reached, Descriptor& transform) {
   if (!(reached.box.volume() > 0.0f)) return;
   transform.box = reached.box;
@@ -66,6 +66,7 @@ NmVec3i RegElasticRegistration::getNumBricks(int bricks, int axis, const NmVec3i
   const float length = size(axis) / static_cast<float>(bricks);
   if (!(length > 0.0f)) return grid;
   for (const int other : {(axis + 1) % 3, (axis + 2) % 3}) {
+    // Rounds to nearest, with an empirical margin.
     const double count = static_cast<double>(size(other) / length) + 0.5001;
     constexpr double most = 2147483647.0;
     grid[other] = count >= 1.0 ? static_cast<int>(std::min(count, most)) : 1;

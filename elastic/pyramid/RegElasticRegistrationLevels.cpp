@@ -9,14 +9,14 @@ using voxreg::detail::roundedQuotient;
 
 namespace {
 
-/// The one enlargement that is a level is none at all.
+/// A level never enlarges a volume.
 bool isReductionOrCopy(const NmVec3l& from, const NmVec3i& to) {
   const bool isCopy = from == NmVec3l(to.x, to.y, to.z);
   return isCopy || to.x < from.x || to.y < from.y || to.z < from.z;
 }
 
-/// True where z goes to half its voxels along with the other axes, which are reduced by `factor`:
-/// its voxels are not yet larger than those in plane will be, or nearly so in a deep volume.
+/// True if z is halved along with the other axes, which are reduced by `factor`: its voxels are
+/// smaller than those in plane will be or, in a deep volume, not much larger (empirical limits).
 bool isHalvedAlongZ(const NmVec3i& dims, const NmVec3f& voxelSize, float factor) {
   if (!(voxelSize.x > 0.0f)) return true;
   const float ratio = voxelSize.z / voxelSize.x;
@@ -36,7 +36,7 @@ bool RegElasticRegistration::downsample(const NmHandle<VlData>& source, NmHandle
   if (!isReductionOrCopy(source->dims(), dims)) return false;
   const NmVec3f lengths(static_cast<float>(dims.x), static_cast<float>(dims.y),
                         static_cast<float>(dims.z));
-  // Not the caller's volume: it might be written in place, and it might be the source.
+  // Not the caller's volume, which might be written in place and might be the source.
   NmHandle<VlData> made;
   try {
     if (!RegResampler().doResample(source, made, lengths, nullptr, voxelSize,
@@ -63,7 +63,7 @@ bool RegElasticRegistration::specifyDownsampling(const NmVec3i& dims, const NmVe
     if (from.x < smallestWidth) return false;
     newDims = NmVec3i(from.x / 2, from.y / 2, from.z);
   } else {
-    factor = static_cast<float>(longer) * 0.00390625f;
+    factor = static_cast<float>(longer) * 0.00390625f;  // 1 / 256
     newDims = NmVec3i(roundedQuotient(from.x, factor), roundedQuotient(from.y, factor), from.z);
   }
   newVoxelSize = NmVec3f(size.x * factor, size.y * factor, size.z);

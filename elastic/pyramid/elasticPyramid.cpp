@@ -13,19 +13,19 @@ namespace {
 
 constexpr int largestInPlane = 512;
 
-/// A registration takes one flat axis at most.
+/// A registration allows at most one flat axis.
 bool isLine(const NmVec3i& dims) {
   return (dims.x == 1) + (dims.y == 1) + (dims.z == 1) > 1;
 }
 
-/// Dimensions and voxel size of res1: the longer axis in plane is brought down to 512 voxels, and z
-/// goes along where its voxels would become smaller than those in plane.
+/// Dimensions and voxel size of res1: the longer axis in plane is reduced to 512 voxels, and z with
+/// it if its voxels would be smaller than those in plane.
 void planFinest(const ElasticLevel& input, ElasticLevel& level) {
   level.dims = input.dims;
   level.voxelSize = input.voxelSize;
   const int longer = std::max(input.dims.x, input.dims.y);
   if (longer <= largestInPlane) return;
-  const float factor = static_cast<float>(longer) * 0.001953125f;
+  const float factor = static_cast<float>(longer) * 0.001953125f;  // 1 / 512
   level.dims.x = roundedQuotient(input.dims.x, factor);
   level.dims.y = roundedQuotient(input.dims.y, factor);
   if (input.voxelSize.z <= factor * input.voxelSize.x)

@@ -8,7 +8,7 @@ class RegElasticRegistration;
 
 namespace voxreg::detail {
 
-/// A resolution of the pipeline: what it was planned to be, and its volumes once they are made.
+/// A resolution of the pipeline: its planned geometry, and its volumes once they are made.
 struct ElasticLevel {
   NmVec3i dims;
   NmVec3f voxelSize;
@@ -29,8 +29,8 @@ struct ElasticMask {
   float outerRadius;
 };
 
-/// The levels of one run, each at about half the resolution of the one before. A level that can't
-/// be made stays without volumes, and so do those below it.
+/// The levels of one run, each at about half the resolution of the one before. A level that cannot
+/// be made has no volumes, and neither have those below it.
 class ElasticPyramid {
  public:
   ElasticLevel res1;
@@ -38,7 +38,7 @@ class ElasticPyramid {
   ElasticLevel res4;
   ElasticLevel res8;
 
-  /// `mask` is null where nothing is to be masked.
+  /// `mask` is null if nothing is to be masked.
   ElasticPyramid(RegElasticRegistration& registration, const ElasticMask* mask);
 
   /// Voxels of the input along x.
@@ -50,7 +50,7 @@ class ElasticPyramid {
   /// Makes res2 from the input, then res4 and res8.
   void buildCoarser();
 
-  /// Makes res1 at full resolution where it is missing.
+  /// Makes res1 at full resolution if it is missing.
   void completeFinest();
 
  private:

@@ -6,14 +6,14 @@
 
 namespace voxreg::detail {
 
-/// What a run covers of its volumes.
+/// The part of its volumes that a run covers.
 struct ElasticRegion {
   NmBox3f box;   ///< world units
   NmVec3i dims;  ///< voxels of full resolution
 };
 
-/// The region of the voxels `roi`, as far as they exist. All of the volume where that has no
-/// volume, and for a null `roi`.
+/// The region of the voxels `roi`, as far as they exist. The whole volume if that has no volume, or
+/// if `roi` is null.
 ElasticRegion regionOf(const VolumeFrame& frame, const NmBox3i* roi);
 
 }  // namespace voxreg::detail

@@ -11,6 +11,7 @@
 namespace voxreg::detail {
 namespace {
 
+// Largest and smallest steps of the searches, empirical.
 const NmVec2f coarseSteps(10.0f, 3.0f);
 const NmVec2f evenSteps(3.0f, 3.0f);
 const NmVec2f fineSteps(5.0f, 1.0f);
@@ -56,7 +57,7 @@ bool ElasticRuns::run(ElasticPyramid& pyramid) {
 }
 
 bool ElasticRuns::runFinest(ElasticPyramid& pyramid, bool isCoarsest) {
-  constexpr int smallWidth = 300;
+  constexpr int smallWidth = 300;  // voxels, empirical
   ElasticLevel& level = pyramid.res1;
   const bool isSmall = isCoarsest && pyramid.width() <= smallWidth;
   const bool isRefined = settings_.largestBricks >= finestBricks && level.isBuilt();
@@ -70,8 +71,8 @@ bool ElasticRuns::runFinest(ElasticPyramid& pyramid, bool isCoarsest) {
   return ok;
 }
 
-// A grid that scores no better than the best before it gives its result up to that. A failure stops
-// the judging, not the walk.
+// If a grid scores no better than the best one before it, its result is replaced with that. A
+// failure ends the comparison, but not the loop.
 bool ElasticRuns::refine(const ElasticLevel& level) {
   const int q = settings_.largestBricks;
   auto best = registration_.transform;

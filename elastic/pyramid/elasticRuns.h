@@ -7,7 +7,7 @@ class RegElasticRegistration;
 
 namespace voxreg::detail {
 
-/// What all registrations of a run share.
+/// Settings shared by all registrations of a run.
 struct ElasticRunSettings {
   NmVec2f referenceRange;
   NmVec2f modelRange;
@@ -18,16 +18,17 @@ struct ElasticRunSettings {
   NmVec3f voxelSize;
 };
 
-/// Walks the levels from the coarsest to the finest, each with a finer and finer grid of bricks.
+/// Registers on the levels from the coarsest to the finest, each with increasingly fine grids of
+/// bricks.
 class ElasticRuns {
  public:
-  /// A grid of at least this many bricks is worth the finest level.
+  /// From this number of bricks on, a grid is worth the finest level (empirical).
   static constexpr int finestBricks = 18;
 
   ElasticRuns(RegElasticRegistration& registration, const ElasticRunSettings& settings)
       : registration_(registration), settings_(settings) {}
 
-  /// Levels are released as soon as they are done. False where a registration failed.
+  /// Levels are released as soon as they are done. False if a registration failed.
   bool run(ElasticPyramid& pyramid);
 
  private:
@@ -46,8 +47,8 @@ class ElasticRuns {
   const ElasticRunSettings& settings_;
 };
 
-/// The grid after one of `bricks` on the way to `largest`: half as many more, or what is left to
-/// the largest where that is the better last step.
+/// The grid after one of `bricks` on the way to `largest`: half as many more, or all that remain if
+/// that is the better last step.
 int nextBricks(int bricks, int largest);
 
 }  // namespace voxreg::detail

@@ -16,8 +16,8 @@ namespace {
 
 constexpr Twofold pi = {0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53};
 
-// pi/2 = a + b + c, where a and b have 33 bits so that their products with whole numbers below 2^20
-// are exact (Cody and Waite, Software Manual for the Elementary Functions, 1980).
+// pi/2 = a + b + c, where a and b have 33 bits so that their products with integers below 2^20 are
+// exact (Cody and Waite, Software Manual for the Elementary Functions, 1980).
 inline Twofold restOfAngle(double x, double turns) {
   const double rest = x - turns * 0x1.921fb544p+0;
   const Twofold finer = sumOf(rest, -turns * 0x1.0b4611a6p-34);
@@ -37,14 +37,14 @@ double polynomial(const double (&c)[n], double z, std::index_sequence<k...> /*st
   return sum;
 }
 
-/// c[0] + z * (c[1] + z * (c[2] + ...)), without a loop: one would keep compilers from taking
-/// several values at once.
+/// c[0] + z * (c[1] + z * (c[2] + ...)) without a loop, which would keep compilers from vectorising
+/// over several values.
 template <std::size_t n>
 double polynomial(const double (&c)[n], double z) {
   return polynomial(c, z, std::make_index_sequence<n - 1>());
 }
 
-/// The Taylor series up to x^17. What the low part of x adds is cos x times it.
+/// The Taylor series up to x^17. The low part of x adds its product with cos x.
 inline double sineNearZero(const Twofold& x) {
   constexpr double terms[] = {
       -1.0 / 6.0,        1.0 / 120.0,        -1.0 / 5040.0,          1.0 / 362880.0,
@@ -53,7 +53,7 @@ inline double sineNearZero(const Twofold& x) {
   return x.high + (x.high * z * polynomial(terms, z) + x.low * (1.0 - 0.5 * z));
 }
 
-/// The Taylor series up to x^16. What the low part of x takes away is sin x times it.
+/// The Taylor series up to x^16. The low part of x subtracts its product with sin x.
 inline double cosineNearZero(const Twofold& x) {
   constexpr double terms[] = {
       1.0 / 24.0,        -1.0 / 720.0,         1.0 / 40320.0,         -1.0 / 3628800.0,
@@ -64,7 +64,7 @@ inline double cosineNearZero(const Twofold& x) {
   return start.high + (start.low + (z * z * polynomial(terms, z) - x.high * x.low));
 }
 
-/// Sine of an angle that is moved on by some quarters of a turn.
+/// Sine of an angle plus a number of quarter turns.
 double sineFrom(double x, int quarters) {
   if (!std::isfinite(x)) return std::numeric_limits<double>::quiet_NaN();
   const ReducedAngle angle = reduceAngle(x);
@@ -105,8 +105,8 @@ struct Mantissa {
   double exponent;
 };
 
-// Of a normal number above 0, without branches or conversions of integers, so that compilers can
-// take several numbers at once.
+// For a normal number above 0, without branches or conversions of integers, so that compilers can
+// vectorise over several numbers.
 inline Mantissa mantissaOf(double x) {
   constexpr std::uint64_t one = 0x3ff0000000000000;
   constexpr std::uint64_t rootOfHalf = 0x3fe6a09e667f3bcd;
@@ -139,7 +139,7 @@ Mantissa mantissaOfAny(double x) {
   return {m.f, m.exponent - 54.0};
 }
 
-/// log x by the same series, to about 100 bits.
+/// log x with the same series, to about 100 bits.
 Twofold twofoldLogarithm(double x) {
   constexpr int numTerms = 20;
   const Mantissa m = mantissaOfAny(x);
@@ -152,7 +152,7 @@ Twofold twofoldLogarithm(double x) {
   return exponent + sum * s;
 }
 
-/// The series of exp r after taking out whole powers of 2.
+/// The series of exp r after extracting integer powers of 2.
 double exponential(const Twofold& x) {
   constexpr int numTerms = 24;
   if (!(std::fabs(x.high) < 800.0)) return x.high > 0.0 ? HUGE_VAL : 0.0;
@@ -203,7 +203,7 @@ double arcTangent(double y, double x) {
 }
 
 double logarithm(double x) {
-  // 0, infinity, NaN and what has no logarithm.
+  // 0, infinity, NaN and numbers without a logarithm.
   if (!(x > 0.0) || !std::isfinite(x)) return std::log(x);
   return logarithmOf(mantissaOfAny(x));
 }
@@ -218,7 +218,8 @@ void takeLogarithms(double* values, int count) {
 double power(double base, double exponent) {
   if (!(base > 0.0) || !std::isfinite(base) || !std::isfinite(exponent))
     return std::pow(base, exponent);
-  // Beyond this every power of another base than 1 is 0 or infinite, and products are not exact.
+  // Outside this range every power of a base other than 1 is 0 or infinite, and products are not
+  // exact.
   exponent = std::clamp(exponent, -0x1p64, 0x1p64);
   return exponential(twofoldLogarithm(base) * Twofold{exponent, 0.0});
 }

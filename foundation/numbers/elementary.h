@@ -1,10 +1,9 @@
 #pragma once
 
-/// Elementary functions made of additions, multiplications and divisions alone, so that a result
-/// has the same bits on every machine: those of a C library differ in the last bit from one
-/// library to the next, and in glibc from one processor to the next. The error is below 0.9 units
-/// in the last place, for arguments of every size; special values are those of the functions in
-/// <cmath>.
+/// Elementary functions made of only additions, multiplications and divisions, so that results have
+/// the same bits on every machine: those of C libraries differ in the last bit between libraries
+/// and, in glibc, between processors. The error is below 0.9 units in the last place for arguments
+/// of every size; special values are those of the functions in <cmath>.
 namespace voxreg::detail {
 
 /// Sine and cosine of `x` radians.
@@ -20,7 +19,8 @@ double arcTangent(double y, double x);
 /// Natural logarithm.
 double logarithm(double x);
 
-/// Replaces `count` finite numbers above 0 by their natural logarithms, the same as the above.
+/// Replaces `count` finite numbers above 0 with their natural logarithms, equal to those of the
+/// function above.
 void takeLogarithms(double* values, int count);
 
 /// A finite `base` above 0 to the power of a finite `exponent`.

@@ -6,7 +6,7 @@
 namespace voxreg::detail {
 namespace {
 
-// 2/pi behind the point in digits of 32 bits, after three zeros.
+// The fraction bits of 2/pi in digits of 32 bits, after three zeros.
 constexpr std::uint32_t twoOverPi[] = {
     0,          0,          0,          0xa2f9836e, 0x4e441529, 0xfc2757d1, 0xf534ddc0, 0xdb629599,
     0x3c439041, 0xfe5163ab, 0xdebbc561, 0xb7246e3a, 0x424dd2e0, 0x06492eea, 0x09d1921c, 0xfe1deb1c,
@@ -16,12 +16,12 @@ constexpr std::uint32_t twoOverPi[] = {
 
 constexpr Twofold halfPi = {0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54};
 
-/// A number of quarters of a turn in digits of 32 bits: the last one before the point, and seven
-/// behind it. Digits farther in front are whole turns.
+/// A number of quarter turns in digits of 32 bits: the last one before the binary point, and seven
+/// after it. Higher digits are whole turns.
 struct Quarters {
   std::uint32_t digit[8] = {};
 
-  /// Adds factor * 2^(32 * place) * 2/pi, less what lies behind the last digit.
+  /// Adds factor * 2^(32 * place) * 2/pi, without the part after the last digit.
   void addProduct(std::uint32_t factor, int place, int last) {
     std::uint64_t carry = 0;
     for (int k = last; k >= 0; --k) {
@@ -31,7 +31,7 @@ struct Quarters {
     }
   }
 
-  /// What lies behind the point, which is below 1.
+  /// The part after the binary point, which is below 1.
   Twofold fraction() const {
     Twofold sum = {0.0, 0.0};
     for (int k = 7; k > 0; --k)
@@ -42,9 +42,9 @@ struct Quarters {
 
 }  // namespace
 
-// x = m 2^e times as much of 2/pi as its quarters modulo 4 and some 160 bits behind the point take
-// (Payne and Hanek, ACM SIGNUM Newsletter 18, 1983). No double comes nearer to a multiple of pi/2
-// than 2^-61 or so.
+// Multiplies x = m 2^e by the part of 2/pi that determines its quarter turns modulo 4 and some 160
+// bits after the point (Payne and Hanek, ACM SIGNUM Newsletter 18, 1983). No double is closer to a
+// multiple of pi/2 than about 2^-61.
 ReducedAngle reduceLargeAngle(double x) {
   int exponent = 0;
   const double fraction = std::frexp(std::fabs(x), &exponent);
@@ -61,7 +61,7 @@ ReducedAngle reduceLargeAngle(double x) {
   int quarter = static_cast<int>(quarters.digit[0] & 3);
   bool isNegative = x < 0.0;
   if (quarters.digit[1] >> 31 != 0) {
-    // The rest leads back from the next quarter.
+    // The remainder is negative, counted from the next quarter.
     for (std::uint32_t& digit : quarters.digit) digit = ~digit;
     isNegative = !isNegative;
     ++quarter;

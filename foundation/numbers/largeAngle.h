@@ -4,13 +4,13 @@
 
 namespace voxreg::detail {
 
-/// What is left of an angle without its whole quarters of a turn: at most about pi/4 in size.
+/// The remainder of an angle modulo quarter turns: at most about pi/4 in magnitude.
 struct ReducedAngle {
   Twofold rest;
   int quarter;  ///< modulo 4
 };
 
-/// Reduces a finite angle of 2^-12 or more in size, however large, to about 100 bits.
+/// Reduces a finite angle of 2^-12 or more in magnitude, however large, to about 100 bits.
 ReducedAngle reduceLargeAngle(double x);
 
 }  // namespace voxreg::detail

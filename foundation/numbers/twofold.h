@@ -1,7 +1,7 @@
 #pragma once
 
 /// Numbers of twice the precision, as the unevaluated sum of two doubles (Dekker, Numerische
-/// Mathematik 18, 1971). To be included by sources alone: rounding matters here.
+/// Mathematik 18, 1971). To be included only by sources, since rounding matters here.
 namespace voxreg::detail {
 
 struct Twofold {
@@ -9,7 +9,7 @@ struct Twofold {
   double low;  ///< at most half a unit in the last place of `high`
 };
 
-/// a + b, where a is the larger one or 0.
+/// a + b, where a is the larger one in magnitude or 0.
 inline Twofold sumOfOrdered(double a, double b) {
   const double sum = a + b;
   return {sum, b - (sum - a)};

@@ -5,8 +5,8 @@
 
 namespace voxreg::detail {
 
-/// The voxels of one axis that a sample is taken from, and their shares, which sum to 1. A voxel
-/// without a share is left out, so that a NaN or an infinity in it does not matter.
+/// The voxels of one axis from which a sample is taken, and their weights, which sum to 1. A voxel
+/// with weight 0 is left out, so a NaN or an infinity in it has no effect.
 struct AxisTaps {
   int count = 0;
   std::int64_t index[6];
@@ -19,26 +19,26 @@ using TapRule = void (*)(double position, std::int64_t n, AxisTaps& taps);
 void nearestTap(double position, std::int64_t n, AxisTaps& taps);
 void linearTaps(double position, std::int64_t n, AxisTaps& taps);
 
-/// Lanczos kernel with three lobes, sinc(x) sinc(x / 3). Taps beyond the ends are dropped and the
+/// Lanczos kernel with three lobes, sinc(x) sinc(x / 3). Taps outside the ends are dropped and the
 /// others scaled to the sum 1.
 void lanczosTaps(double position, std::int64_t n, AxisTaps& taps);
 
 inline constexpr int lanczosLobes = 3;
 inline constexpr int numLanczosTaps = 2 * lanczosLobes;
 
-/// Up to here behind a voxel a point counts as lying on it: the square would be lost.
+/// Up to this distance after a voxel a point counts as lying on it, since the square would
+/// underflow.
 inline constexpr double negligibleFraction = 1.0e-150;
 
-/// The angle whose sine and cosine the weights of all taps are made of.
+/// The angle whose sine and cosine give the weights of all taps.
 inline double lanczosAngle(double fraction) {
   return std::numbers::pi / lanczosLobes * fraction;
 }
 
-/// The weight, up to a factor, of tap 0 to 5 at a fraction above 0 behind the voxel of tap 2; for
-/// doubles and for vectors of them.
-// At x = fraction - k the kernel is 3 sin(pi x) sin(pi x / 3) / (pi x)^2. The first sine differs
-// between taps in its sign alone, so that its size goes with the constants when the sum becomes 1;
-// the addition theorem gives the second.
+/// The weight, up to a factor, of tap 0 to 5 at a fraction above 0 from the voxel of tap 2; for
+/// doubles and for vectors of them. At x = fraction - k the kernel is 3 sin(pi x) sin(pi x / 3) /
+/// (pi x)^2. The first sine differs between taps only in sign, so its magnitude cancels with the
+/// constants when the sum is scaled to 1; the addition theorem gives the second.
 template <class Doubles>
 [[gnu::always_inline]] inline Doubles lanczosWeight(int tap, Doubles fraction, Doubles sine,
                                                     Doubles cosine) {

@@ -7,8 +7,8 @@
 namespace voxreg::detail {
 namespace {
 
-// A flat axis has no voxel size to measure by. A few units in the last place of the largest
-// coordinate are what single precision loses on the way into this volume's plane.
+// A flat axis has no voxel size as a measure. A few units in the last place of the largest
+// coordinate are the single-precision error on the way into this volume's plane.
 double flatSlack(const NmBox3f& box) {
   double largest = 0.0;
   for (int axis = 0; axis < 3; ++axis) {
@@ -26,11 +26,12 @@ GridAxis::GridAxis(const NmBox3f& box, int axis, std::int64_t n)
   slack_ = n == 1 && voxel == 0.0 ? flatSlack(box) : 1e-3 * voxel;
 }
 
-// Free of branches, so that compilers turn many of them into vector code.
+// Free of branches, so that compilers can vectorise over many of them.
 inline double GridAxis::positionOf(double coordinate) const {
   constexpr double outside = -1.0;
   const bool isInside = (coordinate >= min_ - slack_) & (coordinate <= max_ + slack_);
-  // Multiplied first, a voxel's own position comes out whole wherever single precision can name it.
+  // With the multiplication first, a voxel's own position is an exact integer wherever single
+  // precision can represent it.
   double t = (coordinate - min_) * last_ / (max_ - min_);
   const bool isNumber = t == t;
   t = t < 0.0 ? 0.0 : t;
@@ -48,7 +49,7 @@ bool GridAxis::locate(float coordinate, double& position) const {
 
 void GridAxis::locate(const float* coordinates, std::int64_t n, double* positions) const {
   if (n_ == 1) {
-    // One voxel has no length to divide by.
+    // With one voxel there is no length to divide by.
     for (std::int64_t i = 0; i < n; ++i)
       positions[i] =
           coordinates[i] >= min_ - slack_ && coordinates[i] <= max_ + slack_ ? 0.0 : -1.0;

@@ -11,12 +11,12 @@ class GridAxis {
  public:
   GridAxis(const NmBox3f& box, int axis, std::int64_t n);
 
-  /// The voxel position of `coordinate`, from 0 to n - 1. A thousandth of a voxel beyond the box
-  /// counts as its border, since hosts compute positions in single precision. False, `position`
-  /// untouched, farther out, for NaN, and on an axis where the box has no inside.
+  /// The voxel position of `coordinate`, from 0 to n - 1. Up to a thousandth of a voxel outside the
+  /// box counts as on its border, since hosts compute positions in single precision. Returns false,
+  /// with `position` unchanged, farther outside, for NaN, and on an axis where the box is empty.
   bool locate(float coordinate, double& position) const;
 
-  /// The same for `n` coordinates; a position of -1 stands for false.
+  /// The same for `n` coordinates; a position of -1 means false.
   void locate(const float* coordinates, std::int64_t n, double* positions) const;
 
   std::int64_t size() const { return n_; }

@@ -13,8 +13,8 @@
 namespace voxreg::detail {
 namespace {
 
-/// The two voxels around a position on one axis and their shares; the upper one is the lower once
-/// more, without a share, at the end of the axis.
+/// The two voxels around a position on one axis and their weights; at the end of the axis the upper
+/// voxel is the lower one again, with weight 0.
 struct LinearCell {
   std::int64_t lower;
   std::int64_t upper;
@@ -30,9 +30,9 @@ struct LinearCell {
   }
 };
 
-/// weightedSum of the linear rule for one data variable, in the same terms and the same order. Not
-/// finite where a voxel isn't, be it one without a share. A sum that starts from 0, as that one
-/// does, is never -0.
+/// weightedSum of the linear rule for one data variable, with the same terms in the same order. Not
+/// finite if a voxel is not, even one with weight 0. A sum that starts from 0, as that one does, is
+/// never -0.
 template <class T>
 double trilinearSum(const T* voxels, int numDataVars, const GridAxis (&axes)[3],
                     const double (&position)[3]) {
@@ -51,7 +51,7 @@ double trilinearSum(const T* voxels, int numDataVars, const GridAxis (&axes)[3],
   return sum + 0.0;
 }
 
-// Under the sanitizers GCC does not take a comparison of functions for a constant.
+// Under the sanitizers GCC does not treat a comparison of functions as a constant.
 template <TapRule rule>
 inline constexpr bool isLinear = false;
 template <>
@@ -90,7 +90,7 @@ class GridEvaluator : public VlEvaluator {
       results[variable] = weightedSum(variable);
   }
 
-  // The places of a portion of points are found first, axis by axis.
+  // The positions of a batch of points are computed first, axis by axis.
   void sample(const float* x, const float* y, const float* z, std::int64_t n, float outside,
               float* results) override {
     double places[3][portion];
@@ -134,7 +134,7 @@ class GridEvaluator : public VlEvaluator {
     return weightedSum(0);
   }
 
-  /// Points between voxels go together, those that rest on voxels one by one.
+  /// Points between voxels are processed together, those on voxels one by one.
   void sampleLanczos(const double (&places)[3][portion], std::int64_t n, float outside,
                      float* results) {
     if (sum_ == nullptr) return samplePoints(places, n, outside, results);
@@ -177,7 +177,7 @@ class GridEvaluator : public VlEvaluator {
   const T* voxels_;
   int numDataVars_;
   GridAxis axes_[3];
-  LanczosSum sum_;  ///< null where points are weighed one by one
+  LanczosSum sum_;  ///< null if points are processed one by one
   AxisTaps taps_[3];
 };
 

@@ -9,8 +9,8 @@
 
 namespace voxreg::detail {
 
-/// A sampler of the voxels behind `access`, which it keeps, weighted along each axis by `rule`.
-/// Null where the voxels do not lie in one block of a served type.
+/// A sampler of the voxels of `access`, which it keeps, weighted along each axis by `rule`. Null if
+/// the voxels are not in one block of a supported type.
 NmHandle<VlEvaluator> makeGridEvaluator(const NmHandle<VlDataAccess>& access, const VoxelGrid& grid,
                                         const NmBox3f& box, TapRule rule);
 

@@ -4,16 +4,16 @@
 
 namespace voxreg::detail {
 
-/// A portion of points within a volume, given by what their Lanczos weights are made of. On one of
-/// the second and third axis at least each point lies between voxels.
+/// A batch of points in a volume, given by the quantities that determine their Lanczos weights. On
+/// at least one of the second and third axis each point is between voxels.
 struct LanczosPoints {
   static constexpr int most = 64;
-  static constexpr int mostLanes = 8;  ///< of the vectors that their weights are computed in
+  static constexpr int mostLanes = 8;  ///< of the vectors in which their weights are computed
 
   struct Axis {
     std::int64_t n;         ///< voxels
     int below[most];        ///< the voxel at or below the point
-    double fraction[most];  ///< how far the point lies behind it, below 1
+    double fraction[most];  ///< distance of the point from it, below 1
     double sine[most];      ///< of a third of pi times `fraction`
     double cosine[most];
   };
@@ -23,10 +23,11 @@ struct LanczosPoints {
 
   explicit LanczosPoints(const std::int64_t (&dims)[3]);
 
-  /// False, nothing added, for a position on a voxel of both the second and the third axis.
+  /// Returns false, and adds nothing, for a position on a voxel of both the second and the third
+  /// axis.
   bool add(const double (&position)[3]);
 
-  /// To be called behind the last point. What vectors hold behind it repeats that point.
+  /// Must be called after the last point. Fills the rest of a vector with that point.
   void complete();
 };
 

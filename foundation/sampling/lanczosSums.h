@@ -7,8 +7,8 @@
 namespace voxreg::detail {
 
 /// Writes the sum over the taps of each point, for a volume with one data variable, in the order
-/// and to the bits of the sum over lanczosTaps. Not finite where a voxel of the window of six
-/// voxels per axis isn't, be it one without a share.
+/// and with the bits of the sum over lanczosTaps. Not finite if a voxel of the window of six voxels
+/// per axis is not, even one with weight 0.
 using LanczosSum = void (*)(const void* voxels, const LanczosPoints& points, double* sums);
 
 struct LanczosSums {
@@ -19,8 +19,8 @@ extern const LanczosSums portableLanczosSums;
 extern const LanczosSums avx2LanczosSums;
 extern const LanczosSums avx512LanczosSums;
 
-/// The sums for a volume by an instruction set that this machine has. Null for several data
-/// variables and for axes whose places no int holds.
+/// The sums for a volume with an instruction set that this machine has. Null for several data
+/// variables and for axes whose indices do not fit into an int.
 LanczosSum lanczosSum(const VoxelGrid& grid, InstructionSet set);
 
 }  // namespace voxreg::detail

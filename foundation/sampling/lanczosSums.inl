@@ -1,11 +1,11 @@
 // Included once per instruction set, inside a namespace that holds that set's Lanes. Nothing here
-// may use functions that the rest of the library shares.
+// may use functions that are shared with the rest of the library.
 
-/// The shares of the taps of a portion of points on one axis.
+/// The weights of the taps of a batch of points on one axis.
 class LanczosShares {
  public:
   void compute(const LanczosPoints::Axis& axis, int count) {
-    // A point on a voxel divides nothing by zero.
+    // Prevents a division by zero for a point on a voxel.
     const auto least = Lanes::all(negligibleFraction);
     for (int i = 0; i < count; i += Lanes::width) {
       const auto fraction = Lanes::larger(Lanes::load(axis.fraction + i), least);
@@ -45,10 +45,10 @@ class LanczosShares {
   double shares_[numLanczosTaps][LanczosPoints::most];
 };
 
-/// The sums of a portion of points. Neighbouring points share most of their windows: those of a run
-/// that reads the same lines of voxels share a table, in which the voxels at one place of all lines
-/// stand side by side, so that the sums of the lines go on together, each in its own order. Taps
-/// without a share add zeros, which changes no sum.
+/// The sums of a batch of points. Neighbouring points share most of their windows: points of a run
+/// that read the same lines of voxels share a table, in which the voxels at one index of all lines
+/// are adjacent, so that the lines are summed in parallel, each in its own order. Taps with weight
+/// 0 add zeros, which does not change a sum.
 template <class T>
 class LanczosRuns {
  public:
@@ -75,12 +75,12 @@ class LanczosRuns {
   static constexpr int before = lanczosLobes - 1;  ///< taps before the voxel below a point
   static constexpr int block = 8;                  ///< columns that are filled at once
   static constexpr int maxColumns = LanczosPoints::most + block;
-  static constexpr int together = 8;  ///< points whose terms are added up together
+  static constexpr int together = 8;  ///< points whose terms are added in parallel
 
   using Pair = double __attribute__((vector_size(16)));
   using Four = double __attribute__((vector_size(32)));
 
-  /// Behind the last point that reads the lines of point `first`, without a gap between windows.
+  /// The end of the points that read the lines of point `first` without a gap between windows.
   int endOfRun(int first) {
     int low = x_.below[first];
     int high = low;
@@ -105,7 +105,7 @@ class LanczosRuns {
            (z_.fraction[a] > 0.0) == (z_.fraction[b] > 0.0);
   }
 
-  /// True if the point reads lines of six slices, not of one plane.
+  /// True if the point reads lines of six slices, not of one.
   bool liesBetweenSlices(int point) const {
     return y_.fraction[point] > 0.0 && z_.fraction[point] > 0.0;
   }
@@ -118,7 +118,7 @@ class LanczosRuns {
     for (int i = first; i < last; ++i) weigh<lines>(i, terms_[i]);
   }
 
-  /// The share of each line.
+  /// The weight of each line.
   template <int planes>
   void shareOut(int point, const LanczosShares& across, double* shares) const {
     Pair y[taps / 2];
@@ -133,7 +133,7 @@ class LanczosRuns {
     }
   }
 
-  /// Turns the share of each line into its term of the sum.
+  /// Turns the weight of each line into its term of the sum.
   template <int lines>
   void weigh(int point, double* terms) const {
     const double* const column =
@@ -186,7 +186,7 @@ class LanczosRuns {
     return true;
   }
 
-  /// The terms of n points, each point's in their order.
+  /// The terms of n points, each in its own order.
   template <int lines, int n>
   void addUp(int first, double* sums) const {
     double sum[n] = {};
@@ -199,7 +199,8 @@ class LanczosRuns {
     return index < 0 ? 0 : index < n ? index : n - 1;
   }
 
-  /// The lines that a point reads, from place `from` on. Those beside the volume have no share.
+  /// The lines that a point reads, starting at index `from`. Those outside the volume have weight
+  /// 0.
   template <int planes>
   void findLines(int point, int from, const T* (&lines)[taps * planes]) const {
     const bool acrossZ = planes > 1 || z_.fraction[point] > 0.0;
@@ -213,7 +214,7 @@ class LanczosRuns {
       }
   }
 
-  /// Places beside the volume have no share and count as zeros.
+  /// Indices outside the volume have weight 0 and count as zeros.
   template <int planes>
   void fillTable(int point) {
     constexpr int lines = taps * planes;
@@ -223,7 +224,7 @@ class LanczosRuns {
     for (int i = (to - start_) * lines; i < columns_ * lines; ++i) table_[i] = 0.0;
     const T* line[lines];
     findLines<planes>(point, from, line);
-    // Whole blocks as long as all lines have voxels there, be they those of the next line.
+    // Whole blocks while all lines have voxels there, even if those belong to the next line.
     const std::int64_t room = voxels_ + x_.n * y_.n * z_.n - line[lines - 1];
     double* column = table_ + (from - start_) * lines;
     for (int c = 0; c < to - from;) {
@@ -240,7 +241,7 @@ class LanczosRuns {
     }
   }
 
-  /// Copies n places of all lines into their columns.
+  /// Copies n indices of all lines into their columns.
   template <int n, int lines>
   static void copy(const T* const (&line)[lines], int place, double* columns) {
     double a[block];
@@ -262,8 +263,8 @@ class LanczosRuns {
   const LanczosPoints::Axis& y_;
   const LanczosPoints::Axis& z_;
   int count_;
-  int start_ = 0;    ///< place of the table's first column
-  int columns_ = 0;  ///< of the table in use
+  int start_ = 0;    ///< index of the table's first column
+  int columns_ = 0;  ///< columns of the table in use
   LanczosShares shares_[3];
   alignas(64) double terms_[LanczosPoints::most][taps * taps];
   alignas(64) double table_[taps * taps * maxColumns];

@@ -35,7 +35,7 @@ Outcome<VlEvaluator> VolumeCore::makeEvaluator(VlData& volume, TapRule rule) {
   if (access.reason != nullptr) return {nullptr, access.reason};
   const NmHandle<VlEvaluator> evaluator =
       makeGridEvaluator(access.object, gridOf(volume), boxOf(volume), rule);
-  if (evaluator == nullptr) return {nullptr, "the voxels are not in one block of a served type"};
+  if (evaluator == nullptr) return {nullptr, "the voxels are not in one block of a supported type"};
   return {evaluator};
 }
 

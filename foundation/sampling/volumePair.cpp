@@ -7,7 +7,8 @@
 namespace voxreg::detail {
 namespace {
 
-/// Waits for the volume at the lower address first, as all do who wait with a lock in hand.
+/// Waits for the volume at the lower address first, as everyone does who waits while holding a
+/// lock.
 VolumePair lockInOrder(VlData& source, VlData& target) {
   VolumePair pair;
   const auto lockSource = [&] { pair.source = VolumeCore::lock(source, false).object; };
@@ -24,7 +25,7 @@ VolumePair lockInOrder(VlData& source, VlData& target) {
 
 }  // namespace
 
-// What the thread's own locks prevent shows at the first attempt, whatever the addresses are.
+// Conflicts with the thread's own locks show at the first attempt, whatever the addresses are.
 VolumePair lockPair(VlData& source, VlData& target) {
   VolumePair pair;
   pair.source = VolumeCore::lock(source, false).object;

@@ -15,9 +15,9 @@ struct VolumePair {
   bool isOpen() const { return source != nullptr && target != nullptr; }
 };
 
-/// Waits for both locks, but never with one of them in hand for a thread that may do the reverse:
-/// threads may copy to and fro between two volumes. Not open, and without a line, where one of them
-/// is not to be had.
+/// Waits for both locks, but never while holding one of them against a thread that may do the
+/// reverse: threads may copy in both directions between two volumes. Not open, and without a log
+/// line, if one of them is not available.
 VolumePair lockPair(VlData& source, VlData& target);
 
 }  // namespace voxreg::detail

@@ -7,7 +7,7 @@ bool hasInstructionSet(InstructionSet set) {
     case InstructionSet::portable:
       return true;
 #if defined(VOXREG_X86_KERNELS)
-    // These ask the operating system too: a register that it does not save counts as missing.
+    // These also query the operating system: a register that it does not save counts as missing.
     case InstructionSet::avx2:
       return __builtin_cpu_supports("avx2");
     case InstructionSet::avx512:

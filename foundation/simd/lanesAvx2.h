@@ -7,21 +7,21 @@
 
 namespace voxreg::detail::avx2 {
 
-/// Four rows side by side. Every operation is the scalar one per lane.
+/// Four lanes. Every operation is the scalar one per lane.
 struct Lanes {
   static constexpr int width = 4;
   using Doubles = __m256d;
   using Mask = __m256d;
 
-  /// To be called last: GCC 12 does not always clear the upper halves of the registers, and what
-  /// remains there slows down all SSE code from then on.
+  /// Must be called last: GCC 12 does not always clear the upper halves of the registers, and what
+  /// remains there slows down all later SSE code.
   static void leave() { _mm256_zeroupper(); }
 
   static Doubles all(double value) { return _mm256_set1_pd(value); }
   static Doubles load(const double* p) { return _mm256_loadu_pd(p); }
   static void store(double* p, Doubles v) { _mm256_storeu_pd(p, v); }
 
-  /// The larger or smaller one; `b` where one of them is NaN.
+  /// The larger or smaller value; `b` if one of them is NaN.
   static Doubles larger(Doubles a, Doubles b) { return _mm256_max_pd(a, b); }
   static Doubles smaller(Doubles a, Doubles b) { return _mm256_min_pd(a, b); }
 
@@ -29,7 +29,7 @@ struct Lanes {
   static Doubles whole(Doubles v) {
     return _mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
   }
-  /// Stores whole numbers as integers, which the sum with 1.5 * 2^52 holds in its low bits.
+  /// Stores integral values as integers, which the sum with 1.5 * 2^52 holds in its low bits.
   static void storeWhole(std::int64_t* p, Doubles v) {
     const __m256d shift = _mm256_set1_pd(0x1.8p52);
     _mm256_storeu_si256(
@@ -37,7 +37,7 @@ struct Lanes {
         _mm256_sub_epi64(_mm256_castpd_si256(v + shift), _mm256_castpd_si256(shift)));
   }
 
-  /// Lanes that lie in [lower, upper]; NaN lies nowhere.
+  /// Mask of the lanes in [lower, upper]; false for NaN.
   static Mask within(Doubles v, Doubles lower, Doubles upper) {
     return both(_mm256_cmp_pd(v, lower, _CMP_GE_OQ), _mm256_cmp_pd(v, upper, _CMP_LE_OQ));
   }
@@ -49,7 +49,7 @@ struct Lanes {
     return _mm256_blendv_pd(other, v, mask);
   }
 
-  /// The voxels that stand at `lane`, widened.
+  /// The voxels starting at `lane`, widened.
   template <class U>
   static Doubles widen(const U* voxels) {
     if constexpr (std::is_same_v<U, double>)
@@ -65,7 +65,7 @@ struct Lanes {
     }
   }
 
-  /// The two voxels that stand at 2 * lane, widened.
+  /// The two voxels starting at 2 * lane, widened.
   template <class U>
   static void widenPairs(const U* pairs, Doubles& first, Doubles& second) {
     if constexpr (std::is_same_v<U, double>) {

@@ -7,21 +7,21 @@
 
 namespace voxreg::detail::avx512 {
 
-/// Eight rows side by side. Every operation is the scalar one per lane.
+/// Eight lanes. Every operation is the scalar one per lane.
 struct Lanes {
   static constexpr int width = 8;
   using Doubles = __m512d;
   using Mask = __mmask8;
 
-  /// To be called last: GCC 12 does not always clear the upper halves of the registers, and what
-  /// remains there slows down all SSE code from then on.
+  /// Must be called last: GCC 12 does not always clear the upper halves of the registers, and what
+  /// remains there slows down all later SSE code.
   static void leave() { _mm256_zeroupper(); }
 
   static Doubles all(double value) { return _mm512_set1_pd(value); }
   static Doubles load(const double* p) { return _mm512_loadu_pd(p); }
   static void store(double* p, Doubles v) { _mm512_storeu_pd(p, v); }
 
-  /// The larger or smaller one; `b` where one of them is NaN.
+  /// The larger or smaller value; `b` if one of them is NaN.
   static Doubles larger(Doubles a, Doubles b) { return _mm512_max_pd(a, b); }
   static Doubles smaller(Doubles a, Doubles b) { return _mm512_min_pd(a, b); }
 
@@ -29,12 +29,12 @@ struct Lanes {
   static Doubles whole(Doubles v) {
     return _mm512_roundscale_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
   }
-  /// Stores whole numbers as integers.
+  /// Stores integral values as integers.
   static void storeWhole(std::int64_t* p, Doubles v) {
     _mm512_storeu_si512(p, _mm512_cvttpd_epi64(v));
   }
 
-  /// Lanes that lie in [lower, upper]; NaN lies nowhere.
+  /// Mask of the lanes in [lower, upper]; false for NaN.
   static Mask within(Doubles v, Doubles lower, Doubles upper) {
     return _mm512_mask_cmp_pd_mask(_mm512_cmp_pd_mask(v, lower, _CMP_GE_OQ), v, upper, _CMP_LE_OQ);
   }
@@ -46,7 +46,7 @@ struct Lanes {
     return _mm512_mask_blend_pd(mask, other, v);
   }
 
-  /// The voxels that stand at `lane`, widened.
+  /// The voxels starting at `lane`, widened.
   template <class U>
   static Doubles widen(const U* voxels) {
     if constexpr (std::is_same_v<U, double>)
@@ -63,7 +63,7 @@ struct Lanes {
     }
   }
 
-  /// The two voxels that stand at 2 * lane, widened.
+  /// The two voxels starting at 2 * lane, widened.
   template <class U>
   static void widenPairs(const U* pairs, Doubles& first, Doubles& second) {
     if constexpr (std::is_same_v<U, double>) {

@@ -10,15 +10,15 @@
 
 namespace voxreg::detail::portable {
 
-/// Two rows side by side, in the vector extension that GCC and Clang share: SSE2 on x86-64, NEON on
-/// AArch64, plain doubles elsewhere. Every operation is the scalar one per lane, so that results do
-/// not depend on the number of lanes.
+/// Two lanes, in the vector extension that GCC and Clang share: SSE2 on x86-64, NEON on AArch64,
+/// plain doubles elsewhere. Every operation is the scalar one per lane, so results do not depend on
+/// the number of lanes.
 struct Lanes {
   static constexpr int width = 2;
   using Doubles = double __attribute__((vector_size(16)));
   using Mask = decltype(Doubles() < Doubles());
 
-  /// To be called last.
+  /// Must be called last.
   static void leave() {}
 
   static Doubles all(double value) { return Doubles{value, value}; }
@@ -29,7 +29,7 @@ struct Lanes {
   }
   static void store(double* p, Doubles v) { std::memcpy(p, &v, sizeof v); }
 
-  /// The larger or smaller one; `b` where one of them is NaN.
+  /// The larger or smaller value; `b` if one of them is NaN.
   static Doubles larger(Doubles a, Doubles b) { return a > b ? a : b; }
   static Doubles smaller(Doubles a, Doubles b) { return a < b ? a : b; }
 
@@ -37,14 +37,14 @@ struct Lanes {
   static Doubles whole(Doubles v) {
     return __builtin_convertvector(__builtin_convertvector(v, Ints), Doubles);
   }
-  /// Stores whole numbers as integers, which the sum with 1.5 * 2^52 holds in its low bits.
+  /// Stores integral values as integers, which the sum with 1.5 * 2^52 holds in its low bits.
   static void storeWhole(std::int64_t* p, Doubles v) {
     const Doubles shift = all(0x1.8p52);
     const Mask integers = reinterpret_cast<Mask>(v + shift) - reinterpret_cast<Mask>(shift);
     std::memcpy(p, &integers, sizeof integers);
   }
 
-  /// Lanes that lie in [lower, upper]; NaN lies nowhere.
+  /// Mask of the lanes in [lower, upper]; false for NaN.
   static Mask within(Doubles v, Doubles lower, Doubles upper) {
     return (v >= lower) & (v <= upper);
   }
@@ -54,7 +54,7 @@ struct Lanes {
   /// `v` in the lanes of the mask and `other` in the rest.
   static Doubles select(Mask mask, Doubles v, Doubles other) { return mask ? v : other; }
 
-  /// The voxels that stand at `lane`, widened.
+  /// The voxels starting at `lane`, widened.
   template <class U>
   static Doubles widen(const U* voxels) {
     if constexpr (std::is_integral_v<U>)
@@ -63,7 +63,7 @@ struct Lanes {
       return Doubles{static_cast<double>(voxels[0]), static_cast<double>(voxels[1])};
   }
 
-  /// The two voxels that stand at 2 * lane, widened.
+  /// The two voxels starting at 2 * lane, widened.
   template <class U>
   static void widenPairs(const U* pairs, Doubles& first, Doubles& second) {
     if constexpr (std::is_integral_v<U>) {
@@ -80,7 +80,7 @@ struct Lanes {
 
   static Doubles integers(int first, int second) {
 #if defined(__SSE2__) && defined(__x86_64__)
-    // Both through one register: GCC converts a vector built of two integers one by one.
+    // Both in one register, since GCC converts a vector of two integers element by element.
     const std::uint64_t both = static_cast<unsigned>(first) |
                                static_cast<std::uint64_t>(static_cast<unsigned>(second)) << 32;
     return _mm_cvtepi32_pd(_mm_cvtsi64_si128(static_cast<long long>(both)));

@@ -4,8 +4,8 @@
 
 namespace voxreg::detail {
 
-/// Keeps an object alive beyond its last handle. One that no handle has ever held is its owner's,
-/// and stays when the last keeper goes.
+/// Keeps an object alive beyond its last handle. An object that no handle has ever held belongs to
+/// its owner, and is not destroyed with the last keeper.
 class KeepAlive {
  public:
   explicit KeepAlive(const NmHandableThreaded& object) noexcept : object_(object) {

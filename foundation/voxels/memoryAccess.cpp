@@ -8,8 +8,8 @@
 namespace voxreg::detail {
 namespace {
 
-/// One line of voxels in the block, counted in values: `count` groups of `width` neighbours, the
-/// groups `step` apart. A line along x is a single group.
+/// One line of voxels in the block, counted in values: `count` groups of `width` adjacent values,
+/// `step` apart. A line along x is a single group.
 struct Line {
   std::int64_t first = 0;
   std::int64_t step = 0;
@@ -17,7 +17,7 @@ struct Line {
   std::int64_t width = 0;
 };
 
-/// False unless exactly one coordinate is -1 and the others lie within the grid.
+/// False unless exactly one coordinate is -1 and the others are in the grid.
 bool findLine(const VoxelGrid& grid, const NmVec3l& position, Line& line) {
   std::int64_t stride = grid.numDataVars;
   int freeAxes = 0;

@@ -6,7 +6,7 @@
 
 namespace voxreg::detail {
 
-/// Access to one block of voxels of a served type, in grid order, which it does not own.
+/// Access to one block of voxels of a supported type, in grid order, which it does not own.
 NmHandle<VlDataAccess> makeMemoryAccess(const VoxelGrid& grid, void* voxels, bool writable);
 
 }  // namespace voxreg::detail

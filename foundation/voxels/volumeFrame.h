@@ -12,13 +12,13 @@ namespace voxreg::detail {
 /// Through the centres of a volume's outermost voxels, world units.
 NmBox3f boxOf(const VlData& volume);
 
-/// Voxels along each axis, limited to what an int can count.
+/// Voxels along each axis, clamped to the range of int.
 NmVec3i dimsOf(const VlData& volume);
 
 /// All voxels of a grid, both ends inclusive.
 NmBox3i allVoxels(const NmVec3i& dims);
 
-/// Where the voxels of a volume lie.
+/// Geometry of a volume's voxels.
 struct VolumeFrame {
   NmVec3i dims;
   NmBox3f box;
@@ -28,7 +28,7 @@ struct VolumeFrame {
 
   NmVec3f centre() const;
 
-  /// World coordinate of a voxel, which may lie outside.
+  /// World coordinate of a voxel index, which may be outside the volume.
   float position(int axis, std::int64_t index) const;
 };
 

@@ -13,8 +13,8 @@ struct VoxelGrid {
   int numDataVars = 0;
   NmPrimType type;
 
-  /// Values of all voxels and data variables; -1 where a count is below 1 or the bytes of the block
-  /// are more than a size can hold.
+  /// Number of values of all voxels and data variables; -1 if a count is below 1 or the block's
+  /// size in bytes is not representable.
   std::int64_t numValues() const;
 };
 

@@ -6,8 +6,8 @@
 #include "foundation/voxels/keepAlive.h"
 #include "foundation/voxels/voxelLock.h"
 
-/// What an access gives back when it goes: the lock first, then its part in the volume, which owns
-/// that lock. An access carries several where a volume hands out another volume's access.
+/// What an access releases at its end: the lock first, then its share in the volume, which owns
+/// that lock. An access holds several if a volume returns another volume's access.
 struct VlDataAccess::Hold : NmAllocated {
   Hold(VlData* owner, voxreg::detail::VoxelLease&& taken)
       : volume(*owner), lease(std::move(taken)) {}

@@ -7,7 +7,7 @@
 
 namespace voxreg::detail {
 
-/// Neighbouring voxels as floats, and back, as VlDataAccess::row and putRow convert them.
+/// Converts adjacent voxels to floats and back, as in VlDataAccess::row and putRow.
 template <class T>
 void readVoxels(const T* voxels, std::int64_t n, float* buffer) {
   for (std::int64_t i = 0; i < n; ++i) buffer[i] = static_cast<float>(voxels[i]);
@@ -16,7 +16,7 @@ void readVoxels(const T* voxels, std::int64_t n, float* buffer) {
 template <class T>
 void writeVoxels(T* voxels, std::int64_t n, const float* buffer) {
   if constexpr (fitsSixteenBits<T>) {
-    // Most lines hold nothing but values within the limits, for which the rounding alone is right.
+    // Most lines hold only values within the limits, for which the rounding alone is correct.
     unsigned strays = 0;
     for (std::int64_t i = 0; i < n; ++i) {
       const int bits = roundedBits(buffer[i]);
@@ -28,7 +28,7 @@ void writeVoxels(T* voxels, std::int64_t n, const float* buffer) {
   for (std::int64_t i = 0; i < n; ++i) voxels[i] = toVoxel<T>(buffer[i]);
 }
 
-/// The same for a block of voxels of a served type, from the value `first` on.
+/// The same for a block of voxels of a supported type, starting at the value `first`.
 void readVoxels(NmPrimType type, const void* block, std::int64_t first, std::int64_t n,
                 float* buffer);
 void writeVoxels(NmPrimType type, void* block, std::int64_t first, std::int64_t n,

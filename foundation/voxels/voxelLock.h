@@ -12,8 +12,8 @@
 
 namespace voxreg::detail {
 
-/// Names a thread for good: an id alone passes to a new thread once its first bearer has ended,
-/// perhaps while a lock which that one took still stands.
+/// Identifies a thread permanently: a thread id alone passes to a new thread once its first owner
+/// has ended, possibly while a lock taken by it is still held.
 struct ThreadIdentity {
   std::thread::id id;
   std::chrono::steady_clock::time_point since;
@@ -24,20 +24,20 @@ struct ThreadIdentity {
 static_assert(std::is_trivially_copyable_v<ThreadIdentity>);
 
 /// Lock of a volume's voxels: many readers or one writer. A reader never waits for a waiting
-/// writer, so that whoever reads may read on, and threads that take two volumes in different orders
-/// to read cannot block each other.
+/// writer, so a thread that reads may continue to read, and threads that lock two volumes for
+/// reading in different orders cannot block each other.
 class VoxelLock : public NmAllocated {
  public:
   enum class Answer {
     granted,
-    busy,       ///< not to be had without waiting
-    impossible  ///< the thread's own lock is in the way, so that waiting would never end
+    busy,       ///< not available without waiting
+    impossible  ///< the thread's own lock conflicts, so waiting would never end
   };
 
-  /// Takes the lock for the calling thread. May throw NmMemoryException, the lock unchanged.
+  /// Takes the lock for the calling thread. May throw NmMemoryException, with the lock unchanged.
   Answer acquire(bool write, bool wait);
 
-  /// Gives back, on any thread, what `owner` acquired.
+  /// Releases, on any thread, what `owner` acquired.
   void release(const ThreadIdentity& owner, bool write) noexcept;
 
  private:
@@ -56,7 +56,7 @@ class VoxelLock : public NmAllocated {
   ThreadIdentity writer_;
 };
 
-/// What one acquisition of a VoxelLock got; gives it back at the end of its life.
+/// The result of one acquisition of a VoxelLock; releases it at the end of its lifetime.
 class VoxelLease {
  public:
   VoxelLease(VoxelLock& lock, bool write, bool wait)

@@ -16,7 +16,7 @@ struct Extremes {
   T min = hasInfinity ? std::numeric_limits<T>::infinity() : std::numeric_limits<T>::max();
   T max = hasInfinity ? -std::numeric_limits<T>::infinity() : std::numeric_limits<T>::lowest();
 
-  // A comparison with NaN is false, which passes it over.
+  // A comparison with NaN is false, so NaN is skipped.
   void add(T value) {
     min = value < min ? value : min;
     max = value > max ? value : max;
@@ -30,8 +30,8 @@ struct Extremes {
 
 template <class T>
 Extremes<T> extremesOf(const T* values, std::int64_t n) {
-  // Compilers vectorise a search over integers. That over floating point has a fixed order, whose
-  // latency is hidden by independent chains.
+  // Compilers vectorise the search over integers. The one over floating point has a fixed order;
+  // independent chains hide its latency.
   constexpr int numChains = std::is_integral_v<T> ? 1 : 4;
   Extremes<T> chains[numChains];
   std::int64_t i = 0;

@@ -5,8 +5,8 @@
 
 namespace voxreg::detail {
 
-/// Smallest and largest value behind `access`, NaN passed over. False, `min` and `max` untouched,
-/// where there is no number or a line can't be read.
+/// Smallest and largest value of `access`; NaN is skipped. Returns false, with `min` and `max`
+/// unchanged, if there is no number or a line cannot be read.
 bool findVoxelRange(const VlDataAccess& access, const VoxelGrid& grid, float& min, float& max);
 
 }  // namespace voxreg::detail

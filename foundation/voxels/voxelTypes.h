@@ -8,8 +8,8 @@
 
 namespace voxreg::detail {
 
-/// Calls `f.template operator()<T>()` with the voxel type that `type` names. False, and no call,
-/// for a type that no volume holds.
+/// Calls `f.template operator()<T>()` with the voxel type that `type` denotes. Returns false,
+/// without a call, for a type that no volume holds.
 template <class F>
 bool withVoxelType(NmPrimType type, F&& f) {
   switch (static_cast<int>(type)) {
@@ -40,15 +40,15 @@ inline bool isServedVoxelType(NmPrimType type) {
   return withVoxelType(type, []<class T>() {});
 }
 
-/// The nearest whole number, ties to even, of a value within the limits of int.
+/// The nearest integer, ties to even, of a value within the limits of int.
 inline int roundToInt(double value) {
-  // Adding 1.5 * 2^52 leaves no bits below the unit, so the processor rounds to nearest even.
+  // Adding 1.5 * 2^52 leaves no bits below 1, so the processor rounds to nearest even.
   constexpr double unit = 6755399441055744.0;
   return static_cast<int>((value + unit) - unit);
 }
 
-/// A value as a voxel: integers take the nearest, ties to even, saturate at their limits, and turn
-/// NaN into 0; floating-point types take it as it is.
+/// Converts a value to a voxel: integers take the nearest, ties to even, saturate at their limits,
+/// and turn NaN into 0; floating-point types take it unchanged.
 template <class T>
 inline T toVoxel(double value) {
   if constexpr (std::is_floating_point_v<T>) {
@@ -67,9 +67,9 @@ inline T toVoxel(double value) {
 template <class T>
 inline constexpr bool fitsSixteenBits = std::is_integral_v<T> && sizeof(T) <= 2;
 
-// Adding 1.5 * 2^23 rounds a float to the unit, ties to even, and leaves the result in the low bits
-// of the sum's representation. As whole numbers such representations are in the order of the
-// floats, and compilers turn comparisons of whole numbers into vector code.
+// Adding 1.5 * 2^23 rounds a float to an integer, ties to even, and leaves the result in the low
+// bits of the sum's representation. As integers such representations are ordered like the floats,
+// and compilers vectorise comparisons of integers.
 inline constexpr int zeroBits = 0x4B400000;
 template <class T>
 inline constexpr int lowestBits = zeroBits + std::numeric_limits<T>::lowest();

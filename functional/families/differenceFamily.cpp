@@ -26,7 +26,7 @@ void walkAffine(const WalkFrame& frame, RegMetric& metric, int, const KernelTabl
   addTo(metric, sums, reference.numVoxels());
 }
 
-// Forms the steps in a way of its own, which rounds apart from that of the other families.
+// This family computes the steps differently from the others, with different rounding.
 GridSteps gridSteps(const WalkFrame& frame) {
   const int nx = frame.referenceDims[0];
   const int ny = frame.referenceDims[1];

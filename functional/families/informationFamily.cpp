@@ -11,8 +11,8 @@ bool holds(const RegMetric* metric) {
   return dynamic_cast<const RegMutualInformation*>(metric) != nullptr;
 }
 
-/// The work histogram of one kernel call. With a single one its contents replace the metric's, with
-/// more they are added; only the first ever receives samples.
+/// The work histogram of one kernel call. A single one replaces the metric's contents; several are
+/// added to them. Only the first ever receives samples.
 class WorkHistogram {
  public:
   WorkHistogram(RegMutualInformation& metric, int numHistograms)

@@ -18,10 +18,10 @@ struct ValueRange {
   bool contains(double value) const { return value >= min && value <= max; }
 };
 
-/// What the metrics that share sums have in common. A walk of a frame that is not complete adds
-/// nothing; what `numHistograms` means is told in functional/reg_evaluateUniform.h.
+/// Properties common to the metrics that share sums. A walk of an incomplete frame adds nothing;
+/// see functional/reg_evaluateUniform.h for `numHistograms`.
 struct MetricFamily {
-  /// Whether a metric, which may be null, is one of the family.
+  /// Whether a metric, which may be null, belongs to the family.
   bool (*holds)(const RegMetric* metric);
 
   void (*walkAffine)(const WalkFrame& frame, RegMetric& metric, int numHistograms,
@@ -31,18 +31,18 @@ struct MetricFamily {
   void (*walkBricks)(const WalkFrame& frame, const RegNonAffineTransform& grid, RegMetric& metric,
                      int numHistograms, const KernelTable& table);
 
-  /// The reference's values that samples are taken from; null for a family that takes any.
+  /// The range of reference values from which samples are taken; null for a family that takes any.
   ValueRange (*referenceRange)(const RegMetric& metric);
 
-  double penaltyWeight;  ///< of irregular bricks
-  bool rangeIsCoverage;  ///< a reference voxel out of range counts as one without a sample
+  double penaltyWeight;  ///< of irregular bricks (empirical)
+  bool rangeIsCoverage;  ///< a reference voxel out of range counts as having no sample
 };
 
 extern const MetricFamily differenceFamily;
 extern const MetricFamily correlationFamily;
 extern const MetricFamily informationFamily;
 
-/// What a metric is made from.
+/// Arguments for creating a metric.
 struct MetricSetup {
   int referenceType;  ///< NmPrimType of the voxels
   int modelType;
@@ -56,17 +56,17 @@ struct MetricSetup {
   bool smoothCoveragePenalty;
 };
 
-/// One of the metrics that a registration can be asked for.
+/// One of the metrics available to a registration.
 struct MetricRow {
   RegMetricKind kind;
   const MetricFamily& family;
   RegMetric* (*make)(const MetricSetup& setup);
 };
 
-/// Null where there is no metric of that number.
+/// Null if no metric has that number.
 const MetricRow* metricRow(unsigned int kind);
 
-/// The family of a metric, null for one that no kernel feeds.
+/// The family of a metric; null for one without a kernel.
 const MetricFamily* familyOf(const RegMetric* metric);
 
 }  // namespace voxreg::detail

@@ -4,13 +4,13 @@
 #include "functional/kernels/columns.inl"
 #include "functional/kernels/prefetch.inl"
 
-/// Positions of reference rows under an affine map. A position is reached by adding the step of one
-/// voxel over and over, from voxel 0 of the row, so that it rounds the same wherever a row is
+/// Positions of reference rows under an affine map. A position is computed by adding the step of
+/// one voxel repeatedly, starting at voxel 0 of the row, so it rounds the same wherever a row is
 /// entered.
 template <Abreast abreast>
 class AffinePositions {
  public:
-  /// The row clip leaves only samples that lie inside the model.
+  /// The row clip leaves only samples inside the model.
   static constexpr bool samplesNeedTest = false;
 
   explicit AffinePositions(const Walk& walk) : walk_(walk) {
@@ -19,7 +19,7 @@ class AffinePositions {
 
   static IndexSpan rowRange(const Walk& walk) { return {0, walk.referenceDims[1]}; }
 
-  /// Puts the rows of a block into the lanes and tells the voxels that each of them samples.
+  /// Puts the rows of a block into the lanes and sets the voxels that each of them samples.
   void startRows(const RowBlock& block, BlockSpan& span) {
     IndexSpan rows[Lanes::width];
     double first[3][Lanes::width];
@@ -42,7 +42,7 @@ class AffinePositions {
     for (int i = 0; i < x; ++i) advance();
   }
 
-  /// Hands out the positions, in model voxel coordinates, and moves on to the next voxel.
+  /// Returns the positions, in model voxel coordinates, and moves on to the next voxel.
   void take(typename Lanes::Doubles position[3]) {
     for (int axis = 0; axis < 3; ++axis) position[axis] = position_[axis];
     advance();

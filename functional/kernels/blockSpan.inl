@@ -28,7 +28,7 @@ class BlockSpan {
     inCommon_ = compare(common_.first);
   }
 
-  /// Lanes that have a voxel at x.
+  /// Mask of the lanes that have a voxel at x.
   typename Lanes::Mask at(int x) const {
     return x >= common_.first && x < common_.end ? inCommon_ : compare(x);
   }
@@ -36,7 +36,7 @@ class BlockSpan {
  private:
   typename Lanes::Mask compare(int x) const { return Lanes::within(Lanes::all(x), first_, last_); }
 
-  IndexSpan common_ = {0, 0};  ///< what every row samples that samples any
+  IndexSpan common_ = {0, 0};  ///< voxels common to all rows that sample any
   typename Lanes::Mask inCommon_ = {};
   typename Lanes::Doubles first_ = {};
   typename Lanes::Doubles last_ = {};

@@ -4,13 +4,13 @@
 #include "functional/kernels/columns.inl"
 #include "functional/kernels/prefetch.inl"
 
-/// Positions of reference rows through a grid of bricks. The map is taken apart in stages: the
-/// slice removes z, once per slice; the row removes y, once per row; what is left along x is linear
-/// within a brick. Only bricks that the walked box touches are evaluated.
+/// Positions of reference rows through a grid of bricks. The map is evaluated in stages: the slice
+/// stage eliminates z, once per slice; the row stage eliminates y, once per row; the rest is linear
+/// along x within a brick. Only bricks that the walked box touches are evaluated.
 template <Abreast abreast>
 class BrickPositions {
  public:
-  /// Nothing has been clipped.
+  /// Rows are not clipped.
   static constexpr bool samplesNeedTest = true;
 
   explicit BrickPositions(const Walk& walk)
@@ -43,7 +43,7 @@ class BrickPositions {
 
   void seek(int x) { x_ = x; }
 
-  /// Hands out the positions, in model voxel coordinates, and moves on to the next voxel.
+  /// Returns the positions, in model voxel coordinates, and moves on to the next voxel.
   void take(typename Lanes::Doubles position[3]) {
     const BrickPlace& place = walk_.grid.columns[x_++ - walk_.box.xmin];
     const double* const row = row_ + static_cast<std::int64_t>(rowDoubles) * Lanes::width *
@@ -55,8 +55,8 @@ class BrickPositions {
   }
 
  private:
-  /// The terms of a touched brick in a slice, of as many slices as there are lanes: slices that
-  /// stand abreast have a value per lane for each of them.
+  /// The terms of a touched brick in a slice, or in as many slices as there are lanes: with one
+  /// slice per lane they have a value per lane for each slice.
   double* sliceOf(int z, int i, int j) const {
     const IndexSpan* const touched = walk_.grid.touched;
     const std::int64_t bricks =
@@ -108,8 +108,8 @@ class BrickPositions {
       }
   }
 
-  /// The same for as many slices as there are lanes, from slice z on. Idle lanes go on behind the
-  /// box, where nothing is sampled.
+  /// The same for as many slices as there are lanes, starting at slice z. Idle lanes continue past
+  /// the box, where nothing is sampled.
   void evaluateAbreast(int z) {
     Layers layers;
     double fractions[Lanes::width];
@@ -126,7 +126,7 @@ class BrickPositions {
         evaluateAbreast(layers, i, j, sliceOf(walk_.box.zmin, i, j));
   }
 
-  /// Where the slices of the lanes fall in the layers of bricks.
+  /// Positions of the lanes' slices in the layers of bricks.
   struct Layers {
     typename Lanes::Doubles fraction;
     typename Lanes::Doubles brick;
@@ -174,8 +174,8 @@ class BrickPositions {
 
   const Walk& walk_;
   double* row_;     ///< rowDoubles per touched brick along x, each a value per lane
-  double* slices_;  ///< sliceDoubles per touched brick of the layer and per slice in flight
-  int slicesEnd_;   ///< evaluated so far
+  double* slices_;  ///< sliceDoubles per touched brick of the layer and slice in progress
+  int slicesEnd_;   ///< end of the slices evaluated so far
   int lanesInSpan_ = 0;
   int x_ = 0;
 };

@@ -2,11 +2,11 @@
 
 #include "functional/kernels/lanes.inl"
 
-/// Columns of a block that are worked on at a time.
+/// Number of columns of a block that are processed at a time.
 static constexpr int batchColumns = 32;
 
-/// Samples on their way through a kernel: a column is the voxels at one place along x of all rows
-/// of a block.
+/// Samples in progress in a kernel: a column is the voxels of all rows of a block at one index
+/// along x.
 template <class Located>
 struct Columns {
   static constexpr int capacity = batchColumns;
@@ -18,7 +18,7 @@ struct Columns {
   Located located[capacity];
 };
 
-/// The sum of lanes that hold small whole numbers.
+/// The sum of lanes that hold small integers.
 static std::int64_t wholeSumOf(typename Lanes::Doubles v) {
   double lanes[Lanes::width];
   Lanes::store(lanes, v);

@@ -3,7 +3,7 @@
 #include "functional/kernels/columns.inl"
 #include "functional/kernels/rowBlock.inl"
 
-/// The samples of the correlation family: those whose two values lie in their ranges.
+/// The samples of the correlation family: those with both values in their ranges.
 class CorrelationSamples {
  public:
   explicit CorrelationSamples(const CorrelationSums& sums)
@@ -16,8 +16,8 @@ class CorrelationSamples {
     return Lanes::both(counts, Lanes::within(Lanes::load(reference), minRef_, maxRef_));
   }
 
-  /// Hands the values of a column on, with 1 in the lanes that count and zeros in the rest: adding
-  /// a zero leaves a sum as it is, as none is ever -0.0.
+  /// Passes on the values of a column, with 1 in the lanes that count and zeros in the others.
+  /// Adding a zero does not change a sum, since none is ever -0.0.
   template <class Columns, class Add>
   [[gnu::always_inline]] void take(const Columns& columns, int i, Add add) const {
     const auto zero = Lanes::all(0.0);
@@ -38,7 +38,8 @@ struct SingleLane {
   using Doubles = double;
 };
 
-/// The five sums of a slice, in each lane one of its own. They go into the totals when it ends.
+/// The five sums of a slice, with a separate slice in each lane. They are added to the totals when
+/// the slice ends.
 template <class LanesOf>
 struct CorrelationSubtotals {
   using Value = typename LanesOf::Doubles;

@@ -4,7 +4,7 @@
 #include "functional/kernels/orderedSum.inl"
 
 /// One running sum of negated squared differences over the whole walk. The squares of a block are
-/// kept, and summed row after row while the next block is sampled.
+/// stored, and added row by row while the next block is sampled.
 class DifferenceAccumulator {
  public:
   static constexpr Abreast abreast = Abreast::rows;
@@ -21,7 +21,7 @@ class DifferenceAccumulator {
     return counts;
   }
 
-  /// What may be done in between.
+  /// Work to interleave with the fetches.
   OrderedSum& background() { return sum_; }
 
   template <class Columns>
@@ -56,8 +56,8 @@ class DifferenceAccumulator {
 
  private:
   DifferenceSums& sums_;
-  double* squares_;         ///< of the block that is being sampled
-  double* spare_;           ///< those being summed
+  double* squares_;         ///< of the block being sampled
+  double* spare_;           ///< of the block being summed
   std::int64_t count_ = 0;  ///< columns of squares
   OrderedSum sum_;
 };

@@ -4,9 +4,9 @@
 #include "functional/kernels/orderedSum.inl"
 #include "functional/kernels/rowBlock.inl"
 
-/// Partial-volume joint histogram: each sample spreads a weight of 1 over the four bins around its
-/// place between rows (reference) and columns (model). The places of a block are kept until the
-/// bins can be raised row after row.
+/// Partial-volume joint histogram: each sample distributes a weight of 1 over the four bins around
+/// its position between rows (reference) and columns (model). The bins and shares of a block are
+/// stored until the histogram can be updated row by row.
 template <bool ranged>
 class HistogramAccumulator {
  public:
@@ -63,8 +63,8 @@ class HistogramAccumulator {
 
     typename Lanes::Mask holds(Doubles value) const { return Lanes::within(value, min_, max_); }
 
-    /// The lower one of the two bins of a value; returns the share of the upper one. NaN counts as
-    /// the minimum.
+    /// The lower of the two bins of a value; returns the share of the upper one. NaN counts as the
+    /// minimum.
     Doubles split(Doubles value, Doubles& lower) const {
       const Doubles x =
           Lanes::smaller(Lanes::larger((value - min_) * scale_, Lanes::all(0.0)), top_);
@@ -102,6 +102,6 @@ class HistogramAccumulator {
   HistogramSums& sums_;
   Axis rows_;
   Axis columns_;
-  double* places_;  ///< of a column: the bins as integers, the two shares, each a value per lane
+  double* places_;  ///< per column: the bins as integers, the two shares, each a value per lane
   double* end_ = nullptr;
 };

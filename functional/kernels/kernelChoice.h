@@ -5,11 +5,11 @@
 
 namespace voxreg::detail {
 
-/// The kernels of one instruction set; null where this machine or build lacks it. For tests and
-/// measurements, which hand the table that they want to the walks.
+/// The kernels of one instruction set; null if this machine or build lacks it. For tests and
+/// measurements, which pass the table to the walks.
 const KernelTable* kernelsFor(InstructionSet set);
 
-/// The kernels that this machine runs fastest.
+/// The fastest kernels for this machine.
 const KernelTable& kernels();
 
 }  // namespace voxreg::detail

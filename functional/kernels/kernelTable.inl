@@ -25,8 +25,8 @@ struct Uniformly {
   }
 };
 
-/// The kernel of the correlation family: slices abreast, as many as there are lanes; those left
-/// over go row by row where they would fill no more than half of the lanes.
+/// The kernel of the correlation family: one slice per lane. Remaining slices are walked by rows if
+/// they would fill no more than half of the lanes.
 struct SlicesThenRows {
   template <template <Abreast> class Positions, class U>
   static void walk(const Walk& walk, CorrelationSums& sums) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// The pieces of a kernel are compiled inside a namespace that holds the Lanes of one instruction
-// set. One that is opened alone, by an editor or a check, sees the portable ones.
+// The parts of a kernel are compiled inside a namespace that holds the Lanes of one instruction
+// set. A part opened alone, by an editor or a check, sees the portable ones.
 #ifndef VOXREG_KERNEL_SET
 #include "foundation/simd/lanesPortable.h"
 #include "functional/kernels/walk.h"

@@ -2,14 +2,14 @@
 
 #include "functional/kernels/rowBlock.inl"
 
-/// Subtracts kept values from one running sum, row after row. Each addition waits for the one
-/// before, so it is done a few at a time, in the background of work that does not depend on it.
+/// Subtracts stored values from one running sum, row by row. Each addition depends on the previous
+/// one, so a few are done at a time, interleaved with work that does not depend on them.
 class OrderedSum {
  public:
   double sum = 0.0;
 
-  /// Takes over rows 0 .. rows - 1 of a block: value k of row r stands at values[k * width + r],
-  /// and `count`, the values of a row, is a multiple of the width.
+  /// Takes rows 0 .. rows - 1 of a block: value k of row r is values[k * width + r], and `count`,
+  /// the number of values per row, is a multiple of the width.
   void start(const double* values, std::int64_t count, int rows) {
     values_ = next_ = values;
     end_ = values + count * Lanes::width;
@@ -37,7 +37,7 @@ class OrderedSum {
   int rowsLeft_ = 0;
 };
 
-/// Nothing to do in the background.
+/// No background work.
 struct Idle {
   void operator()() const {}
 };

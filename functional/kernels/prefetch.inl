@@ -2,7 +2,7 @@
 
 #include "functional/kernels/lanes.inl"
 
-/// Addresses as numbers: what is asked for ahead of time may lie beyond a volume.
+/// Addresses as integers: a prefetched address may be outside a volume.
 static std::int64_t addressOf(const void* p) {
   return reinterpret_cast<std::int64_t>(p);
 }

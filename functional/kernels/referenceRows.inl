@@ -3,7 +3,7 @@
 #include "functional/kernels/columns.inl"
 #include "functional/kernels/rowBlock.inl"
 
-/// Voxels x .. x + n - 1 of the rows, widened, a value per lane for each x.
+/// Voxels x .. x + n - 1 of the rows, widened, with a value per lane for each x.
 template <class T, Abreast abreast>
 static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
   constexpr std::int64_t rowsAhead = abreast == Abreast::rows ? Lanes::width : 1;

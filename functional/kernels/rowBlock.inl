@@ -10,24 +10,24 @@ static int more(int a, int b) {
   return a > b ? a : b;
 }
 
-/// What the lanes of a block hold: successive rows in the order of the voxels, which may go on in
-/// the next slice, or the same row of successive slices.
+/// Contents of a block's lanes: successive rows in voxel order, which may continue in the next
+/// slice, or the same row of successive slices.
 enum class Abreast { rows, slices };
 
-/// Rows of the reference that are walked side by side, one in each lane.
+/// Rows of the reference that are walked in parallel, one in each lane.
 struct RowBlock {
   int y[Lanes::width];
   int z[Lanes::width];
-  int count;  ///< lanes in use; those beyond repeat the last row
+  int count;  ///< lanes in use; the others repeat the last row
 };
 
-/// Takes the rows `ys` of the slices `zs` apart into blocks.
+/// Splits the rows `ys` of the slices `zs` into blocks.
 template <Abreast abreast>
 class RowBlocks {
  public:
   RowBlocks(IndexSpan ys, IndexSpan zs) : ys_(ys), zs_(zs), y_(ys.first), z_(zs.first) {}
 
-  /// The next block; false where there is none.
+  /// The next block; false if there is none.
   bool next(RowBlock& block) {
     if (z_ >= zs_.end || countOf(ys_) == 0) return false;
     if constexpr (abreast == Abreast::rows)

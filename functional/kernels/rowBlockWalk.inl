@@ -4,9 +4,9 @@
 #include "functional/kernels/columns.inl"
 #include "functional/kernels/referenceRows.inl"
 
-/// Samples the rows of a block that `positions` stands on and hands them to the accumulator, a
+/// Samples the rows of the current block of `positions` and passes them to the accumulator, a
 /// number of columns at a time: positions and copies of voxels, then interpolation, then sums.
-/// Columns without a sample that counts are left out.
+/// Columns without a sample that counts are skipped.
 template <class Positions, class Sampler, class Accumulator>
 static void walkRows(const Walk& walk, const RowBlock& block, const BlockSpan& span,
                      Positions& positions, const Sampler& sampler,
@@ -40,8 +40,8 @@ static void walkRows(const Walk& walk, const RowBlock& block, const BlockSpan& s
   }
 }
 
-/// Walks the reference in blocks of rows, one row in each lane. The accumulator says what stands
-/// abreast, such that it can take every sum's terms in the order of the voxels.
+/// Walks the reference in blocks of rows, one row in each lane. The accumulator declares whether
+/// lanes hold rows or slices, such that it can take every sum's terms in voxel order.
 template <template <Abreast> class PositionsOf, class Sampler, class Accumulator>
 static void walkBlocks(const Walk& walk, Accumulator& accumulator) {
   PositionsOf<Accumulator::abreast> positions(walk);

@@ -6,11 +6,11 @@ static int countOf(const IndexSpan& span) {
   return span.end > span.first ? span.end - span.first : 0;
 }
 
-/// The voxels of a row of `length` whose positions lie within the model's bounds, the row starting
-/// at position `p`. Along an axis on which the row moves by s per voxel, voxel x lies at p + x * s;
-/// the bound on the entering side is crossed at t = (bound - p) / s, and the row starts behind t,
-/// at 0 or at trunc(t) + 1; on the leaving side it ends at trunc(t). Everything is compared in
-/// double before it is cast, so that a model far away gives no samples.
+/// The voxels of a row of `length` whose positions are within the model's bounds; the row starts at
+/// position `p`. Along an axis on which the row moves by s per voxel, voxel x is at p + x * s. The
+/// bound on the entering side is crossed at t = (bound - p) / s, and the row starts after t, at 0
+/// or at trunc(t) + 1; on the leaving side it ends at trunc(t). Comparisons are made in double
+/// before the cast, so a model far away gives no samples.
 static IndexSpan clipRow(const Walk& walk, const double p[3], int length) {
   IndexSpan span = {0, length};
   for (int axis = 0; axis < 3; ++axis) {

@@ -4,7 +4,7 @@
 #include "functional/kernels/orderedSum.inl"
 
 /// Correlation sums of a few slices, which would leave most lanes empty: the values of a block of
-/// rows are kept and added up row after row.
+/// rows are stored and added row by row.
 class RowwiseCorrelation {
  public:
   static constexpr Abreast abreast = Abreast::rows;
@@ -52,7 +52,7 @@ class RowwiseCorrelation {
   CorrelationSums& sums_;
   CorrelationSamples samples_;
   CorrelationSubtotals<SingleLane> subtotals_;
-  double* values_;  ///< of a column: the reference's, the model's, each a value per lane
+  double* values_;  ///< per column: the reference's, the model's, each a value per lane
   double* end_ = nullptr;
   int slice_;
 };

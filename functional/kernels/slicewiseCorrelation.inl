@@ -3,7 +3,7 @@
 #include "functional/kernels/correlationSamples.inl"
 #include "functional/kernels/orderedSum.inl"
 
-/// Correlation sums of many slices: each lane adds up a slice of its own.
+/// Correlation sums of many slices: each lane adds up a separate slice.
 class SlicewiseCorrelation {
  public:
   static constexpr Abreast abreast = Abreast::slices;

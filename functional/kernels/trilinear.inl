@@ -3,16 +3,16 @@
 #include "functional/kernels/columns.inl"
 #include "functional/kernels/prefetch.inl"
 
-/// Trilinear samples of a model. Per axis of n voxels a position is limited to [0, n - 1] and split
-/// into a cell, at most n - 2, and the fraction behind it; a NaN counts as 0. An axis of one voxel
-/// reads that voxel as both neighbours.
+/// Trilinear samples of a model. Per axis of n voxels a position is clamped to [0, n - 1] and split
+/// into a cell, at most n - 2, and the fraction in it; NaN counts as 0. An axis of one voxel uses
+/// that voxel as both neighbours.
 template <class U>
 class TrilinearSampler {
  public:
   using Doubles = typename Lanes::Doubles;
 
-  /// One sample per lane: its fractions, and the two voxels along x on each of four lines, which
-  /// are copied first and widened later so that the loads of many samples overlap.
+  /// One sample per lane: its fractions, and the two voxels along x on each of four lines. These
+  /// are copied first and widened later, so that the loads of many samples overlap.
   struct alignas(64) Located {
     double fraction[3][Lanes::width];
     std::int64_t corner[Lanes::width];
@@ -39,7 +39,7 @@ class TrilinearSampler {
     isTilted_ = sizeOf(walk.step[0][1]) + sizeOf(walk.step[0][2]) > tiltedStep;
   }
 
-  /// Lanes whose position lies within half a voxel of the model.
+  /// Mask of the lanes whose position is within half a voxel of the model.
   typename Lanes::Mask inside(const Doubles position[3]) const {
     const Doubles lower = Lanes::all(-0.5);
     const Doubles half = Lanes::all(0.5);
@@ -58,8 +58,8 @@ class TrilinearSampler {
     Lanes::storeWhole(out.corner, (cell[0] + cell[1] * stride_[1]) + cell[2] * stride_[2]);
   }
 
-  /// Copies the voxels that the located samples read in the first lanes, and calls background()
-  /// after each column.
+  /// Copies the voxels that the located samples read in the first `lanes` lanes, and calls
+  /// background() after each column.
   template <class Background>
   void fetch(Located* columns, int count, int lanes, Background& background) const {
     if (isTilted_)
@@ -92,8 +92,8 @@ class TrilinearSampler {
   }
 
  private:
-  /// Copies the voxels behind the corners, `along` of them differing along x. Everything stands in
-  /// locals: a store through a char pointer may alter any member.
+  /// Copies the voxels at the corners, `along` different ones along x. All pointers are locals,
+  /// since a store through a char pointer may alias any member.
   template <int along, class Background>
   [[gnu::always_inline]] void copyPairs(Located* columns, int count, int lanes,
                                         Background& background) const {
@@ -113,9 +113,9 @@ class TrilinearSampler {
     background = inBackground;
   }
 
-  /// Asks for what the rows some way ahead will read: the cache lines that a slice reads do not
-  /// stay in the nearest cache until the next slice comes by, and an oblique row enters new ones
-  /// every few voxels, the four lines of a cell at different places.
+  /// Prefetches what the rows some way ahead will read: the cache lines that a slice reads do not
+  /// stay in the nearest cache until the next slice, and an oblique row enters new ones every few
+  /// voxels, at different positions on the four lines of a cell.
   template <int lines, int columnStep>
   [[gnu::always_inline]] void prefetchAhead(const Located* columns, int count) const {
     for (int c = 0; c < count; c += columnStep)
@@ -141,9 +141,8 @@ class TrilinearSampler {
 
   const U* voxels_;
   std::int64_t neighbour_[3];
-  std::int64_t
-      ahead_[4];   ///< lines of voxel 0's cell, moved ahead, the lowest and the highest first
-  bool isTilted_;  ///< rows leave the model's lines every few voxels: a hint
+  std::int64_t ahead_[4];  ///< lines of voxel 0's cell, advanced, the lowest and the highest first
+  bool isTilted_;          ///< rows leave the model's lines every few voxels; only a hint
   Doubles stride_[3];
   Doubles top_[3];
   Doubles lastCell_[3];

@@ -41,14 +41,14 @@ struct BrickGrid {
   double scale[3];
   double zMin;                ///< of the grid's box, world units
   double zExtent;             ///< above 0
-  const BrickPlace* columns;  ///< of voxels box.xmin and on
-  const BrickPlace* rows;     ///< of rows box.ymin and on
-  IndexSpan touched[2];       ///< bricks that the columns and the rows fall into
+  const BrickPlace* columns;  ///< of voxels starting at box.xmin
+  const BrickPlace* rows;     ///< of rows starting at box.ymin
+  IndexSpan touched[2];       ///< bricks that contain the columns and the rows
 };
 
-/// What a walk of reference voxels through a model goes by: bare values and pointers, since a
-/// kernel that is compiled for one instruction set must not instantiate code that it shares with
-/// the rest of the library.
+/// Describes a walk of reference voxels through a model: plain values and pointers only, since a
+/// kernel compiled for one instruction set must not instantiate code that it shares with the rest
+/// of the library.
 struct WalkFrame {
   const void* reference;  ///< voxels, x fastest
   int referenceType;      ///< voxelTypeIndex
@@ -64,21 +64,23 @@ struct WalkFrame {
   double bounds[3][2];  ///< lower and upper bound of an affine position per model axis
 };
 
-/// A walk as the kernels see it, its box within the reference.
+/// A walk as the kernels see it, with its box inside the reference.
 struct Walk : WalkFrame {
-  double rowStep[3];  ///< about how far the next row lies, in model voxels: a hint
-  BrickGrid grid;     ///< of a walk through bricks, unused otherwise
+  double rowStep[3];  ///< approximate distance of the next row, in model voxels; only a hint
+  BrickGrid grid;     ///< for a walk through bricks, unused otherwise
   double* kept;       ///< keptDoubles for each voxel of a row, aligned to 64 bytes
-  double* stages;  ///< of a walk through bricks: stageDoubles for the touched bricks, aligned alike
+  double*
+      stages;  ///< for a walk through bricks: stageDoubles for the touched bricks, aligned likewise
 };
 
-/// Rows that a kernel works on side by side, at most; sizes the memory that it works in.
+/// Maximum number of rows that a kernel processes in parallel; determines the size of its working
+/// memory.
 inline constexpr int maxLanes = 8;
 
-/// What an accumulator keeps of a voxel of the rows in flight.
+/// Number of values that an accumulator stores per voxel of the rows in progress.
 inline constexpr std::int64_t keptDoubles = std::int64_t{3} * maxLanes;
 
-/// What the stages of a brick grid take for `columns` times `rows` bricks.
+/// Size of the stages of a brick grid for `columns` times `rows` bricks.
 constexpr std::int64_t stageDoubles(std::int64_t columns, std::int64_t rows) {
   return maxLanes * columns * (rowDoubles + sliceDoubles * rows);
 }
@@ -89,7 +91,7 @@ struct DifferenceSums {
 };
 
 struct CorrelationSums {
-  double minRef;  ///< closed ranges of the values that count
+  double minRef;  ///< closed ranges of values that count
   double maxRef;
   double minModel;
   double maxModel;
@@ -105,7 +107,7 @@ struct CorrelationSums {
 struct HistogramAxis {
   double min;    ///< value of bin 0
   double scale;  ///< bins per unit
-  double max;    ///< upper end of the values that count, where the range is asked for
+  double max;    ///< upper end of the values that count, if the range is used
   int count;     ///< bins
 };
 

@@ -18,7 +18,7 @@ using voxreg::ChestMask;
 using voxreg::detail::BodyAxes;
 using voxreg::detail::ChestVerdict;
 
-/// Value at a place in millimetres: to the left, to the back and to the head of the middle.
+/// Value at a point in millimetres to the left, to the back and to the head of the centre.
 using Show = double (*)(double x, double y, double z);
 
 /// The level of an ellipsoid's surface is 1.
@@ -222,8 +222,8 @@ TEST(ChestWallDecision, masksThePhantomsOfManySeeds) {
 
 class RealBodyTest : public testing::TestWithParam<const char*> {};
 
-/// Of the volumes at hand none is of breasts; the tomogram of the chest shows one lung, which is
-/// what it was taken for.
+/// None of the available volumes shows breasts; the tomogram of the chest shows one lung, its
+/// subject.
 TEST_P(RealBodyTest, isNotMasked) {
   VOXREG_SKIP_WITHOUT_SHARED_DATA();
   EXPECT_FALSE(verdictOn(host::readNifti(sharedData(GetParam()))).isChest);

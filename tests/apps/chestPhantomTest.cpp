@@ -15,7 +15,7 @@ double distance(const NmVec3d& a, const NmVec3d& b) {
   return host::length(host::difference(a, b));
 }
 
-/// Calls `visit` with places all over the box of the phantom.
+/// Calls `visit` with points all over the box of the phantom.
 template <class Visit>
 void forPlaces(double step, const Visit& visit) {
   for (double z = -88; z <= 88; z += step)

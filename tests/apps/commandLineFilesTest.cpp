@@ -9,7 +9,7 @@
 
 namespace {
 
-/// No file of the child may become larger, as if the disk were full.
+/// Limits the size of the child's files, as if the disk were full.
 void limitFiles(rlim_t bytes) {
   const rlimit limit = {bytes, bytes};
   (void)setrlimit(RLIMIT_FSIZE, &limit);

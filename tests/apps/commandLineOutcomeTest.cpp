@@ -31,7 +31,7 @@ std::string complaintsOf(const Child& child) {
   return kept;
 }
 
-/// A head, the same head moved by 6, -4, 3 mm, and volumes with which something is wrong.
+/// A head, the same head moved by 6, -4, 3 mm, and faulty volumes.
 class Outcome : public testing::Test {
  protected:
   void SetUp() override {
@@ -146,8 +146,8 @@ TEST_F(Outcome, thatIsDoubtfulComesWithWarningsHereAndInTheReport) {
       {"affine -r @r.nii -m @infinite.nii --dof 6", "27 voxels that are not finite", true},
       {"affine -r @r.nii -m @nowhere.nii --dof 6", "neither sform nor qform", true},
       {"affine -r @r.nii -m @m.nii --start @aside.txt --dof 3 --steps 0.01 0.01 --levels 1",
-       "of the reference only", true},
-      {"apply -r @r.nii -m @m.nii --matrix @aside.txt -o @out.nii", "of the reference only", false},
+       "overlap in only", true},
+      {"apply -r @r.nii -m @m.nii --matrix @aside.txt -o @out.nii", "overlap in only", false},
   };
   for (const auto& [line, warning, hasReport] : cases) {
     SCOPED_TRACE(line);
@@ -227,7 +227,7 @@ TEST_F(Outcome, ofElasticIsWhatApplyMakesOfItsTransform) {
 TEST_F(Outcome, isBadUsageWhereFilesMeetOrOptionsContradictEachOther) {
   std::filesystem::create_symlink(folder.file("m.nii"), folder.file("link.nii"));
   const std::pair<const char*, const char*> cases[] = {
-      {"affine -r @r.nii -m @m.nii", "nothing is to be written"},
+      {"affine -r @r.nii -m @m.nii", "no output is requested"},
       {"affine -r @r.nii -m @m.nii -o @link.nii", "--model and --output are the same file"},
       {"affine -r @r.nii -m @m.nii --start @away.txt --matrix @./away.txt",
        "--start and --matrix are the same file"},
@@ -236,7 +236,7 @@ TEST_F(Outcome, isBadUsageWhereFilesMeetOrOptionsContradictEachOther) {
       {"resample --input @m.nii -o @link.nii --size 8 8 8",
        "--input and --output are the same file"},
       {"affine -r @r.nii -m @m.nii -o @out.nii --start @away.txt --init none", "--init"},
-      {"affine -r @r.nii -m @m.nii -o @out.nii --background -5", "-5 is no background"},
+      {"affine -r @r.nii -m @m.nii -o @out.nii --background -5", "-5 cannot be the background"},
       {"affine -r @r.nii -m @m.nii -o @out.nii --interpolation cubit", "--interpolation"},
       {"afine -r @r.nii -m @m.nii", "there is no command afine; did you mean affine?"},
       {"segment", "there is no command segment"},

@@ -327,7 +327,7 @@ class ElasticCommandLine : public CommandLine {
     return more;
   }
 
-  /// Apart from the edges, at which the model shows something else.
+  /// Except at the edges, where the model shows something else.
   double meanSquare(const std::vector<float>& values) const {
     double sum = 0.0;
     const auto isInner = [](std::size_t place) { return place > 5 && place < 42; };

@@ -7,7 +7,8 @@
 #include "files/niftiVolume.h"
 #include "terminal/HostError.h"
 
-/// What reading a volume throws, as bad input; empty where it is read. Nothing else may speak up.
+/// The message that reading a volume throws, as bad input; empty if it is read. There must be no
+/// other output.
 inline std::string complaintOf(const std::string& path) {
   std::string complaint;
   testing::internal::CaptureStderr();

@@ -11,7 +11,7 @@ namespace {
 
 using host::NiftiVolume;
 
-/// A volume whose voxels are `show` of their places.
+/// A volume whose voxels are `show` of their positions.
 template <class Show>
 NiftiVolume volumeOf(const NmBox3f& box, NmPrimType type, const Show& show) {
   NiftiVolume volume = host::newVolume(NmVec3l(9, 8, 7), box, type);

@@ -138,9 +138,10 @@ TEST_F(ElasticRegistrationTest, masksChestsAndWhatItIsAskedTo) {
     return result.chestWall;
   };
   EXPECT_TRUE(told(before, after, Masking::chests).starts_with("masked: two lungs"));
-  EXPECT_EQ(told(before, after, Masking::none), "not masked, as asked");
-  EXPECT_EQ(told(balls[0], balls[1], Masking::chests), "not masked: no two lungs lie behind it");
-  EXPECT_EQ(told(balls[0], balls[1], Masking::required), "masked, as asked");
+  EXPECT_EQ(told(before, after, Masking::none), "not masked, as requested");
+  EXPECT_EQ(told(balls[0], balls[1], Masking::chests),
+            "not masked: there are no two lungs behind it");
+  EXPECT_EQ(told(balls[0], balls[1], Masking::required), "masked, as requested");
 }
 
 }  // namespace

@@ -173,11 +173,11 @@ TEST_F(DamagedFiles, saySoWhereTheHeaderIsNoGood) {
     change(header);
     expect("bad.nii", bytesOf(header, six), complaint);
   };
-  expectOf([](nifti_1_header& h) { h.dim[0] = 0; }, "announces 0 dimensions");
-  expectOf([](nifti_1_header& h) { h.dim[0] = 8; }, "announces 8 dimensions");
-  expectOf([](nifti_1_header& h) { h.dim[2] = -2; }, "announces -2 voxels on axis 2");
-  expectOf([](nifti_1_header& h) { h.vox_offset = NAN; }, "no place of the voxels");
-  expectOf([](nifti_1_header& h) { h.vox_offset = 1e30f; }, "no place of the voxels");
+  expectOf([](nifti_1_header& h) { h.dim[0] = 0; }, "declares 0 dimensions");
+  expectOf([](nifti_1_header& h) { h.dim[0] = 8; }, "declares 8 dimensions");
+  expectOf([](nifti_1_header& h) { h.dim[2] = -2; }, "declares -2 voxels on axis 2");
+  expectOf([](nifti_1_header& h) { h.vox_offset = NAN; }, "no valid offset of the voxels");
+  expectOf([](nifti_1_header& h) { h.vox_offset = 1e30f; }, "no valid offset of the voxels");
   expectOf([](nifti_1_header& h) { h.vox_offset = 1e6f; }, "is cut short");
   expectOf([](nifti_1_header& h) { h.datatype = DT_RGB24; }, "RGB24");
   expectOf([](nifti_1_header& h) { h.datatype = 12345; }, "one real number");

@@ -32,7 +32,7 @@ void setAxes(nifti_1_header& header, const int* worldAxis, int flips, double ang
   for (int w = 0; w < 3; ++w) rows[w][3] = static_cast<float>(10 * (w + 1));
 }
 
-/// A value that tells where a voxel lies in the world.
+/// A value that identifies a voxel's position in the world.
 double valueAt(double x, double y, double z) {
   return x + 0.01 * y - 0.7 * z;
 }
@@ -52,8 +52,8 @@ std::vector<float> voxelsFor(const nifti_1_header& h) {
   return voxels;
 }
 
-/// Largest difference between a voxel and the value that belongs to its place in the world, as
-/// the volume's frame tells it.
+/// Largest difference between a voxel and the value for its position in the world, as given by the
+/// volume's frame.
 double worstVoxel(const NiftiVolume& volume) {
   const std::vector<float> values = voxelsOf(*volume.image.volume());
   const NmVec3f spacing = volume.image.volume()->voxelSpacing();

@@ -59,7 +59,7 @@ NiftiVolume lineOf(const std::vector<T>& values, NmPrimType::Value type) {
   return volume;
 }
 
-/// The line as it comes out where the model is moved along x.
+/// The resampled line after moving the model along x.
 template <class T>
 std::vector<T> movedLine(const NiftiVolume& volume, double shift,
                          const voxreg::ResampleOptions& sampling) {
@@ -122,7 +122,7 @@ TEST(Resampled, integersAreRoundedAndSaturate) {
   using Line = std::vector<unsigned char>;
   EXPECT_EQ(movedLine<unsigned char>(volume, 0.2, {Interpolation::linear, 9.0}),
             (Line{9, 0, 0, 204, 255, 255}));
-  // The cubic goes below 0 in front of the edge and above 255 behind it.
+  // The cubic goes below 0 before the edge and above 255 after it.
   EXPECT_EQ(movedLine<unsigned char>(volume, 0.5, {Interpolation::cubic, 9.0}),
             (Line{9, 0, 0, 128, 255, 255}));
 }

@@ -4,7 +4,7 @@
 
 #include "files/OutputFiles.h"
 
-/// Writes a file by one of the host's writers.
+/// Writes a file with one of the host's writers.
 template <class Value>
 void saved(void (*write)(host::OutputFiles&, const std::string&, const Value&),
            const std::string& path, const Value& value) {

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-/// A file of the folder of real volumes, which stands beside the repository on some machines.
+/// A file of the folder of real volumes, which is next to the repository on some machines.
 inline std::string sharedData(const std::string& name) {
   return (std::filesystem::path(VOXREG_SHARED_DATA) / name).string();
 }

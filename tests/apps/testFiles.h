@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-/// A folder of its own for one test, removed with the object.
+/// A separate folder for one test, removed with the object.
 class TestFolder {
  public:
   explicit TestFolder(const std::string& name = "")

@@ -89,7 +89,7 @@ TEST(AnalyzeProfile, FindsMaximumAndSkin) {
 TEST(AnalyzeProfile, LogsWhatItFinds) {
   LogCapture log;
   Analysis a(1.0f, 100.0f);
-  // The maximum at 50 is behind the last minimum, and 90 is half a level below what rounds up.
+  // The maximum at 50 is after the last minimum, and 90 is half a level below what rounds up.
   a.run(through({{0, 4},
                  {1, 8},
                  {2, 4},
@@ -159,7 +159,7 @@ TEST(AnalyzeProfile, DoesWithoutOneKindOfExtremaOrALimit) {
   EXPECT_EQ(wallOf(2, {{0, 0}, {9, 0}, {60, 100}}, 60), behind + 2 * 22);  // rises, skin at 20
   EXPECT_EQ(wallOf(2, {{0, 30}, {60, 100}}, 60), 0);                       // the same, no skin
   EXPECT_EQ(wallOf(2, {{0, 0}, {9, 0}, {12, 100}, {60, 10}}, 60), behind + 2 * 12);
-  // Less than 10 units behind the skin at 11 nothing can be told: 60 are searched, less 5 or one.
+  // Less than 10 units after the skin at 11 nothing can be told: 60 are searched, minus 5 or one.
   EXPECT_EQ(wallOf(1, {{0, 0}, {9, 0}, {14, 100}, {63, 30}, {80, 90}}, 15), -10 + 63);
   EXPECT_EQ(wallOf(2, {{0, 0}, {9, 0}, {12, 100}, {37, 30}, {60, 90}}, -1), -10 + 2 * 37);
 }

@@ -43,8 +43,8 @@ double layerAt(long depth) {
   return knots[k][1] + share * (knots[k + 1][1] - knots[k][1]);
 }
 
-/// Two bright places: one near the centre, and a brighter one farther down the body. A disk of
-/// radius 5 holds a voxel and its four neighbours, so that their profiles are 1.3 and 1.6 times the
+/// Two bright spots: one near the centre, and a brighter one farther down the body. A disk of
+/// radius 5 holds a voxel and its four neighbours, so their profiles are 1.3 and 1.6 times the
 /// others'.
 double gainAt(long across, long along) {
   const auto isNear = [&](long a, long b, long reach) {
@@ -96,8 +96,8 @@ TEST(FindMasking, FindsTheChestWallInAnyOrientation) {
         LogCapture log;
         Masking mask(body.volume);
         ASSERT_TRUE(mask.find(rescale, axes, signs));
-        // The wall is 42 deep. The ellipsoid stands 11 below the brighter place at -40 and passes
-        // the wall 5 in front of it at the place of the profile, -15.
+        // The wall is 42 deep. The ellipsoid's centre is 11 below the brighter spot at -40, and its
+        // surface passes 5 in front of the wall at the profile's position, -15.
         const double behind = std::sqrt(205.0 * 205 - 1.25 * 36 * 36) + 42 - 5;
         EXPECT_EQ(mask.center[axes.x], box.min(axes.x) + 40);
         EXPECT_NEAR(mask.center[axes.y],

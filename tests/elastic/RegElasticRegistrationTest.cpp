@@ -137,7 +137,7 @@ TEST(DoRegistration, TellsWhatItDoes) {
                 "bricked registration (res8): # sec.", "bricked registration (res4): # sec.",
                 "bricked registration (res2): # sec.", "bricked registration (res1): # sec."}));
   EXPECT_TRUE(log.errors.empty());
-  // Each registration opens and closes a task of its own and tells its grid.
+  // Each registration opens and closes a separate task and reports its grid.
   std::vector<std::string> captions;
   for (const std::string& call : progress.calls)
     if (call.find("DOF") != std::string::npos) captions.push_back(call);

@@ -2,8 +2,8 @@
 
 namespace {
 
-// Two values rounded to float, stored side by side as float and used again as double: the shape in
-// which GCC's straight-line vectoriser drops the roundings.
+// Two values rounded to float, stored next to each other as float and used again as double: the
+// pattern in which GCC's straight-line vectoriser drops the roundings.
 void roundTwice(const double* in, float* keep, double* out) {
   const float a = static_cast<float>(in[0]);
   const float b = static_cast<float>(in[1]);
@@ -17,7 +17,7 @@ double multiplyAdd(double a, double b, double c) {
   return a * b + c;
 }
 
-// Called through these, so that nothing is worked out while compiling.
+// Called through these, so that nothing is evaluated at compile time.
 void (*volatile roundTwiceHidden)(const double*, float*, double*) = roundTwice;
 double (*volatile multiplyAddHidden)(double, double, double) = multiplyAdd;
 

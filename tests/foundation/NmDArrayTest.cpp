@@ -58,7 +58,7 @@ TEST(NmDArray, RemaxSettlesCapacityAndSize) {
   EXPECT_EQ(array.data, nullptr);
 }
 
-// Every place, every part of the array itself, with and without room for it.
+// Every position, every part of the array itself, with and without room for it.
 TEST(NmDArray, InsertsItsOwnElementsAsTheyStood) {
   for (const long room : {4L, 20L})
     for (long pos = 0; pos <= 4; ++pos)

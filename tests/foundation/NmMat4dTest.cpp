@@ -121,7 +121,7 @@ TEST(NmMat4d, PivotsAreChosenByImplicitScales) {
   expectPivots({1, 0, 0, 0, 1, 1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1}, {3, 1, 2, 3}, -1.0);
   expectPivots({nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan, nan},
                {0, 1, 2, 3}, 1.0);
-  // Row 0 leaves for place 3 and takes its scale of 1/100 along: 50 / 100 against 2 / 2 of row 1.
+  // Row 0 moves to position 3 and takes its scale of 1/100 along: 50 / 100 against 2 / 2 of row 1.
   expectPivots({0, 50, 0, 100, 0, 2, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0}, {3, 1, 2, 3}, -1.0);
 }
 

@@ -98,7 +98,7 @@ TEST(VlEvaluator, SamplesAsTheNaiveSum) {
   forEachVoxelType([]<class T>() { compareWithNaive<T>(); });
 }
 
-// A NaN or an infinity in a neighbour has no share at a voxel's own position.
+// A NaN or an infinity in a neighbour has no weight at a voxel's own position.
 TEST(VlEvaluator, VoxelPositionsGiveTheVoxel) {
   float voxels[5] = {1e30f, std::nanf(""), 3.0f, std::numeric_limits<float>::infinity(), -4.7f};
   const NmHandle<VlMemoryData> volume = wrapVolume({5, 1, 1}, NmPrimType::Float, 1, voxels);
@@ -111,7 +111,7 @@ TEST(VlEvaluator, VoxelPositionsGiveTheVoxel) {
   }
 }
 
-/// Goes one point and variable at a time, whatever the sampler behind it has of its own.
+/// Samples one point and variable at a time, whatever the underlying sampler overrides.
 class PointByPoint : public VlEvaluator {
  public:
   explicit PointByPoint(const NmHandle<VlEvaluator>& inner) : inner_(inner) {}

@@ -109,7 +109,7 @@ struct Item {
   int& alive;
 };
 
-// One object alone stays too, and nulls are nothing to stumble over.
+// A single object is also kept, and null pointers are allowed.
 TEST(RegStack, PopsInReverseOrderAndLeavesTheBottomObject) {
   int alive = 0;
   Item bottom(alive);

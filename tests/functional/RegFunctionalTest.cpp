@@ -135,7 +135,7 @@ TEST_F(RegFunctionalTest, OnlyTheLockedVolumesOfOneDataVariableAreWalked) {
   const auto colours = functionalOf(listOf({coloured}), models, &transform);
   expectZeroAndAnEmptyMetric(*colours);
   expectZeroAndAnEmptyMetric(*colours);
-  EXPECT_EQ(log.error(), "RegFunctional: a volume of 3 data variables can not be registered");
+  EXPECT_EQ(log.error(), "RegFunctional: a volume of 3 data variables cannot be registered");
   // The grid of a volume that is not locked would be walked on the voxels of another one.
   const auto functional = functionalOf(references, models, &transform);
   functional->reference[0] = model;
@@ -167,7 +167,7 @@ TEST_F(RegFunctionalTest, ABoxIsCutToTheGridAndTakesTheMarginalRoute) {
   } boxes[] = {{2, 3, 9 * 8 * 2},
                {5, 99, 9 * 8 * 2},
                {3, 2, 9 * 8 * 7},  // inverted: no box
-               {7, 9, 0}};         // beside the grid
+               {7, 9, 0}};         // outside the grid
   for (const auto& b : boxes) {
     const NmBox3i box(0, 1, 0, 1, b.first, b.last);
     functional->evaluateMarginal(&box, 0, false, nullptr, nullptr, penalty, time);

@@ -153,7 +153,7 @@ std::vector<GridCase> gridCases() {
       {{5, 17, 4}, 0.7f, {1, 9, 1}, {0, 0, 0}, {4, 16, 3}},
       {{4, 5, 32}, 1.0f, {1, 1, 7}, {0, 0, 0}, {3, 4, 31}},
       {{7, 6, 5}, 1.1f, {2, 2, 2}, {2.3f, 1, 1}, {2.6f, 4, 3}},  // no voxel in the box
-      {{7, 6, 5}, 1.3f, {2, 2, 1}, {8.5f, -4, 0}, {12, 9, 4}},   // beside the volume
+      {{7, 6, 5}, 1.3f, {2, 2, 1}, {8.5f, -4, 0}, {12, 9, 4}},   // outside the volume
       {{6, 5, 4}, 0.8f, {9, 2, 3}, {-2, 1, 0.5f}, {3, 7, 3}}};   // bricks without voxels
   std::mt19937 random(12);
   const auto between = [&](int low, int high) {
@@ -375,7 +375,7 @@ TEST(Gradient, WhatCanNotBeDoneGivesZeroAndALine) {
   EXPECT_EQ(s.functional->evaluateGradient(g, 1.0f, 0, nullptr), s.functional->evaluate());
   EXPECT_EQ(copyOf(g), std::vector<double>(24, 0.0));
   EXPECT_NE(s.log.error().find("0 of its 24 parameters"), std::string::npos);
-  // An order of a host's own, with vertices that the grid does not have.
+  // An order set by the host, with vertices that the grid does not have.
   s.useGrid({1, 1, 1}, correlation());
   s.functional->renumbering.resize(8);
   for (long b = 0; b < 8; ++b) s.functional->renumbering[b] = b < 4 ? 1 << 29 : -1;

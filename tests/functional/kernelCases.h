@@ -12,7 +12,7 @@
 #include "foundation/NmVec.h"
 #include "functional/families/metricFamily.h"
 
-/// What the tests of the sampling kernels share: every pair of voxel types, every set of kernels
+/// Shared by the tests of the sampling kernels: every pair of voxel types, every set of kernels
 /// that the machine has, and random voxels.
 namespace kernelCases {
 

@@ -7,8 +7,7 @@
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 
-/// The sampling walks written the plain way, voxel by voxel, as what the kernels must reproduce to
-/// the last bit.
+/// The sampling walks written plainly, voxel by voxel: the kernels must reproduce them bit for bit.
 namespace naive {
 
 /// Geometry of a walk, as the kernels take it.

@@ -7,7 +7,7 @@ namespace {
 
 using Search = Searched<RegAggressiveDirectionOptimizer>;
 
-/// The height of some places of the first two parameters, as triples; elsewhere it is -9.
+/// The height at some points of the first two parameters, as triples; elsewhere it is -9.
 Height places(const Point& triples) {
   return [triples](const Point& p) {
     for (std::size_t i = 0; i < triples.size(); i += 3)

@@ -143,7 +143,7 @@ TEST(RegGradientOptimizer, VisitsThePointsOfTheNaiveMethods) {
         }
 }
 
-/// Vertices want to go to places of their own, each coordinate at its own pace.
+/// Each vertex is drawn to a separate position, each coordinate at a different rate.
 double pull(const Point& p) {
   double sum = 0.0;
   for (std::size_t i = 0; i < p.size(); ++i) {
@@ -162,7 +162,7 @@ TEST(RegGradientOptimizer, RestartsAndLoosensOnAGridAsTheNaiveMethodDoes) {
                                   0.2f * std::pow(0.4f, static_cast<float>(i)));
 }
 
-/// Each number before a point, and each digit behind one, as 0.
+/// Replaces each number before a point, and every other digit, with 0.
 std::vector<std::string> masked(std::vector<std::string> lines) {
   for (std::string& line : lines) {
     line = std::regex_replace(line, std::regex("-?\\d+(\\.| its)"), "0$1");

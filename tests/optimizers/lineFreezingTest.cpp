@@ -67,7 +67,7 @@ void expectHeld(int worstBrick, int numPenalised, std::size_t fenced, const std:
                 std::size_t frozen) {
   FreezingRun run(fencing(fenced));
   run.gradient[static_cast<long>(fenced)] = -1.5;
-  run.gradient[23] = 9.0;  // of a vertex beside brick 3
+  run.gradient[23] = 9.0;  // of a vertex outside brick 3
   run.run(worstBrick, numPenalised);
   EXPECT_LT(run.lengthBefore, 0.01);
   ASSERT_EQ(run.log.lines.size(), 1u);

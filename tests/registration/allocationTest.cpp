@@ -25,7 +25,7 @@ void runShortOfMemoryEverywhere(Settings& settings, int volumesMade) {
           result = registration->compute(2);
         },
         [&](bool hasFailed, bool threw) {
-          // A volume that can't be made is no exception.
+          // A volume that cannot be made is no exception.
           const bool isLevelMissing = !result && !threw;
           missingLevels += isLevelMissing ? 1 : 0;
           EXPECT_TRUE(result || hasFailed);

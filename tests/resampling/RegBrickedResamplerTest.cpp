@@ -163,7 +163,7 @@ TEST(BrickedResampling, NodesOnTheirOwnPlacesAreTheIdentity) {
   }
   EXPECT_EQ(log.lines.size(), 2u);
   EXPECT_EQ(log.lines[0].substr(0, 23), "bricked resampling took");
-  // A voxel beside the grid keeps its distance: the half grid maps what lies beyond it as well.
+  // A voxel outside the grid keeps its distance: the half grid also maps what is outside it.
   s.gridBox.xmax = 4.0f;
   for (long i = 0; i < s.nodes.size; ++i) s.nodes[i].x /= 2.0f;
   s.clampToGrid = true;
@@ -290,8 +290,8 @@ class NotingEvaluator : public VlEvaluator {
   void values(float* results) override { *results = 3.5f; }
 };
 
-/// The arguments of the typed worker for four voxels in a row, of which the first lies beside a
-/// grid that maps (x, y, z) to (z, x, y).
+/// The arguments of the typed worker for four voxels in a row, the first of which is outside a grid
+/// that maps (x, y, z) to (z, x, y).
 struct Worker {
   NmVec3i dims{4, 1, 1};
   NmBox3f voxelBox{0, 3, 0, 1, 0, 1};
@@ -412,7 +412,7 @@ TEST(VoxelEvaluator, OnlyLanczos3IsLanczos) {
     LogCapture log;
     chooser.createEval(NmHandle<VlData>(new RowVolume(volume)), evaluator);
     EXPECT_EQ(evaluator, nullptr);
-    EXPECT_EQ(log.error(), "createEval: the voxels are not in one block of a served type");
+    EXPECT_EQ(log.error(), "createEval: the voxels are not in one block of a supported type");
   }
   EXPECT_TRUE(isUnlocked(volume));
 }

@@ -27,7 +27,7 @@ NmHandle<VlMemoryData> smallVolume(NmPrimType type = NmPrimType::Short, int numD
                   generate(24 * numDataVars, [](long i) { return 3 * i; }));
 }
 
-/// What doResample throws for the want of a target; empty if it does not.
+/// What doResample throws if there is no target; empty if it does not.
 std::string lackOfTarget(VlData* source, NmHandle<VlData>& result, const NmVec3f& dims) {
   try {
     resample(source, result, dims);

@@ -109,7 +109,7 @@ void expectSameByRows(const NmHandle<VlMemoryData>& source, const NmVec3f& lengt
       << type << " " << source->numDataVars() << " " << filter << " " << lengths.x;
 }
 
-// Lines beside each other are resampled together, in portions; one by one they must come out alike.
+// Adjacent lines are resampled together, in portions; one by one they must give the same result.
 TEST(Zoom3d, BlocksOfLinesAndLoneLinesGiveTheSameBits) {
   const std::pair<NmVec3l, NmVec3f> cases[] = {{{21, 37, 6}, {10.5f, 18.5f, 9.0f}},
                                                {{21, 5, 7}, {30.0f, 5.0f, 7.0f}},

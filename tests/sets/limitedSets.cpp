@@ -1,7 +1,7 @@
 #include "foundation/simd/instructionSets.h"
 
-// Stands in for the library's own choice in the program that is linked with it: the machine has no
-// instruction set above VOXREG_BEST_SET.
+// Replaces the library's own choice in the program linked with it: the machine has no instruction
+// set above VOXREG_BEST_SET.
 namespace voxreg::detail {
 
 bool hasInstructionSet(InstructionSet set) {

@@ -21,7 +21,7 @@ class FailingAllocation {
   /// Requests for memory that this thread has made, those that moved a block included.
   static long allocations();
 
-  /// False where the library's allocations can't be reached.
+  /// False if the library's allocations cannot be intercepted.
   static bool isServed();
 };
 

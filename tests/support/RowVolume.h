@@ -2,7 +2,7 @@
 
 #include "foundation/VlData.h"
 
-/// A volume on another one's voxels, whose access it hands out.
+/// A volume on another one's voxels, whose access it returns.
 class WrappedVolume : public VlData {
  public:
   explicit WrappedVolume(const NmHandle<VlData>& inner) : inner_(inner) {}
@@ -24,7 +24,7 @@ class WrappedVolume : public VlData {
 class RowVolume : public WrappedVolume {
  public:
   using WrappedVolume::WrappedVolume;
-  bool hasRow1 = true;  ///< false: lines along x at y = 1 can't be read
+  bool hasRow1 = true;  ///< false: lines along x at y = 1 cannot be read
 
  protected:
   class Access : public VlDataAccess {

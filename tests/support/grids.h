@@ -4,7 +4,7 @@
 
 #include "transforms/RegNonAffineTransform.h"
 
-/// A grid over `box` whose vertices lie up to `amount` beside their places on each axis.
+/// A grid over `box` whose vertices are displaced by up to `amount` on each axis.
 inline RegNonAffineTransform jittered(const NmVec3i& bricks, double amount, const NmBox3f& box) {
   RegNonAffineTransform grid({box, {}, {}}, bricks);
   std::mt19937 random(7);
@@ -14,7 +14,7 @@ inline RegNonAffineTransform jittered(const NmVec3i& bricks, double amount, cons
   return grid;
 }
 
-/// The point that normalised coordinates go to, or with `scaled` its place in model voxels.
+/// The point to which normalised coordinates map, or with `scaled` its position in model voxels.
 inline NmVec3d evaluated(const RegNonAffineTransform& grid, const NmVec3d& at,
                          bool scaled = false) {
   NmDArray<NmVec3d> slice, row;

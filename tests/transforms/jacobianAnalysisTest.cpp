@@ -64,7 +64,8 @@ double dot(const NmVec3d& a, const NmVec3d& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
-/// Derivative of the map along `axis` at a place in brick units: it is constant through the brick.
+/// Derivative of the map along `axis` at a position in brick units: it is constant through the
+/// brick.
 NmVec3d slopeOf(const RegNonAffineTransform& t, NmVec3d at, int axis) {
   const double size = t.referenceBox.extent(axis) / static_cast<float>(t.numBricks[axis]);
   NmVec3d ends[2];

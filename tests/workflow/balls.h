@@ -5,7 +5,7 @@
 #include <cmath>
 #include <vector>
 
-/// Where the voxels of a 24 x 26 x 28 grid lie that fills about 70 mm around the world's origin.
+/// Positions of the voxels of a 24 x 26 x 28 grid that fills about 70 mm around the world's origin.
 inline const NmVec3l ballDims(24, 26, 28);
 
 inline NmMat4d placed(const NmMat4d& axes) {
@@ -18,7 +18,8 @@ inline NmMat4d placed(const NmMat4d& axes) {
   return matrix;
 }
 
-/// Two blurred balls in air, sampled where the voxels lie: at p there is what rests at p * toRest.
+/// Two blurred balls in air, sampled at the voxels' positions: at p there is what is at p * toRest
+/// at rest.
 inline std::vector<float> balls(const NmMat4d& voxelToWorld, const NmMat4d& toRest) {
   std::vector<float> voxels;
   for (long k = 0; k < ballDims.z; ++k)

@@ -5,13 +5,13 @@
 
 namespace voxreg::detail {
 
-/// The part of a volume that a grid of bricks is to span.
+/// The part of a volume that a grid of bricks spans.
 struct BrickRegion {
   NmBox3f box;
   NmVec3i dims;  ///< voxels
   NmVec3f voxelSize;
 
-  /// The whole of a volume for a region that is flat or empty.
+  /// The whole volume if the region is flat or empty.
   BrickRegion(const VlData& volume, const NmBox3i& voxels);
 
   int longestAxis() const;

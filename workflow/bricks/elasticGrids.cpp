@@ -8,9 +8,9 @@ namespace voxreg::detail {
 
 namespace {
 
-/// Along each axis, on average. The library's own levels leave a brick as many or more, and finer
-/// grids cost time and gain nothing: a pair of heads in 32 x 38 x 32 voxels comes to 1.09 mm with 8
-/// bricks (4.1 voxels long) and to 1.11 mm with 12 (2.7 voxels).
+/// Along each axis, on average. The library's own levels leave at least as many voxels per brick,
+/// and finer grids cost time and gain nothing (empirical: two heads of 32 x 38 x 32 voxels register
+/// to 1.09 mm with 8 bricks, 4.1 voxels long, and to 1.11 mm with 12, 2.7 voxels long).
 constexpr double leastLength = 4.0;
 
 /// Of a transform, along each axis.
@@ -36,9 +36,9 @@ int mostBricks(const NmVec3i& dims, const NmVec3f& voxelSize, int axis, int most
   return bricks;
 }
 
-// Counts and steps are those of the library's coarser levels, of which each grid prepares the next.
-// Where eight bricks are too many the long steps of the first lead astray (empirical: chests in 24
-// x 24 x 8 voxels come to 3.85 mm by them, and to 3.37 mm by the fine ones).
+// Counts and steps are those of the library's coarser levels; each grid prepares the next. If eight
+// bricks are too many, the long steps of the first grid mislead the search (empirical: chests of 24
+// x 24 x 8 voxels register to 3.85 mm with them, and to 3.37 mm with the short ones).
 std::vector<ElasticGrid> elasticGrids(int most) {
   constexpr int enough = 8;
   const NmVec2f coarse(10.0f, 3.0f);

@@ -12,11 +12,12 @@ struct ElasticGrid {
   NmVec2f steps;  ///< largest and smallest of the search
 };
 
-/// The most bricks along an axis, no more than `most`, of which each keeps some voxels; 0 for a
-/// volume of too few voxels for one. The grid is that of RegElasticRegistration::getNumBricks.
+/// The largest number of bricks along an axis, at most `most`, that leaves each enough voxels; 0
+/// for a volume with too few voxels for one brick. The grid is that of
+/// RegElasticRegistration::getNumBricks.
 int mostBricks(const NmVec3i& dims, const NmVec3f& voxelSize, int axis, int most);
 
-/// The grids for a pair that has no coarser levels, the coarsest first, up to `most` bricks.
+/// The grids for a pair without coarser levels, coarsest first, up to `most` bricks.
 std::vector<ElasticGrid> elasticGrids(int most);
 
 }  // namespace voxreg::detail

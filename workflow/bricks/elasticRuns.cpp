@@ -16,7 +16,7 @@ unsigned int metricFlagOf(const ElasticOptions& options) {
   return options.metric == Metric::correlationRatio ? 1 : 0;
 }
 
-/// Whether the pipeline makes levels below the volume.
+/// Whether the pipeline makes levels coarser than the volume.
 bool hasLevels(const RegElasticRegistration& elastic) {
   const BrickRegion whole(*elastic.reference, NmBox3i());
   NmVec3i dims;
@@ -35,12 +35,12 @@ void expectRuns(SearchProgress& progress, const std::vector<double>& works) {
   progress.enter("Registering", stages);
 }
 
-/// Of the pipeline's runs: two on each of up to three coarser levels, and about one on the finest,
-/// which it leaves out below those unless many bricks are asked for.
+/// Relative work of the pipeline's runs: two on each of up to three coarser levels, and about one
+/// on the finest, which it skips after three others unless many bricks are requested.
 std::vector<double> worksOfPipeline(const RegElasticRegistration& elastic, int maxBricks) {
   constexpr std::size_t mostCoarser = 3;
   constexpr int manyBricks = 18;
-  constexpr double ratioOfLevels = 4.0;
+  constexpr double ratioOfLevels = 4.0;  // empirical
   const BrickRegion whole(*elastic.reference, NmBox3i());
   NmVec3i dims = whole.dims;
   NmVec3f size = whole.voxelSize;
@@ -61,7 +61,7 @@ bool runPipeline(RegElasticRegistration& elastic, const ElasticPair& pair,
                                 &pair.roi, maxBricks, pair.body.axes.x);
 }
 
-/// A copy, as the pipeline masks its levels.
+/// A copy, since the pipeline masks its levels.
 NmHandle<VlData> masked(const RegElasticRegistration& elastic, const ShortVolume& volume,
                         const ChestMask& mask) {
   const NmVec3l n = volume.data->dims();
@@ -74,7 +74,7 @@ NmHandle<VlData> masked(const RegElasticRegistration& elastic, const ShortVolume
   return copy;
 }
 
-/// The way of the pipeline without its levels, by grids that suit the region.
+/// Follows the pipeline without its levels, on grids that suit the region.
 bool runGrids(RegElasticRegistration& elastic, const ElasticPair& pair,
               const ElasticOptions& options, SearchProgress& progress) {
   const BrickRegion region(*elastic.reference, pair.roi);

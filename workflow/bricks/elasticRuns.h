@@ -11,7 +11,7 @@
 
 namespace voxreg::detail {
 
-/// A pair as the library registers it, and what has been measured of it.
+/// A pair in the form that the library registers, and what was measured on it.
 struct ElasticPair {
   ShortVolume reference;
   ShortVolume model;
@@ -25,10 +25,10 @@ struct ElasticPair {
   NmVec2f modelRange;
 };
 
-/// Searches the grids of bricks that suit the number of voxels, coarse to fine: by the library's
-/// pipeline where that has levels to begin with, on the volumes themselves where they are small.
-/// `elastic` holds the pair, and receives the result. False for a failure or an interruption.
-/// Throws Refusal for single slices and for volumes of too few voxels.
+/// Searches the grids of bricks that suit the number of voxels, coarse to fine: with the library's
+/// pipeline if the volumes are large enough for its levels, otherwise on the volumes themselves.
+/// `elastic` holds the pair and receives the result. False for a failure or an interruption. Throws
+/// Refusal for single slices and for volumes with too few voxels.
 bool searchGrids(RegElasticRegistration& elastic, const ElasticPair& pair,
                  const ElasticOptions& options, SearchProgress& progress);
 

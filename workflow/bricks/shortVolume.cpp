@@ -12,7 +12,7 @@ namespace {
 
 constexpr float mostSteps = 65535.0f;
 
-/// A power of ten that gives a range a thousand whole numbers at least.
+/// A power of ten that scales a range to at least a thousand integers.
 float unitFor(float range) {
   constexpr float enough = 1000.0f;
   const bool narrow = range > 0.0f && range < enough;

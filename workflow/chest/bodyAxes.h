@@ -4,11 +4,11 @@
 
 namespace voxreg::detail {
 
-/// How a volume's axes run along the body: x to the left, y to the back, z to the head.
+/// How a volume's axes correspond to the body's: x to the left, y to the back, z to the head.
 struct BodyAxes {
-  NmVec3i axes;   ///< the volume's axis along each of the body's
-  NmVec3i signs;  ///< 1, or -1 where it runs back
-  bool oblique;   ///< the volume's axes follow none of the body's
+  NmVec3i axes;   ///< the volume's axis for each of the body's
+  NmVec3i signs;  ///< 1, or -1 if it points the other way
+  bool oblique;   ///< the volume's axes are not along the body's
 };
 
 }  // namespace voxreg::detail

@@ -4,7 +4,7 @@ namespace voxreg::detail {
 
 namespace {
 
-/// A chest wall is thicker, and noise no longer tells in the mean of so many voxels (empirical).
+/// Empirical: thinner than a chest wall, and large enough that noise cancels in the mean.
 constexpr float edge = 6.0f;  // millimetres
 
 }  // namespace

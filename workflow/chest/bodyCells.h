@@ -5,7 +5,7 @@
 
 namespace voxreg::detail {
 
-/// A volume in cells of a few millimetres, counted along the body: x to the left, y from the front
+/// A volume in cells of a few millimetres, indexed along the body: x to the left, y from the front
 /// to the back, z to the head.
 class BodyCells {
  public:
@@ -16,7 +16,7 @@ class BodyCells {
   const NmVec3f& edges() const { return edges_; }  ///< millimetres
   std::size_t size() const { return static_cast<std::size_t>(counts_.x * counts_.y * counts_.z); }
 
-  /// Of a cell in a list of all, x fastest.
+  /// Index of a cell in a list of all cells, x fastest.
   std::size_t indexOf(std::int64_t x, std::int64_t y, std::int64_t z) const {
     return static_cast<std::size_t>(x + counts_.x * (y + counts_.y * z));
   }

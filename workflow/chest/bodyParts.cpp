@@ -14,7 +14,7 @@ struct Air {
   double deviation;
 };
 
-/// The air of a front edge of the volume, over a tenth of its width and depth.
+/// The air at a front edge of the volume, over a tenth of its width and depth (empirical).
 Air airBeside(const BodyCells& cells, bool atLeft) {
   const NmVec3l& n = cells.counts();
   const std::int64_t width = std::max(n.x / 10, 1L);
@@ -33,15 +33,15 @@ Air airBeside(const BodyCells& cells, bool atLeft) {
   return {level, std::sqrt(std::max(squares / count - level * level, 0.0))};
 }
 
-/// The body may reach to one of the edges.
+/// The body may reach one of the edges.
 Air airInFront(const BodyCells& cells) {
   const Air right = airBeside(cells, false);
   const Air left = airBeside(cells, true);
   return left.level < right.level ? left : right;
 }
 
-/// The value that only a twentieth of the cells of a coronal plane exceed: that of its bright
-/// tissue.
+/// The value exceeded by only a twentieth of the cells of a coronal plane (empirical): that of its
+/// bright tissue.
 double brightness(const BodyCells& cells, std::int64_t y) {
   const NmVec3l& n = cells.counts();
   std::vector<double> values;
@@ -52,9 +52,9 @@ double brightness(const BodyCells& cells, std::int64_t y) {
   return *place;
 }
 
-/// Limits between air and tissue from the front to the back, since coils see the less the farther
-/// away it is. Lungs show less than a fifth of what bright tissue does, muscles more than a third;
-/// four standard deviations keep noise out.
+/// Limits between air and tissue from the front to the back, since the coils' sensitivity falls
+/// with distance. Empirical: lungs are darker than a fifth of bright tissue, muscles brighter than
+/// a third; four standard deviations exclude noise.
 std::vector<double> tissueLimits(const BodyCells& cells) {
   constexpr double shareOfBright = 0.2;
   constexpr double deviations = 4.0;
@@ -93,7 +93,7 @@ class Parts {
             at(x, y, z) = BodyPart::tissue;
   }
 
-  /// Floods an axial plane from its front. Openings above and below do not count, so that the
+  /// Floods an axial plane from its front. Openings in neighbouring planes are ignored, so the
   /// windpipe does not open the lungs.
   void markOutside(std::int64_t z) {
     std::vector<NmVec3l> open;
@@ -113,9 +113,10 @@ class Parts {
     }
   }
 
-  /// Names the cavities of a line from side to side that has some on either side of tissue in its
-  /// middle. Those beyond its outermost tissue are none: they may be air behind a body that reaches
-  /// to the sides of the volume, or lungs that the sides cut. A line without others tells nothing.
+  /// Labels the cavities of a line from side to side as lungs if it has some on both sides of
+  /// tissue in its middle. Cavities outside its outermost tissue do not count: they may be air
+  /// behind a body that reaches the sides of the volume, or lungs that the sides cut. A line that
+  /// has only those is not used.
   void markLungs(std::int64_t y, std::int64_t z) {
     std::int64_t first = 0;
     std::int64_t last = n_.x - 1;
@@ -142,7 +143,7 @@ class Parts {
       if (at(x, y, z) == BodyPart::cavity) at(x, y, z) = part;
   }
 
-  /// Heart, vessels and spine keep within some distance of the middle.
+  /// Heart, vessels and spine are within this distance of the middle (empirical).
   bool hasTissueNear(std::int64_t middle, std::int64_t y, std::int64_t z) {
     constexpr double distance = 24.0;  // millimetres
     const std::int64_t cells =

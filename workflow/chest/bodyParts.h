@@ -6,16 +6,16 @@
 
 namespace voxreg::detail {
 
-/// What a cell of a body in air belongs to.
+/// The parts of a body in air to which a cell may belong.
 enum class BodyPart : unsigned char {
   tissue,
-  outside,   ///< air that nothing parts from the air in front
-  cavity,    ///< air that tissue parts from it
-  leftLung,  ///< cavities on either side of tissue in the body's middle
+  outside,   ///< air connected to the air in front
+  cavity,    ///< air that tissue separates from it
+  leftLung,  ///< cavities on both sides of tissue in the body's middle
   rightLung
 };
 
-/// Tells the parts of a body apart, in the order of BodyCells::indexOf.
+/// Segments a body into parts, in the order of BodyCells::indexOf.
 std::vector<BodyPart> bodyParts(const BodyCells& cells);
 
 }  // namespace voxreg::detail

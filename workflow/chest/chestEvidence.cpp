@@ -11,17 +11,18 @@ namespace voxreg::detail {
 
 namespace {
 
-// Half of a chest's section is lung at most heights, less beside the heart and above the liver.
-// Empirical: 53 % and more of what a mask covers in 200 phantoms of all fields of view, up to 41 %
-// in abdomens that show the lower ends of the lungs.
+// At most heights half of a chest's section is lung, with less next to the heart and above the
+// liver. Empirical: 53 % or more of the masked part in 200 phantoms of all fields of view, up to 41
+// % in abdomens that show the lower ends of the lungs.
 constexpr std::int64_t sectionPerLung = 10;
 constexpr double leastLungShare = 0.45;
 
-// The ribs of adults are 230 mm and more apart within, and a head is 160 mm wide without its ears.
+// The ribs of adults are at least 230 mm apart on the inside, and a head is 160 mm wide without
+// ears.
 constexpr double leastLungWidth = 200.0;
 
-// The mask ends 5 mm in front of the wall, which measures 15 to 25 mm; the rest is what the search
-// for the wall may err by.
+// The mask ends 5 mm in front of the wall, which is 15 to 25 mm thick; the rest is the tolerance
+// for the error of the search for the wall.
 constexpr double largestWallDepth = 40.0;
 
 class Search {
@@ -62,7 +63,7 @@ class Search {
     return static_cast<double>(widest) * static_cast<double>(cells_.edges().x);
   }
 
-  /// Where findMasking looks for the wall; 0 without lungs there.
+  /// Measured where findMasking searches for the wall; 0 if there are no lungs.
   double wallDepth() const {
     constexpr double height = 50.0;  // millimetres above and below
     const std::int64_t cells =
@@ -79,7 +80,7 @@ class Search {
   }
 
  private:
-  /// Cells of an axial plane within the mask.
+  /// Cells of an axial plane inside the mask.
   struct Section {
     std::int64_t covered = 0;  ///< of the body
     std::int64_t left = 0;     ///< of either lung
@@ -99,7 +100,7 @@ class Search {
     return section;
   }
 
-  /// Of one line from front to back; nothing where it misses lungs or mask.
+  /// For one line from front to back; nothing if it misses the lungs or the mask.
   std::optional<double> wallDepthAt(std::int64_t x, std::int64_t z) const {
     std::int64_t y = 0;
     while (y < n_.y && !isLung(x, y, z)) ++y;
@@ -140,12 +141,13 @@ ChestEvidence chestEvidence(VlData& volume, const BodyAxes& body, const ChestMas
 }
 
 ChestVerdict judgeChest(const ChestEvidence& evidence) {
-  if (evidence.lungShare < leastLungShare) return {false, "no two lungs lie behind it"};
+  if (evidence.lungShare < leastLungShare) return {false, "there are no two lungs behind it"};
   if (evidence.lungWidth < leastLungWidth)
-    return {false, "what lies behind it is " + millimetres(evidence.lungWidth) + " wide, no chest"};
+    return {false, "what is behind it is " + millimetres(evidence.lungWidth) +
+                       " wide, too narrow for a chest"};
   if (evidence.wallDepth > largestWallDepth)
     return {false, "it was found " + millimetres(evidence.wallDepth) + " in front of the lungs"};
-  return {true, "two lungs, " + millimetres(evidence.lungWidth) + " wide together, lie behind it"};
+  return {true, "two lungs, " + millimetres(evidence.lungWidth) + " wide together, are behind it"};
 }
 
 }  // namespace voxreg::detail

@@ -8,11 +8,11 @@
 
 namespace voxreg::detail {
 
-/// What lies behind the wall that a mask was placed by. Lengths are millimetres.
+/// What is inside the wall that placed a mask. Lengths are in millimetres.
 struct ChestEvidence {
-  /// How much of what the mask covers lies in axial planes of which each lung fills a tenth.
+  /// Share of the masked part in axial planes of which each lung fills a tenth.
   double lungShare = 0.0;
-  double lungWidth = 0.0;  ///< from the outside of the one lung to that of the other
+  double lungWidth = 0.0;  ///< from the outer side of one lung to that of the other
   double wallDepth = 0.0;  ///< from the mask's front to the lungs, halfway up the volume; a median
 };
 
@@ -25,8 +25,8 @@ struct ChestVerdict {
   std::string reason;
 };
 
-/// Heads, abdomens and limbs have no lungs behind what was taken for the wall, and a mask that was
-/// placed far in front of the lungs would cover what is to be registered.
+/// Heads, abdomens and limbs have no lungs behind the supposed wall, and a mask placed far in front
+/// of the lungs would cover tissue that is to be registered.
 ChestVerdict judgeChest(const ChestEvidence& evidence);
 
 }  // namespace voxreg::detail

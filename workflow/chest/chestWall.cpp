@@ -9,16 +9,17 @@ namespace voxreg::detail {
 
 namespace {
 
-// The search tells skin from air by a value on the way from air to the first bright tissue, a few
-// millimetres, and its profiles are means within 5 mm of a line from front to back.
+// The search separates skin from air by a value between those of air and of the first bright
+// tissue, over a few millimetres, and its profiles are means within 5 mm of a line from front to
+// back.
 constexpr float largestVoxelAlong = 2.0f;   // millimetres
 constexpr float largestVoxelAcross = 5.0f;  // millimetres
 
-/// Copies larger than this are not made.
+/// Larger copies are not made.
 constexpr double mostVoxels = 1 << 26;
 
-/// Parts of a voxel along each axis of the volume in which the search can work; 1 on each where
-/// there would be too many.
+/// Parts into which a voxel is divided along each axis of the volume so that the search can work; 1
+/// on each axis if there would be too many.
 NmVec3i partsOfVoxel(const VlData& volume, const BodyAxes& body) {
   const NmVec3l dims = volume.dims();
   const NmVec3f voxel = volume.voxelSpacing();
@@ -35,7 +36,8 @@ NmVec3i partsOfVoxel(const VlData& volume, const BodyAxes& body) {
   return voxels <= mostVoxels ? parts : NmVec3i(1, 1, 1);
 }
 
-/// Interpolated linearly. The volume itself where its voxels stay whole, or there is no room.
+/// Interpolated linearly. Returns the volume itself if its voxels stay whole, or if memory runs
+/// out.
 NmHandle<VlData> divided(const NmHandle<VlData>& volume, const NmVec3i& parts) {
   if (parts == NmVec3i(1, 1, 1)) return volume;
   const NmVec3l dims = volume->dims();
@@ -47,7 +49,7 @@ NmHandle<VlData> divided(const NmHandle<VlData>& volume, const NmVec3i& parts) {
   return done ? result : volume;
 }
 
-/// From voxels of `fine` to those of `volume`.
+/// Converts from voxels of `fine` to those of `volume`.
 NmBox3i roiIn(const VlData& volume, const VlData& fine, const NmBox3i& roi) {
   const auto on = [&](int voxel, int axis) {
     return static_cast<int>(voxel * volume.dims()[axis] / fine.dims()[axis]);

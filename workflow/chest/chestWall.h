@@ -10,16 +10,17 @@
 
 namespace voxreg::detail {
 
-/// A chest wall, and what the profile through it has told.
+/// A chest wall, and what was measured on the profile through it.
 struct ChestWall {
   ChestMask mask;
-  NmBox3i roi;      ///< voxels of the volume, from the breast's front on
+  NmBox3i roi;      ///< voxels of the volume, starting at the front of the breast
   int airLevel;     ///< physical values
   int tissueLevel;  ///< of the darkest tissue
 };
 
-/// Looks for the chest wall of a volume of unsigned short by RegElasticRegistration::findMasking;
-/// nothing where there is none. Where voxels are too large for that it takes a finer copy.
+/// Searches for the chest wall of a volume of unsigned short with
+/// RegElasticRegistration::findMasking; nothing if there is none. If voxels are too large for that,
+/// it uses a finer copy.
 std::optional<ChestWall> findChestWall(const NmHandle<VlData>& volume, const NmVec2f& rescale,
                                        const BodyAxes& body);
 

@@ -17,7 +17,7 @@ NmVec3d stepped(const NmVec3d& place, const NmVec3d& step, double share) {
   return {place.x + share * step.x, place.y + share * step.y, place.z + share * step.z};
 }
 
-/// The middle of the box, in the reference's world.
+/// The centre of the box, in the reference's world.
 NmVec3d middleOf(const BrickGrid& bricks) {
   NmVec3d middle;
   for (int a = 0; a < 3; ++a)
@@ -27,7 +27,7 @@ NmVec3d middleOf(const BrickGrid& bricks) {
   return middle;
 }
 
-/// Newton's method by a share of each step; true where it arrives, at `place`.
+/// Newton's method with a share of each step; true if it converges, at `place`.
 bool search(const BrickGrid& bricks, const NmVec3d& target, double share, NmVec3d& place) {
   constexpr int mostSteps = 100;
   const double enough = 1e-6 + 1e-12 * length(target);
@@ -46,8 +46,8 @@ bool search(const BrickGrid& bricks, const NmVec3d& target, double share, NmVec3
 
 }  // namespace
 
-// Within a brick the map is smooth and whole steps arrive in a few. Across the faces of bricks,
-// where its slope jumps, they may go to and fro for ever; shorter ones do not.
+// Within a brick the map is smooth, and full steps converge in a few iterations. Across the faces
+// of bricks, where the slope jumps, full steps may oscillate for ever; shorter ones do not.
 NmVec3d inverseOf(const BrickGrid& bricks, const NmVec3d& point) {
   NmVec3d place;
   for (const double share : {1.0, 0.5, 0.25})

@@ -9,8 +9,8 @@
 
 namespace voxreg::detail {
 
-/// Calls `visit(y, z, places, hasValue)` for each line of the reference in the order of memory:
-/// where its voxels lie among the model's, and whether there is a value.
+/// Calls `visit(y, z, places, hasValue)` for each line of the reference in memory order, with the
+/// positions of its voxels in the model's voxels and whether the model has a value there.
 template <class Visit>
 void forEachMappedRow(const Image& reference, const Image& model, const PlaceMap& map,
                       Visit visit) {

@@ -5,16 +5,16 @@
 
 namespace voxreg::detail {
 
-/// Where a volume has values: within its box, with a hundredth of a voxel around it for the
-/// rounding of places. A flat axis, which has no voxel to measure by, reaches half a millimetre to
-/// each side; where the volume that is filled is flat on it too, it has no end, as in a search.
+/// Where a volume has values: inside its box, extended by a hundredth of a voxel for the rounding
+/// of positions. A flat axis, which has no voxel size, extends half a millimetre to each side; if
+/// the volume to be filled is flat along it too, it is unlimited, as in a search.
 class SampledGrid {
  public:
   SampledGrid(const NmVec3l& dims, const NmBox3f& box, const NmVec3l& filledDims);
 
-  /// Turns a place in the volume's frame into one in voxels, from 0 to n - 1, and tells whether it
-  /// has a value. A place within a thousandth of a voxel of a voxel's own becomes that, so that
-  /// nothing is interpolated where two grids agree up to rounding.
+  /// Converts a position in the volume's frame to voxels, from 0 to n - 1, and returns whether it
+  /// has a value. A position within a thousandth of a voxel of a voxel centre is moved onto it, so
+  /// nothing is interpolated if two grids agree up to rounding.
   bool locate(NmVec3d& place) const {
     return axes_[0].locate(place.x) && axes_[1].locate(place.y) && axes_[2].locate(place.z);
   }
@@ -22,9 +22,9 @@ class SampledGrid {
  private:
   struct Axis {
     double min;
-    double perMillimetre;  ///< voxels; 0 on a flat axis
-    double last;           ///< the last voxel
-    double reach;          ///< beyond the first and the last one; in millimetres on a flat axis
+    double perMillimetre;  ///< voxels per millimetre; 0 on a flat axis
+    double last;           ///< index of the last voxel
+    double reach;  ///< extension beyond the first and the last voxel; in millimetres on a flat axis
 
     bool locate(double& place) const;
   };

@@ -19,7 +19,8 @@ double keysCubic(double x) {
   return d < 2.0 ? ((-0.5 * d + 2.5) * d - 4.0) * d + 2.0 : 0.0;
 }
 
-/// Keeps the weights of voxels that a line of n has, from `first` on, and raises them to the sum 1.
+/// Keeps the weights of the voxels that exist in a line of n, starting at `first`, and scales them
+/// to the sum 1.
 Taps limited(std::int64_t first, std::span<const double> weights, std::int64_t n) {
   Taps taps = {std::max(first, std::int64_t{0}), 0, {}};
   double sum = 0.0;
@@ -39,8 +40,8 @@ Taps cubicTaps(std::int64_t below, double fraction, std::int64_t n) {
   return limited(below - 1, weights, n);
 }
 
-/// Up to a factor that all taps share, the kernel at x = fraction - k is sin(pi x / 3) / x^2 with
-/// the sign of (-1)^k; the addition theorem takes the sine of all taps from that of one.
+/// Up to a common factor of all taps, the kernel at x = fraction - k is sin(pi x / 3) / x^2 with
+/// the sign of (-1)^k. The addition theorem gives the sines of all taps from a single one.
 Taps lanczosTaps(std::int64_t below, double fraction, std::int64_t n) {
   constexpr double half = 0.5;
   constexpr double root = half * std::numbers::sqrt3;
@@ -58,7 +59,7 @@ Taps lanczosTaps(std::int64_t below, double fraction, std::int64_t n) {
   return limited(below - 2, weights, n);
 }
 
-/// What rounding may have added to a place half way between two voxels.
+/// Margin for rounding at positions half way between two voxels.
 constexpr double tieWidth = 1e-3;
 
 Taps nearestTap(double place, std::int64_t n) {

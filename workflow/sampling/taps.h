@@ -6,8 +6,8 @@
 
 namespace voxreg::detail {
 
-/// The voxels of one axis that a value is taken from, one after the other, and their shares, which
-/// sum to 1. A place on a voxel has that one only.
+/// The successive voxels of one axis from which a value is computed, and their weights, which sum
+/// to 1. At a voxel's centre there is only that voxel.
 struct Taps {
   static constexpr int most = 6;
 
@@ -16,7 +16,8 @@ struct Taps {
   double share[most];
 };
 
-/// For a place in voxels from 0 to n - 1. Taps beyond the ends are dropped and the others raised.
+/// For a position in voxels from 0 to n - 1. Taps outside the ends are dropped and the others
+/// scaled up.
 Taps tapsFor(Interpolation interpolation, double place, std::int64_t n);
 
 }  // namespace voxreg::detail

@@ -14,7 +14,7 @@ inline NmVec3d cross(const NmVec3d& a, const NmVec3d& b) {
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-/// Of length 1; a vector without length stays as it is.
+/// Scaled to length 1; a zero vector stays as it is.
 inline NmVec3d normalized(const NmVec3d& v) {
   const double size = length(v);
   return size > 0 ? NmVec3d(v.x / size, v.y / size, v.z / size) : v;

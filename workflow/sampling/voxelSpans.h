@@ -8,8 +8,8 @@
 
 namespace voxreg::detail {
 
-/// Calls `f(voxels)` with all voxels of an image, x fastest, as a span of their type. False, and no
-/// call, where the image is empty or cannot be read.
+/// Calls `f(voxels)` with all voxels of an image, x fastest, as a span of their type. Returns false
+/// without a call if the image is empty or cannot be read.
 template <class F>
 bool withVoxels(const Image& image, F&& f) {
   if (!image) return false;

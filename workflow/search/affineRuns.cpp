@@ -12,18 +12,17 @@ namespace voxreg::detail {
 
 namespace {
 
-/// One run of the library: the two coarsest levels of a pyramid, or full resolution alone.
+/// One run of the library: the two coarsest levels of a pyramid, or only full resolution.
 struct LevelRun {
-  NmVec3i coarsest;         ///< 1 for full resolution
-  std::vector<int> stages;  ///< one for full resolution
+  NmVec3i coarsest;         ///< 1 at full resolution
+  std::vector<int> stages;  ///< only one at full resolution
   bool isRefinement;        ///< of a result of the same stage on coarser levels
 
   bool isPyramid() const { return !(coarsest == NmVec3i(1, 1, 1)); }
   int levels() const { return isPyramid() ? 2 : 1; }
 };
 
-/// The library has a switch for each of these stages; others come by another way, without a
-/// pyramid.
+/// The library can switch each of these stages on in a pyramid; others run without a pyramid.
 constexpr int pyramidStages[] = {3, 6, 7, 12};
 
 std::vector<int> pyramidStagesOf(const std::vector<int>& stages) {
@@ -33,8 +32,8 @@ std::vector<int> pyramidStagesOf(const std::vector<int>& stages) {
   return found;
 }
 
-/// A pyramid of a factor above 2 ends short of full resolution, and the next run begins a level
-/// further down.
+/// A pyramid with a factor above 2 ends before full resolution, and the next run starts a level
+/// finer.
 std::vector<LevelRun> planRuns(NmVec3i factors, const std::vector<int>& stages) {
   std::vector<LevelRun> runs;
   bool reachesFullResolution = false;
@@ -64,7 +63,8 @@ void setStages(RegVoxelRegistration& registration, const LevelRun& run) {
   registration.coarsestResampling = run.coarsest;
 }
 
-/// A refinement makes small steps, and fewer of them: an evaluation is dear by then.
+/// A refinement makes small steps, and fewer of them, since an evaluation is expensive by then. The
+/// factor of 100 on the tolerance is empirical (docs/searches.md).
 void setSearch(RegVoxelRegistration& registration, const LevelRun& run, int levelsAfter,
                const SearchOptions& search) {
   const int gradientLevels = search.gradientLevels - levelsAfter;
@@ -82,7 +82,7 @@ int levelsFrom(const std::vector<LevelRun>& runs, std::size_t first) {
   return levels;
 }
 
-/// Every search on every level. An evaluation takes as long as there are voxels.
+/// Every search on every level. The time of an evaluation is proportional to the number of voxels.
 std::vector<ProgressPlan::Stage> progressStages(const std::vector<LevelRun>& runs) {
   const std::string levels = std::to_string(levelsFrom(runs, 0));
   std::vector<ProgressPlan::Stage> stages;

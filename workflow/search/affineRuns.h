@@ -9,18 +9,18 @@
 
 namespace voxreg::detail {
 
-/// What the searches for a matrix are to do.
+/// The searches for a matrix.
 struct AffineTask {
   MetricOptions metric;
   SearchOptions search;
   LevelOptions levels;
-  std::vector<int> stages;  ///< degrees of freedom of the searches of a level, in rising order
+  std::vector<int> stages;  ///< degrees of freedom of the searches of a level, in ascending order
   NmMat4d start;            ///< model world to reference world
 };
 
-/// Runs the library on level after level, from coarse to full resolution. Returns the matrix, model
+/// Runs the library on successive levels, from coarse to full resolution. Returns the matrix, model
 /// world to reference world, and adds counts and time to `found`. An interruption leaves the best
-/// matrix up to then.
+/// matrix so far.
 NmMat4d searchMatrix(const SearchedPair& pair, const AffineTask& task, SearchProgress& progress,
                      Registration& found);
 

@@ -11,21 +11,21 @@ namespace voxreg::detail {
 
 namespace {
 
-/// The library's code of a grid. Bricks thinner than a flat volume's one voxel would hold each
-/// other back.
+/// The library's code of a grid. On a flat axis there is one brick, since bricks thinner than the
+/// one voxel would restrain each other.
 int codeOf(const NmVec3i& grid, const NmVec3l& dims) {
   const auto bricks = [&](int axis) { return dims[axis] == 1 ? 1 : grid[axis]; };
   return bricks(0) * 10000 + bricks(1) * 100 + bricks(2);
 }
 
-/// A tolerance counts relative to the value, and that of cr comes close to 1 long before the
-/// volumes lie on each other.
+/// A tolerance is relative to the value, and that of cr is close to 1 long before the volumes are
+/// aligned. The values are empirical (docs/searches.md).
 float toleranceFor(const MetricOptions& metric) {
   return metric.metric == Metric::correlationRatio ? 1e-6f : 3e-4f;
 }
 
-/// What a coarse grid can follow shows in coarse volumes as well, as long as its bricks and the
-/// volume keep some voxels.
+/// A coarse grid can use coarse volumes, as long as its bricks and the volume keep enough voxels
+/// (empirical numbers, docs/searches.md).
 NmVec3i reductionFor(const NmVec3i& grid, const Image& reference) {
   constexpr std::int64_t leastOfBrick = 6;
   constexpr std::int64_t leastOfVolume = 24;
@@ -39,9 +39,9 @@ NmVec3i reductionFor(const NmVec3i& grid, const Image& reference) {
 
 /// One run of the library.
 struct GridRun {
-  int code;         ///< of the grid
+  int code;         ///< code of the grid
   NmVec3i factors;  ///< of the reference's reduction
-  bool isThorough;  ///< its result stands, but for what finer voxels add
+  bool isThorough;  ///< its result is final, except for what finer voxels add
 };
 
 /// Each grid on volumes as coarse as its bricks allow, then the last one at full resolution.
@@ -57,7 +57,7 @@ std::vector<GridRun> planRuns(const std::vector<NmVec3i>& grids, const Image& re
   return runs;
 }
 
-/// Finer grids take more steps, besides more voxels.
+/// Finer grids take more steps, in addition to more voxels.
 std::vector<ProgressPlan::Stage> progressStages(const std::vector<GridRun>& runs,
                                                 const std::vector<NmVec3i>& grids) {
   const std::string count = std::to_string(runs.size());
@@ -72,8 +72,8 @@ std::vector<ProgressPlan::Stage> progressStages(const std::vector<GridRun>& runs
   return stages;
 }
 
-/// The gradient of a reduced volume takes its differences over as many of its voxels. What others
-/// go on from, or have prepared, need not be searched as closely.
+/// On a reduced volume the gradient takes its differences over the same number of voxels. Runs that
+/// others continue, or that continue others, need not be searched as closely.
 void setSearch(RegVoxelRegistration& registration, const GridRun& run, const SearchOptions& search,
                float tolerance) {
   const auto largest = static_cast<float>(std::max({run.factors.x, run.factors.y, run.factors.z}));

@@ -10,17 +10,17 @@
 
 namespace voxreg::detail {
 
-/// What the searches for a grid of bricks are to do.
+/// The searches for a grid of bricks.
 struct BrickTask {
   MetricOptions metric;
   SearchOptions search;
-  std::vector<NmVec3i> grids;  ///< one after the other; a flat axis takes one brick
+  std::vector<NmVec3i> grids;  ///< in order; a flat axis takes one brick
   NmMat4d start;               ///< model world to reference world
 };
 
-/// Searches each grid on volumes as coarse as its bricks allow, and the last one at full resolution
-/// in the end. Returns the grid from frame to frame, and adds counts and time to `found`. An
-/// interruption leaves the best grid up to then.
+/// Searches each grid on volumes as coarse as its bricks allow, and the last one at full
+/// resolution. Returns the grid from frame to frame, and adds counts and time to `found`. An
+/// interruption leaves the best grid so far.
 BrickGrid::Grid searchBricks(const SearchedPair& pair, const BrickTask& task,
                              SearchProgress& progress, Registration& found);
 

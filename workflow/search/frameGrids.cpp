@@ -6,7 +6,7 @@ namespace voxreg::detail {
 
 namespace {
 
-/// A flat volume gets a box one millimetre thick, since a grid needs a volume.
+/// A flat volume gets a box one millimetre thick, since a grid needs a box with volume.
 NmBox3f boxAround(const Image& reference) {
   const NmBox3f& box = reference.frame().box;
   float edges[6];

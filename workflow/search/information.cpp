@@ -18,7 +18,7 @@ std::string textOf(double value) {
   return text.str();
 }
 
-/// What a metric sees of a volume through its range of values.
+/// Whether a metric sees different values of a volume through its range of values.
 bool variesWithin(const Image& volume, double low, double high, bool seesBeyond) {
   double first = 0.0;
   std::int64_t seen = 0;
@@ -39,7 +39,7 @@ std::string lackOf(const std::string& name, const Image& volume,
                    const std::optional<IntensityRange>& range, const MetricOptions& metric) {
   const std::optional<ValueRange> present = finiteRange(volume);
   if (range && !(range->low < range->high))
-    throw Refusal("the range of the " + name + "'s values ends below its beginning");
+    throw Refusal("the range of the " + name + "'s values ends below its start");
   if (!present) return "the " + name + " has no finite voxel";
   if (!(present->smallest < present->largest))
     return "all voxels of the " + name + " are " + textOf(present->smallest);

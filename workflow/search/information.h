@@ -7,13 +7,13 @@
 
 namespace voxreg::detail {
 
-/// Why no search could tell one place of these volumes from another: values that are all missing,
-/// all the same, or made the same by the range that counts. Empty where there is something to go
-/// by. Throws Refusal for a range that is none.
+/// The reason why no search can succeed on these volumes: all values are missing, all are equal, or
+/// the range makes them equal. Empty if the volumes hold information. Throws Refusal for an invalid
+/// range.
 std::string lackOfInformation(const Image& reference, const Image& model,
                               const MetricOptions& metric);
 
-/// Throws Refusal where there is nothing to go by.
+/// Throws Refusal if there is no information.
 void requireInformation(const Image& reference, const Image& model, const MetricOptions& metric);
 
 }  // namespace voxreg::detail

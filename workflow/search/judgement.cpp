@@ -13,7 +13,7 @@ void judge(const Overlap& overlap, Registration& found) {
                         found.smallestJacobian);
     found.warnings.emplace_back(text);
   }
-  // What was reached when the host stopped the search is no verdict on the images.
+  // The result of a stopped search does not allow a verdict on the images.
   if (found.interrupted) {
     if (found.evaluations == 0) found.metricAfter.reset();
     return;

@@ -18,8 +18,8 @@ Result found(const Find& find) {
   return result;
 }
 
-/// Says by the overlap at the result, and by what else is known of it, whether anything was found
-/// and what a user ought to look at.
+/// Decides from the overlap at the result, and from what else is known of it, whether anything was
+/// found, and sets the warnings.
 void judge(const Overlap& overlap, Registration& found);
 
 }  // namespace voxreg::detail

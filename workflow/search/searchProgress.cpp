@@ -43,7 +43,7 @@ void SearchProgress::startWorking(int steps, const std::string& /*text*/) {
   search_ = 0;
 }
 
-/// A run may have made fewer searches than it was to.
+/// A run may have made fewer searches than planned.
 void SearchProgress::stopWorking() {
   while (search_ < searches_) beginSearch();
   plan_.report(1.0);
@@ -63,8 +63,8 @@ void SearchProgress::setProgressValue(int value) {
   show();
 }
 
-/// Searches report the share of the run that they have reached, but the aggressive one leaves out
-/// those before it. The nearer they come to their end, the slower they are.
+/// Searches report their share of the run, but the aggressive one omits the searches before it.
+/// Searches slow down towards their end, hence the square (empirical).
 double SearchProgress::partOfSearch(double partOfRun) const {
   constexpr double rounding = 0.01;
   if (search_ == 0) return partOfRun;

@@ -9,27 +9,27 @@
 
 namespace voxreg::detail {
 
-/// The progress of a registration from its start to its end, for the host's callback, and the
-/// host's wish to stop it. The library's classes tell here how far their runs have come; stages and
+/// The progress of a registration from start to end, for the host's callback, and the host's
+/// request to stop it. The library's classes report the progress of their runs here; stages and
 /// captions are the registration's.
 class SearchProgress : public NmProgressInterface {
  public:
-  /// At the beginning of the first of these stages. An empty callback is told nothing.
+  /// Starts at the first of these stages. An empty callback is never called.
   SearchProgress(std::vector<ProgressPlan::Stage> stages, const ProgressCallback& callback);
 
-  /// The next stage of this caption begins.
+  /// Starts the next stage with this caption.
   void enter(const std::string& caption);
 
-  /// The same for a stage that consists of these; the first of them begins.
+  /// The same for a stage that consists of these parts; starts the first.
   void enter(const std::string& caption, std::vector<ProgressPlan::Stage> parts);
 
   void nextStage();
 
-  /// The next runs of the library, so many of them, make so many searches each. Every search is a
-  /// stage, and the present one is the first.
+  /// The next `runs` runs of the library make `searches` searches each. Every search is a stage,
+  /// and the current stage is the first.
   void expectRuns(int runs, int searches);
 
-  /// What a run has come to.
+  /// Sets the result of a run.
   void tellMetric(double value) { present_.metric = value; }
 
   void startWorking(int steps, const std::string& text) override;
@@ -48,10 +48,10 @@ class SearchProgress : public NmProgressInterface {
   Progress present_;
   bool isStopped_ = false;
   int steps_ = 100;
-  int runs_ = 1;         ///< still to come, with the present one
-  int searches_ = 1;     ///< of each of them
-  int search_ = 0;       ///< of the present run, from 1 on
-  bool isFirst_ = true;  ///< of the stages that the runs fill
+  int runs_ = 1;         ///< remaining, including the current one
+  int searches_ = 1;     ///< in each of them
+  int search_ = 0;       ///< current one of the run, starting at 1
+  bool isFirst_ = true;  ///< among the stages that the runs fill
 };
 
 }  // namespace voxreg::detail

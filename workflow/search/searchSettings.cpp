@@ -11,8 +11,8 @@ namespace voxreg::detail {
 
 namespace {
 
-/// The others make each of their steps in turn, down to the smallest; those that search lines take
-/// their gradients at it.
+/// The others try each of their steps in turn, down to the smallest; the ones that follow lines
+/// take their gradients over it. The steps are empirical (docs/searches.md).
 bool followsLines(Search search) {
   return search == Search::quasiNewton || search == Search::conjugateGradient;
 }
@@ -77,7 +77,8 @@ NmVec2f refiningSteps(const SearchOptions& options) {
 
 void requireSettings(const MetricOptions& options) {
   constexpr int mostBins = 4096;
-  if (!isWithin(options.bins, 0, mostBins)) throw Refusal("a histogram has up to 4096 bins");
+  if (!isWithin(options.bins, 0, mostBins))
+    throw Refusal("a histogram must have at most 4096 bins");
   requireRange(options.referenceRange, "reference");
   requireRange(options.modelRange, "model");
 }
@@ -88,23 +89,23 @@ void requireSettings(const SearchOptions& options) {
     const auto [largest, smallest] = *options.steps;
     if (largest < smallest) throw Refusal("the largest step is smaller than the smallest");
     if (!(smallest > 0.0f) || !std::isfinite(largest))
-      throw Refusal("the steps are no numbers above 0");
+      throw Refusal("the steps must be finite and above 0");
   }
   if (options.gradientTolerance &&
       !(*options.gradientTolerance > 0.0f && std::isfinite(*options.gradientTolerance)))
-    throw Refusal("the tolerance of the gradient searches is no number above 0");
+    throw Refusal("the tolerance of the gradient searches must be finite and above 0");
   if (!isWithin(options.gradientLevels, 0, mostLevels))
-    throw Refusal("there are 0 to 16 gradient levels");
+    throw Refusal("there must be 0 to 16 gradient levels");
 }
 
 void requireSettings(const LevelOptions& options) {
   constexpr int mostLevels = 10;
   constexpr int largestFactor = 1024;
-  if (!isWithin(options.levels, 0, mostLevels)) throw Refusal("there are 1 to 10 levels");
+  if (!isWithin(options.levels, 0, mostLevels)) throw Refusal("there must be 1 to 10 levels");
   if (!options.coarsest) return;
   for (int a = 0; a < 3; ++a)
     if (!isWithin((*options.coarsest)[a], 1, largestFactor))
-      throw Refusal("the reduction on the coarsest level is 1 to 1024 on each axis");
+      throw Refusal("the reduction on the coarsest level must be 1 to 1024 on each axis");
 }
 
 }  // namespace voxreg::detail

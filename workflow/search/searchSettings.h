@@ -5,20 +5,20 @@
 
 namespace voxreg::detail {
 
-/// The library's number of a metric, and of a search.
+/// The library's code of a metric or a search.
 unsigned int kindOf(Metric metric);
 unsigned int kindOf(Search search);
 
-/// Of images that have nothing to do with each other; the difference knows no such value.
+/// The value for unrelated images. The mean squared difference has no such value.
 double valueOfChance(Metric metric);
 
-/// Largest (x) and smallest step of a search that begins.
+/// Largest (x) and smallest step of the first search.
 NmVec2f stepRange(const SearchOptions& options);
 
-/// The same of a search that goes on from a good result.
+/// The same for a search that continues from a good result.
 NmVec2f refiningSteps(const SearchOptions& options);
 
-/// Each throws Refusal for values that no run can take.
+/// Each throws Refusal for values out of range.
 void requireSettings(const MetricOptions& options);
 void requireSettings(const SearchOptions& options);
 void requireSettings(const LevelOptions& options);

@@ -4,8 +4,8 @@
 
 namespace voxreg::detail {
 
-/// A pair as a search sees it: the axes nearest to the world's and of one handedness, and no voxel
-/// missing. Images that are so already are shared.
+/// A pair as a search sees it: with the axes closest to the world's and of the same handedness, and
+/// with no missing voxels. Images that already meet this are shared.
 struct SearchedPair {
   Image reference;
   Image model;

@@ -11,11 +11,11 @@ namespace voxreg::detail {
 
 inline const char* const startCaption = "Looking for a start";
 
-/// The matrix, model world to reference world, of the start that was given; the identity without
-/// one. Throws Refusal for a transform that is no matrix.
+/// The matrix of the given start, model world to reference world; the identity if there is none.
+/// Throws Refusal for a transform that is not a matrix.
 NmMat4d givenMatrix(const std::optional<Transform>& start);
 
-/// The one by which a rule begins; `found` tells how it was chosen.
+/// The start that a rule chooses; `found` records how it was chosen.
 NmMat4d chooseStart(StartRule rule, const SearchedPair& pair, const MetricOptions& metric,
                     SearchProgress& progress, Registration& found);
 

@@ -26,7 +26,7 @@ NmMat4d matrixOf(StartRule rule, const Image& reference, const Image& model) {
   return {};
 }
 
-/// Lets a search be stopped, and tells nothing.
+/// Allows a search to be stopped, and reports nothing.
 class StopOnly : public NmProgressInterface {
  public:
   explicit StopOnly(NmProgressInterface& asked) : asked_(asked) {}
@@ -40,7 +40,7 @@ class StopOnly : public NmProgressInterface {
   NmProgressInterface& asked_;
 };
 
-/// Short rigid searches on reduced volumes.
+/// Short rigid searches on reduced volumes, with an empirical tolerance.
 class Trial {
  public:
   Trial(const Image& reference, const Image& model, const MetricOptions& metric,
@@ -57,7 +57,7 @@ class Trial {
     registration_.stepRange.y = std::min(registration_.stepRange.x, coarse);
   }
 
-  /// How far a search gets from there. Nothing where the metric can tell nothing.
+  /// The gain of a search from there. Nothing if the metric has no meaningful value.
   std::optional<double> from(const NmMat4d& start) {
     worldToFrames(start, reference_, model_).getValue(registration_.matrix);
     const bool done =
@@ -74,7 +74,7 @@ class Trial {
   RegVoxelRegistration registration_;
 };
 
-/// The difference is smallest where two volumes share nothing but air.
+/// The difference is smallest where two volumes share only air.
 MetricOptions judgeFor(MetricOptions metric) {
   if (metric.metric == Metric::meanSquaredDifference)
     metric.metric = Metric::normalizedMutualInformation;

@@ -9,14 +9,14 @@
 
 namespace voxreg::detail {
 
-/// The places from which a search could begin: that of a rule or, with the values of the metric
-/// (nmi in place of msd), all of them, the header's first. `progress` is asked whether to stop, and
-/// not told.
+/// The possible starts of a search: that of a rule or, with the values of the metric (nmi instead
+/// of msd), all of them, the header's first. `progress` is asked whether to stop, but receives no
+/// reports.
 std::vector<Start> startsFor(StartRule rule, const Image& reference, const Image& model,
                              const MetricOptions& metric, NmProgressInterface& progress);
 
-/// The first start from which a search gets nearly as far as from any, a tenth less at most:
-/// the header's stays unless it is wrong. The first one of all where nothing is known.
+/// The first start from which a search gains at most a tenth less than the best (empirical), so the
+/// header's is kept unless it is wrong. The first of all if nothing is known.
 const Start& bestOf(const std::vector<Start>& starts);
 
 }  // namespace voxreg::detail

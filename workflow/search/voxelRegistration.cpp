@@ -17,7 +17,7 @@ NmDArray<NmHandle<VlData>> listOf(const Image& volume) {
   return list;
 }
 
-/// The axis on which a volume has one voxel; 3 where there is none.
+/// The axis on which a volume has one voxel; 3 if there is none.
 int flatAxis(const Image& volume) {
   int axis = 0;
   while (axis < 3 && volume.dims()[axis] != 1) ++axis;
@@ -33,7 +33,7 @@ NmVec2f rangeOf(const Image& volume, const std::optional<IntensityRange>& asked)
   return {asked->low, asked->high};
 }
 
-/// More bins than 64 leave too few voxels for each of their pairs on coarse levels.
+/// More than 64 bins leave too few voxels per pair of bins on coarse levels.
 unsigned int binsFor(const Image& volume, const NmVec2f& range, int asked) {
   constexpr int most = 64;
   const int type = volume.volume()->primType();
@@ -42,7 +42,7 @@ unsigned int binsFor(const Image& volume, const NmVec2f& range, int asked) {
   return static_cast<unsigned int>(asked > 0 ? asked : std::min(fitting, most));
 }
 
-/// The factors that bring the model's voxels near the size of the reduced reference's.
+/// The factors that bring the model's voxels close to the size of the reduced reference's.
 NmVec3i modelReduction(const NmVec3i& factors, const Image& reference, const Image& model) {
   if (factors == fullResolution) return factors;
   const int flat = RegVoxelRegistration::get2DOrientation(reference.volume(), model.volume());
@@ -52,7 +52,7 @@ NmVec3i modelReduction(const NmVec3i& factors, const Image& reference, const Ima
   return result;
 }
 
-/// The volume itself where it is not to be reduced, or cannot be.
+/// The volume itself if it is not to be reduced, or cannot be.
 NmHandle<VlData> reduced(RegVoxelRegistration& registration, const Image& volume,
                          const NmVec3i& factors) {
   const NmHandle<VlData> original = volume.volume();

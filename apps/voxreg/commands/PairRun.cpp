@@ -28,7 +28,7 @@ VolumePair readPair(const PairOptions& options, const std::vector<FileRole>& inp
   return {readNifti(options.reference), readNifti(options.model)};
 }
 
-/// `work` is that of the registration, compared with that of reading.
+/// `work` is that of the registration relative to that of reading.
 std::vector<voxreg::ProgressPlan::Stage> stagesOf(double work) {
   return {{"Reading", 1.0}, {"Registering", work}, {"Resampling", 1.5}, {"Writing", 2.0}};
 }
@@ -88,7 +88,7 @@ int PairRun::finish(OutputFiles& outputs, const std::function<void()>& more) {
   }
   if (!report.found)
     throw HostError(
-        "nothing found: " + report.found.reason.message + " (the outputs are written nevertheless)",
+        "nothing found: " + report.found.reason.message + " (the outputs are written anyway)",
         HostError::nothingFound);
   return report.found.interrupted ? interruptedExitCode : 0;
 }
@@ -96,7 +96,7 @@ int PairRun::finish(OutputFiles& outputs, const std::function<void()>& more) {
 std::vector<std::string> warningsAbout(const std::string& path, const NiftiVolume& volume) {
   std::vector<std::string> warnings;
   if (volume.header->sform_code <= 0 && volume.header->qform_code <= 0)
-    warnings.push_back(path + " has neither sform nor qform: nobody knows where it lies");
+    warnings.push_back(path + " has neither sform nor qform: its position is unknown");
   const long missing = voxreg::countMissing(volume.image);
   if (missing > 0)
     warnings.push_back(path + " has " + std::to_string(missing) +

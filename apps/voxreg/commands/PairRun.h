@@ -23,23 +23,23 @@ struct VolumePair {
 /// A command that registers a pair of volumes, from the names of its files to its exit code.
 class PairRun {
  public:
-  /// Refuses names that do not go together, then reads the volumes. `inputs` and `outputs` are the
-  /// files beside those of PairOptions; `work` is how long the registration takes, compared with
-  /// the reading.
+  /// Rejects conflicting file names, then reads the volumes. `inputs` and `outputs` are the files
+  /// in addition to those of PairOptions; `work` is the duration of the registration relative to
+  /// that of the reading.
   PairRun(const CLI::App& command, const PairOptions& options, const std::vector<FileRole>& inputs,
           const std::vector<FileRole>& outputs, double work);
 
   const VolumePair& files() const { return files_; }
 
-  /// Takes what a registration has found. Throws HostError where it has failed, and where it has
-  /// found nothing and --force does not have the outputs written all the same.
+  /// Takes the result of a registration. Throws HostError if it has failed, or if it has found
+  /// nothing and --force is not given.
   void judge(const voxreg::Registration& found);
 
-  /// Each writes what was asked for: the registered model, and the usual picture.
+  /// Each writes what was requested: the registered model, and the standard picture.
   void writeOutput(OutputFiles& outputs, const voxreg::Transform& transform);
   void writePicture(OutputFiles& outputs, const BeforeAndAfter& transforms, MapPanels panels) const;
 
-  /// Writes the report and gives all outputs their names, then prints warnings, the gist of the
+  /// Writes the report and gives all outputs their names, then prints warnings, a summary of the
   /// report and `more`. Returns the exit code, or throws HostError for a run that has found
   /// nothing.
   int finish(OutputFiles& outputs, const std::function<void()>& more);
@@ -53,10 +53,10 @@ class PairRun {
   VolumePair files_;
 };
 
-/// What is doubtful in a volume's file.
+/// Doubtful points in a volume's file.
 std::vector<std::string> warningsAbout(const std::string& path, const NiftiVolume& volume);
 
-/// To standard error.
+/// Prints to standard error.
 void printWarnings(const std::vector<std::string>& warnings);
 
 }  // namespace host

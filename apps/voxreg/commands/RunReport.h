@@ -10,12 +10,12 @@
 
 namespace host {
 
-/// What a registration on the command line tells of itself.
+/// What a registration on the command line reports about itself.
 struct RunReport {
   std::string command;
-  nlohmann::json settings;  ///< every option, given or by default
-  nlohmann::json start;     ///< null where there is no choice
-  std::string transform;    ///< its kind
+  nlohmann::json settings;  ///< every option, given or default
+  nlohmann::json start;     ///< null if there is no choice
+  std::string transform;    ///< kind of transform
   std::string metric;
   voxreg::Registration found;
   std::vector<std::string> warnings;
@@ -24,11 +24,11 @@ struct RunReport {
     warnings.insert(warnings.end(), texts.begin(), texts.end());
   }
 
-  /// How the start was chosen by the rule `init`, or which `file` it came from; nothing where there
-  /// was no search.
+  /// How the rule `init` chose the start, or which `file` it came from; nothing if there was no
+  /// search.
   void tellStart(const std::string& init, const std::string& file, const voxreg::Transform& given);
 
-  /// What is not known is null.
+  /// Unknown values are null.
   nlohmann::json document() const;
 };
 

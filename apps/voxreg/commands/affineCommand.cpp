@@ -35,7 +35,7 @@ void addStages(CLI::App& command, AffineOptions& options) {
                       "Degrees of freedom: translation 3, rigid 6, one scale 7, three 9, affine 12")
           ->check(CLI::IsMember({3, 6, 7, 9, 12}))
           ->capture_default_str();
-  command.add_option("--stages", options.stages, "Degrees of freedom of several searches")
+  command.add_option("--stages", options.stages, "Degrees of freedom of successive searches")
       ->check(CLI::IsMember({3, 6, 7, 12}))
       ->excludes(last);
 }
@@ -63,7 +63,7 @@ int mostFreedom(const AffineOptions& options) {
                         : *std::max_element(stages.begin(), stages.end());
 }
 
-/// Leaves the model where it is if there is nothing to go by.
+/// Leaves the model where it is if the volumes hold no information.
 NmMat4d registeredMatrix(const AffineOptions& options,
                          const std::optional<voxreg::Transform>& given, PairRun& run) {
   voxreg::AffineOptions task;

@@ -4,8 +4,8 @@
 
 namespace host {
 
-/// Adds `affine`: rigid or affine registration of two files. What it runs returns the program's
-/// exit code through `exitCode`.
+/// Adds `affine`: rigid or affine registration of two files. The command stores the program's exit
+/// code in `exitCode`.
 void addAffineCommand(CLI::App& app, int& exitCode);
 
 }  // namespace host

@@ -29,7 +29,7 @@ void addOptions(CLI::App& command, ApplyOptions& options) {
   map->add_option("--matrix", options.matrix, "Matrix file");
   map->require_option(1);
   command.add_option("-m,--model", options.model, "Volume to resample (NIfTI)")->required();
-  command.add_option("-r,--reference", options.reference, "Volume whose grid to take (NIfTI)")
+  command.add_option("-r,--reference", options.reference, "Volume whose grid to use (NIfTI)")
       ->required();
   command.add_option("-o,--output", options.output, "Volume to write (.nii, .nii.gz)")->required();
   addSamplingOptions(command, options.sampling);
@@ -83,7 +83,7 @@ int runApply(const ApplyOptions& options) {
 }  // namespace
 
 void addApplyCommand(CLI::App& app, int& exitCode) {
-  CLI::App* const command = app.add_subcommand("apply", "Resample a volume by a known transform");
+  CLI::App* const command = app.add_subcommand("apply", "Resample a volume with a known transform");
   const auto options = std::make_shared<ApplyOptions>();
   addOptions(*command, *options);
   command->callback([options, &exitCode] { exitCode = runApply(*options); });

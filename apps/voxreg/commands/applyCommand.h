@@ -4,7 +4,7 @@
 
 namespace host {
 
-/// Adds `apply`: resamples a volume by a transform that was found before.
+/// Adds `apply`: resamples a volume with a transform found earlier.
 void addApplyCommand(CLI::App& app, int& exitCode);
 
 }  // namespace host

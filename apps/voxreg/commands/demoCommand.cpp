@@ -35,7 +35,7 @@ NmMat4d movement() {
   return matrix;
 }
 
-/// A head phantom and the same head moved, brought into line by a rigid matrix.
+/// Registers a head phantom and a moved copy of it with a rigid matrix.
 void registerHead(OutputFiles& outputs, const std::string& folder,
                   InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
@@ -66,8 +66,7 @@ void printLesion(const std::string& name, const LesionContrast& contrast) {
   std::printf("%-24s %.0f, %.0f around it\n", name.c_str(), contrast.uptake, contrast.residual);
 }
 
-/// A chest before contrast agent, and after it with the breasts sagged, brought into line by
-/// bricks.
+/// Registers a chest before contrast agent, and after it with the breasts sagged, with bricks.
 void registerChest(OutputFiles& outputs, const std::string& folder,
                    InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
@@ -123,7 +122,7 @@ void addDemoCommand(CLI::App& app, int& exitCode) {
   CLI::App* const command =
       app.add_subcommand("demo", "Register a moved head phantom and a chest phantom");
   const auto folder = std::make_shared<std::string>();
-  command->add_option("folder", *folder, "Where to write")->required();
+  command->add_option("folder", *folder, "Folder to write to")->required();
   command->callback([folder, &exitCode] { exitCode = runDemo(*folder); });
 }
 

@@ -4,8 +4,8 @@
 
 namespace host {
 
-/// Adds `demo`: registers a head phantom that was moved by a known matrix, and writes what belongs
-/// to it into a folder.
+/// Adds `demo`: registers a head phantom that was moved by a known matrix, and writes the results
+/// into a folder.
 void addDemoCommand(CLI::App& app, int& exitCode);
 
 }  // namespace host

@@ -9,7 +9,7 @@
 
 namespace host {
 
-/// A place of the reference's world, and the one of the model's that shows the same.
+/// A position in the reference's world and the corresponding one in the model's.
 struct PointPair {
   NmVec3d reference;
   NmVec3d model;
@@ -18,7 +18,7 @@ struct PointPair {
 /// Reads lines of six numbers, xr yr zr xm ym zm. Throws HostError for anything else.
 std::vector<PointPair> readPointPairs(const std::string& path);
 
-/// How far a transform sends the points from where they belong.
+/// Distances between where a transform maps the points and where they belong.
 PlaceError displacementError(const voxreg::Transform& transform,
                              const std::vector<PointPair>& points);
 

@@ -36,10 +36,10 @@ void addMaskOptions(CLI::App& command, ElasticOptions& options) {
   };
   CLI::Option* const mask =
       command.add_flag_callback("--mask", choose(voxreg::Masking::required),
-                                "Insist on masking what lies behind the chest wall");
+                                "Mask the inside of the chest wall wherever a wall is found");
   command
       .add_flag_callback("--no-mask", choose(voxreg::Masking::none),
-                         "Register everything (default: mask what lies behind the wall of a chest)")
+                         "Register everything (default: mask the inside of the wall of a chest)")
       ->excludes(mask);
 }
 
@@ -58,28 +58,29 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
   command
       .add_option(
           "--max-bricks", options.maxBricks,
-          "Bricks from left to right at the end, as far as they keep four voxels along each "
-          "axis; from 18 on, volumes of more than 300 voxels are also registered at full "
+          "Bricks from left to right in the last grid, as long as they keep four voxels along each "
+          "axis; with 18 or more, volumes of more than 300 voxels are also registered at full "
           "resolution")
       ->check(CLI::Range(12, 40))
       ->capture_default_str();
   command
       .add_option("--roi", options.roi,
-                  "First and last voxel to cover on the reference file's three axes, from 0 on "
+                  "First and last voxel to cover on the reference file's three axes, from 0 "
                   "(default: found with the mask)")
       ->expected(6)
       ->type_name("I0 I1 J0 J1 K0 K1")
       ->check(CLI::NonNegativeNumber);
   command
-      .add_option(
-          "--metric", options.metric,
-          "Similarity: correlation ratio, or normalised mutual information, which is slow and "
-          "needs many voxels")
+      .add_option("--metric", options.metric,
+                  "Similarity measure: correlation ratio, or normalised mutual information, which "
+                  "is slow and "
+                  "needs many voxels")
       ->check(CLI::IsMember({"nmi", "cr"}))
       ->capture_default_str();
-  command.add_option("--truth", options.truth,
-                     "Lines of six numbers, a place in the reference and the same in the model, to "
-                     "print the displacement error against");
+  command.add_option(
+      "--truth", options.truth,
+      "File with lines of six numbers, a point in the reference and the same in the model, to "
+      "print the displacement error against");
 }
 
 /// From the axes of the file to those of the image.
@@ -99,7 +100,7 @@ NmBox3i roiInImage(const std::vector<int>& asked, const NiftiVolume& reference) 
   return {bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]};
 }
 
-/// Leaves the model where it is if there is nothing to go by.
+/// Leaves the model where it is if the volumes hold no information.
 voxreg::ElasticRegistration registered(const ElasticOptions& options, PairRun& run) {
   const auto& [reference, model] = run.files();
   voxreg::ElasticOptions task;
@@ -154,7 +155,7 @@ int runElastic(const ElasticOptions& options, const CLI::App& command) {
 
 void addElasticCommand(CLI::App& app, int& exitCode) {
   CLI::App* const command = app.add_subcommand(
-      "elastic", "Register two volumes of one patient on one grid by bricks, coarse to fine");
+      "elastic", "Register two volumes of one patient on one grid with bricks, coarse to fine");
   const auto options = std::make_shared<ElasticOptions>();
   addOptions(*command, *options);
   command->callback([options, command, &exitCode] { exitCode = runElastic(*options, *command); });

@@ -4,8 +4,8 @@
 
 namespace host {
 
-/// Adds `elastic`: the elastic pipeline on two files. What it runs returns the program's exit code
-/// through `exitCode`.
+/// Adds `elastic`: the elastic pipeline on two files. The command stores the program's exit code in
+/// `exitCode`.
 void addElasticCommand(CLI::App& app, int& exitCode);
 
 }  // namespace host

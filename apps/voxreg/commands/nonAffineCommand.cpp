@@ -32,14 +32,14 @@ void addOptions(CLI::App& command, NonAffineOptions& options) {
   command.add_option("--transform", options.transform, "Transform file to write (.json)");
   command
       .add_option("--bricks", options.bricks,
-                  "Bricks of the last grid on each axis (default: of about 16 mm and no less than "
-                  "three voxels)")
+                  "Bricks of the last grid on each axis (default: about 16 mm and at least "
+                  "three voxels each)")
       ->expected(3)
       ->type_name("X Y Z")
       ->check(CLI::Range(1, 32));
   command
       .add_option("--stages", options.stages,
-                  "Bricks on every axis of the grids before it, which have no more than it has "
+                  "Bricks on every axis of the preceding grids, at most as many as in the last one "
                   "(default: a quarter and half as many)")
       ->check(CLI::Range(1, 32));
   addStartOptions(command, options.start);
@@ -55,7 +55,7 @@ NmVec3i lastGrid(const NonAffineOptions& options, const NiftiVolume& reference) 
                         : NmVec3i(bricks[0], bricks[1], bricks[2]);
 }
 
-/// Leaves the model where it is if there is nothing to go by.
+/// Leaves the model where it is if the volumes hold no information.
 voxreg::Transform registered(const NonAffineOptions& options,
                              const std::optional<voxreg::Transform>& given, PairRun& run) {
   const auto& [reference, model] = run.files();
@@ -97,7 +97,8 @@ int runNonAffine(const NonAffineOptions& options, const CLI::App& command) {
 }  // namespace
 
 void addNonAffineCommand(CLI::App& app, int& exitCode) {
-  CLI::App* const command = app.add_subcommand("nonaffine", "Find a transform on a grid of bricks");
+  CLI::App* const command =
+      app.add_subcommand("nonaffine", "Find a non-affine transform on a grid of bricks");
   const auto options = std::make_shared<NonAffineOptions>();
   addOptions(*command, *options);
   command->callback([options, command, &exitCode] { exitCode = runNonAffine(*options, *command); });

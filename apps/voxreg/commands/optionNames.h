@@ -7,8 +7,8 @@
 
 namespace host {
 
-// The names that the command line has for what the library enumerates. Lists are in the order of
-// the help; a name that is none of them throws HostError.
+// The command line's names for the library's enumerators. Lists are in the order of the help; an
+// unknown name throws HostError.
 
 std::vector<std::string> metricNames();
 voxreg::Metric metricOf(const std::string& name);

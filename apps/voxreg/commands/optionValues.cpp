@@ -9,7 +9,7 @@ namespace {
 
 using nlohmann::json;
 
-/// A number where the option takes numbers.
+/// A number if the option takes numbers.
 json valueOf(const CLI::Option& option, const std::string& text) {
   if (option.get_type_name() == "TEXT") return text;
   const json number = json::parse(text, nullptr, /*allow_exceptions=*/false);

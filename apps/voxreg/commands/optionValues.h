@@ -5,8 +5,8 @@
 
 namespace host {
 
-/// The options of a command and of its groups under their long names without dashes, with what was
-/// given or, where nothing was, their default.
+/// The options of a command and of its groups under their long names without dashes, with the given
+/// value or the default.
 nlohmann::json optionValues(const CLI::App& command);
 
 }  // namespace host

@@ -5,21 +5,20 @@
 namespace host {
 
 void addVolumeOptions(CLI::App& command, std::string& reference, std::string& model) {
-  command.add_option("-r,--reference", reference, "Volume that stays (NIfTI)")->required();
+  command.add_option("-r,--reference", reference, "Volume that stays fixed (NIfTI)")->required();
   command.add_option("-m,--model", model, "Volume to move (NIfTI)")->required();
 }
 
 void addSamplingOptions(CLI::App& command, SamplingOptions& options) {
   command
       .add_option("--interpolation", options.interpolation,
-                  "How values between voxels come about: nearest for labels, linear, cubic "
+                  "Interpolation between voxels: nearest for labels, linear, cubic "
                   "(convolution after Keys 1981 with a = -1/2) or lanczos (six voxels)")
       ->check(CLI::IsMember(interpolationNames()))
       ->capture_default_str();
-  command.add_option(
-      "--background", options.background,
-      "Value beyond the model (default: 0 with nearest, since labels call what is no "
-      "structure 0; otherwise the model's smallest value, since 0 is water in a CT)");
+  command.add_option("--background", options.background,
+                     "Value outside the model (default: 0 with nearest, since labels use 0 for "
+                     "background; otherwise the model's smallest value, since 0 is water in CT)");
 }
 
 void addTalkOptions(CLI::App& command, TalkOptions& options) {
@@ -31,7 +30,7 @@ void addTalkOptions(CLI::App& command, TalkOptions& options) {
 
 void addForceOption(CLI::App& command, bool& force) {
   command.add_flag("--force", force,
-                   "Write the outputs although nothing was found (the exit code stays 3)");
+                   "Write the outputs even if nothing was found (the exit code is still 3)");
 }
 
 void addPairOptions(CLI::App& command, PairOptions& options) {
@@ -56,11 +55,12 @@ void addStartOptions(CLI::App& command, StartArguments& arguments) {
   CLI::Option* const file = command.add_option("--start,--start-matrix", arguments.file,
                                                "Matrix file to start from, instead of --init");
   command
-      .add_option("--init", arguments.init,
-                  "Where to start: as the files have it (none), the middles of both boxes on each "
-                  "other (centres), the centres of mass of what is brighter than the background on "
-                  "each other (moments), or the one of these from which a short search on coarse "
-                  "volumes gets furthest (auto)")
+      .add_option(
+          "--init", arguments.init,
+          "Where to start: as in the files (none), with the centres of both boxes aligned "
+          "(centres), with the centres of mass of everything brighter than the background "
+          "aligned (moments), or whichever of these gets furthest in a short search on coarse "
+          "volumes (auto)")
       ->check(CLI::IsMember(startRuleNames()))
       ->capture_default_str()
       ->excludes(file);

@@ -10,13 +10,13 @@
 
 namespace host {
 
-/// How much a command says.
+/// How much a command prints.
 struct TalkOptions {
   bool quiet = false;    ///< no progress and no results
-  bool verbose = false;  ///< the library's log as well
+  bool verbose = false;  ///< also the library's log
 };
 
-/// How --output comes about.
+/// How --output is interpolated.
 struct SamplingOptions {
   std::string interpolation = "linear";
   std::optional<double> background;
@@ -24,7 +24,7 @@ struct SamplingOptions {
   voxreg::ResampleOptions options() const { return {interpolationOf(interpolation), background}; }
 };
 
-/// What every command that brings one volume onto another is given.
+/// The options shared by all commands that register one volume to another.
 struct PairOptions {
   std::string reference;
   std::string model;
@@ -36,7 +36,7 @@ struct PairOptions {
   bool force = false;
 };
 
-/// Where a search begins.
+/// The start of a search.
 struct StartArguments {
   std::string file;
   std::string init = "auto";
@@ -45,7 +45,7 @@ struct StartArguments {
   std::optional<voxreg::Transform> given() const;
 };
 
-/// Each adds its options to a command; the present values are the defaults.
+/// Each adds its options to a command; the current values are the defaults.
 void addVolumeOptions(CLI::App& command, std::string& reference, std::string& model);
 void addSamplingOptions(CLI::App& command, SamplingOptions& options);
 void addTalkOptions(CLI::App& command, TalkOptions& options);

@@ -4,14 +4,14 @@
 
 namespace host {
 
-/// How far a result sends places from where they belong, millimetres.
+/// Distances between where a result maps points and where they belong, millimetres.
 struct PlaceError {
   double mean = 0.0;
   double percentile95 = 0.0;
   double maximum = 0.0;
 };
 
-/// Zeros where there is no distance.
+/// Zeros if there are no distances.
 PlaceError placeErrorOf(std::vector<double> distances);
 
 }  // namespace host

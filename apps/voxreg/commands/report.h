@@ -7,10 +7,10 @@
 
 namespace host {
 
-/// Exit code of a run that a signal has cut short and that has written what it had reached.
+/// Exit code of a run that a signal has stopped and that has written the result so far.
 constexpr int interruptedExitCode = 130;
 
-/// Each prints to standard output: the gist of a report;
+/// Each prints to standard output: a summary of a report;
 void printReport(const RunReport& report);
 
 /// the metric's value, if there is one, and the time;

@@ -61,24 +61,24 @@ RegResampler::FilterType filterOf(const std::string& name) {
 }
 
 void addOptions(CLI::App& command, ResampleOptions& options) {
-  command.add_option("--input", options.input, "Volume to scale (NIfTI)")->required();
+  command.add_option("--input", options.input, "Volume to resample (NIfTI)")->required();
   command.add_option("-o,--output", options.output, "Volume to write (.nii, .nii.gz)")->required();
   CLI::App* const shape = command.add_option_group("shape");
   shape
       ->add_option("--spacing", options.spacing,
-                   "Millimetres from voxel to voxel along the axes nearest to the world's x, y and "
-                   "z; an axis of one voxel keeps it")
+                   "Voxel spacing in millimetres along the axes closest to the world's x, y and "
+                   "z; an axis of one voxel keeps its spacing")
       ->expected(3)
       ->type_name("X Y Z")
       ->check(numberAbove(0.0));
-  shape->add_option("--size", options.size, "Voxels along the same axes")
+  shape->add_option("--size", options.size, "Number of voxels along the same axes")
       ->expected(3)
       ->type_name("X Y Z")
       ->check(CLI::Range(1, 32767));
   shape->require_option(1);
   command
       .add_option("--filter", options.filter,
-                  "Kernel of the weighted means, or the extreme value of each cell")
+                  "Kernel of the weighted mean, or the extreme value of each cell")
       ->check(CLI::IsMember(filterNames()))
       ->capture_default_str();
   addTalkOptions(command, options.talk);
@@ -99,7 +99,7 @@ NmVec3f newDimsOf(const ResampleOptions& options, const NiftiVolume& volume) {
   return dims;
 }
 
-// Half a volume is no result, so that an interruption leaves no file.
+// Half a volume is of no use, so an interruption leaves no file.
 int runResample(const ResampleOptions& options) {
   const FileRole output = {"--output", options.output, FileRole::Kind::volume};
   requireSeparateFiles({{"--input", options.input}}, {output});
@@ -123,7 +123,8 @@ int runResample(const ResampleOptions& options) {
 }  // namespace
 
 void addResampleCommand(CLI::App& app, int& exitCode) {
-  CLI::App* const command = app.add_subcommand("resample", "Scale a volume along its axes");
+  CLI::App* const command =
+      app.add_subcommand("resample", "Change the voxel size of a volume along its axes");
   const auto options = std::make_shared<ResampleOptions>();
   addOptions(*command, *options);
   command->callback([options, &exitCode] { exitCode = runResample(*options); });

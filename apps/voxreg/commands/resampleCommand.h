@@ -4,7 +4,7 @@
 
 namespace host {
 
-/// Adds `resample`: scales a volume along its own axes.
+/// Adds `resample`: scales a volume along its axes.
 void addResampleCommand(CLI::App& app, int& exitCode);
 
 }  // namespace host

@@ -13,7 +13,7 @@ constexpr double anything = -std::numeric_limits<double>::infinity();
 
 void addRange(CLI::App& command, const std::string& name, std::vector<float>& range,
               const std::string& volume) {
-  command.add_option(name, range, "Values of the " + volume + " that count (default: all)")
+  command.add_option(name, range, "Range of values of the " + volume + " to use (default: all)")
       ->expected(2)
       ->type_name("MIN MAX")
       ->check(numberAbove(anything));
@@ -60,13 +60,15 @@ CLI::Validator numberAbove(double limit) {
 
 void addMetricOptions(CLI::App& command, MetricArguments& arguments) {
   command
-      .add_option("--metric", arguments.name,
-                  "Similarity: mean squared difference, correlation ratio, normalised or simple "
-                  "mutual information")
+      .add_option(
+          "--metric", arguments.name,
+          "Similarity measure: mean squared difference, correlation ratio, normalised or plain "
+          "mutual information")
       ->check(CLI::IsMember(metricNames()))
       ->capture_default_str();
   command
-      .add_option("--bins", arguments.bins, "Bins of nmi and mi (default: by the ranges, up to 64)")
+      .add_option("--bins", arguments.bins,
+                  "Bins of nmi and mi (default: from the ranges, up to 64)")
       ->check(CLI::Range(1, 4096));
   addRange(command, "--range-reference", arguments.referenceRange, "reference");
   addRange(command, "--range-model", arguments.modelRange, "model");
@@ -75,45 +77,46 @@ void addMetricOptions(CLI::App& command, MetricArguments& arguments) {
 void addSearchOptions(CLI::App& command, SearchArguments& arguments) {
   command
       .add_option("--optimizer", arguments.optimizer,
-                  "Search method; best-neighbour shows no progress, and Ctrl-C ends it only "
-                  "with its stage")
+                  "Search method; best-neighbour shows no progress, and Ctrl-C stops it only "
+                  "at the end of a stage")
       ->check(CLI::IsMember(searchNames()))
       ->capture_default_str();
   command
       .add_option("--steps", arguments.steps,
-                  "Largest and smallest step of the search (default: what suits it)")
+                  "Largest and smallest step of the search (default: depends on the search)")
       ->expected(2)
       ->type_name("MAX MIN")
       ->check(numberAbove(0.0));
   command
       .add_option("--gradient-levels", arguments.gradientLevels,
-                  "So many of the finest levels are left to the gradient search")
+                  "Number of finest levels that use the gradient search")
       ->check(CLI::Range(0, 16))
       ->capture_default_str();
   CLI::Option* const tolerance =
       command
           .add_option("--gradient-tolerance", arguments.gradientTolerance,
-                      "Relative gain at which gradient and conjugate searches end")
+                      "Relative gain below which gradient and conjugate searches stop")
           ->check(numberAbove(0.0))
           ->capture_default_str();
-  if (!(arguments.gradientTolerance > 0.0f)) tolerance->default_str("by the metric");
+  if (!(arguments.gradientTolerance > 0.0f)) tolerance->default_str("depends on the metric");
   command.add_flag("--fit-steps", arguments.fitSteps,
-                   "Let the best-direction search reduce its step by one factor throughout");
+                   "Reduce the step of the best-direction search by a constant factor");
   command.add_flag("--restricted-motion", arguments.restrictedMotion,
-                   "Hold rotations back, and lower the value gently where the volumes part");
+                   "Restrain rotations, and lower the value gradually as the overlap shrinks");
 }
 
 void addLevelOptions(CLI::App& command, LevelArguments& arguments) {
   CLI::Option* const coarsest =
       command
           .add_option("--coarsest", arguments.coarsest,
-                      "Reduction on the coarsest level (default: to about 32 voxels)")
+                      "Reduction on the coarsest level (default: down to about 32 voxels)")
           ->expected(3)
           ->type_name("X Y Z")
           ->check(CLI::Range(1, 1024));
   command
-      .add_option("--levels", arguments.levels,
-                  "Levels from 1 (full resolution only) on, each twice as coarse")
+      .add_option(
+          "--levels", arguments.levels,
+          "Number of levels: 1 is full resolution only, each further one is twice as coarse")
       ->check(CLI::Range(1, 10))
       ->excludes(coarsest);
 }

@@ -5,10 +5,9 @@
 
 namespace host {
 
-/// The error of a matrix over the reference's head. Both matrices take model world to reference
-/// world. The head is where the reference exceeds a tenth of its 99th percentile; the error at a
-/// point of it is the distance at which `result` puts the place of the model that `truth` puts
-/// there.
+/// The error of a matrix over the reference's head. Both matrices map model world to reference
+/// world. The head is where the reference exceeds a tenth of its 99th percentile. The error at a
+/// point is the distance to where `result` maps the model position that `truth` maps to the point.
 PlaceError targetError(const NiftiVolume& reference, const NmMat4d& result, const NmMat4d& truth);
 
 }  // namespace host

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What no other name for the output would help against.
+/// Errors that another output name would not avoid.
 bool isFailureOfTheMachine(int error) {
   constexpr int errors[] = {ENOSPC, EDQUOT, EIO, EFBIG, ENOMEM, EMFILE, ENFILE};
   return std::find(std::begin(errors), std::end(errors), error) != std::end(errors);
@@ -47,8 +47,8 @@ fs::path targetOf(const std::string& path) {
   return target;
 }
 
-/// The mode of the file that is to be replaced, if there is one. A rename would put a file in the
-/// place of a folder or device as well.
+/// The mode of the file to be replaced, if there is one. A rename would also replace a folder or
+/// device.
 std::optional<::mode_t> modeOf(const fs::path& target, const std::string& path) {
   struct stat status = {};
   if (stat(target.c_str(), &status) != 0) return std::nullopt;
@@ -57,7 +57,7 @@ std::optional<::mode_t> modeOf(const fs::path& target, const std::string& path) 
   return status.st_mode & permissions;
 }
 
-/// Nobody else may read what is to become a private file.
+/// Nobody else may read a file that becomes private.
 void makeEmptyFile(const std::string& path, std::optional<::mode_t> mode, const std::string& name) {
   constexpr ::mode_t anyone = 0666;
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
@@ -80,11 +80,11 @@ std::string OutputFiles::add(const std::string& path) {
   if (std::any_of(outputs_.begin(), outputs_.end(), isSame))
     throw HostError("cannot write " + path + ": another output has this name");
   const Output& added = outputs_.emplace_back(path);
-  errno = 0;  // what follows tells what is wrong with this file
+  errno = 0;  // so that errno refers to this file
   return added.part.path();
 }
 
-/// Where a file system has no hard links, the name is missing for a moment.
+/// Without hard links, the name is missing for a moment.
 void OutputFiles::putInPlace(const Output& output) {
   const char* const target = output.target.c_str();
   const char* const before = output.before.path().c_str();
@@ -115,7 +115,7 @@ void OutputFiles::commit() {
 }
 
 void OutputFiles::fail(const std::string& path) {
-  const char* const reason = errno != 0 ? std::strerror(errno) : "the disk took no more";
+  const char* const reason = errno != 0 ? std::strerror(errno) : "the disk accepted no more data";
   throw HostError("cannot write " + path + ": " + reason, HostError::failedRun);
 }
 

@@ -19,7 +19,7 @@ std::string uniqueName() {
 
 }  // namespace
 
-/// An element of a list that only grows, so that a signal's handler can walk it at any time.
+/// An element of a list that only grows, so a signal handler can walk it at any time.
 class TemporaryFile::Entry {
  public:
   explicit Entry(const std::string& path) : path_(path), older_(newest_.load()) {

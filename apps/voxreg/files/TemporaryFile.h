@@ -4,11 +4,11 @@
 
 namespace host {
 
-/// The name of a file that is gone when the object is, or when a signal ends the program, unless it
-/// has been given another name by then. Making it is left to the user.
+/// The name of a file that is removed with the object, or when a signal ends the program, unless it
+/// has been renamed by then. The user of the object creates the file.
 class TemporaryFile {
  public:
-  /// A name that nobody else has, in a folder.
+  /// A unique name in a folder.
   explicit TemporaryFile(const std::string& folder);
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -16,13 +16,13 @@ class TemporaryFile {
 
   const std::string& path() const;
 
-  /// Removes those of all objects. May be called by the handler of a signal.
+  /// Removes the files of all objects. May be called by a signal handler.
   static void removeAll();
 
  private:
   class Entry;
 
-  Entry* entry_;  ///< lasts as long as the program
+  Entry* entry_;  ///< lives as long as the program
 };
 
 }  // namespace host

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned int bufferBytes = 1u << 17;
 
-/// zlib's words, or those that users know for the same. They follow upon the path.
+/// zlib's message, or a clearer one. It follows the path.
 std::string damageOf(std::string_view zlibText, const std::string& path) {
   if (zlibText.find("end of file") != std::string_view::npos) return "it is cut short";
   if (zlibText.find("data check") != std::string_view::npos) return "its checksum is wrong";
@@ -64,7 +64,7 @@ void ZipReader::finish() {
   }
 }
 
-// Deflate packs no more than 1032 bytes into one.
+// Deflate compresses at most 1032 bytes into one.
 bool ZipReader::mayHold(double bytes) const {
   constexpr double densest = 1032.0;
   const double factor = gzdirect(file_.get()) != 0 ? 1.0 : densest;

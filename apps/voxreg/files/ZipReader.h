@@ -8,28 +8,28 @@
 
 namespace host {
 
-/// Reads a file, plain or compressed by gzip, from its beginning on. What is wrong with the file is
-/// thrown as a HostError that says it.
+/// Reads a file, plain or compressed with gzip, from its beginning. A faulty file throws a
+/// HostError that states the fault.
 class ZipReader {
  public:
   explicit ZipReader(const std::string& path);
 
   const std::string& path() const { return path_; }
 
-  /// Reads so many bytes, or those that are left, and returns their number.
+  /// Reads the given number of bytes, or what is left, and returns the number read.
   std::size_t readUpTo(void* bytes, std::size_t count);
 
   void read(void* bytes, std::size_t count);
 
   void skip(std::uint64_t count);
 
-  /// Reads and drops what is left, so that the checksum of a compressed file is tested.
+  /// Reads and discards the rest, so that the checksum of a compressed file is verified.
   void finish();
 
-  /// False when the file can't hold so many bytes, however well they are compressed.
+  /// False if the file cannot hold this many bytes, however well they are compressed.
   bool mayHold(double bytes) const;
 
-  /// The name says what the contents do not.
+  /// Judged by the name, not the contents.
   bool lacksItsCompression() const;
 
  private:

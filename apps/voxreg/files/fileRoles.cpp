@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// By way of symbolic links, "." and ".."; two names of one inode as well.
+/// Resolves symbolic links, "." and ".."; two names of one inode are also equal.
 bool areOneFile(const std::string& a, const std::string& b) {
   if (a.empty() || b.empty()) return false;
   std::error_code error;
@@ -58,7 +58,7 @@ void requireAnOutput(const std::vector<FileRole>& outputs) {
     if (!output.path.empty()) return;
     options += (options.empty() ? "" : ", ") + output.option;
   }
-  throw HostError("nothing is to be written: give one of " + options);
+  throw HostError("no output is requested: give one of " + options);
 }
 
 }  // namespace host

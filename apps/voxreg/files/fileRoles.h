@@ -5,7 +5,7 @@
 
 namespace host {
 
-/// An option of the command line that names a file; one that was not given has an empty path.
+/// A command-line option that names a file; the path is empty if it was not given.
 struct FileRole {
   enum class Kind { plain, volume, picture };
 
@@ -13,15 +13,15 @@ struct FileRole {
   std::string path;
   Kind kind = Kind::plain;
 
-  /// Throws HostError unless an output of this name can be written, or none is asked for.
+  /// Throws HostError unless an output of this name can be written or none is requested.
   void requireWritable() const;
 };
 
-/// Throws HostError where two outputs are one file, or an output is an input, whatever their names.
+/// Throws HostError if two outputs are the same file, or an output is an input, under any name.
 void requireSeparateFiles(const std::vector<FileRole>& inputs,
                           const std::vector<FileRole>& outputs);
 
-/// Throws HostError where no output was asked for.
+/// Throws HostError if no output was requested.
 void requireAnOutput(const std::vector<FileRole>& outputs);
 
 }  // namespace host

@@ -66,7 +66,7 @@ BrickGrid::Beyond beyondOf(const json& document) {
   const auto name = document.at("beyond").get<std::string>();
   for (const auto beyond : {BrickGrid::Beyond::bricks, BrickGrid::Beyond::displacement})
     if (name == nameOf(beyond)) return beyond;
-  throw HostError("what holds beyond the box is neither bricks nor displacement");
+  throw HostError("beyond is neither \"bricks\" nor \"displacement\"");
 }
 
 BrickGrid transformOf(const json& document) {

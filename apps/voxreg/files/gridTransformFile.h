@@ -8,7 +8,7 @@
 
 namespace host {
 
-/// Reads or writes a grid of bricks as JSON. Both throw HostError.
+/// Read or write a grid of bricks as JSON. Both throw HostError.
 voxreg::BrickGrid readGridTransform(const std::string& path);
 void writeGridTransform(OutputFiles& outputs, const std::string& path,
                         const voxreg::BrickGrid& transform);

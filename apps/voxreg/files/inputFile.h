@@ -5,11 +5,10 @@
 
 namespace host {
 
-/// The size of a regular file that can be read. Throws HostError with a clear line for anything
-/// else.
+/// The size of a regular, readable file. Throws HostError with a clear message for anything else.
 std::uintmax_t inputFileSize(const std::string& path);
 
-/// The whole of a text file, which is small. Throws HostError.
+/// The contents of a text file, which must be small. Throws HostError.
 std::string inputText(const std::string& path);
 
 }  // namespace host

@@ -8,12 +8,12 @@
 
 namespace host {
 
-/// Reads four lines of four numbers, a matrix for row vectors (translation in the fourth line) from
+/// Reads four lines of four numbers: a matrix for row vectors (translation in the fourth line) from
 /// model world to reference world, in millimetres. Throws HostError for anything else, and for a
-/// matrix without inverse.
+/// matrix without an inverse.
 NmMat4d readMatrix(const std::string& path);
 
-/// Writes that form with all digits of the numbers. Throws HostError.
+/// Writes the same format with all digits. Throws HostError.
 void writeMatrix(OutputFiles& outputs, const std::string& path, const NmMat4d& matrix);
 
 }  // namespace host

@@ -28,19 +28,19 @@ bool hasMagic(const Raw& raw, const char* magic) {
   return std::memcmp(raw.magic, magic, sizeof raw.magic) == 0;
 }
 
-/// Leaves three dimensions at most. Those that a header does not use may hold anything.
+/// Keeps at most three dimensions. Unused ones may hold anything in a header.
 template <class Raw>
 void keepOneVolume(Raw& raw, const ZipReader& file) {
   constexpr int mostDimensions = 7;
   const std::int64_t dimensions = raw.dim[0];
   if (dimensions < 1 || dimensions > mostDimensions)
-    refuse(file, "announces " + std::to_string(dimensions) + " dimensions");
+    refuse(file, "declares " + std::to_string(dimensions) + " dimensions");
   double volumes = 1.0;
   for (int a = 1; a <= mostDimensions; ++a) {
     if (a > dimensions) raw.dim[a] = 1;
     if (raw.dim[a] < 1)
       refuse(file,
-             "announces " + std::to_string(raw.dim[a]) + " voxels on axis " + std::to_string(a));
+             "declares " + std::to_string(raw.dim[a]) + " voxels on axis " + std::to_string(a));
     if (a <= 3) continue;
     volumes *= static_cast<double>(raw.dim[a]);
     raw.dim[a] = 1;
@@ -49,7 +49,7 @@ void keepOneVolume(Raw& raw, const ZipReader& file) {
   if (volumes > 1.0)
     throw HostError(file.path() + " holds " +
                     std::to_string(std::llround(std::min(volumes, 1e18))) +
-                    " volumes, where one is wanted");
+                    " volumes instead of one");
 }
 
 void requireRealVoxels(const ZipReader& file, int type) {
@@ -58,17 +58,17 @@ void requireRealVoxels(const ZipReader& file, int type) {
                   ", not one real number each");
 }
 
-/// Behind the header at least where they share its file.
+/// At least after the header if they share a file.
 template <class Raw>
 std::uint64_t offsetOfVoxels(const Raw& raw, bool isPair, const ZipReader& file) {
-  constexpr double most = 9e15;  // whole numbers of a double
+  constexpr double most = 9e15;  // doubles represent all integers up to here
   const auto offset = static_cast<double>(raw.vox_offset);
-  if (!(offset >= 0.0 && offset <= most)) refuse(file, "tells no place of the voxels");
+  if (!(offset >= 0.0 && offset <= most)) refuse(file, "gives no valid offset of the voxels");
   const std::uint64_t before = isPair ? 0 : sizeof raw;
   return std::max(static_cast<std::uint64_t>(offset), before) - before;
 }
 
-/// `start` holds the first four bytes already.
+/// `start` already holds the first four bytes.
 template <class Raw>
 NiftiHeader readVersion(ZipReader& file, const char* start, bool isSwapped) {
   Raw raw = {};
@@ -105,7 +105,7 @@ NiftiHeader readNiftiHeader(ZipReader& file) {
 }
 
 std::shared_ptr<nifti_image> owned(nifti_image* image) {
-  if (image == nullptr) throw HostError("no room for a header", HostError::failedRun);
+  if (image == nullptr) throw HostError("not enough memory for a header", HostError::failedRun);
   return {image, [](nifti_image* header) { nifti_image_free(header); }};
 }
 

@@ -4,8 +4,8 @@
 
 namespace host {
 
-/// What a version of NIfTI has of its own, by the type of its header. The library leaves the type
-/// of the image, the place of the voxels and the end of the magic text to us in version 2.
+/// What is specific to a NIfTI version, by the type of its header. For version 2, the NIfTI library
+/// leaves the image's type, the offset of the voxels and the end of the magic text to the caller.
 template <class Raw>
 struct NiftiVersion;
 

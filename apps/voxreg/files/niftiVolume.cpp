@@ -29,8 +29,8 @@ voxreg::WorldGrid gridOf(const nifti_image& header) {
   return {dims, matrix};
 }
 
-/// Gives an axis of the file ceil(newDim) voxels, the scale being that of newDim; the volume's
-/// edges stay where they are where newDim is a whole number.
+/// Gives an axis of the file ceil(newDim) voxels, with the scale of newDim; the volume's edges do
+/// not move if newDim is an integer.
 void scaleAxis(nifti_image& header, int axis, float newDim) {
   const auto oldDim = static_cast<double>(std::max<std::int64_t>(header.dim[axis + 1], 1));
   const double ratio = oldDim / static_cast<double>(newDim);

@@ -17,7 +17,7 @@ bool exists(const std::string& path) {
   return std::filesystem::exists(path, error);
 }
 
-/// The other file of a pair: that of the same name with one of these ends.
+/// The other file of a pair: the same name with one of these extensions.
 std::string partner(const std::string& path, const std::string& end) {
   std::string stem = path;
   if (stem.ends_with(".gz")) stem.resize(stem.size() - 3);
@@ -42,7 +42,7 @@ ValueScale scaleOf(const nifti_image& header) {
   return scaled ? ValueScale{header.scl_slope, header.scl_inter} : ValueScale{};
 }
 
-/// Found before any memory is taken.
+/// Checked before any memory is allocated.
 void requirePlausibleSize(const ZipReader& file, const NiftiHeader& header) {
   double needed = header.image->nbyper;
   for (int a = 1; a <= 3; ++a) needed *= static_cast<double>(header.image->dim[a]);
@@ -50,16 +50,16 @@ void requirePlausibleSize(const ZipReader& file, const NiftiHeader& header) {
     throw HostError(file.path() + " is cut short");
 }
 
-/// Doubles do not hold all whole numbers of 64 bits.
+/// Doubles cannot represent all 64-bit integers.
 void requireSameBack(const VoxelFormat& format, const void* voxels, const voxreg::MemoryLine& line,
                      const std::vector<char>& stored, const ZipReader& file) {
   std::vector<char> back(stored.size());
   format.storePlain(voxels, line, static_cast<long>(stored.size() / format.size), back.data());
   if (back != stored)
-    throw HostError(file.path() + " holds whole numbers that are too large to be exact");
+    throw HostError(file.path() + " holds integers that are too large to be represented exactly");
 }
 
-/// `file` is the one of the voxels, of which the header has been read if it stands there.
+/// `file` is that of the voxels; its header, if it has one, has already been read.
 NiftiVolume readVoxels(ZipReader& file, const NiftiHeader& source) {
   requirePlausibleSize(file, source);
   file.skip(source.offset);

@@ -10,7 +10,7 @@ namespace host {
 
 namespace {
 
-/// Whether a file of this type gives the voxel back.
+/// Whether a file of this type preserves the voxel.
 template <class T>
 bool isKeptBy(int fileType, T voxel) {
   const VoxelFormat& format = *VoxelFormat::find(fileType);
@@ -22,7 +22,7 @@ bool isKeptBy(int fileType, T voxel) {
   return back == voxel;
 }
 
-/// Whether model and file can hold the value.
+/// Whether both the model and the file can hold the value.
 bool canHold(const NiftiVolume& model, double value) {
   bool fits = voxreg::canHold(model.image, value);
   if (model.fileType != 0)
@@ -37,7 +37,7 @@ void requireBackground(const NiftiVolume& model, const voxreg::ResampleOptions& 
   const double value = voxreg::backgroundFor(model.image, options);
   if (canHold(model, value)) return;
   std::ostringstream text;
-  text << value << " is no background for the model, whose voxels cannot hold it";
+  text << value << " cannot be the background: the model's voxels cannot hold it";
   throw HostError(text.str());
 }
 

@@ -4,7 +4,7 @@
 
 namespace host {
 
-/// `model` minus `reference`, voxel by voxel, on the grid that they share.
+/// `model` minus `reference`, voxel by voxel, on their common grid.
 NiftiVolume subtraction(const NiftiVolume& model, const NiftiVolume& reference);
 
 }  // namespace host

@@ -24,7 +24,7 @@ void convertPlain(const void* stored, long n, const ValueScale& /*scale*/, void*
                   const voxreg::MemoryLine& line) {
   Voxel* const first = static_cast<Voxel*>(voxels) + line.start;
   for (long i = 0; i < n; ++i)
-    // NOLINTNEXTLINE(bugprone-signed-char-misuse): signed bytes are meant
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): signed bytes are intended
     first[i * line.stride] = static_cast<Voxel>(storedValue<Stored>(stored, i));
 }
 
@@ -74,7 +74,7 @@ constexpr VoxelFormat format(int niftiType) {
           storePlain<Stored, Plain>};
 }
 
-// A float holds the scaled values of 16 bits; those of 32 bits take a double.
+// A float holds scaled 16-bit values; scaled 32-bit values need a double.
 constexpr VoxelFormat formats[] = {
     format<std::uint8_t, unsigned char, float>(DT_UINT8),
     format<std::int8_t, short, float>(DT_INT8),

@@ -16,26 +16,26 @@ struct ValueScale {
 using LineConversion = void (*)(const void* stored, long n, const ValueScale& scale, void* voxels,
                                 const voxreg::MemoryLine& line);
 
-/// Converts voxels of a volume back to `n` stored values, as they are in an unscaled file.
+/// Converts voxels of a volume back to `n` stored values, as in an unscaled file.
 using LineStorage = void (*)(const void* voxels, const voxreg::MemoryLine& line, long n,
                              void* stored);
 
-/// How one data type of a NIfTI file becomes a voxel type: one that holds every stored value, and a
+/// How a NIfTI data type maps to a voxel type: one that holds every stored value, and a
 /// floating-point one for values that the header scales.
 struct VoxelFormat {
   int niftiType;
-  std::size_t size;  ///< bytes of a stored value
+  std::size_t size;  ///< bytes per stored value
   NmPrimType::Value plainType;
   NmPrimType::Value scaledType;
   LineConversion convertPlain;
   LineConversion convertScaled;
   LineStorage storePlain;  ///< of voxels of the plain type
 
-  /// Null for types that are not one real number.
+  /// Null for types other than one real number.
   static const VoxelFormat* find(int niftiType);
 };
 
-/// The NIfTI data type that holds the voxels of a volume as they are.
+/// The NIfTI data type that holds the voxels of a volume unchanged.
 int niftiTypeOf(NmPrimType type);
 
 }  // namespace host

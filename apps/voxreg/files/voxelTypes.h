@@ -31,7 +31,7 @@ void withVoxelType(NmPrimType type, F&& f) {
   }
 }
 
-/// The nearest value that a voxel can hold; an integer is never given NaN.
+/// The nearest value that a voxel can hold; NaN is never converted to an integer.
 template <class T>
 T asVoxel(double value) {
   if constexpr (std::is_floating_point_v<T>) {

@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::int64_t largestOfVersion1 = 32767;
 
-/// That of the file from which the geometry comes, so that none of it is lost, or what the
-/// dimensions need.
+/// The version of the file from which the geometry comes, so that none of it is lost, or the one
+/// that the dimensions require.
 bool needsVersion2(const nifti_image& header) {
   return header.nifti_type == NiftiVersion<nifti_2_header>::type ||
          *std::max_element(header.dim + 1, header.dim + 4) > largestOfVersion1;
@@ -27,7 +27,7 @@ template <class Raw>
 std::vector<char> bytesOf(const nifti_image& image) {
   Raw raw = {};
   if (NiftiVersion<Raw>::fromImage(&image, &raw) != 0)
-    throw HostError("the header fits no file", HostError::failedRun);
+    throw HostError("the header cannot be represented in a file", HostError::failedRun);
   std::memcpy(raw.magic, NiftiVersion<Raw>::single, sizeof raw.magic);
   constexpr int noExtension = 4;
   constexpr int size = sizeof raw + noExtension;
@@ -43,7 +43,7 @@ const VoxelFormat& formatOf(const NiftiVolume& volume) {
   return *VoxelFormat::find(type);
 }
 
-/// What a file of this volume begins with: the geometry stays, the values are plain.
+/// The start of this volume's file: the geometry is kept, the values are unscaled.
 std::vector<char> headerOf(const NiftiVolume& volume) {
   const std::shared_ptr<nifti_image> image = owned(nifti_copy_nim_info(volume.header.get()));
   image->datatype = formatOf(volume).niftiType;
@@ -82,7 +82,7 @@ void writeNifti(OutputFiles& outputs, const std::string& path, const NiftiVolume
   const NmHandle<VlDataAccess> access = volume.image.volume()->lock(false);
   if (access == nullptr)
     throw HostError("cannot write " + path + ": its volume is in use", HostError::failedRun);
-  // "T" writes the bytes as they are.
+  // "T" writes the bytes uncompressed.
   gzFile_s* const file = gzopen(outputs.add(path).c_str(), isCompressedName(path) ? "wb" : "wbT");
   if (file == nullptr) OutputFiles::fail(path);
   const bool written = writeBytes(file, header) && writeVoxels(file, volume, *access);
@@ -91,7 +91,7 @@ void writeNifti(OutputFiles& outputs, const std::string& path, const NiftiVolume
 
 void requireWritableNifti(const std::string& path) {
   if (!isCompressedName(path) && !path.ends_with(".nii"))
-    throw HostError("cannot write " + path + ": its name ends neither in .nii nor in .nii.gz");
+    throw HostError("cannot write " + path + ": its name does not end in .nii or .nii.gz");
   OutputFiles::requireWritable(path);
 }
 

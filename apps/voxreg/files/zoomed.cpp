@@ -9,10 +9,9 @@ namespace host {
 namespace {
 
 void requireDims(const NmVec3f& dims) {
-  constexpr float largest = 32767.0f;  // of a NIfTI-1 header, and of what makes sense
+  constexpr float largest = 32767.0f;  // limit of a NIfTI-1 header, and beyond any useful size
   for (int a = 0; a < 3; ++a)
-    if (!(dims[a] > 0.0f && dims[a] <= largest))
-      throw HostError("that many voxels on an axis are too many");
+    if (!(dims[a] > 0.0f && dims[a] <= largest)) throw HostError("too many voxels on an axis");
 }
 
 }  // namespace
@@ -32,7 +31,7 @@ NiftiVolume zoomed(const NiftiVolume& volume, const NmVec3f& newDims,
       throw NmMemoryException();
     return result;
   } catch (const NmMemoryException&) {
-    throw HostError("there is no room for a volume of this size", HostError::failedRun);
+    throw HostError("not enough memory for a volume of this size", HostError::failedRun);
   }
 }
 

@@ -40,7 +40,7 @@ double Breast::distance(const NmVec3d& point) const {
   return smoothUnion(ellipsoidDistance(local, {}, radii_), nipple, 3.0);
 }
 
-/// A cone of glands that comes to its point at the nipple, with fat between its lobes.
+/// A cone of glands that tapers to the nipple, with fat between its lobes.
 double Breast::glandShare(const NmVec3d& local, double depth, double aboveMuscle) const {
   const double front = local.y / radii_.y;
   const double across = std::hypot(local.x / radii_.x, local.z / radii_.z);

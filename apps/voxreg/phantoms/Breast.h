@@ -6,26 +6,26 @@
 
 namespace host {
 
-/// One breast: its outline, and what stands in its fat. The wall's surface is handed in as the
-/// distance in front of it, so that nothing grows into it.
+/// One breast: its outline and the structures in its fat. Callers pass the distance in front of the
+/// wall's surface, so that nothing grows into the wall.
 class Breast {
  public:
-  /// `base` is the place on the chest wall behind the breast's middle.
+  /// `base` is the point on the chest wall behind the breast's centre.
   Breast(const NmVec3d& base, std::mt19937& random);
 
   /// Millimetres to the outline, nipple included; negative inside.
   double distance(const NmVec3d& point) const;
 
-  /// Draws ligaments, glands and vessels. `depth` counts from the skin, `aboveMuscle` from the
+  /// Draws ligaments, glands and vessels. `depth` is measured from the skin, `aboveMuscle` from the
   /// muscle behind.
   void paint(Signal& signal, const NmVec3d& point, double depth, double aboveMuscle) const;
 
-  /// A place among the glands; the coordinates from -1 to 1 lead to the outline.
+  /// A point among the glands; coordinates from -1 to 1 span the outline.
   NmVec3d place(const NmVec3d& share) const;
 
  private:
   struct Vessel {
-    double x, z;  ///< offset from the breast's middle
+    double x, z;  ///< offset from the breast's centre
     double swing, turns, phase;
   };
 

@@ -52,8 +52,8 @@ NmVec3d ChestMotion::moved(const NmVec3d& place) const {
   return result;
 }
 
-// The displacement changes by less than half a millimetre per millimetre, so that each turn halves
-// the error at least.
+// The displacement changes by less than half a millimetre per millimetre, so each iteration at
+// least halves the error.
 NmVec3d ChestMotion::origin(const NmVec3d& place) const {
   constexpr double tolerance = 0.0005;
   constexpr int mostTurns = 40;

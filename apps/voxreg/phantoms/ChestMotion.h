@@ -4,17 +4,17 @@
 
 namespace host {
 
-/// How a chest has moved between two acquisitions: the breasts sag to one side each, breathing
-/// shifts what lies behind the chest wall, and the wall itself stays. Smooth and without folds.
+/// How a chest has moved between two acquisitions: the breasts sag to opposite sides, breathing
+/// shifts the inside of the chest wall, and the wall itself stays. Smooth and without folds.
 class ChestMotion {
  public:
   /// Amounts and directions follow from the seed. `phantom` must outlive the motion.
   ChestMotion(const ChestPhantom& phantom, unsigned int seed);
 
-  /// Where the tissue of a place at rest has gone.
+  /// The new position of the tissue at `place` at rest.
   NmVec3d moved(const NmVec3d& place) const;
 
-  /// Where the tissue of a place after the motion has been at rest; the inverse of moved, to a
+  /// The position at rest of the tissue at `place` after the motion; the inverse of moved, to a
   /// thousandth of a millimetre.
   NmVec3d origin(const NmVec3d& place) const;
 
@@ -28,7 +28,8 @@ class ChestMotion {
   NmVec3d displacement(const NmVec3d& place) const;
 
   const Thorax& thorax_;
-  NmVec3d sagging_[2];  ///< millimetres at the nipple, of the breast at negative x and the other
+  NmVec3d
+      sagging_[2];  ///< millimetres at the nipple, of the breast at negative x, then of the other
   NmVec3d breathing_;
   Wave waves_[4];
 };

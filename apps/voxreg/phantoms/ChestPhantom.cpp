@@ -30,7 +30,7 @@ ChestPhantom::ChestPhantom(unsigned int seed, std::mt19937 random)
       bumps_(40.0, random),
       lobules_(7.0, random) {}
 
-/// The trunk is padded more to the sides of the breastbone than over it.
+/// The trunk has more padding at the sides of the breastbone than over it.
 double ChestPhantom::skinDepth(const NmVec3d& point, double aboveWall) const {
   const double side = 1.0 - std::exp(-point.x * point.x / (50.0 * 50.0));
   const double trunk =
@@ -39,7 +39,7 @@ double ChestPhantom::skinDepth(const NmVec3d& point, double aboveWall) const {
   return -smoothUnion(trunk, breasts, 22.0);
 }
 
-/// The pectoral muscles leave the breastbone free and end below the breasts.
+/// The pectoral muscles leave the breastbone uncovered and end below the breasts.
 double ChestPhantom::muscleThickness(const NmVec3d& point) const {
   const double side = std::abs(point.x);
   return 12.0 * smoothStep(12, 32, side) * smoothStep(165, 120, side) *
@@ -70,7 +70,7 @@ Signal ChestPhantom::signal(const NmVec3d& point) const {
     const Breast& breast = breasts_[point.x < 0 ? 0 : 1];
     if (depth > skinThickness) {
       breast.paint(signal, point, depth, aboveMuscle);
-      // A halo of gland joins the lesion to its surroundings.
+      // A halo of gland connects the lesion to its surroundings.
       const double lesion = lesionDistance(point);
       signal.paint(smoothStep(6, 1, lesion), tissue::gland);
       signal.paint(inside(lesion), tissue::lesion);

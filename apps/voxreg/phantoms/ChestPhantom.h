@@ -6,19 +6,19 @@
 namespace host {
 
 /// The front of a chest at rest as a function of space, in millimetres: x to the right, y to the
-/// front, z upwards, the origin in the middle of chestBox. Two breasts with skin, fat, glands,
-/// vessels and one lesion, the pectoral muscles, and behind the chest wall heart and lungs.
+/// front, z upwards, the origin at the centre of chestBox. Two breasts with skin, fat, glands,
+/// vessels and one lesion, the pectoral muscles, and heart and lungs inside the chest wall.
 class ChestPhantom {
  public:
-  /// Sizes, places and textures follow from the seed.
+  /// Sizes, positions and textures follow from the seed.
   explicit ChestPhantom(unsigned int seed);
 
-  /// What a place shows; 0 in the air.
+  /// The intensities at a point; 0 in air.
   Signal signal(const NmVec3d& point) const;
 
   const Thorax& thorax() const { return thorax_; }
 
-  /// True for tissue in front of the chest wall's middle.
+  /// True for tissue in front of the middle of the chest wall.
   bool isInFront(const NmVec3d& point) const;
 
   /// Millimetres to the surface of the one lesion; negative inside.

@@ -7,7 +7,7 @@ namespace host {
 
 namespace {
 
-/// The finaliser of splitmix64 (S. Vigna) over a place and a seed.
+/// The finaliser of splitmix64 (S. Vigna) over a position and a seed.
 std::uint64_t hash(std::int64_t x, std::int64_t y, std::int64_t z, std::uint32_t seed) {
   std::uint64_t bits = static_cast<std::uint64_t>(x) * 0x9e3779b97f4a7c15u +
                        static_cast<std::uint64_t>(y) * 0xc2b2ae3d27d4eb4fu +
@@ -22,7 +22,7 @@ double between(double a, double b, double share) {
   return a + share * (b - a);
 }
 
-/// A lattice coordinate below and the blend towards the one above.
+/// The lower lattice coordinate and the blend towards the upper one.
 struct Cell {
   explicit Cell(double place) : low(std::floor(place)) {
     const double t = place - low;
@@ -34,7 +34,7 @@ struct Cell {
 
 }  // namespace
 
-// The lattice stands askew, so that its planes do not show along the axes of a volume.
+// The lattice is tilted, so that its planes do not show along the axes of a volume.
 double LatticeNoise::at(const NmVec3d& point) const {
   const auto along = [&](double x, double y, double z) {
     return Cell(frequency_ * (x * point.x + y * point.y + z * point.z));
@@ -54,7 +54,7 @@ double LatticeNoise::at(const NmVec3d& point) const {
   return corners[0];
 }
 
-// The sum of four uniform numbers of 16 bits has a variance of a third.
+// The sum of four uniform numbers of 16 bits has a variance of 1/3.
 double voxelNoise(long x, long y, long z, std::uint32_t seed) {
   const std::uint64_t bits = hash(x, y, z, seed);
   double sum = -2.0;

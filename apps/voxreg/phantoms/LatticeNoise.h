@@ -7,8 +7,8 @@
 
 namespace host {
 
-/// Texture as a function of space: random values on a cubic lattice with a smooth blend between
-/// them (K. Perlin's value noise). Nothing is stored, so that any place costs the same.
+/// Texture as a function of space: random values on a cubic lattice, blended smoothly (K. Perlin's
+/// value noise). Nothing is stored, so every point costs the same.
 class LatticeNoise {
  public:
   /// The features measure about `scale` millimetres.
@@ -23,8 +23,8 @@ class LatticeNoise {
   std::uint32_t seed_;
 };
 
-/// Noise of a voxel: normal, nearly, with mean 0 and standard deviation 1, the same for the same
-/// voxel and seed.
+/// Noise of a voxel: approximately normal, with mean 0 and standard deviation 1, and a function of
+/// the voxel and the seed alone.
 double voxelNoise(long x, long y, long z, std::uint32_t seed);
 
 }  // namespace host

@@ -11,7 +11,7 @@ namespace host {
 
 namespace {
 
-constexpr double edgeWidth = 1.0;  // millimetres over which one tissue gives way to the next
+constexpr double edgeWidth = 1.0;  // millimetres over which one tissue blends into the next
 
 }  // namespace
 

@@ -5,21 +5,21 @@
 namespace host {
 
 /// A head made of ellipsoids, for demonstrations and tests: scalp, skull, brain with texture,
-/// ventricles and a few odd bodies that leave no symmetry. It is a function of space, so that a
-/// moved head is sampled where it is and not resampled.
+/// ventricles and a few extra bodies that break the symmetry. It is a function of space, so a moved
+/// head is sampled directly, not resampled.
 class Phantom {
  public:
-  /// The texture and the odd bodies follow from the seed.
+  /// The texture and the extra bodies follow from the seed.
   explicit Phantom(unsigned int seed);
 
-  /// Intensity from 0 to about 1 at a point in millimetres, the head's centre being the origin.
+  /// Intensity from 0 to about 1 at a point in millimetres; the origin is the head's centre.
   double value(const NmVec3d& point) const;
 
  private:
   struct Body {
     NmVec3d center;
     NmVec3d radii;
-    double intensity;  ///< replaces what surrounds the body
+    double intensity;  ///< replaces that of the surroundings
     double texture;    ///< amplitude
   };
   struct Wave {
@@ -33,16 +33,16 @@ class Phantom {
   Wave waves_[6];
 };
 
-/// What a scanner adds to the phantom.
+/// Acquisition effects added to the phantom.
 struct Acquisition {
-  NmMat4d modelToReference;  ///< shows at p what the head at rest has at p times this
-  double contrast = 1.0;     ///< exponent of the intensities: 1 leaves them
+  NmMat4d modelToReference;  ///< the volume shows at p what the head at rest has at p * this
+  double contrast = 1.0;     ///< exponent of the intensities: 1 leaves them unchanged
   double noise = 0.0;        ///< standard deviation, as a share of the largest intensity
   unsigned int noiseSeed = 1;
 };
 
-/// A volume of `size` voxels on each axis, unsigned short, 0 to about 4000, with the head in its
-/// middle. It measures 192 mm from the first voxel's face to the last one's.
+/// A volume of `size` voxels on each axis, unsigned short, 0 to about 4000, with the head at its
+/// centre. It measures 192 mm from the first voxel's face to the last one's.
 NiftiVolume acquire(const Phantom& phantom, int size, const Acquisition& acquisition);
 
 }  // namespace host

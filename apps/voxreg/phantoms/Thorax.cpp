@@ -37,7 +37,8 @@ void Thorax::paint(Signal& signal, const NmVec3d& point, double above) const {
   signal.paint(cavity, organs);
 }
 
-/// Muscle between ribs that fall towards the sides, and the sternum with marrow within its cortex.
+/// Muscle between ribs that slope down towards the sides, and the sternum with marrow inside its
+/// cortex.
 Signal Thorax::wallTissue(const NmVec3d& point, double above) const {
   Signal tissue = tissue::muscle;
   const double side = std::abs(point.x - center_.x);
@@ -56,7 +57,7 @@ Signal Thorax::wallTissue(const NmVec3d& point, double above) const {
 
 void Thorax::paintOrgans(Signal& signal, const NmVec3d& point) const {
   signal = tissue::lung;
-  // Two textures vanish together along lines.
+  // Two textures vanish together only along lines.
   const double branch = std::hypot(branches_[0].at(point), branches_[1].at(point));
   signal.paint(smoothStep(0.16, 0.06, branch), tissue::blood);
   const NmVec3d p = difference(point, center_);
@@ -74,7 +75,7 @@ void Thorax::paintOrgans(Signal& signal, const NmVec3d& point) const {
   signal.paint(inside(aorta), tissue::blood);
 }
 
-/// Two chambers of blood in a muscle, within a coat of fat.
+/// Two chambers of blood in a muscle, inside a coat of fat.
 void Thorax::paintHeart(Signal& signal, const NmVec3d& point) const {
   const double outline = ellipsoidDistance(point, heart_, {54, 42, 56}) - 3.0 * coarse_.at(point);
   signal.paint(inside(outline - 6.0), tissue::innerFat);

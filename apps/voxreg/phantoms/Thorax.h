@@ -6,16 +6,16 @@
 
 namespace host {
 
-/// The chest wall and what lies behind it: sternum, ribs, heart, lungs, liver, spine and aorta.
+/// The chest wall and its inside: sternum, ribs, heart, lungs, liver, spine and aorta.
 class Thorax {
  public:
   explicit Thorax(std::mt19937& random);
 
-  /// Millimetres in front of (or beside) the middle of the chest wall; negative behind it.
+  /// Millimetres in front of (or to the side of) the middle of the chest wall; negative inside it.
   double aboveWall(const NmVec3d& point) const;
 
-  /// Where the middle of the wall stands in a column of voxels along y; the y of the widest plane
-  /// where the column passes beside it.
+  /// The y of the middle of the wall in a column of voxels along y; the y of the widest plane if
+  /// the column misses the wall.
   double wall(double x, double z) const;
 
   /// Half of the wall's thickness.

@@ -5,18 +5,18 @@
 
 namespace host {
 
-/// The tissue in front of the chest wall at every second voxel of a volume on each axis, and where
-/// the motion has put it.
+/// The tissue in front of the chest wall at every second voxel of a volume on each axis, and its
+/// position after the motion.
 std::vector<PointPair> chestTruth(const ChestPhantom& phantom, const ChestMotion& motion,
                                   const NiftiVolume& volume);
 
-/// How the lesion shows in a subtraction image.
+/// How the lesion appears in a subtraction image.
 struct LesionContrast {
-  double uptake = 0.0;    ///< mean value within the lesion
+  double uptake = 0.0;    ///< mean value inside the lesion
   double residual = 0.0;  ///< mean absolute value from 3 to 15 mm around it
 };
 
-/// Of a subtraction image on the grid of the chest at rest.
+/// For a subtraction image on the grid of the chest at rest.
 LesionContrast lesionContrast(const ChestPhantom& phantom, const NiftiVolume& subtraction);
 
 }  // namespace host

@@ -7,7 +7,7 @@ namespace host {
 
 namespace {
 
-/// The coils lie around the breasts and see little of what is far behind them.
+/// The coils surround the breasts; their sensitivity is low far behind them.
 double sensitivity(const NmVec3d& point) {
   constexpr double halfway = 10.0;
   constexpr double fall = 40.0;
@@ -21,7 +21,7 @@ double magnitude(double signal, long x, long y, long z, unsigned int seed) {
                     deviation * voxelNoise(x, y, z, ~seed));
 }
 
-/// A volume whose voxels are `show` of their places, with coil and noise.
+/// A volume whose voxels are `show` of their positions, with coil sensitivity and noise.
 template <class Show>
 NiftiVolume acquired(const NmVec3l& dims, unsigned int noiseSeed, const Show& show) {
   const NmBox3f box = chestBox(dims);

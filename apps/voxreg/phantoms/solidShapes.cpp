@@ -10,7 +10,7 @@ double ellipsoidDistance(const NmVec3d& point, const NmVec3d& center, const NmVe
   const double level = length({p.x / radii.x, p.y / radii.y, p.z / radii.z});
   const double slope =
       length({p.x / (radii.x * radii.x), p.y / (radii.y * radii.y), p.z / (radii.z * radii.z)});
-  // At the centre the slope vanishes with the level.
+  // At the centre the gradient vanishes together with the level.
   return slope > 1e-9 ? level * (level - 1.0) / slope : -std::min({radii.x, radii.y, radii.z});
 }
 

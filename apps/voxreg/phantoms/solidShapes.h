@@ -4,18 +4,19 @@
 
 namespace host {
 
-// Solids by their distance functions: millimetres to the surface, negative inside.
+// Solids given by their distance functions: millimetres to the surface, negative inside.
 
-/// Of an ellipsoid along the axes; exact near the surface only, to first order.
+/// Of an axis-aligned ellipsoid; accurate to first order near the surface only.
 double ellipsoidDistance(const NmVec3d& point, const NmVec3d& center, const NmVec3d& radii);
 
-/// Of two solids that run into one another over about `fillet` millimetres.
+/// Of the union of two solids, blended over about `fillet` millimetres.
 double smoothUnion(double a, double b, double fillet);
 
-/// Share of a solid in a voxel-sized neighbourhood: 1 inside, 0 outside, a millimetre's slope.
+/// Share of a solid in a voxel-sized neighbourhood: 1 inside, 0 outside, with a slope of a
+/// millimetre.
 double inside(double distance);
 
-/// Rises from 0 at `low` to 1 at `high` with no slope at either end; `low` may be the larger.
+/// Rises from 0 at `low` to 1 at `high` with zero slope at both ends; `low` may be the larger.
 double smoothStep(double low, double high, double value);
 
 NmVec3d difference(const NmVec3d& a, const NmVec3d& b);

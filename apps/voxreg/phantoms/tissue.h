@@ -2,12 +2,12 @@
 
 namespace host {
 
-/// What a tissue shows, fat before contrast agent being 1, and what the agent adds.
+/// The intensity of a tissue, relative to fat before contrast agent, and what the agent adds.
 struct Signal {
   double plain = 0.0;
   double uptake = 0.0;
 
-  /// Replaces a share of what is there.
+  /// Replaces a share of the tissue present.
   void paint(double share, const Signal& tissue) {
     plain += share * (tissue.plain - plain);
     uptake += share * (tissue.uptake - uptake);

@@ -12,7 +12,7 @@ namespace {
 
 struct Glyph {
   char letter;
-  unsigned int rows;  ///< five rows of three pixels, an octal digit a row, from the top
+  unsigned int rows;  ///< five rows of three pixels, one octal digit per row, from the top
 };
 
 // The letters of the captions.

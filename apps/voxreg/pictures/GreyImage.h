@@ -21,13 +21,13 @@ class GreyImage {
   std::uint8_t& at(int x, int y) { return pixels_[index(x, y)]; }
   std::uint8_t at(int x, int y) const { return pixels_[index(x, y)]; }
 
-  /// Copies a picture that lies wholly within this one.
+  /// Copies a picture that fits entirely into this one.
   void paste(const GreyImage& part, int left, int top);
 
   /// Writes capital letters and spaces in white, `glyphHeight` pixels tall.
   void write(const std::string& text, int left, int top);
   static constexpr int glyphHeight = 10;
-  static constexpr int glyphWidth = 8;  ///< four pixels, each painted two wide
+  static constexpr int glyphWidth = 8;  ///< four pixels, each drawn two wide
 
   /// Writes a PNG file, or throws HostError.
   void save(OutputFiles& outputs, const std::string& path) const;
@@ -44,7 +44,7 @@ class GreyImage {
   std::vector<std::uint8_t> pixels_;
 };
 
-/// Throws HostError unless `path` is a name for a picture that can be written.
+/// Throws HostError unless `path` names a picture that can be written.
 void requireWritablePicture(const std::string& path);
 
 }  // namespace host

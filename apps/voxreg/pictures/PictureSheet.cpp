@@ -8,7 +8,7 @@ namespace {
 
 constexpr int margin = 8;  // pixels
 
-/// A letter on black ground in the middle of a panel's side, where there is room for it.
+/// A letter on a black background, centred on a panel's side, if there is room for it.
 void drawMarks(GreyImage& panel, const std::string& sides) {
   constexpr int gap = 2;
   constexpr int width = GreyImage::glyphWidth + gap;

@@ -5,13 +5,13 @@
 
 namespace host {
 
-/// A picture with a row of panels for each slice, and a caption above each column. Letters tell the
+/// A picture with a row of panels for each slice, and a caption above each column. Letters mark the
 /// sides of the patient.
 class PictureSheet {
  public:
   PictureSheet(const std::vector<Slice>& slices, const std::vector<std::string>& captions);
 
-  /// Adds a panel to the present row.
+  /// Adds a panel to the current row.
   void panel(std::size_t column, const GreyImage& part);
   void nextRow();
   void save(OutputFiles& outputs, const std::string& path) const { image_.save(outputs, path); }
@@ -26,7 +26,7 @@ class PictureSheet {
   GreyImage image_{0, 0, 0};
 };
 
-/// A panel whose pixels are `grey` (0 to 255) of their places.
+/// A panel whose pixels are `grey` (0 to 255) of their positions.
 template <class Grey>
 GreyImage panelOf(const Slice& slice, const Grey& grey) {
   GreyImage image(slice.width, slice.height, 0);

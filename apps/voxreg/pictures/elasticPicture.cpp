@@ -13,7 +13,7 @@ namespace {
 
 constexpr int longestSide = 240;  // pixels
 
-/// Values of a volume at places in its frame; 0 outside.
+/// Values of a volume at positions in its frame; 0 outside.
 class Sampler {
  public:
   explicit Sampler(const NiftiVolume& volume)
@@ -31,7 +31,7 @@ class Sampler {
   NmHandle<VlEvaluator> evaluator_;
 };
 
-/// `dark` and what is below becomes 0, `bright` and what is above 255.
+/// Maps `dark` and below to 0, `bright` and above to 255.
 int greyOf(float value, float dark, float bright) {
   const float share = bright > dark ? (value - dark) / (bright - dark) : 0.0f;
   return static_cast<int>(255.0f * (share > 0.0f ? std::min(share, 1.0f) : 0.0f));
@@ -46,7 +46,7 @@ void drawOutline(GreyImage& image, const Slice& slice, const voxreg::ChestMask& 
     }
 }
 
-/// The middle of the block of the largest mean outside the mask; the volume's middle if there is
+/// The centre of the block with the largest mean outside the mask; the volume's centre if there is
 /// none. Blocks keep noise from counting as uptake.
 NmVec3f strongestUptake(const NiftiVolume& subtraction,
                         const std::optional<voxreg::ChestMask>& mask) {

@@ -14,7 +14,7 @@ namespace {
 constexpr int longestSide = 240;  // pixels
 constexpr int checkerSide = 30;
 
-/// A volume as the picture sees it: grey values of places in the reference's frame.
+/// A volume as the picture shows it: grey values at positions in the reference's frame.
 class View {
  public:
   explicit View(const NiftiVolume& volume)
@@ -58,8 +58,8 @@ GreyImage difference(const Slice& slice, const View& reference, const View& mode
   });
 }
 
-/// True where a line of the model, one every `gap` millimetres, runs between a pixel and one of its
-/// neighbours to the right and below.
+/// True if a line of the model, one every `gap` millimetres, passes between a pixel and its
+/// neighbour to the right or below.
 bool crossesLine(const voxreg::PlaceMap& map, const Slice& slice, int x, int y, float gap) {
   const NmVec3f here = map(slice.place(x, y));
   for (const NmVec3f& there : {map(slice.place(x + 1, y)), map(slice.place(x, y + 1))})

@@ -13,17 +13,17 @@ struct BeforeAndAfter {
   voxreg::Transform after;
 };
 
-/// What the picture shows beside reference and model.
+/// What the picture shows in addition to reference and model.
 enum class MapPanels {
   none,
-  /// A grid of straight lines in the model as `after` brings it to the reference, and the
-  /// determinant of the Jacobian of `after`: 0 is black, 1 the middle grey, 2 white.
+  /// Straight lines of the model as `after` maps them onto the reference, and the determinant of
+  /// the Jacobian of `after`: 0 is black, 1 middle grey, 2 white.
   shown
 };
 
-/// Writes a PNG file: one row for each of the three middle slices of the reference (those that are
-/// more than a line), with reference and model as a checkerboard and as a difference image, before
-/// and after. Each volume's grey values run from its 1st to its 99th percentile.
+/// Writes a PNG file: one row for each of the three middle slices of the reference (except those
+/// only one voxel wide), with reference and model as a checkerboard and as a difference image,
+/// before and after. Each volume's grey values run from its 1st to its 99th percentile.
 void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolume& reference,
                   const NiftiVolume& model, const BeforeAndAfter& transforms,
                   MapPanels panels = MapPanels::none);

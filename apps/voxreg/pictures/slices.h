@@ -8,8 +8,8 @@
 
 namespace host {
 
-/// A slice of a volume as a raster of square pixels: the first pixel's place in the volume's frame
-/// and the steps to its neighbours. Rows run from the top of the axis downwards.
+/// A slice of a volume as a raster of square pixels: the first pixel's position in the volume's
+/// frame and the steps to its neighbours. Rows run from the top of the axis downwards.
 struct Slice {
   int width;
   int height;
@@ -29,13 +29,13 @@ struct Slice {
   }
 };
 
-/// The slices of a volume through a place across z, y and x, those that are more than a line. The
-/// volume's longest side is `longestSide` pixels long. Columns run to the patient's right, or to
-/// the front, rows to the back or to the feet.
+/// The slices of a volume through a point across z, y and x, except those only one voxel wide. The
+/// volume's longest side is `longestSide` pixels long. Columns run to the patient's right or front,
+/// rows to the back or feet.
 std::vector<Slice> slicesThrough(const NmVec3f& place, const NiftiVolume& volume, int longestSide);
 
-/// The directions of the patient in which an axis of the volume's frame begins and ends: L and R, P
-/// and A, or I and S. Empty where the file does not tell how the patient lay.
+/// The patient's directions at the start and the end of an axis of the volume's frame: L and R, P
+/// and A, or I and S. Empty if the file does not give the patient's orientation.
 std::string sidesOf(const NiftiVolume& volume, int axis);
 
 NmVec3f middleOf(const NmBox3f& box);

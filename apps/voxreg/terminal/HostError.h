@@ -4,7 +4,7 @@
 
 namespace host {
 
-/// What ends a command: one line for standard error, and the program's exit code.
+/// Ends a command with one line on standard error and the program's exit code.
 class HostError : public std::runtime_error {
  public:
   static constexpr int badInput = 2;

@@ -11,21 +11,21 @@
 
 namespace host {
 
-/// The progress of a whole command on standard error, and the user's wish to stop it.
+/// The progress of a whole command on standard error, and the user's request to stop it.
 class InterruptibleProgress : public NmProgressInterface {
  public:
   /// One stage.
   InterruptibleProgress() : InterruptibleProgress({{"Working", 1.0}}) {}
 
-  /// At the beginning of the first of these stages. A quiet one writes nothing.
+  /// Starts at the first of these stages. A quiet one writes nothing.
   explicit InterruptibleProgress(std::vector<voxreg::ProgressPlan::Stage> stages,
                                  bool quiet = false);
 
-  /// The next stage of this caption begins.
+  /// Starts the next stage with this caption.
   void enter(const std::string& caption);
 
-  /// The next stage of this caption is a registration, which tells here how far it has come and may
-  /// be stopped. The object must outlive the callback.
+  /// Starts the next stage with this caption, a registration, which reports its progress here and
+  /// may be stopped. The object must outlive the callback.
   voxreg::ProgressCallback ofRegistration(const std::string& caption);
 
   /// From now on the first Ctrl-C (or another signal that would end the program) asks the running
@@ -34,10 +34,10 @@ class InterruptibleProgress : public NmProgressInterface {
     if (!stopRequest_) stopRequest_.emplace();
   }
 
-  /// Everything is done.
+  /// The command is done.
   void finish();
 
-  /// Clears the terminal's line for what follows.
+  /// Clears the terminal's line for other output.
   void wipe() const { line_.wipe(); }
 
   void startWorking(int steps, const std::string& text) override;

@@ -4,7 +4,7 @@
 
 namespace host {
 
-/// While an object lives, the lines of the library's log go to standard error as well.
+/// During its lifetime, the lines of the library's log also go to standard error.
 class LogOnStandardError {
  public:
   LogOnStandardError();

@@ -54,7 +54,7 @@ bool ProgressLine::isDue(double share, const std::string& caption) const {
   const double seconds = secondsBetween(lastTime_, Clock::now());
   const bool isNewStage = caption != lastCaption_;
   if (onTerminal_) return isNewStage || seconds > secondsOnTerminal;
-  // Until something is done, an error shall be the only line.
+  // Until something is done, an error must be the only line.
   return (isNewStage && share > 0.0) || share >= lastShare_ + shareOfPlainLines ||
          seconds > secondsOfPlainLines;
 }

@@ -5,8 +5,8 @@
 
 namespace host {
 
-/// Shows on standard error how far a command has come and about how long it will still take: in one
-/// line that is painted over where that is a terminal, in plain lines now and then otherwise.
+/// Shows on standard error the progress of a command and the approximate time left: in one line
+/// that is overwritten on a terminal, otherwise in occasional plain lines.
 class ProgressLine {
  public:
   /// A quiet one writes nothing.
@@ -15,10 +15,10 @@ class ProgressLine {
   ProgressLine& operator=(const ProgressLine&) = delete;
   ~ProgressLine() { wipe(); }
 
-  /// `share` of the work is done, from 0 to 1; the caption says what comes next.
+  /// `share` of the work is done, from 0 to 1; the caption names the next step.
   void show(double share, const std::string& caption);
 
-  /// Clears the terminal's line for what follows.
+  /// Clears the terminal's line for other output.
   void wipe() const;
 
  private:
@@ -34,8 +34,8 @@ class ProgressLine {
   std::string lastCaption_;
 };
 
-/// "about 2 min left" for a command that took `seconds` for a share of its work; empty as long as
-/// that tells too little.
+/// "about 2 min left" for a command that took `seconds` for a share of its work; empty while the
+/// share is too small to estimate this.
 std::string timeLeft(double seconds, double share);
 
 }  // namespace host

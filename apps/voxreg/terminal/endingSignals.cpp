@@ -9,7 +9,7 @@ namespace host {
 
 namespace {
 
-// What the handler touches.
+// State that the handler accesses.
 std::atomic<bool> requestsAreTaken{false};
 std::atomic<bool> requestWasMade{false};
 std::atomic<bool> areHeld{false};

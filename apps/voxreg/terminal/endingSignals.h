@@ -2,12 +2,12 @@
 
 namespace host {
 
-/// To be called first of all. The signals by which a user, a terminal or a system ends a program
-/// (SIGINT, SIGTERM and SIGHUP, unless it was started to ignore them) then leave no temporary file
-/// behind, and a write that nobody reads (SIGPIPE) or that exceeds a limit (SIGXFSZ) merely fails.
+/// Must be called first. The signals by which a user, a terminal or a system ends a program
+/// (SIGINT, SIGTERM and SIGHUP, unless it was started to ignore them) then leave no temporary file,
+/// and a write that nobody reads (SIGPIPE) or that exceeds a limit (SIGXFSZ) only fails.
 void catchEndingSignals();
 
-/// While an object lives, the first of these signals is a request to stop; the next one ends the
+/// During its lifetime, the first of these signals is a request to stop; the next one ends the
 /// program.
 class StopRequest {
  public:
@@ -19,7 +19,7 @@ class StopRequest {
   static bool wasMade();
 };
 
-/// While an object lives, no signal ends the program; one that has come meanwhile does afterwards.
+/// During its lifetime, no signal ends the program; a pending one does so afterwards.
 class EndingSignalsHeld {
  public:
   EndingSignalsHeld();

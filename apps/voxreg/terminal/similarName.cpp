@@ -6,7 +6,7 @@ namespace host {
 
 namespace {
 
-/// After Damerau, each place being changed once at most.
+/// Damerau's edit distance, with each character changed at most once.
 std::size_t distanceBetween(const std::string& a, const std::string& b) {
   const std::size_t width = b.size() + 1;
   std::vector<std::size_t> cost((a.size() + 1) * width);

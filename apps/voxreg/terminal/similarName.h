@@ -5,8 +5,8 @@
 
 namespace host {
 
-/// The name that takes the fewest insertions, deletions, replacements and swaps of neighbouring
-/// letters to make of `name`; empty where every one would take more than half of it.
+/// The name with the fewest insertions, deletions, replacements and swaps of adjacent letters from
+/// `name`; empty if all need more than half its length.
 std::string similarName(const std::string& name, const std::vector<std::string>& names);
 
 }  // namespace host
