@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "phantoms/Phantom.h"
 #include "phantoms/chestVolumes.h"
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
@@ -218,6 +219,27 @@ TEST(ChestWallDecision, masksThePhantomsOfManySeeds) {
     const ChestVerdict verdict = verdictOn(volume);
     EXPECT_TRUE(verdict.isChest) << verdict.reason;
   }
+}
+
+TEST(ChestWallDecision, masksChestsAndWhatItIsAskedTo) {
+  const LogCapture log;
+  const NmVec3l dims(32, 32, 16);
+  const host::ChestPhantom phantom(81);
+  const NiftiVolume chests[] = {chestBefore(phantom, dims, 1),
+                                chestAfter(phantom, host::ChestMotion(phantom, 81), dims, 2)};
+  const NiftiVolume heads[] = {host::acquire(host::Phantom(3), 24, {}),
+                               host::acquire(host::Phantom(4), 24, {})};
+  const auto told = [](const NiftiVolume(&pair)[2], voxreg::Masking masking) {
+    voxreg::ElasticOptions options;
+    options.masking = masking;
+    const auto found = voxreg::registerElastic(pair[0].image, pair[1].image, options);
+    EXPECT_EQ(found.mask.has_value(), found.chestWall.starts_with("masked")) << found.chestWall;
+    return found.chestWall;
+  };
+  EXPECT_TRUE(told(chests, voxreg::Masking::chests).starts_with("masked: two lungs"));
+  EXPECT_EQ(told(chests, voxreg::Masking::none), "not masked, as asked");
+  EXPECT_TRUE(told(heads, voxreg::Masking::chests).starts_with("not masked: "));
+  EXPECT_EQ(told(heads, voxreg::Masking::required), "masked, as asked");
 }
 
 class RealBodyTest : public testing::TestWithParam<const char*> {};

@@ -4,7 +4,7 @@
 
 #include "phantoms/chestVolumes.h"
 #include "phantoms/solidShapes.h"
-#include "tests/apps/voxelsOf.h"
+#include "tests/support/volumeValues.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ TEST(ChestPhantomTest, theSeedsTellThePhantomAndTheNoise) {
   const NmVec3l dims(48, 40, 16);
   const auto voxels = [&](unsigned int seed, unsigned int noise) {
     const host::NiftiVolume volume = chestBefore(ChestPhantom(seed), dims, noise);
-    return voxelsOf(*volume.image.volume());
+    return valuesOf(*volume.image.volume());
   };
   EXPECT_EQ(voxels(5, 1), voxels(5, 1));
   EXPECT_NE(voxels(5, 1), voxels(5, 2));
