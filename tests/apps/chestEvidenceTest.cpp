@@ -8,6 +8,7 @@
 #include "phantoms/chestVolumes.h"
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/volumes.h"
 #include "workflow/bricks/shortVolume.h"
 #include "workflow/chest/chestEvidence.h"
 #include "workflow/chest/chestWall.h"
@@ -106,38 +107,30 @@ void PrintTo(const Scene& scene, std::ostream* out) {
 }
 
 /// In voxels of 6 mm, and 9 mm along the body.
-NiftiVolume volumeOf(const Scene& scene, const BodyAxes& body) {
-  const double lengths[] = {scene.width, 352, 176};
+NmHandle<VlMemoryData> volumeOf(const Scene& scene, const BodyAxes& body) {
+  const double lengths[] = {scene.width, 352, 176}, voxel[] = {6, 6, 9};
   NmVec3l dims;
   NmVec3f half;
   for (int a = 0; a < 3; ++a) {
-    const double voxel = a == 2 ? 9.0 : 6.0;
-    dims[body.axes[a]] = std::lround(lengths[a] / voxel);
-    half[body.axes[a]] = static_cast<float>(0.5 * (lengths[a] - voxel));
+    dims[body.axes[a]] = std::lround(lengths[a] / voxel[a]);
+    half[body.axes[a]] = static_cast<float>(0.5 * (lengths[a] - voxel[a]));
   }
-  NiftiVolume volume = host::newVolume(
-      dims, NmBox3f(-half.x, half.x, -half.y, half.y, -half.z, half.z), NmPrimType::UnsignedShort);
-  const NmVec3f voxel = volume.image.volume()->voxelSpacing();
-  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
-  std::vector<float> row(static_cast<std::size_t>(dims.x));
-  for (long z = 0; z < dims.z; ++z)
-    for (long y = 0; y < dims.y; ++y) {
-      for (long x = 0; x < dims.x; ++x) {
-        const NmVec3l place(x, y, z);
-        NmVec3d inBody;
-        for (int a = 0; a < 3; ++a) {
-          const int axis = body.axes[a];
-          inBody[a] =
-              body.signs[a] *
-              static_cast<double>(static_cast<float>(place[axis]) * voxel[axis] - half[axis]);
-        }
-        const double noise = 12.0;
-        row[static_cast<std::size_t>(x)] = static_cast<float>(std::hypot(
-            scene.show(inBody.x, inBody.y, inBody.z) + noise * host::voxelNoise(x, y, z, 1),
-            noise * host::voxelNoise(x, y, z, 2)));
-      }
-      (void)access->putRow(-1, y, z, row.data());
+  const auto show = [&](double x, double y, double z) {
+    const NmVec3d place(x, y, z);
+    NmVec3d p;
+    for (int a = 0; a < 3; ++a) {
+      const int axis = body.axes[a];
+      p[a] = body.signs[a] * (2.0 * place[axis] / static_cast<double>(dims[axis] - 1) - 1.0) *
+             half[axis];
     }
+    const double noise = 12.0;
+    const auto noiseOf = [&](std::uint32_t which) {
+      return noise * host::voxelNoise(std::lround(x), std::lround(y), std::lround(z), which);
+    };
+    return std::hypot(scene.show(p.x, p.y, p.z) + noiseOf(1), noiseOf(2));
+  };
+  const NmHandle<VlMemoryData> volume = makeVolume(dims, show, NmPrimType::UnsignedShort);
+  volume->setBoundingBox({-half.x, half.x, -half.y, half.y, -half.z, half.z});
   return volume;
 }
 
@@ -157,9 +150,8 @@ TEST_P(ChestEvidenceTest, tellsAChestFromOtherBodies) {
   const Scene& scene = GetParam();
   for (const BodyAxes& body :
        {BodyAxes{{0, 1, 2}, {-1, -1, 1}, false}, BodyAxes{{2, 0, 1}, {1, 1, -1}, false}}) {
-    const NiftiVolume volume = volumeOf(scene, body);
     const auto evidence =
-        voxreg::detail::chestEvidence(*volume.image.volume(), body, maskBehind(scene.wall, body));
+        voxreg::detail::chestEvidence(*volumeOf(scene, body), body, maskBehind(scene.wall, body));
     const ChestVerdict verdict = judgeChest(evidence);
     EXPECT_EQ(verdict.isChest, scene.isChest) << verdict.reason << ": " << evidence.lungShare << ' '
                                               << evidence.lungWidth << ' ' << evidence.wallDepth;

@@ -9,10 +9,8 @@
 #include <thread>
 
 #include "foundation/NmException.h"
-#include "foundation/NmMat4d.h"
 #include "optimizers/RegGradientOptimizer.h"
 #include "tests/registration/registrationFixture.h"
-#include "transforms/RegAffineTransform.h"
 
 namespace {
 
@@ -271,77 +269,10 @@ TEST(Compute, ANonAffineRunStartsFromTheReferencesBox) {
   expectClean(*registration, settings);
 }
 
-// Blobs of different width and height, in a cube of 32.
-double blobs(double x, double y, double z) {
-  const double centres[][5] = {
-      {10, 12, 14, 60, 5}, {21, 18, 11, 90, 4}, {14, 22, 21, 75, 6}, {20, 9, 21, 50, 3}};
-  double sum = 0.0;
-  for (const auto& c : centres) {
-    const double distance = std::hypot(x - c[0], y - c[1], z - c[2]) / c[4];
-    sum += c[3] * std::exp(-0.5 * distance * distance);
-  }
-  return sum;
-}
-
-/// About 7 degrees about an oblique axis through the middle of the cube, then a shift.
-NmMat4d knownMotion() {
-  NmMat4d motion;
-  motion.setTransform({1.7f, -2.3f, 0.9f}, NmRotation(-0.035f, 0.01f, 0.052f, 1.0f), {1, 1, 1},
-                      NmRotation(), {15.5f, 15.5f, 15.5f});
-  return motion;
-}
-
-/// Volumes of which the second, moved by knownMotion, is the first.
-Settings movedPair() {
-  const NmMat4d toModel = knownMotion().inverse();
-  Settings settings;
-  settings.model = listOf({makeVolume(NmVec3l(32, 32, 32), blobs)});
-  settings.reference = listOf({makeVolume(NmVec3l(32, 32, 32), [&](double x, double y, double z) {
-    NmVec3d p;
-    toModel.multVecMatrix(NmVec3d(x, y, z), p);
-    return blobs(p.x, p.y, p.z);
-  })});
-  settings.affineStages = NmVec4i(0, 1, 0, 0);
-  settings.stepRange = NmVec2f(2.0f, 0.01f);
-  return settings;
-}
-
-/// The largest distance by which a registration of movedPair misses knownMotion at the cube's
-/// corners.
-double worstCornerError(Settings& settings) {
-  NmMat4d found;
-  found.setValue(resultOf(settings));
-  double worst = 0.0;
-  for (int corner = 0; corner < 8; ++corner) {
-    const NmVec3d p(corner & 1 ? 31 : 0, corner & 2 ? 31 : 0, corner & 4 ? 31 : 0);
-    NmVec3d a, b;
-    knownMotion().multVecMatrix(p, a);
-    found.multVecMatrix(p, b);
-    worst = std::max(worst, std::hypot(a.x - b.x, a.y - b.y, a.z - b.z));
-  }
-  return worst;
-}
-
-// Anywhere in the cube; trilinear samples flatten blobs as narrow as these. Of three levels the
-// finest one is not run.
-TEST(Compute, RecoversAKnownRigidMotion) {
-  const LogCapture log;
-  Settings settings = movedPair();
-  for (settings.metricKind = 0; settings.metricKind < 4; ++settings.metricKind)
-    for (const int coarsest : {1, 2, 4}) {
-      settings.coarsest = NmVec3i(coarsest, coarsest, coarsest);
-      EXPECT_LT(worstCornerError(settings), coarsest == 4 ? 0.3 : 0.1)
-          << settings.metricKind << " " << coarsest;
-    }
-  settings = movedPair();
-  settings.gradientStep = 1.0e-6f;
-  for (settings.optimizerKind = 0; settings.optimizerKind < 5; ++settings.optimizerKind)
-    EXPECT_LT(worstCornerError(settings), 0.1) << "search " << settings.optimizerKind;
-}
-
 TEST(Compute, TwoThreadsOnTheSameVolumesGetTheBitsOfOne) {
-  Settings settings = movedPair();
-  settings.stepRange = NmVec2f(2.0f, 0.5f);
+  Settings settings;
+  settings.affineStages = NmVec4i(0, 1, 0, 0);
+  settings.metricKind = 0;
   const NmMat4f alone = resultOf(settings);
   NmMat4f results[2];
   std::thread other([&] { results[0] = resultOf(settings); });
