@@ -184,21 +184,17 @@ ChestVerdict verdictOn(const NiftiVolume& volume) {
 }
 
 /// A monotonous change of contrast, and noise with it.
-void distort(VlData& volume, double exponent, double noise) {
-  const NmVec3l dims = volume.dims();
+void distort(VlMemoryData& volume, double exponent, double noise) {
+  const NmVec3l n = volume.dims();
   const NmHandle<VlDataAccess> access = volume.lock(true);
-  std::vector<float> row(static_cast<std::size_t>(dims.x));
-  for (long z = 0; z < dims.z; ++z)
-    for (long y = 0; y < dims.y; ++y) {
-      (void)access->row(-1, y, z, row.data());
-      for (long x = 0; x < dims.x; ++x) {
-        float& value = row[static_cast<std::size_t>(x)];
-        const double changed = 1000.0 * std::pow(static_cast<double>(value) / 1000.0, exponent);
-        value = static_cast<float>(std::hypot(changed + noise * host::voxelNoise(x, y, z, 5),
-                                              noise * host::voxelNoise(x, y, z, 6)));
-      }
-      (void)access->putRow(-1, y, z, row.data());
-    }
+  auto* const voxels = static_cast<unsigned short*>(access->dataPtr(0));
+  for (long i = 0; i < n.x * n.y * n.z; ++i) {
+    const auto noiseOf = [&](std::uint32_t seed) {
+      return noise * host::voxelNoise(i % n.x, i / n.x % n.y, i / n.x / n.y, seed);
+    };
+    const double changed = 1000.0 * std::pow(voxels[i] / 1000.0, exponent);
+    voxels[i] = static_cast<unsigned short>(std::hypot(changed + noiseOf(5), noiseOf(6)));
+  }
 }
 
 TEST(ChestWallDecision, masksThePhantomsOfManySeeds) {

@@ -92,7 +92,8 @@ TEST(Compute, DoesNothingWithoutModeVolumesOrLeisure) {
 }
 
 TEST(Compute, RefusesWhatItCanNotRunWithOneErrorLine) {
-  const auto refused = [](const char* what, const std::function<void(Settings&)>& spoil) {
+  std::string line;
+  const auto refused = [&](const char* what, const std::function<void(Settings&)>& spoil) {
     Settings settings;
     spoil(settings);
     RecordingProgress progress;
@@ -104,15 +105,15 @@ TEST(Compute, RefusesWhatItCanNotRunWithOneErrorLine) {
     EXPECT_EQ(progress.calls.back(), "stop") << what;
     EXPECT_TRUE(sameBits(registration->matrix, NmMat4f())) << what;
     expectClean(*registration, settings);
-    return log.error();
+    line = log.error();
+  };
+  const auto refusedWith = [&](const char* what, const NmHandle<VlData>& further) {
+    refused(what, [&](Settings& s) { s.reference = listOf({s.reference[0], further}); });
   };
   refused("orientation", [](Settings& s) { s.orientation = -1; });
   refused("flat on different axes", [](Settings& s) {
     s.reference = listOf({emptyVolume(NmVec3l(1, 4, 4))});
     s.model = listOf({emptyVolume(NmVec3l(4, 1, 4))});
-  });
-  refused("further reference", [](Settings& s) {
-    s.reference = listOf({s.reference[0], NmHandle<VlData>()});
   });
   for (const float step : {0.0f, -1.0f, NAN, std::numeric_limits<float>::infinity()}) {
     refused("largest step", [&](Settings& s) { s.stepRange.x = step; });
@@ -123,19 +124,16 @@ TEST(Compute, RefusesWhatItCanNotRunWithOneErrorLine) {
       s.affineStages = NmVec4i();
       s.nonAffineStages = NmVec3i(10101, code, 0);
     });
-  EXPECT_EQ(refused("stages", [](Settings& s) { s.affineStages = NmVec4i(); }),
-            "Choose some class of registration!");
+  refused("stages", [](Settings& s) { s.affineStages = NmVec4i(); });
+  EXPECT_EQ(line, "Choose some class of registration!");
   refused("metric", [](Settings& s) { s.metricKind = 4; });
   refused("search", [](Settings& s) { s.optimizerKind = 5; });
   const NmHandle<VlData> pairs = makeVolume(NmVec3l(9, 9, 9), NmPrimType::Float, 2);
   refused("variables of the reference", [&](Settings& s) { s.reference = listOf({pairs}); });
   refused("variables of the model", [&](Settings& s) { s.model = listOf({pairs}); });
-  refused("variables of a further reference", [&](Settings& s) {
-    s.reference = listOf({s.reference[0], pairs});
-  });
-  refused("larger further reference", [](Settings& s) {
-    s.reference = listOf({s.reference[0], makeVolume(NmVec3l(9, 9, 9), NmPrimType::Double)});
-  });
+  refusedWith("no further reference", nullptr);
+  refusedWith("variables of a further reference", pairs);
+  refusedWith("larger further reference", makeVolume(NmVec3l(9, 9, 9), NmPrimType::Double));
   // Of as many voxels as the first, but of more once each axis is halved and rounded up.
   refused("further reference that is larger on a coarse level", [](Settings& s) {
     s.reference = listOf({emptyVolume(NmVec3l(8, 8, 8)), emptyVolume(NmVec3l(3, 3, 56))});
