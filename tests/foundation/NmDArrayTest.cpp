@@ -1,7 +1,5 @@
 #include "foundation/NmDArray.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
 #include <vector>
 

@@ -1,7 +1,5 @@
 #include "foundation/NmRawData.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <random>

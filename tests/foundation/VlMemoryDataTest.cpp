@@ -1,7 +1,5 @@
 #include "foundation/VlMemoryData.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>

@@ -1,7 +1,5 @@
 #include "metrics/RegMutualInformation.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <numeric>
 #include <random>

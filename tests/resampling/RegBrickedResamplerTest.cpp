@@ -1,7 +1,5 @@
 #include "resampling/RegBrickedResampler.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstring>
 #include <random>

@@ -48,19 +48,4 @@ TEST(Image, ofBadGeometryOrWithoutVoxelsIsEmpty) {
   EXPECT_EQ(Image().voxels(), nullptr);
 }
 
-TEST(Image, frameLeadsToTheWorldAlongObliqueShearedAndMirroredAxes) {
-  const NmVec3l dims(4, 3, 5);
-  const NmMat4d matrix(1.5, 0.5, 0, 0, 0.4, -2, 0.3, 0, 0.1, 0.2, 3, 0, -20, 30, 40, 1);
-  const Image image = Image::allocate(NmPrimType::Short, dims, matrix);
-  ASSERT_TRUE(image);
-  const NmVec3d voxel(3, 1, 4);
-  NmVec3d inFrame, byFrame, expected;
-  matrix.multVecMatrix(voxel, expected);
-  for (int a = 0; a < 3; ++a)
-    inFrame[a] = static_cast<double>(image.frame().box.min(a)) +
-                 voxel[a] * static_cast<double>(image.volume()->voxelSpacing()[a]);
-  image.frame().toWorld.multVecMatrix(inFrame, byFrame);
-  for (int a = 0; a < 3; ++a) EXPECT_NEAR(byFrame[a], expected[a], 1e-5);
-}
-
 }  // namespace

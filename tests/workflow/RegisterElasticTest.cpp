@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <voxreg.h>
 
 #include <cmath>

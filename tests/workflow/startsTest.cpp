@@ -1,6 +1,5 @@
 #include "workflow/search/starts.h"
 
-#include <gtest/gtest.h>
 #include <voxreg.h>
 
 #include "tests/support/LogCapture.h"

@@ -78,23 +78,4 @@ INSTANTIATE_TEST_SUITE_P(
                          normalizedMutualInformation,
                          bestNeighbour}));
 
-TEST(RegisterNonAffine, bringsTheModelNearer) {
-  const LogCapture log;
-  const NmMat4d matrix = placed(NmMat4d(3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1));
-  const std::vector<float> voxels[] = {balls(matrix, NmMat4d()), balls(matrix, truth())};
-  voxreg::NonAffineOptions options;
-  options.bricks = NmVec3i(3, 3, 3);
-  options.metric.metric = voxreg::Metric::correlationRatio;
-  const voxreg::Registration found =
-      voxreg::registerNonAffine(Image::wrap(voxels[0].data(), ballDims, matrix),
-                                Image::wrap(voxels[1].data(), ballDims, matrix), options);
-  ASSERT_TRUE(found) << found.reason.message;
-  ASSERT_NE(found.transform.bricks(), nullptr);
-  NmVec3d expected;
-  const NmVec3d place(4, -2, 1);
-  truth().inverse().multVecMatrix(place, expected);
-  const NmVec3d sent = found.transform(place);
-  for (int c = 0; c < 3; ++c) EXPECT_NEAR(sent[c], expected[c], 1.0);
-}
-
 }  // namespace
