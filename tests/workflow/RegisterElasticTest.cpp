@@ -109,4 +109,18 @@ TEST(RegisterElastic, movesSmallVolumesInTheirOwnUnitsWithFewBricks) {
   }
 }
 
+// Among few values that are nearly alike there is less correlation.
+TEST(RegisterElastic, leavesOutWhatIsBelowTheLevelsInTheImagesUnits) {
+  const LogCapture log;
+  double metric[2];
+  for (const int i : {0, 1}) {
+    voxreg::ElasticOptions options;
+    options.levels = {{i == 0 ? 10.0f : 10.9f, 10.9f}};
+    const auto found =
+        voxreg::registerElastic(waves({16, 16, 16}, 0.0), waves({16, 16, 16}, 0.8), options);
+    metric[i] = found.metricAfter.value();
+  }
+  EXPECT_LT(metric[1], metric[0] - 0.02);
+}
+
 }  // namespace
