@@ -110,16 +110,16 @@ TEST(Zoom3d, BlocksOfLinesAndLoneLinesGiveTheSameBits) {
                                                {{9, 17, 1}, {4.0f, 25.5f, 1.0f}},
                                                {{130, 2, 700}, {130.0f, 2.0f, 345.0f}}};
   std::mt19937 random(7);
-  for (const auto& [size, lengths] : cases)
+  for (const auto& zoom : cases)
     for (const int ch : {1, 3})
       forEachVoxelType([&]<class T>() {
-        const auto values = generate(size.x * size.y * size.z * ch, [&](long i) {
+        const auto values = generate(zoom.first.x * zoom.first.y * zoom.first.z * ch, [&](long i) {
           return i % 301 == 0 ? std::nan("") : static_cast<double>(random() % 70000) - 2000.0;
         });
-        const NmHandle<VlMemoryData> source = volumeOf(size, voxelTypeNumber<T>, ch, values);
+        const NmHandle<VlMemoryData> source = volumeOf(zoom.first, voxelTypeNumber<T>, ch, values);
         for (const auto filter :
              {RegResampler::Box, RegResampler::Lanczos3, RegResampler::Triangle})
-          expectSameByRows(source, lengths, filter);
+          expectSameByRows(source, zoom.second, filter);
       });
 }
 
