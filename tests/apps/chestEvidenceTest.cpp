@@ -1,12 +1,12 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
+#include "phantoms/Phantom.h"
 #include "phantoms/chestVolumes.h"
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/volumes.h"
 #include "workflow/bricks/shortVolume.h"
 #include "workflow/chest/chestEvidence.h"
 #include "workflow/chest/chestWall.h"
@@ -105,38 +105,30 @@ void PrintTo(const Scene& scene, std::ostream* out) {
 }
 
 /// In voxels of 6 mm, and 9 mm along the body.
-NiftiVolume volumeOf(const Scene& scene, const BodyAxes& body) {
-  const double lengths[] = {scene.width, 352, 176};
+NmHandle<VlMemoryData> volumeOf(const Scene& scene, const BodyAxes& body) {
+  const double lengths[] = {scene.width, 352, 176}, voxel[] = {6, 6, 9};
   NmVec3l dims;
   NmVec3f half;
   for (int a = 0; a < 3; ++a) {
-    const double voxel = a == 2 ? 9.0 : 6.0;
-    dims[body.axes[a]] = std::lround(lengths[a] / voxel);
-    half[body.axes[a]] = static_cast<float>(0.5 * (lengths[a] - voxel));
+    dims[body.axes[a]] = std::lround(lengths[a] / voxel[a]);
+    half[body.axes[a]] = static_cast<float>(0.5 * (lengths[a] - voxel[a]));
   }
-  NiftiVolume volume = host::newVolume(
-      dims, NmBox3f(-half.x, half.x, -half.y, half.y, -half.z, half.z), NmPrimType::UnsignedShort);
-  const NmVec3f voxel = volume.image.volume()->voxelSpacing();
-  const NmHandle<VlDataAccess> access = volume.image.volume()->lock(true);
-  std::vector<float> row(static_cast<std::size_t>(dims.x));
-  for (long z = 0; z < dims.z; ++z)
-    for (long y = 0; y < dims.y; ++y) {
-      for (long x = 0; x < dims.x; ++x) {
-        const NmVec3l place(x, y, z);
-        NmVec3d inBody;
-        for (int a = 0; a < 3; ++a) {
-          const int axis = body.axes[a];
-          inBody[a] =
-              body.signs[a] *
-              static_cast<double>(static_cast<float>(place[axis]) * voxel[axis] - half[axis]);
-        }
-        const double noise = 12.0;
-        row[static_cast<std::size_t>(x)] = static_cast<float>(std::hypot(
-            scene.show(inBody.x, inBody.y, inBody.z) + noise * host::voxelNoise(x, y, z, 1),
-            noise * host::voxelNoise(x, y, z, 2)));
-      }
-      (void)access->putRow(-1, y, z, row.data());
+  const auto show = [&](double x, double y, double z) {
+    const NmVec3d place(x, y, z);
+    NmVec3d p;
+    for (int a = 0; a < 3; ++a) {
+      const int axis = body.axes[a];
+      p[a] = body.signs[a] * (2.0 * place[axis] / static_cast<double>(dims[axis] - 1) - 1.0) *
+             half[axis];
     }
+    const double noise = 12.0;
+    const auto noiseOf = [&](std::uint32_t which) {
+      return noise * host::voxelNoise(std::lround(x), std::lround(y), std::lround(z), which);
+    };
+    return std::hypot(scene.show(p.x, p.y, p.z) + noiseOf(1), noiseOf(2));
+  };
+  const NmHandle<VlMemoryData> volume = makeVolume(dims, show, NmPrimType::UnsignedShort);
+  volume->setBoundingBox({-half.x, half.x, -half.y, half.y, -half.z, half.z});
   return volume;
 }
 
@@ -156,9 +148,8 @@ TEST_P(ChestEvidenceTest, tellsAChestFromOtherBodies) {
   const Scene& scene = GetParam();
   for (const BodyAxes& body :
        {BodyAxes{{0, 1, 2}, {-1, -1, 1}, false}, BodyAxes{{2, 0, 1}, {1, 1, -1}, false}}) {
-    const NiftiVolume volume = volumeOf(scene, body);
     const auto evidence =
-        voxreg::detail::chestEvidence(*volume.image.volume(), body, maskBehind(scene.wall, body));
+        voxreg::detail::chestEvidence(*volumeOf(scene, body), body, maskBehind(scene.wall, body));
     const ChestVerdict verdict = judgeChest(evidence);
     EXPECT_EQ(verdict.isChest, scene.isChest) << verdict.reason << ": " << evidence.lungShare << ' '
                                               << evidence.lungWidth << ' ' << evidence.wallDepth;
@@ -191,21 +182,17 @@ ChestVerdict verdictOn(const NiftiVolume& volume) {
 }
 
 /// A monotonous change of contrast, and noise with it.
-void distort(VlData& volume, double exponent, double noise) {
-  const NmVec3l dims = volume.dims();
+void distort(VlMemoryData& volume, double exponent, double noise) {
+  const NmVec3l n = volume.dims();
   const NmHandle<VlDataAccess> access = volume.lock(true);
-  std::vector<float> row(static_cast<std::size_t>(dims.x));
-  for (long z = 0; z < dims.z; ++z)
-    for (long y = 0; y < dims.y; ++y) {
-      (void)access->row(-1, y, z, row.data());
-      for (long x = 0; x < dims.x; ++x) {
-        float& value = row[static_cast<std::size_t>(x)];
-        const double changed = 1000.0 * std::pow(static_cast<double>(value) / 1000.0, exponent);
-        value = static_cast<float>(std::hypot(changed + noise * host::voxelNoise(x, y, z, 5),
-                                              noise * host::voxelNoise(x, y, z, 6)));
-      }
-      (void)access->putRow(-1, y, z, row.data());
-    }
+  auto* const voxels = static_cast<unsigned short*>(access->dataPtr(0));
+  for (long i = 0; i < n.x * n.y * n.z; ++i) {
+    const auto noiseOf = [&](std::uint32_t seed) {
+      return noise * host::voxelNoise(i % n.x, i / n.x % n.y, i / n.x / n.y, seed);
+    };
+    const double changed = 1000.0 * std::pow(voxels[i] / 1000.0, exponent);
+    voxels[i] = static_cast<unsigned short>(std::hypot(changed + noiseOf(5), noiseOf(6)));
+  }
 }
 
 TEST(ChestWallDecision, masksThePhantomsOfManySeeds) {
@@ -218,6 +205,27 @@ TEST(ChestWallDecision, masksThePhantomsOfManySeeds) {
     const ChestVerdict verdict = verdictOn(volume);
     EXPECT_TRUE(verdict.isChest) << verdict.reason;
   }
+}
+
+TEST(ChestWallDecision, masksChestsAndWhatItIsAskedTo) {
+  const LogCapture log;
+  const NmVec3l dims(32, 32, 16);
+  const host::ChestPhantom phantom(81);
+  const NiftiVolume chests[] = {chestBefore(phantom, dims, 1),
+                                chestAfter(phantom, host::ChestMotion(phantom, 81), dims, 2)};
+  const NiftiVolume heads[] = {host::acquire(host::Phantom(3), 24, {}),
+                               host::acquire(host::Phantom(4), 24, {})};
+  const auto told = [](const NiftiVolume(&pair)[2], voxreg::Masking masking) {
+    voxreg::ElasticOptions options;
+    options.masking = masking;
+    const auto found = voxreg::registerElastic(pair[0].image, pair[1].image, options);
+    EXPECT_EQ(found.mask.has_value(), found.chestWall.starts_with("masked")) << found.chestWall;
+    return found.chestWall;
+  };
+  EXPECT_TRUE(told(chests, voxreg::Masking::chests).starts_with("masked: two lungs"));
+  EXPECT_EQ(told(chests, voxreg::Masking::none), "not masked, as requested");
+  EXPECT_TRUE(told(heads, voxreg::Masking::chests).starts_with("not masked: "));
+  EXPECT_EQ(told(heads, voxreg::Masking::required), "masked, as requested");
 }
 
 class RealBodyTest : public testing::TestWithParam<const char*> {};

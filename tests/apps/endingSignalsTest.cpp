@@ -1,7 +1,5 @@
 #include "terminal/endingSignals.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 
 #include "files/OutputFiles.h"
@@ -30,19 +28,6 @@ TEST(EndingSignals, leaveNoPartFile) {
         },
         KilledBySignal(signal), "");
   EXPECT_TRUE(folder.names().empty());
-}
-
-TEST(EndingSignals, areARequestOnceWhereOneIsTaken) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-    EXPECT_EXIT(
-        {
-          catchSignal(signal);
-          const host::StopRequest request;
-          (void)std::raise(signal);
-          if (!host::StopRequest::wasMade()) _exit(1);
-          (void)std::raise(signal);
-        },
-        KilledBySignal(signal), "");
 }
 
 TEST(EndingSignals, waitForWhatMustNotBeCutInTwo) {

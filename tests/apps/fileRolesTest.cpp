@@ -19,16 +19,13 @@ TEST(FileRoles, mustNotMeetInOneFile) {
     EXPECT_THROW(host::requireSeparateFiles({{"--model", there}}, {{"--output", name}}),
                  host::HostError)
         << name;
-    EXPECT_THROW(host::requireSeparateFiles({}, {{"--output", name}, {"--picture", there}}),
-                 host::HostError)
-        << name;
     host::requireSeparateFiles({{"--reference", there}, {"--model", name}}, {});
   }
-  EXPECT_THROW(host::requireSeparateFiles({}, {{"--output", folder.file("new")},
-                                               {"--report", folder.file("./sub/../new")}}),
+  const std::string made = folder.file("new"), again = folder.file("./sub/../new");
+  EXPECT_THROW(host::requireSeparateFiles({}, {{"--output", made}, {"--report", again}}),
                host::HostError);
   host::requireSeparateFiles({{"--model", there}, {"--start", ""}},
-                             {{"--output", folder.file("new")}, {"--picture", ""}});
+                             {{"--output", made}, {"--picture", ""}});
 }
 
 TEST(SimilarName, isTheOneOfFewestSlips) {

@@ -79,6 +79,7 @@ TEST(DisplacementError, ranksTheDistancesOfTheFilesPoints) {
   EXPECT_NEAR(error.mean, 50.0, 1e-9);
   EXPECT_NEAR(error.percentile95, 95.0, 1e-9);
   EXPECT_NEAR(error.maximum, 100.0, 1e-9);
+  EXPECT_EQ(host::placeErrorOf({}).maximum, 0.0);
   for (const char* const content :
        {"", "1 2 3 4 5\n", "1 2 3 4 5 x\n", "1 2 3 4 5 nan\n", "1 2 3 4 5 6 7\n"}) {
     writeFile(folder.file("points.txt"), content);

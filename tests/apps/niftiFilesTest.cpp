@@ -6,13 +6,13 @@
 #include "complaintOf.h"
 #include "saved.h"
 #include "testFiles.h"
-#include "voxelsOf.h"
+#include "tests/support/volumeValues.h"
 
 namespace {
 
 using host::NiftiVolume;
 
-/// The bytes of a NIfTI-2 file, made without the code under test.
+/// A NIfTI-2 header, made without the code under test.
 nifti_2_header makeHeader2(std::int64_t nx, std::int64_t ny, std::int64_t nz) {
   nifti_2_header header = {};
   header.sizeof_hdr = 540;
@@ -27,12 +27,6 @@ nifti_2_header makeHeader2(std::int64_t nx, std::int64_t ny, std::int64_t nz) {
   return header;
 }
 
-std::string bytesOf2(const nifti_2_header& header, const std::vector<short>& voxels) {
-  std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
-  bytes.append(4, '\0');
-  return bytes.append(reinterpret_cast<const char*>(voxels.data()), voxels.size() * sizeof(short));
-}
-
 const std::vector<short> six = {1, 2, 3, 4, 5, 6};
 
 void expectSix(const std::string& path) {
@@ -40,7 +34,7 @@ void expectSix(const std::string& path) {
   ASSERT_EQ(complaintOf(path), "");
   const NiftiVolume volume = host::readNifti(path);
   EXPECT_EQ(volume.image.dims(), NmVec3l(3, 2, 1));
-  EXPECT_EQ(voxelsOf(*volume.image.volume()), (std::vector<float>{1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(valuesOf(*volume.image.volume()), (std::vector<float>{1, 2, 3, 4, 5, 6}));
 }
 
 TEST(NiftiFiles, bothVersionsAreReadInBothByteOrders) {
@@ -50,11 +44,11 @@ TEST(NiftiFiles, bothVersionsAreReadInBothByteOrders) {
   swap_nifti_header(&first, 1);
   swap_nifti_header(&second, 2);
   writeFile(folder.file("1.nii"), bytesOf(first, std::vector<short>{0x0102, 0x0304}));
-  writeFile(folder.file("2.nii"), bytesOf2(second, {0x0102, 0x0304}));
+  writeFile(folder.file("2.nii"), bytesOf(second, std::vector<short>{0x0102, 0x0304}));
   for (const char* const name : {"1.nii", "2.nii"})
-    EXPECT_EQ(voxelsOf(*host::readNifti(folder.file(name)).image.volume()),
+    EXPECT_EQ(valuesOf(*host::readNifti(folder.file(name)).image.volume()),
               (std::vector<float>{0x0201, 0x0403}));
-  writeFile(folder.file("plain.nii"), bytesOf2(makeHeader2(3, 2, 1), six));
+  writeFile(folder.file("plain.nii"), bytesOf(makeHeader2(3, 2, 1), six));
   expectSix(folder.file("plain.nii"));
 }
 
@@ -63,9 +57,9 @@ TEST(NiftiFiles, whatComesFromVersion2IsWrittenSoToTheLastDigit) {
   nifti_2_header header = makeHeader2(3, 2, 1);
   header.srow_x[3] = 1.0 / 3.0;
   header.scl_slope = 0.1;
-  writeFile(folder.file("in.nii"), bytesOf2(header, six));
+  writeFile(folder.file("in.nii"), bytesOf(header, six));
   const NiftiVolume volume = host::readNifti(folder.file("in.nii"));
-  EXPECT_FLOAT_EQ(voxelsOf(*volume.image.volume())[5], 0.6f);
+  EXPECT_FLOAT_EQ(valuesOf(*volume.image.volume())[5], 0.6f);
   saved(host::writeNifti, folder.file("out.nii"), volume);
   const std::string written = contentOf(folder.file("out.nii"));
   nifti_2_header found = {};
@@ -191,7 +185,7 @@ TEST_F(DamagedFiles, takeNoMemoryWhenTheyPromiseTooMuch) {
   writeCompressed(folder.file("bomb.nii.gz"), bytesOf(header, std::vector<double>(1000)));
   EXPECT_NE(complaintOf(folder.file("bomb.nii.gz")).find("cut short"), std::string::npos);
   const std::int64_t most = std::numeric_limits<std::int64_t>::max();
-  expect("bomb.nii", bytesOf2(makeHeader2(most, most, most), six), "cut short");
+  expect("bomb.nii", bytesOf(makeHeader2(most, most, most), six), "cut short");
 }
 
 }  // namespace

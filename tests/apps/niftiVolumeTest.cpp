@@ -1,109 +1,37 @@
 #include "files/niftiVolume.h"
 
-#include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "complaintOf.h"
+#include "files/resampled.h"
 #include "saved.h"
-#include "testFiles.h"
-#include "voxelsOf.h"
+#include "worldRamp.h"
 
 namespace {
 
 using host::NiftiVolume;
 
-/// srow[w][a] for axes that run along the world's in the given order and directions, turned by
-/// `angle` about an oblique axis, with voxels of 2, 3 and 4 mm.
-void setAxes(nifti_1_header& header, const int* worldAxis, int flips, double angle) {
-  NmMat4d turn;
-  turn.setRotate(NmRotation());
-  const double c = std::cos(angle), s = std::sin(angle);
-  const NmMat4d aboutZ(c, s, 0, 0, -s, c, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
-  const NmMat4d aboutX(1, 0, 0, 0, 0, c, s, 0, 0, -s, c, 0, 0, 0, 0, 1);
-  turn.multRight(aboutZ);
-  turn.multRight(aboutX);
-  float* const rows[3] = {header.srow_x, header.srow_y, header.srow_z};
-  for (int a = 0; a < 3; ++a) {
-    NmVec3d axis;
-    axis[worldAxis[a]] = (flips >> a & 1) != 0 ? -(2.0 + a) : 2.0 + a;
-    turn.multDirMatrix(axis, axis);
-    for (int w = 0; w < 3; ++w) rows[w][a] = static_cast<float>(axis[w]);
-  }
-  for (int w = 0; w < 3; ++w) rows[w][3] = static_cast<float>(10 * (w + 1));
-}
-
-/// A value that identifies a voxel's position in the world.
-double valueAt(double x, double y, double z) {
-  return x + 0.01 * y - 0.7 * z;
-}
-
-std::vector<float> voxelsFor(const nifti_1_header& h) {
-  std::vector<float> voxels;
-  const float* const rows[3] = {h.srow_x, h.srow_y, h.srow_z};
-  for (int k = 0; k < h.dim[3]; ++k)
-    for (int j = 0; j < h.dim[2]; ++j)
-      for (int i = 0; i < h.dim[1]; ++i) {
-        double p[3];
-        for (int w = 0; w < 3; ++w)
-          p[w] = static_cast<double>(rows[w][0]) * i + static_cast<double>(rows[w][1]) * j +
-                 static_cast<double>(rows[w][2]) * k + static_cast<double>(rows[w][3]);
-        voxels.push_back(static_cast<float>(valueAt(p[0], p[1], p[2])));
-      }
-  return voxels;
-}
-
-/// Largest difference between a voxel and the value for its position in the world, as given by the
-/// volume's frame.
-double worstVoxel(const NiftiVolume& volume) {
-  const std::vector<float> values = voxelsOf(*volume.image.volume());
-  const NmVec3f spacing = volume.image.volume()->voxelSpacing();
-  const NmBox3f& box = volume.image.frame().box;
-  double worst = 0.0;
-  std::size_t voxel = 0;
-  for (long z = 0; z < volume.image.dims().z; ++z)
-    for (long y = 0; y < volume.image.dims().y; ++y)
-      for (long x = 0; x < volume.image.dims().x; ++x) {
-        NmVec3d p(box.xmin + static_cast<double>(x) * spacing.x,
-                  box.ymin + static_cast<double>(y) * spacing.y,
-                  box.zmin + static_cast<double>(z) * spacing.z);
-        volume.image.frame().toWorld.multVecMatrix(p, p);
-        worst = std::max(worst, std::abs(valueAt(p.x, p.y, p.z) - values[voxel++]));
-      }
-  return worst;
-}
-
 TEST(NiftiVolume, everyOrientationReadsRightAndWritesBackTheSameVoxels) {
   const TestFolder folder;
-  int axes[3] = {0, 1, 2};
-  int codes = 0;
-  do {
-    for (int flips = 0; flips < 8; ++flips)
-      for (const double angle : {0.0, 0.35}) {
-        SCOPED_TRACE(testing::Message()
-                     << axes[0] << axes[1] << axes[2] << " flips " << flips << " angle " << angle);
-        nifti_1_header header = makeHeader(5, 4, 3, DT_FLOAT32, 32);
-        setAxes(header, axes, flips, angle);
-        const std::vector<float> voxels = voxelsFor(header);
-        const std::string bytes = bytesOf(header, voxels);
-        writeFile(folder.file("in.nii"), bytes);
-        const NiftiVolume volume = host::readNifti(folder.file("in.nii"));
-        EXPECT_LT(worstVoxel(volume), 1e-4);
-        EXPECT_GT(volume.image.frame().toWorld.det3(), 0.0);
-        if (angle == 0.0) {
-          for (int a = 0; a < 3; ++a) EXPECT_EQ(volume.image.frame().toWorld.m[a][a], 1.0);
-        }
-
-        saved(host::writeNifti, folder.file("out.nii"), volume);
-        const std::string written = contentOf(folder.file("out.nii"));
-        ASSERT_EQ(written.size(), bytes.size());
-        EXPECT_EQ(written.substr(352), bytes.substr(352));
-        EXPECT_LT(worstVoxel(host::readNifti(folder.file("out.nii"))), 1e-4);
-        ++codes;
-      }
-  } while (std::next_permutation(axes, axes + 3));
-  EXPECT_EQ(codes, 96);
+  int orientations = 0;
+  worldRamp::forEachOrientation([&](const nifti_1_header& header, double angle) {
+    ++orientations;
+    const std::string bytes = worldRamp::bytes(header);
+    writeFile(folder.file("in.nii"), bytes);
+    const NiftiVolume volume = host::readNifti(folder.file("in.nii"));
+    EXPECT_LT(worldRamp::worstError(volume), 1e-4);
+    const NmMat4d& toWorld = volume.image.frame().toWorld;
+    EXPECT_GT(toWorld.det3(), 0.0);
+    for (int a = 0; a < 3 && angle == 0.0; ++a) EXPECT_EQ(toWorld.m[a][a], 1.0);
+    saved(host::writeNifti, folder.file("out.nii"), volume);
+    const std::string written = contentOf(folder.file("out.nii"));
+    ASSERT_EQ(written.size(), bytes.size());
+    EXPECT_EQ(written.substr(352), bytes.substr(352));
+    EXPECT_LT(worldRamp::worstError(host::readNifti(folder.file("out.nii"))), 1e-4);
+  });
+  EXPECT_EQ(orientations, 96);
 }
-
 TEST(NiftiVolume, quaternionAndBareVoxelSizesPlaceTheVolumeWhereThereIsNoSform) {
   const TestFolder folder;
   nifti_1_header header = makeHeader(2, 2, 2, DT_UINT8, 8);
@@ -118,7 +46,7 @@ TEST(NiftiVolume, quaternionAndBareVoxelSizesPlaceTheVolumeWhereThereIsNoSform) 
   const NiftiVolume turned = host::readNifti(folder.file("q.nii"));
   EXPECT_NEAR(turned.image.frame().box.xmin, 5.0, 1e-5);
   EXPECT_NEAR(turned.image.frame().box.xmax, 7.0, 1e-5);
-  EXPECT_EQ(voxelsOf(*turned.image.volume()), (std::vector<float>{4, 3, 2, 1, 8, 7, 6, 5}));
+  EXPECT_EQ(valuesOf(*turned.image.volume()), (std::vector<float>{4, 3, 2, 1, 8, 7, 6, 5}));
 
   header.qform_code = 0;
   writeFile(folder.file("p.nii"), bytesOf(header, std::vector<unsigned char>(8, 1)));
@@ -142,6 +70,8 @@ TEST(NiftiVolume, aFlatImageNeedsNoThirdAxis) {
   EXPECT_NE(complaintOf(folder.file("bad.nii")).find("no usable geometry"), std::string::npos);
 }
 
+/// Reads voxels of a file type, as they are and rescaled, and writes them back; `value` is the
+/// first of two.
 template <class Stored>
 void expectType(short code, NmPrimType::Value plain, NmPrimType::Value scaled, Stored value) {
   SCOPED_TRACE(code);
@@ -152,28 +82,35 @@ void expectType(short code, NmPrimType::Value plain, NmPrimType::Value scaled, S
   writeCompressed(folder.file("v.nii.gz"), bytesOf(header, voxels));
   const NiftiVolume volume = host::readNifti(folder.file("v.nii.gz"));
   EXPECT_EQ(volume.image.volume()->primType(), plain);
-  EXPECT_EQ(voxelsOf(*volume.image.volume())[0], static_cast<float>(stored));
-
+  EXPECT_EQ(valuesOf(*volume.image.volume())[0], static_cast<float>(stored));
+  saved(host::writeNifti, folder.file("o.nii"),
+        host::resampled(volume, volume, {}, {voxreg::Interpolation::nearest, {}}));
+  const std::string written = contentOf(folder.file("o.nii"));
+  EXPECT_EQ(written.substr(352), bytesOf(header, voxels).substr(352));
+  EXPECT_EQ(std::memcmp(written.data() + 70, &code, sizeof code), 0);
   header.scl_slope = 0.5f;
   header.scl_inter = -3.0f;
   writeFile(folder.file("s.nii"), bytesOf(header, voxels));
   const NiftiVolume rescaled = host::readNifti(folder.file("s.nii"));
   EXPECT_EQ(rescaled.image.volume()->primType(), scaled);
-  EXPECT_EQ(voxelsOf(*rescaled.image.volume())[0], static_cast<float>(0.5 * stored - 3.0));
+  EXPECT_EQ(valuesOf(*rescaled.image.volume())[0], static_cast<float>(0.5 * stored - 3.0));
 }
 
 TEST(NiftiVolume, everyRealDataTypeKeepsItsValuesAndIsScaledAsTheHeaderSays) {
   using enum NmPrimType::Value;
   expectType<std::uint8_t>(DT_UINT8, UnsignedChar, Float, 255);
   expectType<std::int8_t>(DT_INT8, Short, Float, -128);
+  expectType<std::int8_t>(DT_INT8, Short, Float, 127);
   expectType<std::int16_t>(DT_INT16, Short, Float, -32768);
   expectType<std::uint16_t>(DT_UINT16, UnsignedShort, Float, 65535);
   expectType<std::int32_t>(DT_INT32, Int, Double, -2147483647);
   expectType<std::uint32_t>(DT_UINT32, Double, Double, 4294967295u);
-  expectType<std::int64_t>(DT_INT64, Double, Double, -5000000000);
-  expectType<std::uint64_t>(DT_UINT64, Double, Double, 5000000000u);
+  expectType<std::int64_t>(DT_INT64, Double, Double, -(1L << 53));
+  expectType<std::uint64_t>(DT_UINT64, Double, Double, 1UL << 63);
   expectType<float>(DT_FLOAT32, Float, Float, -1.25f);
   expectType<double>(DT_FLOAT64, Double, Double, 1.0e20);
+  // Labels that double precision does not hold are refused.
+  EXPECT_THROW(expectType<std::int64_t>(DT_INT64, Double, Double, (1L << 53) + 1), host::HostError);
 }
 
 }  // namespace

@@ -1,65 +1,36 @@
 #include <png.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "pictures/PictureSheet.h"
-#include "testFiles.h"
+#include "worldRamp.h"
 
 namespace {
 
 using host::NiftiVolume;
 using host::Slice;
 
-/// A file whose axes run along the world's in this order, some of them backwards, turned about z.
-nifti_1_header headerOf(const int* worldAxis, int flips, float angle) {
-  nifti_1_header header = makeHeader(8, 8, 8, DT_UINT8, 8);
-  float* const rows[3] = {header.srow_x, header.srow_y, header.srow_z};
-  const float c = std::cos(angle);
-  const float s = std::sin(angle);
-  for (int a = 0; a < 3; ++a) {
-    float axis[3] = {};
-    axis[worldAxis[a]] = (flips >> a & 1) != 0 ? -2.0f : 2.0f;
-    rows[0][a] = c * axis[0] - s * axis[1];
-    rows[1][a] = s * axis[0] + c * axis[1];
-    rows[2][a] = axis[2];
-  }
-  return header;
-}
-
 NiftiVolume volumeOf(const nifti_1_header& header) {
   const TestFolder folder("input");
-  writeFile(folder.file("v.nii"), bytesOf(header, std::vector<unsigned char>(512)));
+  writeFile(folder.file("v.nii"), worldRamp::bytes(header));
   return host::readNifti(folder.file("v.nii"));
 }
 
-/// The way in the world from the first to the last column of a slice.
-NmVec3d across(const NiftiVolume& volume, const Slice& slice) {
-  NmVec3d way(slice.right.x, slice.right.y, slice.right.z);
-  volume.image.frame().toWorld.multDirMatrix(way, way);
-  return way;
-}
-
 TEST(PictureSides, areThoseOfThePatientHoweverTheFileLies) {
-  int axes[3] = {0, 1, 2};
-  do {
-    for (int flips = 0; flips < 8; ++flips)
-      for (const float angle : {0.0f, 0.6f}) {
-        const NiftiVolume volume = volumeOf(headerOf(axes, flips, angle));
-        for (const Slice& slice : host::slicesThrough(NmVec3f(), volume, 40)) {
-          const NmVec3d way = across(volume, slice);
-          ASSERT_EQ(slice.sides.size(), 2u);
-          // The world's x runs to the right, its y to the front.
-          EXPECT_EQ(slice.sides, std::abs(way.x) > std::abs(way.y) ? (way.x > 0 ? "LR" : "RL")
-                                                                   : (way.y > 0 ? "PA" : "AP"));
-        }
-      }
-  } while (std::next_permutation(axes, axes + 3));
+  worldRamp::forEachOrientation([](const nifti_1_header& header, double) {
+    const NiftiVolume volume = volumeOf(header);
+    for (const Slice& slice : host::slicesThrough(NmVec3f(), volume, 40)) {
+      // From the first to the last column; the world's x runs to the right, its y to the front.
+      NmVec3d way(slice.right.x, slice.right.y, slice.right.z);
+      volume.image.frame().toWorld.multDirMatrix(way, way);
+      EXPECT_EQ(slice.sides, std::abs(way.x) > std::abs(way.y) ? (way.x > 0 ? "LR" : "RL")
+                                                               : (way.y > 0 ? "PA" : "AP"));
+    }
+  });
 }
 
 TEST(PictureSides, stayUnmarkedWhereTheFileDoesNotTellThem) {
-  const int axes[3] = {0, 1, 2};
-  nifti_1_header header = headerOf(axes, 0, 0.0f);
+  nifti_1_header header = makeHeader(8, 8, 8, DT_FLOAT32, 32);
   header.sform_code = 0;
   EXPECT_EQ(host::sidesOf(volumeOf(header), 0), "");
   header.qform_code = 1;
@@ -92,8 +63,7 @@ Picture pictureIn(const std::string& path) {
 
 TEST(PictureSides, standInThePanels) {
   const TestFolder folder;
-  const int axes[3] = {0, 1, 2};
-  const NiftiVolume volume = volumeOf(headerOf(axes, 0, 0.0f));
+  const NiftiVolume volume = volumeOf(makeHeader(8, 8, 8, DT_FLOAT32, 32));
   const std::vector<Slice> slices = host::slicesThrough(NmVec3f(), volume, 80);
   host::PictureSheet sheet(slices, {"A"});
   for (const Slice& slice : slices) {

@@ -1,3 +1,4 @@
+#include <string>
 #include <tuple>
 
 #include "commands/optionNames.h"
@@ -8,7 +9,7 @@
 namespace {
 
 /// Pair, metric, search, and the mean error in millimetres that the result must stay below.
-using Case = std::tuple<const char*, const char*, const char*, double>;
+using Case = std::tuple<std::string, std::string, std::string, double>;
 
 class RealPair : public testing::TestWithParam<Case> {};
 
@@ -18,13 +19,13 @@ TEST_P(RealPair, comesIntoLine) {
   GTEST_SKIP() << "takes minutes under sanitizers or without optimisation";
 #endif
   const auto& [pair, metric, search, limit] = GetParam();
-  const std::string folder = "pairs/" + std::string(pair);
+  const std::string folder = "pairs/" + pair;
   const host::NiftiVolume reference = host::readNifti(sharedData("pairs/reference.nii.gz"));
   const host::NiftiVolume model = host::readNifti(sharedData(folder + "_model.nii.gz"));
   voxreg::AffineOptions options;
   options.metric.metric = host::metricOf(metric);
   options.search.search = host::searchOf(search);
-  options.degreesOfFreedom = pair == std::string("rigid") ? 6 : 12;
+  options.degreesOfFreedom = pair == "rigid" ? 6 : 12;
   options.startRule = voxreg::StartRule::header;
   const auto found = voxreg::registerAffine(reference.image, model.image, options);
   const NmMat4d truth = host::readMatrix(sharedData(folder + "_truth.txt"));

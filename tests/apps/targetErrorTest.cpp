@@ -38,14 +38,4 @@ TEST(TargetError, isMeasuredWhereTheReferenceShowsTheHead) {
   EXPECT_NEAR(error.maximum, 3.0, 1e-9);
 }
 
-TEST(PlaceError, takesTheSmallestDistanceThatNineteenTwentiethsDoNotExceed) {
-  std::vector<double> distances;
-  for (int i = 0; i < 40; ++i) distances.push_back((i * 7) % 40 + 1);  // 1 to 40
-  const host::PlaceError error = host::placeErrorOf(distances);
-  EXPECT_DOUBLE_EQ(error.mean, 20.5);
-  EXPECT_EQ(error.percentile95, 38.0);
-  EXPECT_EQ(error.maximum, 40.0);
-  EXPECT_EQ(host::placeErrorOf({}).maximum, 0.0);
-}
-
 }  // namespace

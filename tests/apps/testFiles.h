@@ -64,9 +64,16 @@ inline nifti_1_header makeHeader(int nx, int ny, int nz, short type, short bits)
   return header;
 }
 
-/// The bytes of a .nii file.
-template <class T>
-std::string bytesOf(const nifti_1_header& header, const std::vector<T>& voxels) {
+/// Sets the rows of the sform.
+inline void place(nifti_1_header& header, const float (&rows)[3][4]) {
+  std::memcpy(header.srow_x, rows[0], sizeof rows[0]);
+  std::memcpy(header.srow_y, rows[1], sizeof rows[1]);
+  std::memcpy(header.srow_z, rows[2], sizeof rows[2]);
+}
+
+/// The bytes of a .nii file of either version.
+template <class Header, class T>
+std::string bytesOf(const Header& header, const std::vector<T>& voxels) {
   std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
   bytes.append(4, '\0');
   return bytes.append(reinterpret_cast<const char*>(voxels.data()), voxels.size() * sizeof(T));

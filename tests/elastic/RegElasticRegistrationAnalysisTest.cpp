@@ -90,20 +90,10 @@ TEST(AnalyzeProfile, LogsWhatItFinds) {
   LogCapture log;
   Analysis a(1.0f, 100.0f);
   // The maximum at 50 is after the last minimum, and 90 is half a level below what rounds up.
-  a.run(through({{0, 4},
-                 {1, 8},
-                 {2, 4},
-                 {3, 8},
-                 {4, 6},
-                 {8, 6},
-                 {9, 6},
-                 {12, 101},
-                 {20, 40},
-                 {30, 90},
-                 {42, 31},
-                 {50, 80},
-                 {99, 31}}),
-        60);
+  const Knots air = {{0, 4}, {1, 8}, {2, 4}, {3, 8}, {4, 6}, {8, 6}, {9, 6}};
+  Knots knots = {{12, 101}, {20, 40}, {30, 90}, {42, 31}, {50, 80}, {99, 31}};
+  knots.insert(knots.begin(), air.begin(), air.end());
+  a.run(through(knots), 60);
   EXPECT_TRUE(a.isFound);
   EXPECT_EQ(a.skin, 10);
   EXPECT_EQ(a.wall, 142);

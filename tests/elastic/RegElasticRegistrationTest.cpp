@@ -1,7 +1,5 @@
 #include "elastic/RegElasticRegistration.h"
 
-#include <gtest/gtest.h>
-
 #include <regex>
 
 #include "tests/elastic/elasticScenes.h"

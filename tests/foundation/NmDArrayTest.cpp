@@ -1,7 +1,5 @@
 #include "foundation/NmDArray.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
 #include <vector>
 
@@ -138,22 +136,6 @@ TEST(NmDArray, CountsReferencesOfHandles) {
   copy.clear();
   array.remax(300, 1);
   EXPECT_EQ(object->refCount(), 1);
-}
-
-TEST(NmDArray, NestedArraysKeepTheirBlocks) {
-  NmDArray<NmDArray<float>> lists;
-  lists.resize(2);
-  lists[0].resize(3);
-  lists[0][2] = 5.0f;
-  const float* const block = lists[0].data;
-  lists.resize(20);
-  lists.insertMemory(0, 1);
-  EXPECT_EQ(lists[0].data, nullptr);
-  EXPECT_EQ(lists[1].data, block);
-  EXPECT_EQ(lists[2].data, nullptr);
-  lists.insert(0, 2, lists.data + 1);
-  EXPECT_NE(lists[0].data, block);
-  EXPECT_EQ(lists[0][2], 5.0f);
 }
 
 TEST(NmDArray, RebuildsParameterVectors) {

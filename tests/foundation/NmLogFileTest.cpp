@@ -1,7 +1,5 @@
 #include "foundation/NmLogFile.h"
 
-#include <gtest/gtest.h>
-
 #include <new>
 #include <stdexcept>
 #include <string>

@@ -1,7 +1,5 @@
 #include "foundation/NmMat4d.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 #include <random>

@@ -1,13 +1,12 @@
 #include "foundation/NmRawData.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
 
 #include "tests/support/LogCapture.h"
+#include "tests/support/voxelTypes.h"
 
 namespace {
 
@@ -37,7 +36,8 @@ std::vector<T> naiveDownSample(const std::vector<T>& source, const long (&n)[3],
 }
 
 template <class T>
-void compare(NmPrimType type, double low, double high) {
+void compare(double low, double high) {
+  constexpr int type = voxelTypeNumber<T>;
   // Cells of few voxels, runs of many cells, and cells of more voxels than small sums hold.
   const Shape shapes[] = {
       {{7, 6, 5}, {{1, 1, 1}, {2, 2, 2}, {3, 1, 2}, {4, 5, 3}, {100, 100, 100}}},
@@ -63,12 +63,13 @@ void compare(NmPrimType type, double low, double high) {
 }
 
 TEST(NmRawData, AveragesCellsOfEveryType) {
-  compare<unsigned char>(NmPrimType::UnsignedChar, 0.0, 255.0);
-  compare<short>(NmPrimType::Short, -32768.0, 32767.0);
-  compare<int>(NmPrimType::Int, -2147483648.0, 2147483647.0);
-  compare<float>(NmPrimType::Float, -1.0, 1.0);
-  compare<double>(NmPrimType::Double, -1.0e300, 1.0e300);
-  compare<unsigned short>(NmPrimType::UnsignedShort, 30000.0, 65535.0);
+  forEachVoxelType([]<class T>() {
+    const auto high = static_cast<double>(std::numeric_limits<T>::max());
+    if constexpr (std::is_integral_v<T>)  // sums of unsigned voxels shall leave the range of int
+      compare<T>(std::is_signed_v<T> ? -high - 1.0 : 0.45 * high, high);
+    else
+      compare<T>(-1.0, sizeof(T) == 4 ? 1.0 : 1.0e300);
+  });
 }
 
 TEST(NmRawData, RefusesWhatItDoesNotServe) {

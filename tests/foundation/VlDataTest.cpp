@@ -1,7 +1,5 @@
 #include "foundation/VlData.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <stdexcept>
 #include <thread>

@@ -1,7 +1,5 @@
 #include "foundation/VlEvaluator.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <bit>
 #include <cmath>

@@ -1,7 +1,5 @@
 #include "foundation/VlMemoryData.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -15,8 +13,7 @@ namespace {
 
 template <class T>
 class VlMemoryDataOfType : public testing::Test {};
-using VoxelTypes = testing::Types<unsigned char, short, int, float, double, unsigned short>;
-TYPED_TEST_SUITE(VlMemoryDataOfType, VoxelTypes);
+TYPED_TEST_SUITE(VlMemoryDataOfType, TypedSuiteOfVoxels);
 
 TYPED_TEST(VlMemoryDataOfType, StartsZeroedWithItsDefaultBox) {
   const NmHandle<VlMemoryData> volume = makeVolume({4, 1, 3}, voxelTypeNumber<TypeParam>, 2);

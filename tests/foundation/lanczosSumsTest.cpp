@@ -1,7 +1,5 @@
 #include "foundation/sampling/lanczosSums.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
 #include <cmath>
 #include <random>
@@ -35,31 +33,6 @@ double sumOverTaps(const std::vector<T>& voxels, const Dims& dims, const double 
   return sum;
 }
 
-/// Rows of points that creep, leap, turn back at the ends and rest on voxels.
-class PointRow {
- public:
-  explicit PointRow(unsigned seed) : random_(seed) {
-    for (int axis = 0; axis < 3; ++axis) {
-      start_[axis] = share_(random_);
-      step_[axis] = share_(random_) * (seed % 3 == 0 ? 1.0 : 0.02);
-    }
-  }
-
-  void at(int i, const Dims& dims, double (&position)[3]) {
-    for (int axis = 0; axis < 3; ++axis) {
-      const double t = std::fmod(start_[axis] + i * step_[axis], 2.0);
-      const double place = (t > 1.0 ? 2.0 - t : t) * static_cast<double>(dims[axis] - 1);
-      position[axis] = random_() % 8 == 0 ? std::floor(place) : place;
-    }
-  }
-
- private:
-  std::mt19937 random_;
-  std::uniform_real_distribution<double> share_{0.0, 1.0};
-  double start_[3];
-  double step_[3];
-};
-
 template <class T>
 void compareWithTaps(voxreg::detail::InstructionSet set, const Dims& dims) {
   constexpr int type = voxelTypeNumber<T>;
@@ -68,13 +41,23 @@ void compareWithTaps(voxreg::detail::InstructionSet set, const Dims& dims) {
   for (T& voxel : voxels) voxel = static_cast<T>(random());
   const auto sum = voxreg::detail::lanczosSum({{dims[0], dims[1], dims[2]}, 1, type}, set);
   for (unsigned seed = 0; seed < 12; ++seed) {
-    PointRow row(seed);
+    // Points that creep or leap, turn back at the ends and rest on voxels.
+    std::uniform_real_distribution<double> share(0.0, 1.0);
+    double start[3], step[3];
+    for (int axis = 0; axis < 3; ++axis) {
+      start[axis] = share(random);
+      step[axis] = share(random) * (seed % 3 == 0 ? 1.0 : 0.02);
+    }
     LanczosPoints points(dims);
     std::vector<double> expected;
     const int most = LanczosPoints::most - static_cast<int>(seed);
     for (int i = 0; points.count < most && i < 2 * most; ++i) {
       double position[3];
-      row.at(i, dims, position);
+      for (int axis = 0; axis < 3; ++axis) {
+        const double t = std::fmod(start[axis] + i * step[axis], 2.0);
+        const double place = (t > 1.0 ? 2.0 - t : t) * static_cast<double>(dims[axis] - 1);
+        position[axis] = random() % 8 == 0 ? std::floor(place) : place;
+      }
       if (points.add(position)) expected.push_back(sumOverTaps(voxels, dims, position));
     }
     if (expected.empty()) continue;

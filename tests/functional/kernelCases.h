@@ -4,31 +4,22 @@
 
 #include <random>
 #include <string>
-#include <tuple>
 #include <type_traits>
 #include <vector>
 
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 #include "functional/families/metricFamily.h"
+#include "tests/support/voxelTypes.h"
 
 /// Shared by the tests of the sampling kernels: every pair of voxel types, every set of kernels
 /// that the machine has, and random voxels.
 namespace kernelCases {
 
-using VoxelTypes = std::tuple<unsigned char, short, unsigned short, int, float, double>;
-
 template <class F>
 void forEachTypePair(F f) {
-  std::apply(
-      [&](auto... reference) {
-        const auto withModels = [&]<class T>(T) {
-          std::apply([&](auto... model) { (f.template operator()<T, decltype(model)>(), ...); },
-                     VoxelTypes());
-        };
-        (withModels(reference), ...);
-      },
-      VoxelTypes());
+  forEachVoxelType(
+      [&]<class T>() { forEachVoxelType([&]<class U>() { f.template operator()<T, U>(); }); });
 }
 
 /// Calls f(table) for each of them, and with null for the kernels that the library chooses.

@@ -1,7 +1,5 @@
 #include "metrics/RegCorrelationRatio.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 
 #include "tests/metrics/replacedBox.h"

@@ -1,7 +1,5 @@
 #include "metrics/RegMutualInformation.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <numeric>
 #include <random>
@@ -153,33 +151,22 @@ TEST(RegMutualInformation, EntropiesAreThoseOfTheFormulaWithAnyBaseline) {
   auto based = bytes<RegNormMutualInformation>(40);
   std::mt19937 random(3);
   std::uniform_real_distribution<double> value(0.0, 120.0);
-  const auto addBoth = [&](int count) {
-    for (int i = 0; i < count; ++i) {
-      const double reference = value(random);
-      const double model = value(random);
-      plain.increment(reference, model);
-      based.increment(reference, model);
-    }
-  };
-  addBoth(400);
-  based.setOtherParams(RegMetricParamBaseline);
-  addBoth(100);
+  for (int i = 0; i < 500; ++i) {
+    if (i == 400) based.setOtherParams(RegMetricParamBaseline);
+    const double reference = value(random), model = value(random);
+    for (auto* metric : {&plain, &based}) metric->increment(reference, model);
+  }
   const long empty = plain.jointHistogram.size - 1;
   based.jointHistogram[empty] = plain.jointHistogram[empty] = -1.0e-17;  // left by a removed box
-
-  const auto n = static_cast<double>(plain.numSamples);
-  double joint = 0.0;
-  double rows = 0.0;
-  const auto add = [n](double& entropy, double sum) {
-    if (sum > 0.0) entropy -= sum / n * std::log(sum / n);
+  double joint = 0.0, rows = 0.0;
+  const auto add = [&](double& entropy, double sum) {
+    const double share = sum / static_cast<double>(plain.numSamples);
+    if (sum > 0.0) entropy -= share * std::log(share);
   };
   for (int i = 0; i < plain.numBinsRef; ++i) {
-    double row = 0.0;
-    for (int j = 0; j < plain.numBinsMod; ++j) {
-      row += plain.jointHistogram[i * plain.numBinsMod + j];
-      add(joint, plain.jointHistogram[i * plain.numBinsMod + j]);
-    }
-    add(rows, row);
+    const double* const row = plain.jointHistogram.data + i * plain.numBinsMod;
+    add(rows, std::accumulate(row, row + plain.numBinsMod, 0.0));
+    for (int j = 0; j < plain.numBinsMod; ++j) add(joint, row[j]);
   }
   for (const auto* metric : {&plain, &based}) {
     double found[3];

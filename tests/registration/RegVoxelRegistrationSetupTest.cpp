@@ -55,28 +55,24 @@ TEST(InitRegistration, BuildsTheSearchOfEachKind) {
     settings.optimizerKind = kind;
     return initialized(settings);
   };
-  const auto aggressive = build(0);
-  const auto* direction = dynamic_cast<RegAggressiveDirectionOptimizer*>(aggressive->optimizer);
-  ASSERT_NE(direction, nullptr);
-  EXPECT_EQ(direction->stepReduction, 0.5f);
-  EXPECT_EQ(direction->thresholdIncrement, 0.1f);
-  EXPECT_EQ(direction->planeMode, 2);
-  EXPECT_TRUE(direction->restrictedMotion);
+  const auto first = build(0), last = build(4);
+  const auto& aggressive = dynamic_cast<RegAggressiveDirectionOptimizer&>(*first->optimizer);
+  EXPECT_EQ(aggressive.stepReduction, 0.5f);
+  EXPECT_EQ(aggressive.thresholdIncrement, 0.1f);
+  EXPECT_EQ(aggressive.planeMode, 2);
+  EXPECT_TRUE(aggressive.restrictedMotion);
   for (const unsigned int kind : {2u, 3u}) {
     const auto registration = build(kind);
-    const auto* gradient = dynamic_cast<RegGradientOptimizer*>(registration->optimizer);
-    ASSERT_NE(gradient, nullptr);
-    EXPECT_EQ(gradient->method, kind == 2 ? 2 : 1);
-    EXPECT_EQ(gradient->tolerance, 0.001f);
-    EXPECT_TRUE(gradient->restrictedMotion);
-    EXPECT_EQ(gradient->callback, registration.get());
+    const auto& gradient = dynamic_cast<RegGradientOptimizer&>(*registration->optimizer);
+    EXPECT_EQ(gradient.method, kind == 2 ? 2 : 1);
+    EXPECT_EQ(gradient.tolerance, 0.001f);
+    EXPECT_TRUE(gradient.restrictedMotion);
+    EXPECT_EQ(gradient.callback, registration.get());
   }
-  const auto best = build(4);
-  const auto* along = dynamic_cast<RegBestDirectionOptimizer*>(best->optimizer);
-  ASSERT_NE(along, nullptr);
-  EXPECT_EQ(along->stepReduction, 0.5f);
-  EXPECT_EQ(along->relativeTolerance, 1.0e-8f);
-  EXPECT_FALSE(along->fitStepReduction);
+  const auto& best = dynamic_cast<RegBestDirectionOptimizer&>(*last->optimizer);
+  EXPECT_EQ(best.stepReduction, 0.5f);
+  EXPECT_EQ(best.relativeTolerance, 1.0e-8f);
+  EXPECT_FALSE(best.fitStepReduction);
 }
 
 TEST(InitRegistration, FreesWhatWasBuiltBefore) {

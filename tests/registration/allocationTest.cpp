@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "tests/registration/registrationFixture.h"
 #include "tests/support/FailingAllocation.h"
 

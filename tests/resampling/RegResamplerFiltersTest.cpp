@@ -7,7 +7,6 @@
 #include "resampling/RegResamplerFilters.h"
 #include "resampling/contribLists.h"
 #include "tests/resampling/filterTable.h"
-#include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
 
 namespace {
@@ -45,13 +44,13 @@ TEST(Filters, RoundAsTheyAreDefined) {
 
 using voxreg::detail::ContribLists;
 
-void expectTaps(const RegResamplerContribList& list,
-                const std::vector<RegResamplerContrib>& expected) {
-  ASSERT_EQ(list.n, static_cast<int>(expected.size()));
-  for (int k = 0; k < list.n; ++k) {
-    EXPECT_EQ(list.taps[k].pixel, expected[static_cast<std::size_t>(k)].pixel);
-    EXPECT_FLOAT_EQ(list.taps[k].weight, expected[static_cast<std::size_t>(k)].weight);
-  }
+/// Voxels and their weights.
+using Taps = std::vector<std::pair<int, float>>;
+
+Taps tapsOf(const RegResamplerContribList& list) {
+  Taps taps;
+  for (int k = 0; k < list.n; ++k) taps.emplace_back(list.taps[k].pixel, list.taps[k].weight);
+  return taps;
 }
 
 int calls = 0;
@@ -65,26 +64,19 @@ float signOf(float x) {
 
 TEST(FilterContrib, WeighsWhatLiesUnderTheFilter) {
   RegResampler resampler;
-  // Centre 0.5, half-width 2: taps from -1 to 2, of which -1 lies outside.
+  // Twice the length: centres -0.25, 0.25, 0.75, 1.25; one call for each tap.
   calls = 0;
-  const ContribLists halved(resampler.filter_contrib(2, 4, 0.5f, countingTriangle, 1.0f), 2);
-  expectTaps(halved[0], {{0, 3.0f / 7.0f}, {1, 3.0f / 7.0f}, {2, 1.0f / 7.0f}});
-  expectTaps(halved[1], {{1, 1.0f / 7.0f}, {2, 3.0f / 7.0f}, {3, 3.0f / 7.0f}});
+  const ContribLists doubled(resampler.filter_contrib(4, 2, 2.0f, countingTriangle, 1.0f), 4);
+  EXPECT_EQ(tapsOf(doubled[0]), (Taps{{0, 1.0f}}));
+  EXPECT_EQ(tapsOf(doubled[1]), (Taps{{0, 0.75f}, {1, 0.25f}}));
   EXPECT_EQ(calls, 8);
-
-  // Twice the length: centres -0.25, 0.25, 0.75, 1.25.
-  const ContribLists doubled(resampler.filter_contrib(4, 2, 2.0f, triangle_filter, 1.0f), 4);
-  expectTaps(doubled[0], {{0, 1.0f}});
-  expectTaps(doubled[1], {{0, 0.75f}, {1, 0.25f}});
-
   const ContribLists balanced(resampler.filter_contrib(2, 4, 0.5f, signOf, 0.5f), 2);
-  expectTaps(balanced[0], {{0, 0.5f}, {1, -0.5f}});
-
+  EXPECT_EQ(tapsOf(balanced[0]), (Taps{{0, 0.5f}, {1, -0.5f}}));
   // A shift of one output voxel; a position beyond the axis has nothing.
   resampler.filterShift = 1.0f;
   const ContribLists shifted(resampler.filter_contrib(2, 4, 0.5f, box_filter, 0.5f), 2);
-  expectTaps(shifted[0], {{2, 0.5f}, {3, 0.5f}});
-  expectTaps(shifted[1], {});
+  EXPECT_EQ(tapsOf(shifted[0]), (Taps{{2, 0.5f}, {3, 0.5f}}));
+  EXPECT_EQ(tapsOf(shifted[1]), Taps());
 }
 
 TEST(FilterContrib, SurvivesAnyArguments) {
@@ -106,13 +98,6 @@ TEST(FilterContrib, SurvivesAnyArguments) {
                              1);
   EXPECT_EQ(endless[0].n, 3);
   EXPECT_LT(calls, 1000000);
-}
-
-TEST(FilterContrib, ThrowsAndFreesWhereverMemoryRunsOut) {
-  const long attempts = failEachAllocation(
-      [] { ContribLists(RegResampler().filter_contrib(3, 6, 0.5f, box_filter, 0.5f), 3); },
-      [](bool hasFailed, bool threw) { EXPECT_EQ(threw, hasFailed); });
-  EXPECT_TRUE(attempts == 0 || attempts > 4);
 }
 
 TEST(Zoom1d, InterpolatesLinearly) {

@@ -1,7 +1,5 @@
 #include "resampling/RegResampler.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 #include <stdexcept>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -12,11 +14,17 @@ constexpr int voxelTypeNumber = std::is_same_v<T, unsigned short> ? 7
                                 : std::is_integral_v<T>           ? static_cast<int>(sizeof(T)) / 2
                                                         : static_cast<int>(sizeof(T)) / 4 + 2;
 
+using VoxelTypes = std::tuple<unsigned char, short, unsigned short, int, float, double>;
+
+/// The same for a typed suite of tests.
+template <class... T>
+testing::Types<T...> typesOf(std::tuple<T...>);
+using TypedSuiteOfVoxels = decltype(typesOf(VoxelTypes()));
+
 /// Calls f.operator()<T>() for each voxel type.
 template <class F>
 void forEachVoxelType(F f) {
-  std::apply([&](auto... voxel) { (f.template operator()<decltype(voxel)>(), ...); },
-             std::tuple<unsigned char, short, unsigned short, int, float, double>());
+  std::apply([&](auto... voxel) { (f.template operator()<decltype(voxel)>(), ...); }, VoxelTypes());
 }
 
 /// What a value becomes in a voxel: ties go to even, integers saturate, and NaN is their 0.

@@ -1,7 +1,5 @@
 #include "transforms/RegAffineTransform.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 

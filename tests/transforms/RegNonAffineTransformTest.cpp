@@ -1,7 +1,5 @@
 #include "transforms/RegNonAffineTransform.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>

@@ -1,7 +1,5 @@
 #include "transforms/RegTools.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <initializer_list>
 #include <limits>

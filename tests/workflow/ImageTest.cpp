@@ -1,6 +1,7 @@
 #include <limits>
 
 #include "tests/support/LogCapture.h"
+#include "tests/support/voxelTypes.h"
 #include "tests/workflow/rows.h"
 
 namespace {
@@ -9,8 +10,7 @@ using voxreg::Image;
 
 template <class T>
 class ImageTypes : public testing::Test {};
-using Types = testing::Types<unsigned char, short, unsigned short, int, float, double>;
-TYPED_TEST_SUITE(ImageTypes, Types);
+TYPED_TEST_SUITE(ImageTypes, TypedSuiteOfVoxels);
 
 TYPED_TEST(ImageTypes, areWrappedWithoutACopyAndCopiedWhereAskedFor) {
   std::vector<TypeParam> voxels = {1, 2, 3, 4, 5, 6};
@@ -46,38 +46,6 @@ TEST(Image, ofBadGeometryOrWithoutVoxelsIsEmpty) {
   EXPECT_FALSE(Image::wrap<float>(nullptr, dims, NmMat4d()));
   EXPECT_FALSE(Image::copy<float>(nullptr, dims, NmMat4d()));
   EXPECT_EQ(Image().voxels(), nullptr);
-}
-
-TEST(Image, frameLeadsToTheWorldAlongObliqueShearedAndMirroredAxes) {
-  const NmVec3l dims(4, 3, 5);
-  const NmMat4d matrix(1.5, 0.5, 0, 0, 0.4, -2, 0.3, 0, 0.1, 0.2, 3, 0, -20, 30, 40, 1);
-  const Image image = Image::allocate(NmPrimType::Short, dims, matrix);
-  ASSERT_TRUE(image);
-  const NmVec3d voxel(3, 1, 4);
-  NmVec3d inFrame, byFrame, expected;
-  matrix.multVecMatrix(voxel, expected);
-  for (int a = 0; a < 3; ++a)
-    inFrame[a] = static_cast<double>(image.frame().box.min(a)) +
-                 voxel[a] * static_cast<double>(image.volume()->voxelSpacing()[a]);
-  image.frame().toWorld.multVecMatrix(inFrame, byFrame);
-  for (int a = 0; a < 3; ++a) EXPECT_NEAR(byFrame[a], expected[a], 1e-5);
-}
-
-TEST(Resample, ofEmptyImagesOrAnImpossibleBackgroundIsEmpty) {
-  const Image image = rowOf<short>({1, 2, 3});
-  EXPECT_FALSE(voxreg::resample(Image(), {}, image));
-  EXPECT_FALSE(voxreg::resample(image, {}, Image()));
-  EXPECT_FALSE(voxreg::resample(image, {}, image, {.background = 0.5}));
-  EXPECT_EQ(voxelsIn<short>(voxreg::resample(image, {}, image)), (std::vector<short>{1, 2, 3}));
-}
-
-TEST(Resample, goesFromTheReferenceToTheModel) {
-  const Image image = rowOf<short>({1, 2, 3, 4});
-  NmMat4d shift;
-  shift.setTranslate(NmVec3d(1, 0, 0));
-  const auto moved = voxreg::resample(image, voxreg::Transform::fromReferenceToModel(shift), image,
-                                      {.background = -7.0});
-  EXPECT_EQ(voxelsIn<short>(moved), (std::vector<short>{2, 3, 4, -7}));
 }
 
 }  // namespace

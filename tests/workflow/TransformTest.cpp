@@ -1,11 +1,9 @@
-#include <gtest/gtest.h>
 #include <voxreg.h>
 
 #include <cmath>
 
 #include "tests/support/expectNear.h"
 #include "tests/support/grids.h"
-#include "workflow/search/frameGrids.h"
 
 namespace {
 
@@ -116,33 +114,6 @@ TEST(Transform, whoseBricksFoldHasNoInverseWhereNothingComesFrom) {
   for (long v = 0; v < 8; ++v) bricks.grid.vertices[3 * v] = 3.0;  // all of space onto a plane
   const Transform inverse = Transform::fromBricks(bricks).inverse();
   EXPECT_TRUE(std::isnan(inverse(NmVec3d(5, 10, 10)).x));
-}
-
-TEST(StartGrid, isTheInverseOfTheMatrixBetweenTurnedFrames) {
-  const NmMat4d still(2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 1, 0, 1, 2, 6, 1);
-  const NmMat4d oblique(0.6, 0.8, 0, 0, -0.8, 0.6, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
-  const NmVec3l dims(5, 4, 1);
-  const auto reference = voxreg::Image::allocate(NmPrimType::Float, dims, still);
-  const auto model = voxreg::Image::allocate(NmPrimType::Float, dims, oblique);
-  const BrickGrid bricks = voxreg::detail::bricksInWorld(
-      voxreg::detail::startGrid(affine, reference, model), reference, model);
-  EXPECT_GT(bricks.grid.box.volume(), 0.0f);
-  NmVec3d expected;
-  const NmVec3d place(2.5, 4, 6);
-  affine.inverse().multVecMatrix(place, expected);
-  expectNear(bricks.ofWorld(place), expected, 1e-5);
-
-  const Transform byMatrix = Transform::fromModelToReference(affine);
-  const NmVec3f inFrame(1.5f, 2, 6);
-  const NmVec3f maps[] = {
-      voxreg::PlaceMap(byMatrix, reference, model)(inFrame),
-      voxreg::PlaceMap(Transform::fromBricks(bricks), reference, model)(inFrame),
-      voxreg::PlaceMap(byMatrix.inverse().then(byMatrix).then(Transform::fromBricks(bricks)),
-                       reference, model)(inFrame)};
-  for (int c = 0; c < 3; ++c) {
-    EXPECT_NEAR(maps[1][c], maps[0][c], 1e-4);
-    EXPECT_NEAR(maps[2][c], maps[0][c], 1e-4);
-  }
 }
 
 }  // namespace

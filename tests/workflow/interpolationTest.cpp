@@ -1,6 +1,4 @@
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <numeric>
 
