@@ -19,7 +19,7 @@ struct Columns {
 };
 
 /// The sum of lanes that hold small integers.
-static std::int64_t wholeSumOf(typename Lanes::Doubles v) {
+static inline std::int64_t wholeSumOf(typename Lanes::Doubles v) {
   double lanes[Lanes::width];
   Lanes::store(lanes, v);
   double sum = 0.0;

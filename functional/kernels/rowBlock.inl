@@ -2,11 +2,11 @@
 
 #include "functional/kernels/rowClip.inl"
 
-static int fewer(int a, int b) {
+static inline int fewer(int a, int b) {
   return a < b ? a : b;
 }
 
-static int more(int a, int b) {
+static inline int more(int a, int b) {
   return a > b ? a : b;
 }
 

@@ -2,7 +2,7 @@
 
 #include "functional/kernels/lanes.inl"
 
-static int countOf(const IndexSpan& span) {
+static inline int countOf(const IndexSpan& span) {
   return span.end > span.first ? span.end - span.first : 0;
 }
 
@@ -11,7 +11,7 @@ static int countOf(const IndexSpan& span) {
 /// bound on the entering side is crossed at t = (bound - p) / s, and the row starts after t, at 0
 /// or at trunc(t) + 1; on the leaving side it ends at trunc(t). Comparisons are made in double
 /// before the cast, so a model far away gives no samples.
-static IndexSpan clipRow(const Walk& walk, const double p[3], int length) {
+static inline IndexSpan clipRow(const Walk& walk, const double p[3], int length) {
   IndexSpan span = {0, length};
   for (int axis = 0; axis < 3; ++axis) {
     const double lower = walk.bounds[axis][0];

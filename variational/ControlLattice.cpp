@@ -1,0 +1,101 @@
+#include "variational/ControlLattice.h"
+
+#include <algorithm>
+#include <cmath>
+
+using voxreg::detail::splineCell;
+using voxreg::detail::splineWeights;
+
+namespace {
+
+/// Doubles the intervals of `lines` lines of n + 3 controls; successive controls of a line are
+/// `stride` apart. Knot insertion: the coefficient at an old knot is (1, 6, 1) / 8 of its
+/// neighbours', between two of them their mean.
+void refineLine(const double* from, double* to, int n, std::int64_t stride) {
+  for (int i = 0; i < 2 * n + 3; ++i) {
+    const double* const c = from + stride * (i / 2);
+    to[stride * i] = i % 2 == 0 ? 0.5 * (c[0] + c[stride])
+                                : (c[0] + 6.0 * c[stride] + c[2 * stride]) / 8.0;
+  }
+}
+
+}  // namespace
+
+ControlLattice::ControlLattice(const NmBox3f& box, const NmVec3i& intervalCounts)
+    : intervals(intervalCounts) {
+  for (int axis = 0; axis < 3; ++axis) {
+    intervals[axis] = std::max(intervals[axis], 1);
+    origin[axis] = static_cast<double>(box.min(axis));
+    const double extent = static_cast<double>(box.max(axis)) - static_cast<double>(box.min(axis));
+    spacing[axis] = extent > 0.0 ? extent / intervals[axis] : 1.0;
+  }
+  values.assign(static_cast<std::size_t>(3 * controlCount()), 0.0);
+}
+
+std::int64_t ControlLattice::controlCount() const {
+  return std::int64_t{controlsAlong(0)} * controlsAlong(1) * controlsAlong(2);
+}
+
+NmVec3d ControlLattice::displacementAt(const NmVec3d& position) const {
+  int cell[3];
+  double weights[3][4];
+  for (int axis = 0; axis < 3; ++axis) {
+    double t;
+    cell[axis] = splineCell(*this, axis, position[axis], t);
+    splineWeights(t, weights[axis]);
+  }
+  NmVec3d sum;
+  for (int c = 0; c < 3; ++c)
+    for (int k = 0; k < 4; ++k)
+      for (int j = 0; j < 4; ++j)
+        for (int i = 0; i < 4; ++i) {
+          const std::int64_t at =
+              cell[0] + i +
+              controlsAlong(0) * (cell[1] + j + std::int64_t{controlsAlong(1)} * (cell[2] + k));
+          sum[c] += weights[0][i] * weights[1][j] * weights[2][k] *
+                    values[static_cast<std::size_t>(at + c * controlCount())];
+        }
+  return sum;
+}
+
+ControlLattice ControlLattice::refined(const NmVec3i& axes) const {
+  ControlLattice result = *this;
+  for (int axis = 0; axis < 3; ++axis) {
+    if (axes[axis] == 0) continue;
+    const ControlLattice before = result;
+    result.intervals[axis] *= 2;
+    result.spacing[axis] *= 0.5;
+    result.values.resize(static_cast<std::size_t>(3 * result.controlCount()));
+    std::int64_t stride = 1;
+    for (int a = 0; a < axis; ++a) stride *= before.controlsAlong(a);
+    const std::int64_t fromBlock = stride * before.controlsAlong(axis);
+    const std::int64_t toBlock = stride * result.controlsAlong(axis);
+    const std::int64_t blocks = 3 * before.controlCount() / fromBlock;
+    for (std::int64_t b = 0; b < blocks; ++b)
+      for (std::int64_t s = 0; s < stride; ++s)
+        refineLine(before.values.data() + b * fromBlock + s, result.values.data() + b * toBlock + s,
+                   before.intervals[axis], stride);
+  }
+  return result;
+}
+
+namespace voxreg::detail {
+
+void splineWeights(double t, double (&weights)[4]) {
+  const double u = 1.0 - t;
+  weights[0] = u * u * u / 6.0;
+  weights[1] = ((3.0 * t - 6.0) * t * t + 4.0) / 6.0;
+  weights[2] = ((3.0 * u - 6.0) * u * u + 4.0) / 6.0;
+  weights[3] = t * t * t / 6.0;
+}
+
+int splineCell(const ControlLattice& lattice, int axis, double position, double& t) {
+  const int n = lattice.intervals[axis];
+  const double s = (position - lattice.origin[axis]) / lattice.spacing[axis];
+  const double within = s > 0.0 ? std::min(s, static_cast<double>(n)) : 0.0;
+  const int cell = std::min(static_cast<int>(within), n - 1);
+  t = within - cell;
+  return cell;
+}
+
+}  // namespace voxreg::detail

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "foundation/NmBox.h"
+#include "foundation/NmVec.h"
+
+/// A displacement as uniform cubic B-splines over a box: at x it is the sum over the 64 controls
+/// around x of their coefficients times B(s_x) B(s_y) B(s_z), with s counted in intervals
+/// (D. Rueckert et al., Nonrigid registration using free-form deformations, 1999). Along each axis
+/// there are three controls more than intervals; the first one is one interval before the box.
+struct ControlLattice {
+  NmVec3d origin;              ///< lower corner of the box, world units
+  NmVec3d spacing;             ///< of an interval, world units
+  NmVec3i intervals;           ///< along each axis, at least 1
+  std::vector<double> values;  ///< coefficients, world units: x fastest, component slowest
+
+  ControlLattice() = default;
+
+  /// Without displacement, over a box. An axis without extent gets one interval of unit length.
+  ControlLattice(const NmBox3f& box, const NmVec3i& intervalCounts);
+
+  int controlsAlong(int axis) const { return intervals[axis] + 3; }
+  std::int64_t controlCount() const;  ///< of one component
+
+  /// At a position, which is moved to the box if it is outside.
+  NmVec3d displacementAt(const NmVec3d& position) const;
+
+  /// The same map with twice the intervals along the axes for which `axes` is not 0.
+  ControlLattice refined(const NmVec3i& axes) const;
+};
+
+namespace voxreg::detail {
+
+/// The weights of the four cubic B-splines that are not 0 at `t`, 0 to 1, in an interval.
+void splineWeights(double t, double (&weights)[4]);
+
+/// Interval and coordinate in it, 0 to 1, of a position along one axis of a lattice; positions
+/// outside are moved to its end.
+int splineCell(const ControlLattice& lattice, int axis, double position, double& t);
+
+}  // namespace voxreg::detail

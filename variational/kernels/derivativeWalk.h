@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+
+#include "functional/kernels/walk.h"
+
+namespace voxreg::detail {
+
+/// One axis of a tensor-product map.
+struct TensorAxis {
+  int numControls;        ///< at least 4
+  const int* cell;        ///< of each reference voxel: the first of the four controls that move it
+  const double* weights;  ///< four for each reference voxel
+  const double* local;    ///< of each reference voxel: its coordinate t in the cell
+};
+
+/// A map from reference voxels to positions in model voxels:
+///   T(x, y, z) = sum over a, b, c of wx_a(x) wy_b(y) wz_c(z) control(cell_x + a, cell_y + b, ...).
+/// Uniform cubic B-splines are of this form, and a matrix with the weights 1, x, 0, 0. Cells rise
+/// with the voxels. The tables of the x axis hold groupSize voxels beyond the last, of its cell.
+struct TensorMap {
+  TensorAxis axes[3];
+  const double* controls;  ///< x fastest, then y, z, and the component slowest
+  double toPowers[4][4];   ///< row k: the coefficient of t^k from a cell's four controls, along x
+};
+
+/// Voxels that are sampled together, whatever the number of lanes. Sums of a row keep one subtotal
+/// for each of them, so they round alike on every instruction set.
+inline constexpr int groupSize = 8;
+
+/// What a walk that compares the reference with the mapped model goes by.
+struct DerivativeFrame {
+  Walk walk;              ///< volumes, rowStep and step[0] (hints); the box is ignored
+  const IndexSpan* rows;  ///< voxels of each reference row, y fastest; null for whole rows
+  TensorMap map;
+};
+
+/// Sums over the samples, d = reference - model.
+struct SampleSums {
+  double count = 0.0;
+  double reference = 0.0;
+  double model = 0.0;
+  double referenceSq = 0.0;
+  double modelSq = 0.0;
+  double product = 0.0;
+  double differenceSq = 0.0;
+};
+
+/// Derivative of a metric by the model's value: byReference * r + byModel * m + constant.
+struct LinearRule {
+  double byReference;
+  double byModel;
+  double constant;
+};
+
+/// The same by a joint histogram: `slopes` holds, for each of its rows, the derivative in the
+/// interval between two neighbouring columns. 0 for values beyond the outermost columns.
+struct HistogramRule {
+  HistogramAxis rows;
+  HistogramAxis columns;
+  const double* slopes;  ///< rows.count * (columns.count - 1)
+};
+
+/// Doubles of working memory that a walk of a map takes.
+constexpr std::int64_t derivativeScratch(const TensorMap& map) {
+  const std::int64_t cx = map.axes[0].numControls;
+  const std::int64_t cy = map.axes[1].numControls;
+  return 6 * cx * cy + 18 * cx + 2 * groupSize;
+}
+
+/// The walks of one instruction set over the slices of a span, by the model's voxelTypeIndex.
+/// Samples are voxels with a finite reference value whose position is in the model, up to a
+/// thousandth of a voxel beyond its outermost voxels, and whose sample is finite.
+/// `scratch` is derivativeScratch doubles, aligned to 64 bytes. A gradient, of the shape of the
+/// controls and by them, is added to `gradient`.
+struct DerivativeKernels {
+  void (*sums[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
+                              SampleSums&);
+  void (*histogram[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
+                                   HistogramSums&);
+  void (*linear[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
+                                const LinearRule&, SampleSums&, double* gradient);
+  void (*byHistogram[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices,
+                                     double* scratch, const HistogramRule&, double* gradient);
+};
+
+extern const DerivativeKernels portableDerivatives;
+extern const DerivativeKernels avx2Derivatives;
+extern const DerivativeKernels avx512Derivatives;
+
+}  // namespace voxreg::detail

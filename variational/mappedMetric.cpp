@@ -1,0 +1,225 @@
+#include "variational/mappedMetric.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "foundation/numbers/elementary.h"
+#include "metrics/RegMetric.h"
+#include "variational/kernels/derivativeChoice.h"
+
+namespace voxreg::detail {
+namespace {
+
+/// Sums are taken over portions of the slices and joined in order. The number depends on nothing,
+/// so that results do not depend on how many portions are walked at a time.
+constexpr int numPortions = 8;
+
+HistogramAxis axisOf(const BinRange& range) {
+  const int bins = std::max(range.bins, 2);
+  const double extent = range.max - range.min;
+  return {range.min, extent > 0.0 ? (bins - 1) / extent : 0.0, range.max, bins};
+}
+
+double plogp(double p) {
+  return p > 0.0 ? p * logarithm(p) : 0.0;
+}
+
+}  // namespace
+
+MappedMetric::MappedMetric(RegMetricKind kind, const Volume& reference, const Volume& model,
+                           const BinRange& referenceBins, const BinRange& modelBins)
+    : kind_(kind),
+      reference_(reference),
+      model_(model),
+      rowsAxis_(axisOf(referenceBins)),
+      columnsAxis_(axisOf(modelBins)) {}
+
+DerivativeFrame MappedMetric::frameOf(const TensorMap& map) const {
+  DerivativeFrame frame = {};
+  Walk& walk = frame.walk;
+  walk.reference = reference_.voxels;
+  walk.referenceType = reference_.type;
+  walk.model = model_.voxels;
+  walk.modelType = model_.type;
+  for (int axis = 0; axis < 3; ++axis) {
+    walk.referenceDims[axis] = reference_.frame.dims[axis];
+    walk.modelDims[axis] = model_.frame.dims[axis];
+  }
+  walk.rowStep[1] = static_cast<double>(walk.modelDims[1]) / walk.referenceDims[1];
+  frame.rows = rows.empty() ? nullptr : rows.data();
+  frame.map = map;
+  return frame;
+}
+
+template <class F>
+void MappedMetric::forEachPortion(const DerivativeFrame& frame, F&& f) {
+  scratch_.resize(static_cast<std::size_t>(derivativeScratch(frame.map)) + 8);
+  const auto address = reinterpret_cast<std::uintptr_t>(scratch_.data());
+  double* const scratch = scratch_.data() + (64 - address % 64) % 64 / sizeof(double);
+  const int nz = frame.walk.referenceDims[2];
+  for (int p = 0; p < numPortions; ++p) {
+    const IndexSpan slices = {static_cast<int>(std::int64_t{nz} * p / numPortions),
+                              static_cast<int>(std::int64_t{nz} * (p + 1) / numPortions)};
+    if (slices.end > slices.first) f(slices, scratch);
+  }
+}
+
+template <class Walk>
+void MappedMetric::addGradients(const DerivativeFrame& frame, double* gradient, Walk&& walk) {
+  const TensorAxis(&axes)[3] = frame.map.axes;
+  const std::int64_t n =
+      std::int64_t{3} * axes[0].numControls * axes[1].numControls * axes[2].numControls;
+  std::fill_n(gradient, n, 0.0);
+  forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
+    portionGradient_.assign(static_cast<std::size_t>(n), 0.0);
+    walk(slices, scratch, portionGradient_.data());
+    for (std::int64_t i = 0; i < n; ++i) gradient[i] += portionGradient_[static_cast<std::size_t>(i)];
+  });
+}
+
+double MappedMetric::evaluate(const TensorMap& map, double* gradient) {
+  const DerivativeFrame frame = frameOf(map);
+  if (kind_ == RegMetricMeanSquaredDifference) return difference(frame, gradient);
+  if (kind_ == RegMetricCorrelationRatio) return correlation(frame, gradient);
+  return information(frame, gradient);
+}
+
+double MappedMetric::difference(const DerivativeFrame& frame, double* gradient) {
+  const DerivativeKernels& kernels = derivativeKernels();
+  const int type = frame.walk.modelType;
+  SampleSums sums;
+  if (gradient == nullptr) {
+    forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
+      SampleSums part;
+      kernels.sums[type](frame, slices, scratch, part);
+      sums.count += part.count;
+      sums.differenceSq += part.differenceSq;
+    });
+  } else {
+    const LinearRule rule = {2.0, -2.0, 0.0};
+    addGradients(frame, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
+      SampleSums part;
+      kernels.linear[type](frame, slices, scratch, rule, part, to);
+      sums.count += part.count;
+      sums.differenceSq += part.differenceSq;
+    });
+    const TensorAxis(&axes)[3] = frame.map.axes;
+    const std::int64_t n =
+        std::int64_t{3} * axes[0].numControls * axes[1].numControls * axes[2].numControls;
+    if (sums.count > 0.0)
+      for (std::int64_t i = 0; i < n; ++i) gradient[i] /= sums.count;
+  }
+  numSamples_ = sums.count;
+  return sums.count > 0.0 ? -sums.differenceSq / sums.count : RegMetric::noStatement;
+}
+
+// |r| of Pearson. With S the sums of centred products, c = S_rm / sqrt(S_rr S_mm); by one m:
+// dc = (r' / S_rm - m' / S_mm) c.
+double MappedMetric::correlation(const DerivativeFrame& frame, double* gradient) {
+  const DerivativeKernels& kernels = derivativeKernels();
+  const int type = frame.walk.modelType;
+  SampleSums sums;
+  forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
+    SampleSums part;
+    kernels.sums[type](frame, slices, scratch, part);
+    sums.count += part.count;
+    sums.reference += part.reference;
+    sums.model += part.model;
+    sums.referenceSq += part.referenceSq;
+    sums.modelSq += part.modelSq;
+    sums.product += part.product;
+  });
+  numSamples_ = sums.count;
+  const double n = sums.count;
+  const double rr = sums.referenceSq - sums.reference * sums.reference / n;
+  const double mm = sums.modelSq - sums.model * sums.model / n;
+  const double rm = sums.product - sums.reference * sums.model / n;
+  if (!(n >= 2.0) || !(rr > 0.0) || !(mm > 0.0)) return RegMetric::noStatement;
+  const double root = std::sqrt(rr * mm);
+  const double sign = rm < 0.0 ? -1.0 : 1.0;
+  const double value = sign * rm / root;
+  if (gradient == nullptr) return value;
+  const double byReference = sign / root;
+  const double byModel = -value / mm;
+  const LinearRule rule = {byReference, byModel,
+                           -(byReference * sums.reference + byModel * sums.model) / n};
+  addGradients(frame, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
+    SampleSums part;
+    kernels.linear[type](frame, slices, scratch, rule, part, to);
+  });
+  return value;
+}
+
+double MappedMetric::information(const DerivativeFrame& frame, double* gradient) {
+  const DerivativeKernels& kernels = derivativeKernels();
+  const int type = frame.walk.modelType;
+  const auto bins = static_cast<std::size_t>(rowsAxis_.count * columnsAxis_.count);
+  histogram_.assign(bins, 0.0);
+  std::int64_t count = 0;
+  forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
+    portionHistogram_.assign(bins, 0.0);
+    HistogramSums sums = {rowsAxis_, columnsAxis_, portionHistogram_.data()};
+    kernels.histogram[type](frame, slices, scratch, sums);
+    for (std::size_t i = 0; i < bins; ++i) histogram_[i] += portionHistogram_[i];
+    count += sums.count;
+  });
+  numSamples_ = static_cast<double>(count);
+  if (count == 0) return RegMetric::noStatement;
+  const double value = fillSlopes();
+  if (gradient == nullptr || value == RegMetric::noStatement) return value;
+  const HistogramRule rule = {rowsAxis_, columnsAxis_, slopes_.data()};
+  addGradients(frame, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
+    kernels.byHistogram[type](frame, slices, scratch, rule, to);
+  });
+  return value;
+}
+
+// With p the shares of the bins, H the entropies and N the samples, the derivative by the weight of
+// one sample in bin (r, m) is, up to a constant, (nmi log p_rm - log p_m) / (N H_rm) for
+// nmi = (H_r + H_m) / H_rm, and (log p_rm - log p_m) / N for mi = H_r + H_m - H_rm. A sample's
+// weight moves from one column to the next as its value rises. An empty bin counts as one of a
+// millionth of a sample.
+double MappedMetric::fillSlopes() {
+  const int numRows = rowsAxis_.count;
+  const int columns = columnsAxis_.count;
+  const double n = numSamples_;
+  std::vector<double> rowSums(static_cast<std::size_t>(numRows), 0.0);
+  std::vector<double> columnSums(static_cast<std::size_t>(columns), 0.0);
+  double joint = 0.0;
+  for (int r = 0; r < numRows; ++r)
+    for (int c = 0; c < columns; ++c) {
+      const double p = histogram_[static_cast<std::size_t>(r * columns + c)] / n;
+      rowSums[static_cast<std::size_t>(r)] += p;
+      columnSums[static_cast<std::size_t>(c)] += p;
+      joint -= plogp(p);
+    }
+  double ofRows = 0.0;
+  double ofColumns = 0.0;
+  for (const double p : rowSums) ofRows -= plogp(p);
+  for (const double p : columnSums) ofColumns -= plogp(p);
+  if (!(joint > 0.0)) return RegMetric::noStatement;
+  const bool isNormalised = kind_ == RegMetricNormMutualInformation;
+  const double value = isNormalised ? (ofRows + ofColumns) / joint : ofRows + ofColumns - joint;
+  const double ofJoint = isNormalised ? value / (n * joint) : 1.0 / n;
+  const double ofColumn = isNormalised ? 1.0 / (n * joint) : 1.0 / n;
+  const double floor = 1e-6 / n;
+  const auto term = [&](int r, int c) {
+    const double p = histogram_[static_cast<std::size_t>(r * columns + c)] / n;
+    return ofJoint * logarithm(std::max(p, floor)) -
+           ofColumn * logarithm(std::max(columnSums[static_cast<std::size_t>(c)], floor));
+  };
+  slopes_.resize(static_cast<std::size_t>(numRows * (columns - 1)));
+  for (int r = 0; r < numRows; ++r) {
+    double before = term(r, 0);
+    for (int c = 0; c + 1 < columns; ++c) {
+      const double after = term(r, c + 1);
+      slopes_[static_cast<std::size_t>(r * (columns - 1) + c)] =
+          (after - before) * columnsAxis_.scale;
+      before = after;
+    }
+  }
+  return value;
+}
+
+}  // namespace voxreg::detail

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <vector>
+
+#include "foundation/NmMat4d.h"
+#include "foundation/voxels/volumeFrame.h"
+#include "metrics/RegMetricKind.h"
+#include "variational/kernels/derivativeWalk.h"
+
+class VlDataAccess;
+
+namespace voxreg::detail {
+
+/// Values of a volume that a joint histogram spans, and into how many bins.
+struct BinRange {
+  double min;
+  double max;
+  int bins;
+};
+
+/// A metric of a reference and a mapped model, with its exact derivative by the map's controls.
+class MappedMetric {
+ public:
+  struct Volume {
+    const void* voxels;
+    int type;  ///< voxelTypeIndex
+    VolumeFrame frame;
+  };
+
+  MappedMetric(RegMetricKind kind, const Volume& reference, const Volume& model,
+               const BinRange& referenceBins, const BinRange& modelBins);
+
+  /// Voxels of each reference row to sample, y fastest; empty for all.
+  std::vector<IndexSpan> rows;
+
+  /// The value, larger for a better alignment; RegMetric::noStatement without enough samples.
+  /// `gradient`, if given, receives the derivatives by the controls, in the order of the controls.
+  double evaluate(const TensorMap& map, double* gradient);
+
+  double numSamples() const { return numSamples_; }
+
+ private:
+  DerivativeFrame frameOf(const TensorMap& map) const;
+  double difference(const DerivativeFrame& frame, double* gradient);
+  double correlation(const DerivativeFrame& frame, double* gradient);
+  double information(const DerivativeFrame& frame, double* gradient);
+  double fillSlopes();
+  template <class F>
+  void forEachPortion(const DerivativeFrame& frame, F&& f);
+  template <class Walk>
+  void addGradients(const DerivativeFrame& frame, double* gradient, Walk&& walk);
+
+  RegMetricKind kind_;
+  Volume reference_;
+  Volume model_;
+  HistogramAxis rowsAxis_;
+  HistogramAxis columnsAxis_;
+  double numSamples_ = 0.0;
+  std::vector<double> scratch_;
+  std::vector<double> histogram_;
+  std::vector<double> portionHistogram_;
+  std::vector<double> portionGradient_;
+  std::vector<double> slopes_;
+};
+
+}  // namespace voxreg::detail
