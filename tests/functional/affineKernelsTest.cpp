@@ -38,31 +38,38 @@ naive::Geometry turned(const NmVec3i& dims, const NmVec3i& modelDims, double ang
   return g;
 }
 
-/// Feeds the metric by the kernels of one set, or by the function of its family.
+/// Feeds the metric through the function of its family.
+template <class T, class U, class Metric>
+void runDoor(const naive::Geometry& g, const std::vector<T>& reference, const std::vector<U>& model,
+             const NmBox3i& box, Metric& metric, int numHistograms) {
+  if constexpr (std::is_same_v<Metric, RegMeanSquaredDifference>)
+    reg_evaluateUniformMSD<T, U>(reference.data(), model.data(), g.dims, box, g.signs, g.start,
+                                 g.step[0], g.step[1], g.step[2], &metric, g.bounds, &g.modelDims.x,
+                                 nullptr, numHistograms);
+  else if constexpr (std::is_same_v<Metric, RegCorrelationRatio>)
+    reg_evaluateUniformCorrAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
+                                        g.step[0], g.step[1], g.step[2], &metric, g.bounds,
+                                        &g.modelDims.x, numHistograms);
+  else
+    reg_evaluateUniformMIAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
+                                      g.step[0], g.step[1], g.step[2], &metric, g.bounds,
+                                      &g.modelDims.x, numHistograms);
+}
+
+/// Feeds the metric by the kernels of one set, or through its function if it has one.
 template <class T, class U, class Metric>
 void runKernel(const naive::Geometry& g, const std::vector<T>& reference,
                const std::vector<U>& model, const NmBox3i& box, Metric& metric,
                const KernelTable* table, int numHistograms = 1) {
-  if (table != nullptr) {
-    voxreg::detail::WalkFrame frame = kernelCases::frameOf(g, reference, model, box);
-    for (int a = 0; a < 3; ++a) {
-      frame.signs[a] = g.signs[a];
-      for (int end = 0; end < 2; ++end) frame.bounds[a][end] = g.bounds[2 * a + end];
-    }
-    voxreg::detail::familyOf(&metric)->walkAffine(frame, metric, numHistograms, *table);
-  } else if constexpr (std::is_same_v<Metric, RegMeanSquaredDifference>) {
-    reg_evaluateUniformMSD<T, U>(reference.data(), model.data(), g.dims, box, g.signs, g.start,
-                                 g.step[0], g.step[1], g.step[2], &metric, g.bounds, &g.modelDims.x,
-                                 nullptr, numHistograms);
-  } else if constexpr (std::is_same_v<Metric, RegCorrelationRatio>) {
-    reg_evaluateUniformCorrAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
-                                        g.step[0], g.step[1], g.step[2], &metric, g.bounds,
-                                        &g.modelDims.x, numHistograms);
-  } else {
-    reg_evaluateUniformMIAffine<T, U>(reference.data(), model.data(), g.dims, g.signs, g.start,
-                                      g.step[0], g.step[1], g.step[2], &metric, g.bounds,
-                                      &g.modelDims.x, numHistograms);
+  if constexpr (kernelCases::hasFunction<Metric>)
+    if (table == nullptr) return runDoor(g, reference, model, box, metric, numHistograms);
+  voxreg::detail::WalkFrame frame = kernelCases::frameOf(g, reference, model, box);
+  for (int a = 0; a < 3; ++a) {
+    frame.signs[a] = g.signs[a];
+    for (int end = 0; end < 2; ++end) frame.bounds[a][end] = g.bounds[2 * a + end];
   }
+  voxreg::detail::familyOf(&metric)->walkAffine(
+      frame, metric, numHistograms, table != nullptr ? *table : voxreg::detail::kernels());
 }
 
 /// The box limits the slices of the difference family alone. Returns the number of its samples.

@@ -88,19 +88,20 @@ void naiveBrickWalk(const Scene& s, Family family, const std::vector<U>& model, 
   }
 }
 
-/// Runs the kernel of the metric's family over the scene.
+/// Runs the kernel of the metric's family over the scene, or its function if it has one.
 template <class T, class U, class Metric>
 void runKernel(Scene& s, const std::vector<T>& reference, const std::vector<U>& model,
                Metric& metric, const KernelTable* table = nullptr) {
-  const double noBounds[6] = {};
-  if (table == nullptr) {
-    reg_evaluateUniform<T, U>(reference.data(), model.data(), s.dims, s.box, NmVec3i(), s.start,
-                              s.step[0], s.step[1], s.step[2], &metric, noBounds, &s.modelDims.x,
-                              &s.transform, 1);
-    return;
+  if constexpr (kernelCases::hasFunction<Metric>) {
+    const double noBounds[6] = {};
+    if (table == nullptr)
+      return reg_evaluateUniform<T, U>(reference.data(), model.data(), s.dims, s.box, NmVec3i(),
+                                       s.start, s.step[0], s.step[1], s.step[2], &metric, noBounds,
+                                       &s.modelDims.x, &s.transform, 1);
   }
-  voxreg::detail::familyOf(&metric)->walkBricks(kernelCases::frameOf(s, reference, model, s.box),
-                                                s.transform, metric, 1, *table);
+  voxreg::detail::familyOf(&metric)->walkBricks(
+      kernelCases::frameOf(s, reference, model, s.box), s.transform, metric, 1,
+      table != nullptr ? *table : voxreg::detail::kernels());
 }
 
 /// Returns the number of samples of the difference family.
