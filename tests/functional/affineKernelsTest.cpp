@@ -9,9 +9,7 @@
 
 namespace {
 
-using kernelCases::forEachPath;
-using kernelCases::forEachTypePair;
-using kernelCases::randomVoxels;
+using namespace kernelCases;
 using voxreg::detail::KernelTable;
 
 /// A map that turns by three angles and scales, sending the middle of the reference to `centre` of
@@ -44,7 +42,7 @@ void runKernel(const naive::Geometry& g, const std::vector<T>& reference,
                const std::vector<U>& model, const NmBox3i& box, Metric& metric,
                const KernelTable* table, int numHistograms = 1) {
   if (table != nullptr) {
-    voxreg::detail::WalkFrame frame = kernelCases::frameOf(g, reference, model, box);
+    voxreg::detail::WalkFrame frame = frameOf(g, reference, model, box);
     for (int a = 0; a < 3; ++a) {
       frame.signs[a] = g.signs[a];
       for (int end = 0; end < 2; ++end) frame.bounds[a][end] = g.bounds[2 * a + end];
@@ -198,19 +196,15 @@ TEST(AffineKernels, FlatModelAxisIsNotClipped) {
 TEST(AffineKernels, MissingArgumentsAddNothing) {
   const auto g = turned({4, 3, 2}, {5, 5, 5}, 0.0, 1.0, {2, 2, 2});
   const auto voxels = randomVoxels<short>({5, 5, 5}, 1);
-  const int modelDims[3] = {5, 5, 5};
-  const int emptyDims[3] = {5, 0, 5};
-  RegMeanSquaredDifference metric(1.0, false);
-  const auto run = [&](const short* reference, const short* model, const int* dims) {
-    reg_evaluateUniformMSD<short, short>(reference, model, g.dims, g.grid(), g.signs, g.start,
-                                         g.step[0], g.step[1], g.step[2], &metric, g.bounds, dims,
-                                         nullptr, 1);
-  };
-  run(nullptr, voxels.data(), modelDims);
-  run(voxels.data(), nullptr, modelDims);
-  run(voxels.data(), voxels.data(), nullptr);
-  run(voxels.data(), voxels.data(), emptyDims);
-  EXPECT_EQ(metric.numTotalSamples, 0);
+  for (int missing = 0; missing < 4; ++missing) {
+    const int modelDims[3] = {5, missing == 0 ? 0 : 5, 5};
+    RegMeanSquaredDifference metric(1.0, false);
+    reg_evaluateUniformMSD<short, short>(missing == 1 ? nullptr : voxels.data(),
+                                         missing == 2 ? nullptr : voxels.data(), g.dims, g.grid(),
+                                         g.signs, g.start, g.step[0], g.step[1], g.step[2], &metric,
+                                         g.bounds, missing == 3 ? nullptr : modelDims, nullptr, 1);
+    EXPECT_EQ(metric.numTotalSamples, 0) << missing;
+  }
 }
 
 }  // namespace
