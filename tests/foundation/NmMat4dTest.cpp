@@ -180,6 +180,8 @@ TEST(NmMat4d, GetTransformGivesThePartsThatBuildTheMatrix) {
     NmRotation rotation, orientation;
     a.getTransform(move, rotation, scale, orientation, center);
     for (int i = 0; i < 3; ++i) EXPECT_EQ(scale[i] < 0.0f, a.det3() < 0.0) << "a mirror is scale";
+    EXPECT_GE(std::fmin(rotation.w, orientation.w), 0.0f);
+    EXPECT_NEAR(std::hypot(std::hypot(rotation.x, rotation.y, rotation.z), rotation.w), 1, 1e-6);
     NmMat4d again;
     again.setTransform(move, rotation, scale, orientation, center);
     expectNear(again, a, 2e-5);

@@ -65,8 +65,7 @@ void runKernel(const naive::Geometry& g, const std::vector<T>& reference,
 
 /// The box limits the slices of the difference family alone. Returns the number of its samples.
 template <class T, class U>
-long expectNaiveBits(const naive::Geometry& g, const NmBox3i& box, const char* what) {
-  SCOPED_TRACE(what);
+long expectNaiveBits(const naive::Geometry& g, const NmBox3i& box) {
   const auto reference = randomVoxels<T>(g.dims, 7);
   const auto model = randomVoxels<U>(g.modelDims, 11);
   FamilySums expected;
@@ -91,7 +90,7 @@ long expectNaiveBits(const naive::Geometry& g, const NmBox3i& box, const char* w
 TEST(AffineKernels, EveryTypePairGivesTheBitsOfTheNaiveWalk) {
   forEachTypePair([]<class T, class U>() {
     const auto g = turned({67, 19, 11}, {17, 21, 9}, 0.3, 0.3, {8, 10, 4});
-    expectNaiveBits<T, U>(g, g.grid(), "turned");
+    expectNaiveBits<T, U>(g, g.grid());
   });
 }
 
@@ -140,7 +139,7 @@ TEST(AffineKernels, RowsEnterAndLeaveTheModelAsTheNaiveWalkDoes) {
     const NmVec3i modelDims(length(random), length(random), length(random));
     const auto g = turned(dims, modelDims, angle(random), scale(random),
                           {centre(random), centre(random), centre(random)});
-    expectNaiveBits<short, unsigned char>(g, g.grid(), "random geometry");
+    expectNaiveBits<short, unsigned char>(g, g.grid());
     if (HasFailure()) return;
   }
 }
@@ -153,13 +152,13 @@ TEST(AffineKernels, AxisAlignedWalksClipOnExactBounds) {
       g.start = {step > 0 ? first : 7.0 - first, 0.0, 0.0};
       g.step[0] = {step, 0.0, 0.0};
       g.signs = {step > 0 ? 1 : -1, 2, 2};
-      expectNaiveBits<float, double>(g, g.grid(), "axis aligned");
+      expectNaiveBits<float, double>(g, g.grid());
     }
 }
 
 TEST(AffineKernels, BoxLimitsTheSlicesAndIsCutToTheReference) {
   const auto g = turned({9, 8, 6}, {9, 8, 6}, 0.1, 1.0, {4, 4, 3});
-  expectNaiveBits<int, float>(g, {3, 4, 2, 2, 2, 4}, "x and y of the box are not used");
+  expectNaiveBits<int, float>(g, {3, 4, 2, 2, 2, 4});  // x and y of the box are not used
   const auto reference = randomVoxels<short>(g.dims, 1);
   const auto model = randomVoxels<short>(g.modelDims, 2);
   for (const auto& [box, voxels] :
@@ -176,12 +175,12 @@ TEST(AffineKernels, FarPositionsAndNanAreThoseOfTheNaiveWalk) {
   for (const double far :
        {1.0e6, -1.0e6, 1.0e300, -1.0e300, std::numeric_limits<double>::infinity()}) {
     g.start.y = far;
-    expectNaiveBits<short, short>(g, g.grid(), "far");
+    expectNaiveBits<short, short>(g, g.grid());
   }
   g = turned({4, 3, 2}, {5, 5, 5}, 0.0, 1.0, {2, 2, 2});
   g.start = {std::nan(""), 1.0, 1.0};
   g.signs = {1, 2, 2};
-  EXPECT_EQ((expectNaiveBits<short, double>(g, g.grid(), "nan")), 24);
+  EXPECT_EQ((expectNaiveBits<short, double>(g, g.grid())), 24);
 }
 
 TEST(AffineKernels, FlatModelAxisIsNotClipped) {
@@ -190,7 +189,7 @@ TEST(AffineKernels, FlatModelAxisIsNotClipped) {
   g.bounds[4] = g.bounds[5] = 0.0;
   for (int axis = 0; axis < 3; ++axis) g.step[axis].z = 0.0;
   g.start.z = 0.0;
-  EXPECT_EQ((expectNaiveBits<short, short>(g, g.grid(), "one slice")), 60);
+  EXPECT_EQ((expectNaiveBits<short, short>(g, g.grid())), 60);
 }
 
 TEST(AffineKernels, MissingArgumentsAddNothing) {

@@ -12,8 +12,6 @@
 
 namespace {
 
-using Calls = std::vector<std::string>;
-
 bool sameBits(const NmMat4f& a, const NmMat4f& b) {
   return std::memcmp(a.m, b.m, sizeof a.m) == 0;
 }
@@ -48,9 +46,10 @@ TEST(Compute, MovesTheModelOntoTheReference) {
   EXPECT_EQ(registration->matrix.m[3][0], 1.0f);
   EXPECT_NEAR(registration->finalMetric, 0.0, 1e-6);
   EXPECT_EQ(progress.calls,
-            (Calls{"start 100 Starting registration", "Initializing",
-                   "Registering at resolution level 1 out of 2 (DOF = 3)", "poll",
-                   "Registering at resolution level 2 out of 2 (DOF = 3)", "poll", "stop"}));
+            (std::vector<std::string>{
+                "start 100 Starting registration", "Initializing",
+                "Registering at resolution level 1 out of 2 (DOF = 3)", "poll",
+                "Registering at resolution level 2 out of 2 (DOF = 3)", "poll", "stop"}));
   ASSERT_EQ(log.lines.size(), 4u);
   EXPECT_EQ(log.lines[0], "Sampling reference to: (1, 1, 1), voxelSize (1.00, 1.00, 1.00)");
   EXPECT_EQ(log.lines[1], "num levels: 2, ignore 0 finest");
