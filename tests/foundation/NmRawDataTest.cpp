@@ -10,11 +10,6 @@
 
 namespace {
 
-struct Shape {
-  long dims[3];
-  std::vector<std::vector<int>> factors;
-};
-
 template <class T>
 std::vector<T> naiveDownSample(const std::vector<T>& source, const long (&n)[3],
                                const std::vector<int>& f) {
@@ -39,10 +34,12 @@ template <class T>
 void compare(double low, double high) {
   constexpr int type = voxelTypeNumber<T>;
   // Cells of few voxels, runs of many cells, and cells of more voxels than small sums hold.
-  const Shape shapes[] = {
-      {{7, 6, 5}, {{1, 1, 1}, {2, 2, 2}, {3, 1, 2}, {4, 5, 3}, {100, 100, 100}}},
-      {{1403, 2, 1}, {{2, 2, 1}, {2, 1, 1}, {10, 1, 1}, {700, 2, 1}}},
-      {{1, 300, 200}, {{1, 300, 200}}}};
+  const struct {
+    long dims[3];
+    std::vector<std::vector<int>> factors;
+  } shapes[] = {{{7, 6, 5}, {{1, 1, 1}, {2, 2, 2}, {3, 1, 2}, {4, 5, 3}, {100, 100, 100}}},
+                {{1403, 2, 1}, {{2, 2, 1}, {2, 1, 1}, {10, 1, 1}, {700, 2, 1}}},
+                {{1, 300, 200}, {{1, 300, 200}}}};
   std::mt19937 random(5);
   std::uniform_real_distribution<double> value(low, high);
   for (const auto& [n, factors] : shapes) {

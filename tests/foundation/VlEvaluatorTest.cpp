@@ -9,7 +9,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "tests/support/LogCapture.h"
 #include "tests/support/volumes.h"
 #include "tests/support/voxelTypes.h"
 
@@ -21,21 +20,16 @@ const NmBox3f box(-3.0f, 9.0f, 10.0f, 11.0f, 0.5f, 2.75f);
 double sinc(double x) {
   return x == 0.0 ? 1.0 : std::sin(std::numbers::pi * x) / (std::numbers::pi * x);
 }
-double nearestWeight(double d) {
-  return std::fabs(d) < 0.5 ? 1.0 : 0.0;
-}
-double linearWeight(double d) {
-  return std::max(0.0, 1.0 - std::fabs(d));
-}
-double lanczosWeight(double d) {
-  return std::fabs(d) < 3.0 ? sinc(d) * sinc(d / 3.0) : 0.0;
-}
+/// Of the nearest voxel, trilinear and Lanczos, by the distance in voxels.
+double (*const weights[])(double) = {
+    [](double d) { return d < 0.5 ? 1.0 : 0.0; }, [](double d) { return std::max(0.0, 1.0 - d); },
+    [](double d) { return d < 3.0 ? sinc(d) * sinc(d / 3.0) : 0.0; }};
 
 /// Every voxel of the volume, weighted by its distance on each axis, over the sum of weights.
 template <class T>
 double naiveSample(const std::vector<T>& voxels, int variable, const NmVec3f& point,
                    double (*weight)(double)) {
-  double sum = 0.0, weights = 0.0;
+  double sum = 0.0, total = 0.0;
   for (long z = 0; z < n[2]; ++z)
     for (long y = 0; y < n[1]; ++y)
       for (long x = 0; x < n[0]; ++x) {
@@ -45,13 +39,13 @@ double naiveSample(const std::vector<T>& voxels, int variable, const NmVec3f& po
           const double low = box.min(axis), high = box.max(axis);
           const double voxel = (high - low) / static_cast<double>(n[axis] - 1);
           const double position = (static_cast<double>(point[axis]) - low) / voxel;
-          w *= weight(position - static_cast<double>(at[axis]));
+          w *= weight(std::fabs(position - static_cast<double>(at[axis])));
         }
         const long index = (x + n[0] * (y + n[1] * z)) * 2 + variable;
         sum += w * static_cast<double>(voxels[static_cast<unsigned long>(index)]);
-        weights += w;
+        total += w;
       }
-  return sum / weights;
+  return sum / total;
 }
 
 NmHandle<VlEvaluator> evaluatorOf(const NmHandle<VlMemoryData>& volume, int kind) {
@@ -68,7 +62,6 @@ float valueOf(VlEvaluator& evaluator) {
 template <class T>
 void compareWithNaive() {
   constexpr int type = voxelTypeNumber<T>;
-  double (*const weights[])(double) = {nearestWeight, linearWeight, lanczosWeight};
   std::mt19937 random(11);
   std::vector<T> voxels;
   for (long i = 0; i < n[0] * n[1] * n[2] * 2; ++i)
@@ -192,21 +185,18 @@ TEST(VlEvaluator, RefusedLocationsLeaveItWhereItWas) {
   evaluator->values(nullptr);
 }
 
-struct AxisCase {
-  float min, max, point;
-  bool flat, thick;  ///< accepted with one voxel on the axis, and with three
-};
-
 TEST(VlEvaluator, NoBoxLeadsOutOfTheVoxels) {
   const float huge = std::numeric_limits<float>::max();
   const float tiny = std::numeric_limits<float>::denorm_min();
-  const AxisCase cases[] = {
-      {5.0f, 5.0f, 5.0f, true, false},  {5.0f, 5.0f, 5.000001f, true, false},
-      {5.0f, 5.0f, 5.1f, false, false}, {0.0f, 0.0f, 0.0f, true, false},
-      {2.0f, 1.0f, 1.5f, false, false}, {2.0f, 1.0f, 2.0f, false, false},
-      {-huge, huge, 0.0f, true, true},  {-huge, huge, huge, true, true},
-      {0.0f, tiny, tiny, true, true},   {1e6f, 1e6f + 0.0625f, 1e6f, true, true}};
-  for (const AxisCase& c : cases)
+  const struct {
+    float min, max, point;
+    bool flat, thick;  // accepted with one voxel on the axis, and with three
+  } cases[] = {{5.0f, 5.0f, 5.0f, true, false},  {5.0f, 5.0f, 5.000001f, true, false},
+               {5.0f, 5.0f, 5.1f, false, false}, {0.0f, 0.0f, 0.0f, true, false},
+               {2.0f, 1.0f, 1.5f, false, false}, {2.0f, 1.0f, 2.0f, false, false},
+               {-huge, huge, 0.0f, true, true},  {-huge, huge, huge, true, true},
+               {0.0f, tiny, tiny, true, true},   {1e6f, 1e6f + 0.0625f, 1e6f, true, true}};
+  for (const auto& c : cases)
     for (const long size : {1L, 3L})
       for (int kind = 0; kind < 3; ++kind) {
         const NmHandle<VlMemoryData> volume = makeVolume({1, size, 1}, NmPrimType::Short);

@@ -4,19 +4,13 @@
 
 #include <bit>
 #include <cmath>
-#include <cstdint>
 #include <limits>
 #include <numbers>
 #include <random>
-#include <vector>
 
 namespace {
 
-using voxreg::detail::arcTangent;
-using voxreg::detail::cosine;
-using voxreg::detail::logarithm;
-using voxreg::detail::power;
-using voxreg::detail::sine;
+using namespace voxreg::detail;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
@@ -73,7 +67,7 @@ TEST(Elementary, ManySinesAndCosinesHaveTheBitsOfSingleOnes) {
   for (int i = 0; i < n; ++i) angles[i] = std::numbers::pi / 2.0 * i / (n - 1);
   // Where the nearest quarter of a turn changes.
   for (int i = 0; i < 9; ++i) angles[500 - i] = std::numbers::pi / 4.0 + (i - 4) * 0x1p-53;
-  voxreg::detail::takeSinesAndCosines(angles, n, sines, cosines);
+  takeSinesAndCosines(angles, n, sines, cosines);
   for (int i = 0; i < n; ++i) {
     EXPECT_EQ(std::bit_cast<long>(sines[i]), std::bit_cast<long>(sine(angles[i]))) << i;
     EXPECT_EQ(std::bit_cast<long>(cosines[i]), std::bit_cast<long>(cosine(angles[i]))) << i;
@@ -112,12 +106,10 @@ TEST(Elementary, LogarithmIsExactToTheLastPlaceAloneAndAmongOthers) {
   EXPECT_TRUE(std::isnan(logarithm(std::nan(""))));
 
   for (const double smallest : {0.25, 3.0e-320}) {
-    std::vector<double> values(37);
-    for (int i = 0; i < 37; ++i)
-      values[static_cast<std::size_t>(i)] = smallest * std::exp2(i * 1.37);
-    std::vector<double> together = values;
-    voxreg::detail::takeLogarithms(together.data(), static_cast<int>(together.size()));
-    for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(together[i], logarithm(values[i]));
+    double values[37], together[37];
+    for (int i = 0; i < 37; ++i) values[i] = together[i] = smallest * std::exp2(i * 1.37);
+    takeLogarithms(together, 37);
+    for (int i = 0; i < 37; ++i) EXPECT_EQ(together[i], logarithm(values[i]));
   }
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -44,10 +45,7 @@ TEST(NmBox, EmptyBoxesAreEqualAndOthersByTheirValues) {
 }
 
 TEST(NmMat4f, PointsMoveDirectionsDoNot) {
-  NmMat4f a;
-  a.m[0][0] = 2.0f;
-  a.m[0][1] = 1.0f;
-  a.m[3][2] = 5.0f;
+  const NmMat4f a{{{2, 1, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 5, 1}}};
   NmVec3f p(1, 1, 1);
   EXPECT_EQ(a.multDirMatrix(p), NmVec3f(2, 2, 1));
   a.multVecMatrix(p, p);
@@ -103,30 +101,24 @@ TEST(NmString, FormatsText) {
   EXPECT_STREQ(NmString(0, "%s", "").data, "");
 }
 
-struct Item {
-  explicit Item(int& count) : alive(count) { ++alive; }
-  ~Item() { --alive; }
-  int& alive;
-};
-
 // A single object is also kept, and null pointers are allowed.
 TEST(RegStack, PopsInReverseOrderAndLeavesTheBottomObject) {
-  int alive = 0;
-  Item bottom(alive);
+  using Item = std::shared_ptr<int>;
+  Item bottom = std::make_shared<int>();
   {
     RegStack<Item*> one, stack;
     one.push(&bottom);
     stack.push(&bottom);
-    stack.push(new Item(alive));
+    stack.push(new Item(bottom));
     stack.push(nullptr);
-    Item* const top = new Item(alive);
+    Item* const top = new Item(bottom);
     stack.push(top);
     EXPECT_EQ(stack.pop(), top);
     EXPECT_EQ(stack.pop(), nullptr);
     EXPECT_EQ(stack.size, 2);
     stack.push(top);
   }
-  EXPECT_EQ(alive, 1);
+  EXPECT_EQ(bottom.use_count(), 1);
   RegStack<Item*> empty;
   EXPECT_EQ(empty.pop(), nullptr);
   EXPECT_EQ(empty.size, 0);

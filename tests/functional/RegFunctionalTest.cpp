@@ -1,9 +1,5 @@
 #include "functional/RegFunctional.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include "metrics/RegMeanSquaredDifference.h"
 #include "tests/functional/functionals.h"
 #include "tests/support/RowVolume.h"
@@ -203,15 +199,6 @@ TEST_F(RegFunctionalTest, ABoxMayBringAGridAndAMetric) {
       functional->evaluateNoClip(&all, 0, false, &fresh, &metric, penalty, time) + penalty;
   EXPECT_EQ(value, evaluate(*expected, true) + penalty);
   EXPECT_EQ(metric.numSamples, 9 * 8 * 7);
-}
-
-TEST_F(RegFunctionalTest, ReadLocksLastAsLongAsTheFunctional) {
-  {
-    const auto functional = functionalOf(references, references, &transform);
-    EXPECT_EQ(reference->tryLock(true), nullptr);
-    EXPECT_NE(reference->tryLock(false), nullptr);
-  }
-  EXPECT_NE(reference->tryLock(true), nullptr);
 }
 
 }  // namespace

@@ -4,12 +4,11 @@
 #include "functional/reg_evaluateUniform.h"
 #include "tests/functional/familySums.h"
 #include "tests/functional/naiveWalk.h"
-#include "transforms/RegNonAffineTransform.h"
+#include "tests/support/grids.h"
 
 namespace {
 
-using kernelCases::forEachTypePair;
-using kernelCases::randomVoxels;
+using namespace kernelCases;
 using voxreg::detail::KernelTable;
 
 enum class Family { difference, ranged };
@@ -27,11 +26,7 @@ struct Scene {
 
   explicit Scene(const NmVec3i& bricks, double displacement = 2.5,
                  const NmBox3f& gridBox = {-2.2f, 23.0f, 3.0f, 29.5f, 10.5f, 24.0f})
-      : transform({gridBox, {}, {}}, bricks) {
-    std::mt19937 random(17);
-    std::uniform_real_distribution<double> move(-displacement, displacement);
-    for (long i = 0; i < transform.params.size; ++i) transform.params[i] += move(random);
-    transform.apply();
+      : transform(jittered(bricks, displacement, gridBox)) {
     transform.setScaleToModel({5.0, -2.0, -8.5}, 0.45, 0.55, 0.5);
   }
 };
@@ -88,19 +83,20 @@ void naiveBrickWalk(const Scene& s, Family family, const std::vector<U>& model, 
   }
 }
 
-/// Runs the kernel of the metric's family over the scene.
+/// Runs the kernel of the metric's family over the scene, or its function if it has one.
 template <class T, class U, class Metric>
 void runKernel(Scene& s, const std::vector<T>& reference, const std::vector<U>& model,
                Metric& metric, const KernelTable* table = nullptr) {
-  const double noBounds[6] = {};
-  if (table == nullptr) {
-    reg_evaluateUniform<T, U>(reference.data(), model.data(), s.dims, s.box, NmVec3i(), s.start,
-                              s.step[0], s.step[1], s.step[2], &metric, noBounds, &s.modelDims.x,
-                              &s.transform, 1);
-    return;
+  if constexpr (kernelCases::hasFunction<Metric>) {
+    const double noBounds[6] = {};
+    if (table == nullptr)
+      return reg_evaluateUniform<T, U>(reference.data(), model.data(), s.dims, s.box, NmVec3i(),
+                                       s.start, s.step[0], s.step[1], s.step[2], &metric, noBounds,
+                                       &s.modelDims.x, &s.transform, 1);
   }
-  voxreg::detail::familyOf(&metric)->walkBricks(kernelCases::frameOf(s, reference, model, s.box),
-                                                s.transform, metric, 1, *table);
+  voxreg::detail::familyOf(&metric)->walkBricks(
+      frameOf(s, reference, model, s.box), s.transform, metric, 1,
+      table != nullptr ? *table : voxreg::detail::kernels());
 }
 
 /// Returns the number of samples of the difference family.

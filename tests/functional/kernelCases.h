@@ -10,11 +10,20 @@
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 #include "functional/families/metricFamily.h"
+#include "metrics/RegCorrelationRatio.h"
+#include "metrics/RegMeanSquaredDifference.h"
+#include "metrics/RegMutualInformation.h"
 #include "tests/support/voxelTypes.h"
 
 /// Shared by the tests of the sampling kernels: every pair of voxel types, every set of kernels
 /// that the machine has, and random voxels.
 namespace kernelCases {
+
+/// Metrics whose family has functions of its own (functional/reg_evaluateUniform.h).
+template <class Metric>
+inline constexpr bool hasFunction =
+    std::is_same_v<Metric, RegMeanSquaredDifference> ||
+    std::is_same_v<Metric, RegCorrelationRatio> || std::is_base_of_v<RegMutualInformation, Metric>;
 
 template <class F>
 void forEachTypePair(F f) {

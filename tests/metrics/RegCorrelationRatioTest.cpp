@@ -55,27 +55,6 @@ TEST(RegCorrelationRatio, DegenerateSamplesGiveTheSentinel) {
   EXPECT_EQ(wideOpen().decrementIncrementAndGetResult(), -1000.0);
 }
 
-// The baseline less nothing is what a copy starts from, whatever its target has removed before.
-TEST(RegCorrelationRatio, CopiesTakeTheBaselineAlone) {
-  RegCorrelationRatio whole(0.0, 9.0, 0.0, 9.0, 0.0, false);
-  for (const double value : {1.0, 2.0, 4.0}) whole.increment(value, value * value / 2.0);
-  const double result = whole.getResult();
-  whole.setOtherParams(RegMetricParamBaseline);
-  whole.setOtherParams(RegMetricParamRemoved);
-  RegCorrelationRatio used = wideOpen(0.5);
-  for (const double value : {1.0, -2.0}) used.increment(value, 3.0);
-  used.setOtherParams(RegMetricParamRemoved);
-  used = whole;
-  for (RegCorrelationRatio copy : {RegCorrelationRatio(whole), used}) {
-    EXPECT_EQ(copy.numSamples + copy.numTotalSamples, 0);
-    EXPECT_EQ(copy.sumRef + copy.sumRefSq, 0.0);
-    EXPECT_EQ(copy.maxModel + copy.minCoverage, 9.0);
-    EXPECT_NEAR(copy.decrementIncrementAndGetResult(), result, 1e-14);
-  }
-  used = *&used;
-  EXPECT_NEAR(used.decrementIncrementAndGetResult(), result, 1e-14);
-}
-
 TEST(RegCorrelationRatio, ReplacingABoxGivesTheValueOfTheWholeVolume) {
   replacedBox::expectValueOfTheWhole(wideOpen(0.9), wideOpen(0.9));
 }

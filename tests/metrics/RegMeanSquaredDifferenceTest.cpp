@@ -44,7 +44,6 @@ TEST(RegMeanSquaredDifference, IsTheNegatedMeanOfSquares) {
   metric.reset();
   EXPECT_EQ(metric.getResult(), -1000.0);
   EXPECT_EQ(metric.numTotalSamples, 0);
-  EXPECT_FALSE(metric.supportsMarginalMetric());
 }
 
 TEST(RegLabelDifference, IsTheNegatedShareOfMismatches) {

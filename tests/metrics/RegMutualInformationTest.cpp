@@ -116,34 +116,30 @@ TEST(RegMutualInformation, ASampleSpreadsAWeightOfOne) {
   EXPECT_EQ(metric.numSamples, 3);
 }
 
+// Rows 0 and 1, columns 0 and 1 with shares 1/2, 1/4, 0, 1/4.
 TEST(RegMutualInformation, EntropiesOfAKnownHistogram) {
-  // Rows 0 and 1, columns 0 and 1 with shares 1/2, 1/4, 0, 1/4.
-  const auto fill = [](RegMutualInformation& metric) {
-    metric.reset();
-    metric.increment(0.0, 0.0);
-    metric.increment(0.0, 0.0);
-    metric.increment(0.0, 1.0);
-    metric.increment(1.0, 1.0);
-  };
   const double rows = -(0.75 * std::log(0.75) + 0.25 * std::log(0.25));
   const double columns = std::log(2.0);
   const double joint = 0.5 * std::log(2.0) + 0.5 * std::log(4.0);
   auto normalised = bytes<RegNormMutualInformation>(5, 4.0);
   auto simple = bytes<RegSimpleMutualInformation>(5, 4.0);
-  EXPECT_EQ(normalised.getResult(), -1000.0);
-  EXPECT_EQ(simple.getResult(), -1000.0);
-  normalised.increment(2.0, 2.0);
-  simple.increment(2.0, 2.0);
-  EXPECT_EQ(normalised.getResult(), -1000.0) << "one bin has no entropy";
-  EXPECT_EQ(simple.getResult(), 0.0);
-  fill(normalised);
-  fill(simple);
-  EXPECT_NEAR(normalised.getResult(), (rows + columns) / joint, 1e-14);
-  EXPECT_NEAR(simple.getResult(), rows + columns - joint, 1e-14);
-  normalised.minCoverage = simple.minCoverage = 1.0;
-  normalised.numTotalSamples = simple.numTotalSamples = 40;  // half a fifth
-  EXPECT_NEAR(normalised.getResult(), 0.8 * (rows + columns) / joint, 1e-14);
-  EXPECT_NEAR(simple.getResult(), 0.5 * (rows + columns - joint), 1e-14);
+  const struct {
+    RegMutualInformation& metric;
+    double ofOneBin, value, penalised;
+  } cases[] = {{normalised, -1000.0, (rows + columns) / joint, 0.8 * (rows + columns) / joint},
+               {simple, 0.0, rows + columns - joint, 0.5 * (rows + columns - joint)}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.metric.getResult(), -1000.0);
+    c.metric.increment(2.0, 2.0);
+    EXPECT_EQ(c.metric.getResult(), c.ofOneBin) << "which has no entropy";
+    c.metric.reset();
+    for (const auto& [reference, model] : {std::pair(0.0, 0.0), {0.0, 0.0}, {0.0, 1.0}, {1.0, 1.0}})
+      c.metric.increment(reference, model);
+    EXPECT_NEAR(c.metric.getResult(), c.value, 1e-14);
+    c.metric.minCoverage = 1.0;
+    c.metric.numTotalSamples = 40;  // half a fifth
+    EXPECT_NEAR(c.metric.getResult(), c.penalised, 1e-14);
+  }
 }
 
 TEST(RegMutualInformation, EntropiesAreThoseOfTheFormulaWithAnyBaseline) {

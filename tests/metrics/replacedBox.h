@@ -43,11 +43,22 @@ void expectValueOfTheWhole(Metric whole, Metric changed) {
   const double present = whole.getResult();
   const double expected = changed.getResult();
   whole.setOtherParams(RegMetricParamBaseline);
-  if constexpr (std::is_copy_constructible_v<Metric>) {
-    Metric copy = whole;
-    EXPECT_EQ(copy.numSamples, 0);
+  const auto expectBaseline = [&](Metric& copy) {
+    EXPECT_EQ(copy.numSamples + copy.numTotalSamples, 0);
+    EXPECT_EQ(copy.minCoverage, whole.minCoverage);
     EXPECT_NEAR(copy.decrementIncrementAndGetResult(), present, 1e-12) << "nothing removed yet";
     EXPECT_NEAR(replace(copy, box), expected, 1e-12);
+  };
+  if constexpr (std::is_copy_constructible_v<Metric>) {
+    Metric copy = whole;
+    expectBaseline(copy);
+  }
+  if constexpr (std::is_copy_assignable_v<Metric>) {
+    changed.minCoverage = 0.5;
+    changed.setOtherParams(RegMetricParamRemoved);
+    changed = whole;
+    changed = *&changed;
+    expectBaseline(changed);
   }
   EXPECT_NEAR(replace(whole, {}), present, 1e-12);
   EXPECT_NEAR(replace(whole, box), expected, 1e-12);

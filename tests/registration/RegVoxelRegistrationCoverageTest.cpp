@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <limits>
 
 #include "tests/registration/registrationFixture.h"
@@ -14,8 +12,7 @@ double coverageOf(Settings settings) {
 }
 
 double coverageOf(const NmBox3f& reference, const NmBox3f& model, int orientation) {
-  Settings settings;
-  settings.orientation = orientation;
+  Settings settings = {.orientation = orientation};
   settings.reference[0]->setBoundingBox(reference);
   settings.model[0]->setBoundingBox(model);
   return coverageOf(settings);
@@ -31,30 +28,27 @@ TEST(CalculateMaxCoverage, IsTheShareOfTheReferenceThatTheModelCanCover) {
   EXPECT_EQ(coverageOf(plate, half, 3), 1.0);
 }
 
-struct RangeCase {
-  float min, max;
-  bool restricted;
-  double expected;
-};
-
 // The first of two data variables runs 0, 1, 2, ... to 23, and the second is 8.
 TEST(CalculateMaxCoverage, ForTheCorrelationRatioAlsoTheShareInRange) {
-  const RangeCase cases[] = {{0.0f, 5.0f, false, 0.25},  // both ends inclusive
-                             {6.0f, 23.0f, true, 0.75},
-                             {0.0f, 100.0f, true, 1.0},
-                             {std::numeric_limits<float>::quiet_NaN(), 5.0f, false, 0.0}};
-  Settings settings;
-  settings.reference = listOf({volumeOf({4, 3, 2}, NmPrimType::Float, 2, generate(48, [](long i) {
-                                          return i % 2 == 0 ? static_cast<double>(i / 2) : 8.0;
-                                        }))});
-  settings.metricKind = 3;
-  for (const RangeCase& range : cases) {
-    settings.minRef = range.min;
-    settings.maxRef = range.max;
-    settings.restrictedMotion = range.restricted;
+  const auto values =
+      generate(48, [](long i) { return i % 2 == 0 ? static_cast<double>(i / 2) : 8.0; });
+  const struct {
+    float min, max;
+    bool restricted;
+    double expected;
+  } cases[] = {{0.0f, 5.0f, false, 0.25},  // both ends inclusive
+               {6.0f, 23.0f, true, 0.75},
+               {0.0f, 100.0f, true, 1.0},
+               {std::numeric_limits<float>::quiet_NaN(), 5.0f, false, 0.0}};
+  for (const auto& c : cases) {
     LogCapture log;
-    EXPECT_EQ(coverageOf(settings), range.expected);
-    const bool told = range.restricted && range.expected < 1.0;
+    EXPECT_EQ(coverageOf({.reference = listOf({volumeOf({4, 3, 2}, NmPrimType::Float, 2, values)}),
+                          .minRef = c.min,
+                          .maxRef = c.max,
+                          .metricKind = 3,
+                          .restrictedMotion = c.restricted}),
+              c.expected);
+    const bool told = c.restricted && c.expected < 1.0;
     EXPECT_EQ(log.lines, std::vector<std::string>(told ? 1 : 0, "max coverage (range): 0.750"));
   }
 }
@@ -62,11 +56,7 @@ TEST(CalculateMaxCoverage, ForTheCorrelationRatioAlsoTheShareInRange) {
 TEST(CalculateMaxCoverage, CountsARowThatFailsAsInRange) {
   auto* const rows = new RowVolume(emptyVolume({4, 2, 1}));
   rows->hasRow1 = false;
-  Settings settings;
-  settings.reference = listOf({rows});
-  settings.metricKind = 3;
-  settings.minRef = 1.0f;
-  EXPECT_EQ(coverageOf(settings), 0.5);
+  EXPECT_EQ(coverageOf({.reference = listOf({rows}), .minRef = 1.0f, .metricKind = 3}), 0.5);
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 
@@ -58,7 +56,6 @@ TEST(FindIsotropicSampling, RoundsGeometrically) {
   };
   EXPECT_EQ(along(1.4f, 1.0f, 9, 0), 1);
   EXPECT_EQ(along(1.5f, 1.0f, 9, 0), 2);
-  EXPECT_EQ(along(2.0f, 1.0f, 9, 0), 2);
   EXPECT_EQ(along(2.0f, 3.0f, 9, 0), 1);
   EXPECT_EQ(along(0.0f, 1.0f, 9, 0), 9);
   EXPECT_EQ(along(NAN, 1.0f, 0, 0), 1);
@@ -98,18 +95,16 @@ TEST(RestrictCoarsestResampling, LeavesTwoVoxelsOnEveryAxis) {
 }
 
 TEST(GetNumBins, DividesTheRangeIntoEqualWholeSteps) {
-  const auto bins = [](double min, double max) {
-    return Registration::getNumBins(static_cast<float>(min), static_cast<float>(max), true);
-  };
+  const auto bins = [](float min, float max) { return Registration::getNumBins(min, max, true); };
   EXPECT_EQ(bins(0, 255), 255);
   EXPECT_EQ(bins(0, 10), 10);
   EXPECT_EQ(bins(0, 4095), 255);
-  EXPECT_EQ(bins(-100.4, 282.6), 383);
+  EXPECT_EQ(bins(-100.4f, 282.6f), 383);
   EXPECT_EQ(bins(0, 384), 192);
   EXPECT_EQ(bins(5, 5), 1);
   EXPECT_EQ(bins(5, -5), 1);
-  EXPECT_EQ(bins(0.4, 1.4), 1);
-  EXPECT_EQ(bins(-3e38, 3e38), 255);  // saturates at the limits of int
+  EXPECT_EQ(bins(0.4f, 1.4f), 1);
+  EXPECT_EQ(bins(-3e38f, 3e38f), 255);  // saturates at the limits of int
   EXPECT_EQ(bins(NAN, 10), 1);
   EXPECT_EQ(Registration::getNumBins(0.0f, 10.0f, false), 256);
 }

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
@@ -28,11 +26,7 @@ struct Pyramid {
 
 Settings pairOf(const NmHandle<VlData>& reference, const NmHandle<VlData>& model,
                 const NmVec3i& coarsest) {
-  Settings settings;
-  settings.reference = listOf({reference});
-  settings.model = listOf({model});
-  settings.coarsest = coarsest;
-  return settings;
+  return {.reference = listOf({reference}), .model = listOf({model}), .coarsest = coarsest};
 }
 
 TEST(DoResampling, PlansTheReferenceAndLetsTheModelFollow) {
@@ -115,14 +109,12 @@ TEST(DoResampling, FurtherReferencesJoinTheLevelsOfTheFirst) {
 
 TEST(DoResampling, FailsWithBothResultsEmpty) {
   const auto failsFor = [](const Volumes& reference, const Volumes& model) {
-    Settings settings;
-    settings.reference = reference;
-    settings.model = model;
     Levels a, b;
     a.resize(2);
     b.resize(1);
     LogCapture log;
-    const bool result = settings.build()->doResampling(a, {4, 4, 4}, b);
+    const bool result =
+        Settings{.reference = reference, .model = model}.build()->doResampling(a, {4, 4, 4}, b);
     EXPECT_EQ(a.size + b.size, 0);
     EXPECT_EQ(log.errors.size(), result ? 0u : 1u);
     return !result;

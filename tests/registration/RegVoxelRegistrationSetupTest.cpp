@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "functional/RegFunctional.h"
 #include "optimizers/RegAggressiveDirectionOptimizer.h"
 #include "optimizers/RegBestDirectionOptimizer.h"
@@ -15,10 +13,7 @@ std::unique_ptr<RegVoxelRegistration> initialized(Settings settings) {
 }
 
 std::vector<int> scheduleOf(const NmVec4i& affine, const NmVec3i& nonAffine) {
-  Settings settings;
-  settings.affineStages = affine;
-  settings.nonAffineStages = nonAffine;
-  const auto registration = initialized(settings);
+  const auto registration = initialized({.affineStages = affine, .nonAffineStages = nonAffine});
   const NmDArray<int>& schedule = registration->dofSchedule;
   return {schedule.data, schedule.data + schedule.size};
 }
@@ -32,11 +27,10 @@ TEST(InitRegistration, BuildsTheScheduleFromTheStages) {
 }
 
 int orientationFor(int given, unsigned int mode, const NmVec3l& dims) {
-  Settings settings;
-  settings.orientation = given;
-  settings.dimensionMode = mode;
-  settings.reference = listOf({emptyVolume(dims)});
-  return initialized(settings)->orientation;
+  return initialized({.reference = listOf({emptyVolume(dims)}),
+                      .orientation = given,
+                      .dimensionMode = mode})
+      ->orientation;
 }
 
 TEST(InitRegistration, DecidesAnOpenOrientation) {
@@ -48,12 +42,8 @@ TEST(InitRegistration, DecidesAnOpenOrientation) {
 }
 
 TEST(InitRegistration, BuildsTheSearchOfEachKind) {
-  Settings settings;
-  settings.restrictedMotion = true;
-  settings.orientation = 2;
-  const auto build = [&](unsigned int kind) {
-    settings.optimizerKind = kind;
-    return initialized(settings);
+  const auto build = [](unsigned int kind) {
+    return initialized({.orientation = 2, .optimizerKind = kind, .restrictedMotion = true});
   };
   const auto first = build(0), last = build(4);
   const auto& aggressive = dynamic_cast<RegAggressiveDirectionOptimizer&>(*first->optimizer);
@@ -76,8 +66,7 @@ TEST(InitRegistration, BuildsTheSearchOfEachKind) {
 }
 
 TEST(InitRegistration, FreesWhatWasBuiltBefore) {
-  Settings settings;
-  settings.calculateCoverage = true;
+  Settings settings = {.calculateCoverage = true};
   const auto registration = initialized(settings);
   registration->dofIndex = 1;
   registration->maxCoverage = 0.25;

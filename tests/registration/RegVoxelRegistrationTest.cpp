@@ -1,7 +1,5 @@
 #include "registration/RegVoxelRegistration.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -13,8 +11,6 @@
 #include "tests/registration/registrationFixture.h"
 
 namespace {
-
-using Calls = std::vector<std::string>;
 
 bool sameBits(const NmMat4f& a, const NmMat4f& b) {
   return std::memcmp(a.m, b.m, sizeof a.m) == 0;
@@ -42,19 +38,18 @@ void expectClean(const RegVoxelRegistration& registration, Settings& settings) {
 }
 
 TEST(Compute, MovesTheModelOntoTheReference) {
-  Settings settings;
   RecordingProgress progress;
-  settings.progress = &progress;
+  Settings settings = {.progress = &progress};
   LogCapture log;
   const auto registration = settings.build();
-  EXPECT_EQ(registration->getProgressInterface(), &progress);
   EXPECT_TRUE(registration->compute(2));
   EXPECT_EQ(registration->matrix.m[3][0], 1.0f);
   EXPECT_NEAR(registration->finalMetric, 0.0, 1e-6);
   EXPECT_EQ(progress.calls,
-            (Calls{"start 100 Starting registration", "Initializing",
-                   "Registering at resolution level 1 out of 2 (DOF = 3)", "poll",
-                   "Registering at resolution level 2 out of 2 (DOF = 3)", "poll", "stop"}));
+            (std::vector<std::string>{
+                "start 100 Starting registration", "Initializing",
+                "Registering at resolution level 1 out of 2 (DOF = 3)", "poll",
+                "Registering at resolution level 2 out of 2 (DOF = 3)", "poll", "stop"}));
   ASSERT_EQ(log.lines.size(), 4u);
   EXPECT_EQ(log.lines[0], "Sampling reference to: (1, 1, 1), voxelSize (1.00, 1.00, 1.00)");
   EXPECT_EQ(log.lines[1], "num levels: 2, ignore 0 finest");
@@ -71,9 +66,7 @@ TEST(Compute, MovesTheModelOntoTheReference) {
 
 TEST(Compute, DoesNothingWithoutModeVolumesOrLeisure) {
   RecordingProgress progress;
-  const auto quiet = [&](int mode, short busy, const std::function<void(Settings&)>& spoil) {
-    Settings settings;
-    spoil(settings);
+  const auto quiet = [&](Settings settings, int mode = 2, short busy = 0) {
     settings.progress = &progress;
     const auto registration = settings.build();
     registration->busy = busy;
@@ -82,73 +75,60 @@ TEST(Compute, DoesNothingWithoutModeVolumesOrLeisure) {
     EXPECT_EQ(registration->busy, busy);
     EXPECT_EQ(registration->matrix.m[3][0], 0.0f);
   };
-  const auto whole = [](Settings&) {};
-  quiet(2, 1, whole);
-  quiet(0, 0, whole);
+  quiet({}, 2, 1);
+  quiet({}, 0);
   for (const Volumes& missing : {Volumes(), listOf({NmHandle<VlData>()})}) {
-    quiet(2, 0, [&](Settings& s) { s.reference = missing; });
-    quiet(2, 0, [&](Settings& s) { s.model = missing; });
+    quiet({.reference = missing});
+    quiet({.model = missing});
   }
 }
 
 TEST(Compute, RefusesWhatItCanNotRunWithOneErrorLine) {
-  std::string line;
-  const auto refused = [&](const char* what, const std::function<void(Settings&)>& spoil) {
-    Settings settings;
-    spoil(settings);
+  const auto refused = [](const char* what, Settings settings) {
     RecordingProgress progress;
     settings.progress = &progress;
     LogCapture log;
     const auto registration = settings.build();
     EXPECT_FALSE(registration->compute(2)) << what;
-    EXPECT_EQ(log.errors.size(), 1u) << what;
     EXPECT_EQ(progress.calls.back(), "stop") << what;
     EXPECT_TRUE(sameBits(registration->matrix, NmMat4f())) << what;
     expectClean(*registration, settings);
-    line = log.error();
+    const std::string line = log.error();
+    EXPECT_EQ(line.find("error lines"), std::string::npos) << what;
+    return line;
   };
-  const auto refusedWith = [&](const char* what, const NmHandle<VlData>& further) {
-    refused(what, [&](Settings& s) { s.reference = listOf({s.reference[0], further}); });
-  };
-  refused("orientation", [](Settings& s) { s.orientation = -1; });
-  refused("flat on different axes", [](Settings& s) {
-    s.reference = listOf({emptyVolume(NmVec3l(1, 4, 4))});
-    s.model = listOf({emptyVolume(NmVec3l(4, 1, 4))});
-  });
+  refused("orientation", {.orientation = -1});
+  refused("flat on different axes", {.reference = listOf({emptyVolume(NmVec3l(1, 4, 4))}),
+                                     .model = listOf({emptyVolume(NmVec3l(4, 1, 4))})});
   for (const float step : {0.0f, -1.0f, NAN, std::numeric_limits<float>::infinity()}) {
-    refused("largest step", [&](Settings& s) { s.stepRange.x = step; });
-    refused("smallest step", [&](Settings& s) { s.stepRange.y = step; });
+    refused("largest step", {.stepRange = {step, 0.25f}});
+    refused("smallest step", {.stepRange = {1.0f, step}});
   }
   for (const int code : {13, 404, 40004, 10100, 1000101, 2147483647})
-    refused("grid", [&](Settings& s) {
-      s.affineStages = NmVec4i();
-      s.nonAffineStages = NmVec3i(10101, code, 0);
-    });
-  refused("stages", [](Settings& s) { s.affineStages = NmVec4i(); });
-  EXPECT_EQ(line, "Choose some class of registration!");
-  refused("metric", [](Settings& s) { s.metricKind = 4; });
-  refused("search", [](Settings& s) { s.optimizerKind = 5; });
+    refused("grid", {.affineStages = {}, .nonAffineStages = {10101, code, 0}});
+  EXPECT_EQ(refused("stages", {.affineStages = {}}), "Choose some class of registration!");
+  refused("metric", {.metricKind = 4});
+  refused("search", {.optimizerKind = 5});
+  const NmHandle<VlData> ball = makeBall(4.0);
   const NmHandle<VlData> pairs = makeVolume(NmVec3l(9, 9, 9), NmPrimType::Float, 2);
-  refused("variables of the reference", [&](Settings& s) { s.reference = listOf({pairs}); });
-  refused("variables of the model", [&](Settings& s) { s.model = listOf({pairs}); });
-  refusedWith("no further reference", nullptr);
-  refusedWith("variables of a further reference", pairs);
-  refusedWith("larger further reference", makeVolume(NmVec3l(9, 9, 9), NmPrimType::Double));
+  refused("variables of the reference", {.reference = listOf({pairs})});
+  refused("variables of the model", {.model = listOf({pairs})});
+  refused("no further reference", {.reference = listOf({ball, nullptr})});
+  refused("variables of a further reference", {.reference = listOf({ball, pairs})});
+  refused("larger further reference",
+          {.reference = listOf({ball, makeVolume(NmVec3l(9, 9, 9), NmPrimType::Double)})});
   // Of as many voxels as the first, but of more once each axis is halved and rounded up.
-  refused("further reference that is larger on a coarse level", [](Settings& s) {
-    s.reference = listOf({emptyVolume(NmVec3l(8, 8, 8)), emptyVolume(NmVec3l(3, 3, 56))});
-    s.coarsest = NmVec3i(2, 2, 2);
-  });
+  refused("further reference that is larger on a coarse level",
+          {.reference = listOf({emptyVolume(NmVec3l(8, 8, 8)), emptyVolume(NmVec3l(3, 3, 56))}),
+           .coarsest = {2, 2, 2}});
 }
 
 TEST(Compute, RefusesAResultThatIsNotFiniteAndKeepsTheStart) {
   for (const bool isGrid : {false, true}) {
-    Settings settings;
-    settings.model = listOf({makeVolume(NmVec3l(9, 9, 9), [](double, double, double) {
-      return std::numeric_limits<double>::quiet_NaN();
-    })});
-    settings.affineStages = NmVec4i(isGrid ? 0 : 1, 0, 0, 0);
-    settings.nonAffineStages = NmVec3i(isGrid ? 20202 : 0, 0, 0);
+    const auto notANumber = [](double, double, double) { return std::nan(""); };
+    Settings settings = {.model = listOf({makeVolume(NmVec3l(9, 9, 9), notANumber)}),
+                         .affineStages = {isGrid ? 0 : 1, 0, 0, 0},
+                         .nonAffineStages = {isGrid ? 20202 : 0, 0, 0}};
     LogCapture log;
     const auto registration = settings.build();
     registration->matrix.m[3][0] = 2.0f;
@@ -163,11 +143,8 @@ TEST(Compute, RefusesAResultThatIsNotFiniteAndKeepsTheStart) {
 // The coarsest level never is.
 TEST(Compute, SearchesTheFinestLevelsByGradient) {
   for (const int count : {std::numeric_limits<int>::min(), 0, 1, 9}) {
-    Settings settings;
-    settings.numGradientLevels = count;
     RecordingProgress progress;
-    settings.progress = &progress;
-    const auto registration = settings.build();
+    const auto registration = Settings{.progress = &progress, .numGradientLevels = count}.build();
     std::vector<float> tolerances;
     progress.onCall = [&] {
       if (progress.calls.back() != "poll") return;
@@ -201,8 +178,7 @@ void throwAtEveryCall(Settings& settings,
 
 TEST(Compute, AnNmExceptionEndsTheRunAndTheNextStartsAfresh) {
   for (const bool rethrow : {false, true}) {
-    Settings settings;
-    settings.rethrow = rethrow;
+    Settings settings = {.rethrow = rethrow};
     const NmMat4f expected = resultOf(settings);
     throwAtEveryCall<NmException>(
         settings, [&](RegVoxelRegistration& registration, RecordingProgress& progress) {
@@ -228,9 +204,7 @@ TEST(Compute, AnNmExceptionEndsTheRunAndTheNextStartsAfresh) {
 TEST(Compute, IsFreeAgainEvenIfTheProgressObjectThrowsTwice) {
   RecordingProgress progress;
   progress.onCall = [] { throw NmException("no more"); };
-  Settings settings;
-  settings.progress = &progress;
-  const auto registration = settings.build();
+  const auto registration = Settings{.progress = &progress}.build();
   EXPECT_THROW(registration->compute(2), NmException);
   EXPECT_EQ(registration->busy, 0);
 }
@@ -248,13 +222,14 @@ TEST(Compute, AnyOtherExceptionPassesAndLeavesTheObjectBusy) {
 }
 
 TEST(Compute, ANonAffineRunStartsFromTheReferencesBox) {
-  Settings settings;
-  settings.affineStages = NmVec4i();
-  settings.nonAffineStages = NmVec3i(20301, 0, 0);
-  settings.reference = settings.model = listOf({emptyVolume(NmVec3l(9, 5, 1))});
-  settings.reference[0]->setBoundingBox(NmBox3f(1.0f, 9.0f, -2.0f, 4.0f, 3.0f, 3.0f));
+  const Volumes flat = listOf({emptyVolume(NmVec3l(9, 5, 1))});
+  flat[0]->setBoundingBox(NmBox3f(1.0f, 9.0f, -2.0f, 4.0f, 3.0f, 3.0f));
   RecordingProgress progress;
-  settings.progress = &progress;
+  Settings settings = {.reference = flat,
+                       .model = flat,
+                       .progress = &progress,
+                       .affineStages = {},
+                       .nonAffineStages = {20301, 0, 0}};
   const auto registration = settings.build();
   EXPECT_TRUE(registration->compute(2));
   const auto& result = registration->nonAffineResult;
@@ -268,9 +243,7 @@ TEST(Compute, ANonAffineRunStartsFromTheReferencesBox) {
 }
 
 TEST(Compute, TwoThreadsOnTheSameVolumesGetTheBitsOfOne) {
-  Settings settings;
-  settings.affineStages = NmVec4i(0, 1, 0, 0);
-  settings.metricKind = 0;
+  Settings settings = {.metricKind = 0, .affineStages = {0, 1, 0, 0}};
   const NmMat4f alone = resultOf(settings);
   NmMat4f results[2];
   std::thread other([&] { results[0] = resultOf(settings); });

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <cstdio>
 
 #include "functional/RegFunctional.h"
@@ -17,7 +15,6 @@ TEST(ComposeMatrix, IsUndoneByDecomposeMatrix) {
     NmMat4f m;
     RegVoxelRegistration::composeMatrix(params, m);
     ASSERT_EQ(params.size, 15);
-    EXPECT_EQ(m.m[3][0], 3.0f);
     RegVoxelRegistration::decomposeMatrix(m, found);
     ASSERT_EQ(found.size, 15);
     for (long i = 0; i < 15; ++i) {
@@ -35,11 +32,7 @@ TEST(LogCurrentAffineTransform, ReportsTheMotionOfTheModelsCentre) {
   registration->createTransform();
   registration->logCurrentAffineTransform();
   EXPECT_TRUE(log.lines.empty());
-  auto& m = registration->matrix.m;
-  m[0][0] = m[1][1] = 0.0f;
-  m[0][1] = 1.0f;
-  m[1][0] = -1.0f;
-  m[3][2] = 2.5f;
+  registration->matrix = {{{0, 1, 0, 0}, {-1, 0, 0, 0}, {0, 0, 1, 0}, {0, 0, 2.5f, 1}}};
   registration->createTransform();
   registration->logCurrentAffineTransform();
   ASSERT_EQ(log.lines.size(), 1u);

@@ -40,23 +40,21 @@ void runShortOfMemoryEverywhere(Settings& settings, int volumesMade) {
 }
 
 TEST(Compute, EndsCleanWhereverMemoryRunsOut) {
-  Settings settings;
-  settings.calculateCoverage = true;
+  Settings settings = {.calculateCoverage = true};
   for (settings.optimizerKind = 0; settings.optimizerKind < 5; ++settings.optimizerKind)
     runShortOfMemoryEverywhere(settings, 0);
 }
 
 TEST(Compute, EndsCleanWhereverMemoryRunsOutOnThreeLevels) {
-  Settings settings;
-  settings.coarsest = NmVec3i(4, 4, 4);
+  Settings settings = {.coarsest = {4, 4, 4}};
   runShortOfMemoryEverywhere(settings, 4);
 }
 
 TEST(Compute, EndsCleanWhereverMemoryRunsOutOnABrickGrid) {
-  Settings settings;
-  settings.model = listOf({makeBall(4.0)});  // aligned from the start: one sweep a stage
-  settings.affineStages = NmVec4i();
-  settings.nonAffineStages = NmVec3i(10101, 20101, 0);
+  Settings settings = {
+      .model = listOf({makeBall(4.0)}),  // aligned from the start: one sweep a stage
+      .affineStages = {},
+      .nonAffineStages = {10101, 20101, 0}};
   runShortOfMemoryEverywhere(settings, 0);
 }
 

@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include "functional/RegFunctional.h"
 #include "tests/registration/registrationFixture.h"
 #include "tests/support/StoppingProgress.h"
@@ -24,13 +20,12 @@ TEST_P(StoppedRun, ReturnsTheBestPointOfItsLastSearchWithItsValue) {
   const LogCapture quiet;
   for (const bool isGrid : {false, true})
     for (const unsigned int metric : {0u, 3u}) {
-      Settings settings;
-      settings.optimizerKind = GetParam();
-      settings.metricKind = metric;
-      settings.affineStages = NmVec4i(0, isGrid ? 0 : 1, 0, 0);
-      settings.nonAffineStages = NmVec3i(isGrid ? 20202 : 0, 0, 0);
       StoppingProgress progress;
-      settings.progress = &progress;
+      Settings settings = {.progress = &progress,
+                           .metricKind = metric,
+                           .affineStages = {0, isGrid ? 0 : 1, 0, 0},
+                           .nonAffineStages = {isGrid ? 20202 : 0, 0, 0},
+                           .optimizerKind = GetParam()};
       const auto whole = settings.build();
       const double start = valueAtResult(*whole, isGrid);
       progress.polls = 0;

@@ -45,7 +45,7 @@ struct Settings {
   unsigned int dimensionMode = 1;
   bool calculateCoverage = false;
   NmVec4i affineStages = NmVec4i(1, 0, 0, 0);
-  NmVec3i nonAffineStages;
+  NmVec3i nonAffineStages = {};
   NmVec2f stepRange = NmVec2f(1.0f, 0.25f);
   int numGradientLevels = 0;
   float gradientStep = 0.001f;

@@ -33,8 +33,7 @@ Outcome runOn(const NmVec3f& lengths, RegResampler::FilterType filter, int inter
   progress.onCall = [&] {
     progress.interrupted = progress.calls.back() == "poll" && polls++ == interrupted;
   };
-  RegResampler resampler;
-  resampler.progress = &progress;
+  RegResampler resampler{.progress = &progress};
   EXPECT_TRUE(resampler.doResample(source, result, lengths, nullptr, {}, filter, 0.0f, 1));
   EXPECT_TRUE(isUnlocked(source) && isUnlocked(result));
   std::string told;

@@ -1,6 +1,5 @@
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <random>
 
 #include "resampling/RegResampler.h"
@@ -158,8 +157,7 @@ TEST(Zoom3d, AnUnknownFilterIsABoxThatNeverAveragesWholeCells) {
 TEST(Zoom3d, BesideTheVolumeEverythingIsZero) {
   const NmHandle<VlMemoryData> source =
       volumeOf({8, 9, 7}, NmPrimType::Float, 1, std::vector<float>(504, 113.0f));
-  RegResampler resampler;
-  resampler.filterShift = 20.0f;
+  RegResampler resampler{.filterShift = 20.0f};
   for (const NmVec3f& lengths : {NmVec3f(4, 9, 7), NmVec3f(8, 4, 7)}) {
     NmHandle<VlData> result;
     EXPECT_TRUE(

@@ -1,11 +1,17 @@
 #pragma once
 
+#include <array>
 #include <cmath>
+#include <initializer_list>
 
 #include "resampling/RegResampler.h"
 
-inline double cubicOf(double t, double a, double b, double c, double d) {
-  return ((a * t + b) * t + c) * t + d;
+/// Cubic polynomials in t for [0, 1), [1, 2) and so on, their highest coefficient first.
+inline double cubicPieces(double t, double divisor,
+                          std::initializer_list<std::array<double, 4>> pieces) {
+  if (!(t < static_cast<double>(pieces.size()))) return 0.0;
+  const auto& [a, b, c, d] = pieces.begin()[static_cast<int>(t)];
+  return (((a * t + b) * t + c) * t + d) / divisor;
 }
 
 inline double windowedSinc(double t, double lobes) {
@@ -34,29 +40,22 @@ inline const FilterRow filterTable[] = {
                                      : 0.0; }},
     {RegResampler::BSpline, B_spline_filter, 2.0,
      [](double t) {
-       return t < 1.0 ? cubicOf(t, 3, -6, 0, 4) / 6 : t < 2.0 ? std::pow(2.0 - t, 3.0) / 6 : 0.0;
+       return cubicPieces(t, 6, {{3, -6, 0, 4}, {-1, 6, -12, 8}});
      }},
     {RegResampler::Lanczos3, Lanczos3_filter, 3.0, [](double t) { return windowedSinc(t, 3.0); }},
     {RegResampler::Mitchell, Mitchell_filter, 2.0,
      [](double t) {
-       return t < 1.0   ? cubicOf(t, 21, -36, 0, 16) / 18
-              : t < 2.0 ? cubicOf(t, -7, 36, -60, 32) / 18
-                        : 0.0;
+       return cubicPieces(t, 18, {{21, -36, 0, 16}, {-7, 36, -60, 32}});
      }},
     {RegResampler::Cubic6, cubic6_filter, 3.0,
      [](double t) {
-       return t < 1.0   ? cubicOf(t, 6, -11, 0, 5) / 5
-              : t < 2.0 ? cubicOf(t, -3, 16, -27, 14) / 5
-              : t < 3.0 ? cubicOf(t, 1, -8, 21, -18) / 5
-                        : 0.0;
+       return cubicPieces(t, 5, {{6, -11, 0, 5}, {-3, 16, -27, 14}, {1, -8, 21, -18}});
      }},
     {RegResampler::Cubic8, cubic8_filter, 4.0,
      [](double t) {
-       return t < 1.0   ? cubicOf(t, 67, -123, 0, 56) / 56
-              : t < 2.0 ? cubicOf(t, -33, 177, -300, 156) / 56
-              : t < 3.0 ? cubicOf(t, 9, -75, 204, -180) / 56
-              : t < 4.0 ? cubicOf(t, -3, 33, -120, 144) / 56
-                        : 0.0;
+       return cubicPieces(
+           t, 56,
+           {{67, -123, 0, 56}, {-33, 177, -300, 156}, {9, -75, 204, -180}, {-3, 33, -120, 144}});
      }},
     {RegResampler::LanczosTest, LanczosTest_filter, 20.0,
      [](double t) { return windowedSinc(t, 20.0); }},

@@ -18,14 +18,6 @@ NmHandle<VlMemoryData> volumeIn(const NmBox3f& box) {
 
 class RegAffineTransformTest : public testing::Test {
  protected:
-  RegAffineTransformTest() {
-    for (int j = 0; j < 3; ++j) start.m[3][j] = static_cast<float>(4 - j);
-    start.m[0][0] = 1.25f;
-    start.m[0][1] = 0.25f;
-    start.m[1][0] = -0.5f;
-    start.m[2][1] = 0.125f;
-  }
-
   /// A point through `transform`, world to world.
   static NmVec3d mapped(const RegAffineTransform& transform, const NmVec3d& point) {
     NmVec3d image;
@@ -35,7 +27,7 @@ class RegAffineTransformTest : public testing::Test {
 
   NmHandle<VlMemoryData> model = volumeIn(NmBox3f(-4, 4, 1, 7, 2, 12));
   Volumes references = listOf({volumeIn(NmBox3f(10, 30, 20, 50, -5, 5))});
-  NmMat4f start;
+  NmMat4f start{{{1.25f, 0.25f, 0, 0}, {-0.5f, 1, 0, 0}, {0, 0.125f, 1, 0}, {4, 3, 2, 1}}};
 };
 
 TEST_F(RegAffineTransformTest, ParametersReproduceTheStartMatrixAboutAnyCenter) {

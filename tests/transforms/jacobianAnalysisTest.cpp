@@ -29,29 +29,15 @@ void expectNear(const std::vector<double>& found, const std::vector<double>& exp
     EXPECT_NEAR(found[i], expected[i], 1e-9 * (1 + std::fabs(expected[i]))) << "output " << i;
 }
 
-// The derivatives of (g x, g y, h z + s x): growth and shrinkage by g, and a flattened map, which
-// is measured by its plain elements.
-TEST(JacobianAnalysis, LinearMapsByHand) {
-  const struct {
-    double g, h, s;
-    std::vector<double> expected;
-  } cases[] = {{1, 1, 0, {1, 1, 0, 0}},
-               {2, 2, 0, {0.125, 2, 1, 0}},
-               {0.5, 0.5, 0, {0.125, 0.5, 0.5, 0}},
-               {1, 0, -0.7, {0, 0, 1, 0.7}}};
-  for (const auto& c : cases) {
-    RegNonAffineTransform t = jittered(NmVec3i(2, 1, 3), 0.0, box);
-    for (double* p = t.params.data; p < t.params.data + t.params.size; p += 3) {
-      p[2] = c.h * p[2] + c.s * p[0];
-      p[0] *= c.g;
-      p[1] *= c.g;
-    }
-    t.apply();
-    Analysis a;
-    EXPECT_GE(a.run(t), 0.0f);
-    ASSERT_EQ(a.outputs[0].size, 6);
-    for (long b = 0; b < 6; ++b) expectNear(a.entry(b), c.expected);
-  }
+// The map (x, y, -0.7 x) has no volume, by which stretches and shears could be measured.
+TEST(JacobianAnalysis, AFlattenedMapIsMeasuredByItsPlainElements) {
+  RegNonAffineTransform t = jittered(NmVec3i(2, 1, 3), 0.0, box);
+  for (double* p = t.params.data; p < t.params.data + t.params.size; p += 3) p[2] = -0.7 * p[0];
+  t.apply();
+  Analysis a;
+  EXPECT_GE(a.run(t), 0.0f);
+  ASSERT_EQ(a.outputs[0].size, 6);
+  for (long b = 0; b < 6; ++b) expectNear(a.entry(b), {0, 0, 1, 0.7});
 }
 
 NmVec3d cross(const NmVec3d& a, const NmVec3d& b) {
