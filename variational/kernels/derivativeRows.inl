@@ -4,17 +4,14 @@
 #include "functional/kernels/trilinear.inl"
 #include "variational/kernels/sampleConsumers.inl"
 
-/// Value and derivatives along the model's axes of a trilinear sample.
-template <class Located>
-[[gnu::always_inline]] inline typename Lanes::Doubles interpolateWithSlopes(
+/// A trilinear sample and, on demand, its derivatives along the model's axes.
+template <bool withSlopes, class Located>
+[[gnu::always_inline]] inline typename Lanes::Doubles interpolate(
     const Located& at, typename Lanes::Doubles (&slopes)[3]) {
   using Doubles = typename Lanes::Doubles;
   const Doubles f0 = Lanes::load(at.fraction[0]);
   const Doubles f1 = Lanes::load(at.fraction[1]);
   const Doubles f2 = Lanes::load(at.fraction[2]);
-  const Doubles one = Lanes::all(1.0);
-  const Doubles g1 = one - f1;
-  const Doubles g2 = one - f2;
   Doubles value[4];
   Doubles along[4];
   for (int i = 0; i < 4; ++i) {
@@ -28,9 +25,13 @@ template <class Located>
   const Doubles far = value[3] - value[2];
   const Doubles a = near * f1 + value[0];
   const Doubles b = far * f1 + value[2];
-  slopes[0] = (along[1] * f1 + along[0] * g1) * g2 + (along[3] * f1 + along[2] * g1) * f2;
-  slopes[1] = far * f2 + near * g2;
   slopes[2] = b - a;
+  if constexpr (withSlopes) {
+    const Doubles g1 = Lanes::all(1.0) - f1;
+    const Doubles g2 = Lanes::all(1.0) - f2;
+    slopes[0] = (along[1] * f1 + along[0] * g1) * g2 + (along[3] * f1 + along[2] * g1) * f2;
+    slopes[1] = far * f2 + near * g2;
+  }
   return slopes[2] * f2 + a;
 }
 
@@ -109,14 +110,10 @@ class DerivativeRows {
     sampler_.fetch(located_, groups_.count * partsPerGroup, Lanes::width, idle);
     alignas(64) double slopes[Consumer::wantsGradient ? 3 : 1][chunkSize];
     for (int i = 0; i < groups_.count * partsPerGroup; ++i) {
-      Doubles value;
-      if constexpr (Consumer::wantsGradient) {
-        Doubles slope[3];
-        value = interpolateWithSlopes(located_[i], slope);
+      Doubles slope[3];
+      const Doubles value = interpolate<Consumer::wantsGradient>(located_[i], slope);
+      if constexpr (Consumer::wantsGradient)
         for (int c = 0; c < 3; ++c) Lanes::store(slopes[c] + i * Lanes::width, slope[c]);
-      } else {
-        value = Sampler::interpolate(located_[i]);
-      }
       groups_.counts[i] = Lanes::both(
           groups_.counts[i], Lanes::within(value, Lanes::all(-largest), Lanes::all(largest)));
       Lanes::store(groups_.model + i * Lanes::width, value);
