@@ -73,7 +73,7 @@
 #include "workflow/MetricOptions.h"
 #include "workflow/MissingVoxels.h"
 #include "workflow/Overlap.h"
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 #include "workflow/Progress.h"
 #include "workflow/ProgressPlan.h"
 #include "workflow/Reason.h"

@@ -1,9 +1,9 @@
 #include <voxreg.h>
 #include <cmath>
 #include <cstdio>
-
 std::vector<float> ball(double x) {  // in 40 x 40 x 40 voxels
   std::vector<float> voxels;
+  voxels.reserve(64000);
   for (int i = 0; i < 64000; ++i)
     voxels.push_back(std::hypot(i % 40 - x, i / 40 % 40 - 20, i / 1600 - 20) < 9 ? 100.0f : 0.0f);
   return voxels;

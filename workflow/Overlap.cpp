@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 #include "workflow/sampling/mappedRows.h"
 #include "workflow/sampling/voxelSpans.h"
 
@@ -60,7 +60,7 @@ Overlap overlapOf(const Image& reference, const Image& model, const Transform& t
   std::vector<float> line(static_cast<std::size_t>(reference.dims().x));
   const bool done = detail::withVoxels(model, [&](const auto& voxels) {
     detail::forEachMappedRow(
-        reference, model, PlaceMap(transform, reference, model),
+        reference, model, PointMap(transform, reference, model),
         [&](std::int64_t y, std::int64_t z, const std::vector<NmVec3d>& places,
             const std::vector<char>& hasValue) {
           total += static_cast<std::int64_t>(places.size());

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 #include "workflow/refusal.h"
 #include "workflow/search/affineRuns.h"
 #include "workflow/search/information.h"

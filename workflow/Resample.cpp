@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "workflow/MissingVoxels.h"
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 #include "workflow/sampling/mappedRows.h"
 #include "workflow/sampling/taps.h"
 #include "workflow/sampling/voxelSpans.h"
@@ -65,7 +65,7 @@ Image resample(const Image& model, const Transform& transform, const Image& refe
   const double background = backgroundFor(model, options);
   if (!canHold(model, background)) return {};
   Image result = Image::allocate(model.type(), reference.dims(), reference.voxelToWorld());
-  const PlaceMap map(transform, reference, model);
+  const PointMap map(transform, reference, model);
   const NmHandle<VlDataAccess> access = result.volume()->lock(true);
   const bool done = detail::withVoxels(model, [&]<class T>(std::span<const T> voxels) {
     const T beyond = detail::toVoxel<T>(background);

@@ -7,7 +7,7 @@
 /// Positions of reference rows under an affine map. A position is computed by adding the step of
 /// one voxel repeatedly, starting at voxel 0 of the row, so it rounds the same wherever a row is
 /// entered.
-template <Abreast abreast>
+template <LaneContents laneContents>
 class AffinePositions {
  public:
   /// The row clip leaves only samples inside the model.

@@ -7,7 +7,7 @@
 /// Positions of reference rows through a grid of bricks. The map is evaluated in stages: the slice
 /// stage eliminates z, once per slice; the row stage eliminates y, once per row; the rest is linear
 /// along x within a brick. Only bricks that the walked box touches are evaluated.
-template <Abreast abreast>
+template <LaneContents laneContents>
 class BrickPositions {
  public:
   /// Rows are not clipped.
@@ -28,7 +28,7 @@ class BrickPositions {
     const int columns = countOf(walk_.grid.touched[0]);
     for (int i = 0; i < columns; ++i) {
       double* const row = row_ + static_cast<std::int64_t>(rowDoubles) * Lanes::width * i;
-      if constexpr (abreast == Abreast::slices)
+      if constexpr (laneContents == LaneContents::slices)
         takeRows(block.y[0], i, row);
       else
         for (int r = 0; r < Lanes::width; ++r) takeLane(block.y[r], block.z[r], i, row + r);
@@ -63,13 +63,14 @@ class BrickPositions {
         static_cast<std::int64_t>(countOf(touched[0])) * countOf(touched[1]);
     const std::int64_t brick = i + static_cast<std::int64_t>(countOf(touched[0])) * j;
     const int slot = (z - walk_.box.zmin) % Lanes::width;
-    return slices_ + (abreast == Abreast::slices ? sliceDoubles * Lanes::width * brick + slot
-                                                 : sliceDoubles * (brick + bricks * slot));
+    return slices_ + (laneContents == LaneContents::slices
+                          ? sliceDoubles * Lanes::width * brick + slot
+                          : sliceDoubles * (brick + bricks * slot));
   }
 
   /// Evaluates the bricks of the slices that a block enters.
   void startSlices(const RowBlock& block) {
-    if constexpr (abreast == Abreast::slices) {
+    if constexpr (laneContents == LaneContents::slices) {
       if (slicesEnd_ > block.z[0]) return;
       slicesEnd_ = block.z[0] + Lanes::width;
       evaluateAbreast(block.z[0]);

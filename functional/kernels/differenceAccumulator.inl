@@ -7,7 +7,7 @@
 /// stored, and added row by row while the next block is sampled.
 class DifferenceAccumulator {
  public:
-  static constexpr Abreast abreast = Abreast::rows;
+  static constexpr LaneContents laneContents = LaneContents::rows;
 
   DifferenceAccumulator(DifferenceSums& sums, const Walk& walk)
       : sums_(sums),

@@ -10,7 +10,7 @@
 template <bool ranged>
 class HistogramAccumulator {
  public:
-  static constexpr Abreast abreast = Abreast::rows;
+  static constexpr LaneContents laneContents = LaneContents::rows;
 
   HistogramAccumulator(HistogramSums& sums, const Walk& walk)
       : sums_(sums), rows_(sums.rows), columns_(sums.columns), places_(walk.kept) {}

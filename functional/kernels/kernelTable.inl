@@ -9,7 +9,7 @@
 #include "functional/kernels/slicewiseCorrelation.inl"
 #include "functional/kernels/trilinear.inl"
 
-template <template <Abreast> class Positions, class U, class Accumulator, class Sums>
+template <template <LaneContents> class Positions, class U, class Accumulator, class Sums>
 static void walkModel(const Walk& walk, Sums& sums) {
   Accumulator accumulator(sums, walk);
   walkBlocks<Positions, TrilinearSampler<U>>(walk, accumulator);
@@ -18,7 +18,7 @@ static void walkModel(const Walk& walk, Sums& sums) {
 /// A kernel that does the whole walk with one accumulator.
 template <class Accumulator>
 struct Uniformly {
-  template <template <Abreast> class Positions, class U, class Sums>
+  template <template <LaneContents> class Positions, class U, class Sums>
   static void walk(const Walk& walk, Sums& sums) {
     walkModel<Positions, U, Accumulator>(walk, sums);
     Lanes::leave();
@@ -28,7 +28,7 @@ struct Uniformly {
 /// The kernel of the correlation family: one slice per lane. Remaining slices are walked by rows if
 /// they would fill no more than half of the lanes.
 struct SlicesThenRows {
-  template <template <Abreast> class Positions, class U>
+  template <template <LaneContents> class Positions, class U>
   static void walk(const Walk& walk, CorrelationSums& sums) {
     const int left = (walk.box.zmax - walk.box.zmin + 1) % Lanes::width;
     Walk part = walk;
@@ -41,7 +41,7 @@ struct SlicesThenRows {
   }
 };
 
-template <template <Abreast> class Positions, class Kernel, class Sums>
+template <template <LaneContents> class Positions, class Kernel, class Sums>
 static constexpr void fillRow(void (*(&row)[numVoxelTypes])(const Walk&, Sums&)) {
   row[voxelTypeIndex<unsigned char>] = Kernel::template walk<Positions, unsigned char>;
   row[voxelTypeIndex<short>] = Kernel::template walk<Positions, short>;

@@ -4,9 +4,9 @@
 #include "functional/kernels/rowBlock.inl"
 
 /// Voxels x .. x + n - 1 of the rows, widened, with a value per lane for each x.
-template <class T, Abreast abreast>
+template <class T, LaneContents laneContents>
 static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
-  constexpr std::int64_t rowsAhead = abreast == Abreast::rows ? Lanes::width : 1;
+  constexpr std::int64_t rowsAhead = laneContents == LaneContents::rows ? Lanes::width : 1;
   constexpr int cacheLine = 64;  // bytes
   constexpr int lineVoxels = cacheLine / static_cast<int>(sizeof(T));
   const std::int64_t rowLength = walk.referenceDims[0];
@@ -26,12 +26,12 @@ static void widenRows(const Walk& walk, const RowBlock& block, int x, int n, dou
     Lanes::store(out + i * Lanes::width, Lanes::widen(side + i * Lanes::width));
 }
 
-template <Abreast abreast>
+template <LaneContents laneContents>
 static void loadReference(const Walk& walk, const RowBlock& block, int x, int n, double* out) {
   using Load = void (*)(const Walk&, const RowBlock&, int, int, double*);
   static constexpr Load load[numVoxelTypes] = {
-      widenRows<unsigned char, abreast>,  widenRows<short, abreast>,
-      widenRows<unsigned short, abreast>, widenRows<int, abreast>,
-      widenRows<float, abreast>,          widenRows<double, abreast>};
+      widenRows<unsigned char, laneContents>,  widenRows<short, laneContents>,
+      widenRows<unsigned short, laneContents>, widenRows<int, laneContents>,
+      widenRows<float, laneContents>,          widenRows<double, laneContents>};
   load[walk.referenceType](walk, block, x, n, out);
 }

@@ -12,7 +12,7 @@ static inline int more(int a, int b) {
 
 /// Contents of a block's lanes: successive rows in voxel order, which may continue in the next
 /// slice, or the same row of successive slices.
-enum class Abreast { rows, slices };
+enum class LaneContents { rows, slices };
 
 /// Rows of the reference that are walked in parallel, one in each lane.
 struct RowBlock {
@@ -22,7 +22,7 @@ struct RowBlock {
 };
 
 /// Splits the rows `ys` of the slices `zs` into blocks.
-template <Abreast abreast>
+template <LaneContents laneContents>
 class RowBlocks {
  public:
   RowBlocks(IndexSpan ys, IndexSpan zs) : ys_(ys), zs_(zs), y_(ys.first), z_(zs.first) {}
@@ -30,7 +30,7 @@ class RowBlocks {
   /// The next block; false if there is none.
   bool next(RowBlock& block) {
     if (z_ >= zs_.end || countOf(ys_) == 0) return false;
-    if constexpr (abreast == Abreast::rows)
+    if constexpr (laneContents == LaneContents::rows)
       takeRows(block);
     else
       takeSlices(block);

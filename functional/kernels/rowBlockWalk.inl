@@ -17,7 +17,7 @@ static void walkRows(const Walk& walk, const RowBlock& block, const BlockSpan& s
   for (int x = span.all.first; x < span.all.end; x += Batch::capacity) {
     const int left = span.all.end - x;
     const int n = left < Batch::capacity ? left : Batch::capacity;
-    loadReference<Accumulator::abreast>(walk, block, x, n, reference);
+    loadReference<Accumulator::laneContents>(walk, block, x, n, reference);
     columns.count = 0;
     for (int i = 0; i < n; ++i) {
       typename Lanes::Doubles position[3];
@@ -42,13 +42,13 @@ static void walkRows(const Walk& walk, const RowBlock& block, const BlockSpan& s
 
 /// Walks the reference in blocks of rows, one row in each lane. The accumulator declares whether
 /// lanes hold rows or slices, such that it can take every sum's terms in voxel order.
-template <template <Abreast> class PositionsOf, class Sampler, class Accumulator>
+template <template <LaneContents> class PositionsOf, class Sampler, class Accumulator>
 static void walkBlocks(const Walk& walk, Accumulator& accumulator) {
-  PositionsOf<Accumulator::abreast> positions(walk);
+  PositionsOf<Accumulator::laneContents> positions(walk);
   const Sampler sampler(walk);
   Columns<typename Sampler::Located> columns = {};  // unused lanes are read, too
-  RowBlocks<Accumulator::abreast> blocks(positions.rowRange(walk),
-                                         {walk.box.zmin, walk.box.zmax + 1});
+  RowBlocks<Accumulator::laneContents> blocks(positions.rowRange(walk),
+                                              {walk.box.zmin, walk.box.zmax + 1});
   RowBlock block;
   BlockSpan span;
   while (blocks.next(block)) {

@@ -7,7 +7,7 @@
 /// rows are stored and added row by row.
 class RowwiseCorrelation {
  public:
-  static constexpr Abreast abreast = Abreast::rows;
+  static constexpr LaneContents laneContents = LaneContents::rows;
 
   RowwiseCorrelation(CorrelationSums& sums, const Walk& walk)
       : sums_(sums), samples_(sums), values_(walk.kept), slice_(walk.box.zmin) {}

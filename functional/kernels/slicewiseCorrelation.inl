@@ -6,7 +6,7 @@
 /// Correlation sums of many slices: each lane adds up a separate slice.
 class SlicewiseCorrelation {
  public:
-  static constexpr Abreast abreast = Abreast::slices;
+  static constexpr LaneContents laneContents = LaneContents::slices;
 
   SlicewiseCorrelation(CorrelationSums& sums, const Walk& walk)
       : sums_(sums), samples_(sums), firstSlice_(walk.box.zmin) {}

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "workflow/Image.h"
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 #include "workflow/sampling/sampledGrid.h"
 
 namespace voxreg::detail {
@@ -12,7 +12,7 @@ namespace voxreg::detail {
 /// Calls `visit(y, z, places, hasValue)` for each line of the reference in memory order, with the
 /// positions of its voxels in the model's voxels and whether the model has a value there.
 template <class Visit>
-void forEachMappedRow(const Image& reference, const Image& model, const PlaceMap& map,
+void forEachMappedRow(const Image& reference, const Image& model, const PointMap& map,
                       Visit visit) {
   const NmVec3l& dims = reference.dims();
   const NmBox3f& box = reference.frame().box;

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "foundation/NmWatch.h"
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 #include "workflow/refusal.h"
 #include "workflow/search/searchSettings.h"
 

@@ -1,6 +1,6 @@
 #include "workflow/search/frameGrids.h"
 
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 
 namespace voxreg::detail {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "metrics/RegMetric.h"
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 #include "workflow/search/centres.h"
 #include "workflow/search/metricProbe.h"
 #include "workflow/search/searchSettings.h"

@@ -112,8 +112,7 @@ voxreg::ElasticRegistration registered(const ElasticOptions& options, PairRun& r
   task.progress = run.progress.ofRegistration("Registering");
   run.report.transform = "bricks";
   run.report.metric = options.metric;
-  const voxreg::ElasticRegistration found =
-      voxreg::registerElastic(reference.image, model.image, task);
+  voxreg::ElasticRegistration found = voxreg::registerElastic(reference.image, model.image, task);
   run.judge(found);
   return found;
 }

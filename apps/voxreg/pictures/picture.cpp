@@ -24,7 +24,7 @@ class View {
     bright_ = voxreg::percentile(*volume.image.volume(), 0.99);
   }
 
-  void setMap(const voxreg::PlaceMap& map) { map_ = map; }
+  void setMap(const voxreg::PointMap& map) { map_ = map; }
 
   /// From 0 to 255; 0 outside the volume.
   int grey(const NmVec3f& place) const {
@@ -36,7 +36,7 @@ class View {
 
  private:
   NmHandle<VlEvaluator> sampler_;
-  voxreg::PlaceMap map_;
+  voxreg::PointMap map_;
   float dark_ = 0.0f;
   float bright_ = 0.0f;
 };
@@ -60,7 +60,7 @@ GreyImage difference(const Slice& slice, const View& reference, const View& mode
 
 /// True if a line of the model, one every `gap` millimetres, passes between a pixel and its
 /// neighbour to the right or below.
-bool crossesLine(const voxreg::PlaceMap& map, const Slice& slice, int x, int y, float gap) {
+bool crossesLine(const voxreg::PointMap& map, const Slice& slice, int x, int y, float gap) {
   const NmVec3f here = map(slice.place(x, y));
   for (const NmVec3f& there : {map(slice.place(x + 1, y)), map(slice.place(x, y + 1))})
     for (int a = 0; a < 3; ++a) {
@@ -70,7 +70,7 @@ bool crossesLine(const voxreg::PlaceMap& map, const Slice& slice, int x, int y, 
   return false;
 }
 
-GreyImage deformedGrid(const Slice& slice, const voxreg::PlaceMap& map) {
+GreyImage deformedGrid(const Slice& slice, const voxreg::PointMap& map) {
   constexpr float pixelsBetweenLines = 12.0f;
   const float gap = pixelsBetweenLines * slice.pixel();
   GreyImage image(slice.width, slice.height, 0);
@@ -81,7 +81,7 @@ GreyImage deformedGrid(const Slice& slice, const voxreg::PlaceMap& map) {
 }
 
 /// By differences over a pixel.
-double jacobianAt(const voxreg::PlaceMap& map, const NmVec3f& place, float pixel) {
+double jacobianAt(const voxreg::PointMap& map, const NmVec3f& place, float pixel) {
   NmMat4d jacobian;
   for (int axis = 0; axis < 3; ++axis) {
     NmVec3f low = place;
@@ -96,7 +96,7 @@ double jacobianAt(const voxreg::PlaceMap& map, const NmVec3f& place, float pixel
   return jacobian.det3();
 }
 
-GreyImage jacobianMap(const Slice& slice, const voxreg::PlaceMap& map) {
+GreyImage jacobianMap(const Slice& slice, const voxreg::PointMap& map) {
   return panelOf(slice, [&](const NmVec3f& place) {
     return std::clamp(128.0 * jacobianAt(map, place, slice.pixel()), 0.0, 255.0);
   });
@@ -110,8 +110,8 @@ void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolu
                                        "DIFFERENCE BEFORE", "DIFFERENCE AFTER"};
   const bool showsMap = panels == MapPanels::shown;
   if (showsMap) captions.insert(captions.end(), {"DEFORMED GRID", "JACOBIAN"});
-  const voxreg::PlaceMap before(transforms.before, reference.image, model.image);
-  const voxreg::PlaceMap after(transforms.after, reference.image, model.image);
+  const voxreg::PointMap before(transforms.before, reference.image, model.image);
+  const voxreg::PointMap after(transforms.after, reference.image, model.image);
   const View referenceView(reference);
   View modelView(model);
   const std::vector<Slice> slices =
@@ -119,7 +119,7 @@ void writePicture(OutputFiles& outputs, const std::string& path, const NiftiVolu
   PictureSheet sheet(slices, captions);
   for (const Slice& slice : slices) {
     std::size_t column = 0;
-    for (const voxreg::PlaceMap& map : {before, after}) {
+    for (const voxreg::PointMap& map : {before, after}) {
       modelView.setMap(map);
       sheet.panel(column, checkerboard(slice, referenceView, modelView));
       sheet.panel(column + 2, difference(slice, referenceView, modelView));

@@ -12,21 +12,21 @@ namespace voxreg {
 
 /// Maps positions in the reference to positions in the model, each in its image's own frame: a
 /// Transform for code that samples volumes with the library's classes.
-class PlaceMap {
+class PointMap {
  public:
   /// Maps `n` positions at once.
-  using Many = std::function<void(const NmVec3d* places, std::int64_t n, NmVec3d* found)>;
+  using Many = std::function<void(const NmVec3d* points, std::int64_t n, NmVec3d* found)>;
 
   /// The identity.
-  PlaceMap();
+  PointMap();
 
   /// Requires two non-empty images.
-  PlaceMap(const Transform& transform, const Image& reference, const Image& model);
+  PointMap(const Transform& transform, const Image& reference, const Image& model);
 
-  void operator()(const NmVec3d* places, std::int64_t n, NmVec3d* found) const {
-    many_(places, n, found);
+  void operator()(const NmVec3d* points, std::int64_t n, NmVec3d* found) const {
+    many_(points, n, found);
   }
-  NmVec3f operator()(const NmVec3f& place) const;
+  NmVec3f operator()(const NmVec3f& point) const;
 
  private:
   Many many_;

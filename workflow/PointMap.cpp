@@ -1,4 +1,4 @@
-#include "workflow/PlaceMap.h"
+#include "workflow/PointMap.h"
 
 #include <algorithm>
 #include <memory>
@@ -8,36 +8,36 @@ namespace voxreg {
 
 namespace {
 
-PlaceMap::Many byMatrix(const NmMat4d& modelToReference, const Image& reference,
+PointMap::Many byMatrix(const NmMat4d& modelToReference, const Image& reference,
                         const Image& model) {
   const NmMat4d toModel = worldToFrames(modelToReference, reference, model).inverse();
-  return [toModel](const NmVec3d* places, std::int64_t n, NmVec3d* found) {
-    for (std::int64_t i = 0; i < n; ++i) toModel.multVecMatrix(places[i], found[i]);
+  return [toModel](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
+    for (std::int64_t i = 0; i < n; ++i) toModel.multVecMatrix(points[i], found[i]);
   };
 }
 
-PlaceMap::Many byBricks(const BrickGrid& bricks, const Image& reference, const Image& model) {
+PointMap::Many byBricks(const BrickGrid& bricks, const Image& reference, const Image& model) {
   NmMat4d toBox = reference.frame().toWorld;
   toBox.multRight(bricks.boxToWorld.inverse());
   const NmMat4d toModel = model.frame().toWorld.inverse();
   const auto grid = std::make_shared<const BrickGrid>(bricks);
-  return [toBox, toModel, grid](const NmVec3d* places, std::int64_t n, NmVec3d* found) {
+  return [toBox, toModel, grid](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
     for (std::int64_t i = 0; i < n; ++i) {
       NmVec3d inBox;
-      toBox.multVecMatrix(places[i], inBox);
+      toBox.multVecMatrix(points[i], inBox);
       toModel.multVecMatrix(grid->ofBox(inBox), found[i]);
     }
   };
 }
 
-PlaceMap::Many throughWorlds(const Transform& transform, const Image& reference,
+PointMap::Many throughWorlds(const Transform& transform, const Image& reference,
                              const Image& model) {
   const NmMat4d toWorld = reference.frame().toWorld;
   const NmMat4d toModel = model.frame().toWorld.inverse();
-  return [toWorld, transform, toModel](const NmVec3d* places, std::int64_t n, NmVec3d* found) {
+  return [toWorld, transform, toModel](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
     for (std::int64_t i = 0; i < n; ++i) {
       NmVec3d inWorld;
-      toWorld.multVecMatrix(places[i], inWorld);
+      toWorld.multVecMatrix(points[i], inWorld);
       toModel.multVecMatrix(transform(inWorld), found[i]);
     }
   };
@@ -45,12 +45,12 @@ PlaceMap::Many throughWorlds(const Transform& transform, const Image& reference,
 
 }  // namespace
 
-PlaceMap::PlaceMap()
-    : many_([](const NmVec3d* places, std::int64_t n, NmVec3d* found) {
-        std::copy_n(places, n, found);
+PointMap::PointMap()
+    : many_([](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
+        std::copy_n(points, n, found);
       }) {}
 
-PlaceMap::PlaceMap(const Transform& transform, const Image& reference, const Image& model) {
+PointMap::PointMap(const Transform& transform, const Image& reference, const Image& model) {
   if (const std::optional<NmMat4d> matrix = transform.modelToReference())
     many_ = byMatrix(*matrix, reference, model);
   else if (const BrickGrid* const bricks = transform.bricks())
@@ -59,8 +59,8 @@ PlaceMap::PlaceMap(const Transform& transform, const Image& reference, const Ima
     many_ = throughWorlds(transform, reference, model);
 }
 
-NmVec3f PlaceMap::operator()(const NmVec3f& place) const {
-  const NmVec3d from(place.x, place.y, place.z);
+NmVec3f PointMap::operator()(const NmVec3f& point) const {
+  const NmVec3d from(point.x, point.y, point.z);
   NmVec3d found;
   many_(&from, 1, &found);
   return {static_cast<float>(found.x), static_cast<float>(found.y), static_cast<float>(found.z)};
