@@ -5,10 +5,8 @@
 namespace voxreg::detail {
 namespace {
 
-/// Interleaved data variables are not one block of values.
-VoxelBlock scalarsOf(const VlData& volume, const NmHandle<VlDataAccess>& access) {
-  const bool isBlock = volume.numDataVars() == 1 && blockOf(access.get()) != nullptr;
-  return {isBlock ? access : nullptr, volume.primType()};
+VoxelBlock blockBehind(const VlData& volume, const NmHandle<VlDataAccess>& access) {
+  return {blockOf(access.get()) != nullptr ? access : nullptr, volume.primType()};
 }
 
 }  // namespace
@@ -17,12 +15,15 @@ void* blockOf(const VlDataAccess* access) {
   return access != nullptr && access->isContiguous() ? access->dataPtr(0) : nullptr;
 }
 
+// Interleaved data variables are not one block of values, so there is nothing to wait for.
 VoxelBlock VoxelBlock::lock(VlData& volume) {
-  return scalarsOf(volume, VolumeCore::lock(volume, false).object);
+  if (volume.numDataVars() != 1) return {nullptr, volume.primType()};
+  return blockBehind(volume, VolumeCore::lock(volume, false).object);
 }
 
 VoxelBlock VoxelBlock::tryLockForWriting(VlData& volume) {
-  return scalarsOf(volume, volume.tryLock(true));
+  if (volume.numDataVars() != 1) return {nullptr, volume.primType()};
+  return blockBehind(volume, volume.tryLock(true));
 }
 
 }  // namespace voxreg::detail

@@ -130,6 +130,22 @@ TEST(RegGradientOptimizerLine, StaysWhereItWasOnALineThatRisesForEver) {
   }
 }
 
+/// Asks to stop once only.
+class BriefWatcher : public SearchWatcher {
+ public:
+  bool wasInterrupted() override { return ++polls == limit; }
+};
+
+// The third trial is interrupted before there is a bracket.
+TEST(RegGradientOptimizerLine, RemembersAnInterruptionThatIsTakenBack) {
+  LineProblem line([](double x) { return -(x - 3.0) * (x - 3.0); });
+  BriefWatcher watcher;
+  watcher.limit = 3;
+  line.search.callback = &watcher;
+  EXPECT_EQ(line.positionsFrom(1.0).size(), 3u);
+  EXPECT_EQ(watcher.polls, 3);
+}
+
 TEST(RegGradientOptimizerLine, EveryOperationWithoutAFunctionalSaysSo) {
   LineProblem line([](double) { return 1.0; });
   RegGradientOptimizer& search = line.search;
