@@ -62,6 +62,7 @@
 #include "transforms/RegNonAffineTransform.h"
 #include "transforms/RegParametricTransform.h"
 #include "transforms/RegTools.h"
+#include "variational/ControlLattice.h"
 #include "voxregVersion.h"
 #include "workflow/BlockMeans.h"
 #include "workflow/BrickGrid.h"

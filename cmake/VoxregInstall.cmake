@@ -14,7 +14,7 @@ install(EXPORT voxregTargets NAMESPACE voxreg:: DESTINATION ${voxreg_config_dir}
 install(FILES voxreg.h ${PROJECT_BINARY_DIR}/include/voxregVersion.h
         DESTINATION ${voxreg_include_dir})
 foreach(folder IN ITEMS foundation metrics transforms functional optimizers resampling registration
-                        elastic workflow)
+                        elastic variational workflow)
   file(GLOB public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/[A-Z]*.h)
   install(FILES ${public_headers} DESTINATION ${voxreg_include_dir}/${folder})
 endforeach()

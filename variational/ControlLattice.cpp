@@ -1,10 +1,13 @@
 #include "variational/ControlLattice.h"
 
 #include <algorithm>
-#include <cmath>
 
-using voxreg::detail::splineCell;
-using voxreg::detail::splineWeights;
+#include "variational/splineWeights.h"
+
+namespace voxreg {
+
+using detail::splineCell;
+using detail::splineWeights;
 
 namespace {
 
@@ -14,8 +17,8 @@ namespace {
 void refineLine(const double* from, double* to, int n, std::int64_t stride) {
   for (int i = 0; i < 2 * n + 3; ++i) {
     const double* const c = from + stride * (i / 2);
-    to[stride * i] = i % 2 == 0 ? 0.5 * (c[0] + c[stride])
-                                : (c[0] + 6.0 * c[stride] + c[2 * stride]) / 8.0;
+    to[stride * i] =
+        i % 2 == 0 ? 0.5 * (c[0] + c[stride]) : (c[0] + 6.0 * c[stride] + c[2 * stride]) / 8.0;
   }
 }
 
@@ -79,23 +82,4 @@ ControlLattice ControlLattice::refined(const NmVec3i& axes) const {
   return result;
 }
 
-namespace voxreg::detail {
-
-void splineWeights(double t, double (&weights)[4]) {
-  const double u = 1.0 - t;
-  weights[0] = u * u * u / 6.0;
-  weights[1] = ((3.0 * t - 6.0) * t * t + 4.0) / 6.0;
-  weights[2] = ((3.0 * u - 6.0) * u * u + 4.0) / 6.0;
-  weights[3] = t * t * t / 6.0;
-}
-
-int splineCell(const ControlLattice& lattice, int axis, double position, double& t) {
-  const int n = lattice.intervals[axis];
-  const double s = (position - lattice.origin[axis]) / lattice.spacing[axis];
-  const double within = s > 0.0 ? std::min(s, static_cast<double>(n)) : 0.0;
-  const int cell = std::min(static_cast<int>(within), n - 1);
-  t = within - cell;
-  return cell;
-}
-
-}  // namespace voxreg::detail
+}  // namespace voxreg

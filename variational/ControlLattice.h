@@ -6,6 +6,8 @@
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 
+namespace voxreg {
+
 /// A displacement as uniform cubic B-splines over a box: at x it is the sum over the 64 controls
 /// around x of their coefficients times B(s_x) B(s_y) B(s_z), with s counted in intervals
 /// (D. Rueckert et al., Nonrigid registration using free-form deformations, 1999). Along each axis
@@ -31,13 +33,4 @@ struct ControlLattice {
   ControlLattice refined(const NmVec3i& axes) const;
 };
 
-namespace voxreg::detail {
-
-/// The weights of the four cubic B-splines that are not 0 at `t`, 0 to 1, in an interval.
-void splineWeights(double t, double (&weights)[4]);
-
-/// Interval and coordinate in it, 0 to 1, of a position along one axis of a lattice; positions
-/// outside are moved to its end.
-int splineCell(const ControlLattice& lattice, int axis, double position, double& t);
-
-}  // namespace voxreg::detail
+}  // namespace voxreg

@@ -1,4 +1,4 @@
-#include "variational/mappedMetric.h"
+#include "variational/objective/mappedMetric.h"
 
 #include <gtest/gtest.h>
 
@@ -9,10 +9,11 @@
 #include "tests/functional/naiveWalk.h"
 #include "tests/support/volumes.h"
 #include "tests/support/voxelTypes.h"
-#include "variational/tensorTables.h"
+#include "variational/objective/tensorTables.h"
 
 namespace {
 
+using voxreg::ControlLattice;
 using voxreg::detail::BinRange;
 using voxreg::detail::IndexSpan;
 using voxreg::detail::MappedMetric;
@@ -35,7 +36,8 @@ std::vector<T> waves(const NmVec3i& n, double phase) {
   for (int z = 0; z < n.z; ++z)
     for (int y = 0; y < n.y; ++y)
       for (int x = 0; x < n.x; ++x)
-        voxels.push_back(static_cast<T>(100.0 + 40.0 * std::sin(0.5 * x + phase) * std::cos(0.4 * y) +
+        voxels.push_back(static_cast<T>(100.0 +
+                                        40.0 * std::sin(0.5 * x + phase) * std::cos(0.4 * y) +
                                         30.0 * std::sin(0.6 * z + 0.2 * y)));
   return voxels;
 }
@@ -49,7 +51,8 @@ struct Scene {
   std::vector<U> model = waves<U>(modelDims, 0.4);
   VolumeFrame frame = frameOf(dims, {-10, 14, 3, 19, 0, 15});
   VolumeFrame modelFrame = frameOf(modelDims, {-9, 13, 2, 20, -1, 15});
-  NmMat4d matrix{1.05, 0.04, -0.03, 0, -0.05, 0.96, 0.06, 0, 0.02, -0.04, 1.03, 0, 0.9, 0.7, -0.4, 1};
+  NmMat4d matrix{1.05, 0.04,  -0.03, 0, -0.05, 0.96, 0.06, 0,
+                 0.02, -0.04, 1.03,  0, 0.9,   0.7,  -0.4, 1};
   ControlLattice lattice{frame.box, {3, 2, 2}};
   std::vector<IndexSpan> rows;
 
@@ -60,7 +63,8 @@ struct Scene {
 
   MappedMetric metric(RegMetricKind kind) const {
     MappedMetric m(kind, {reference.data(), voxelTypeIndex<T>, frame},
-                   {model.data(), voxelTypeIndex<U>, modelFrame}, {40.0, 160.0, 9}, {45.0, 150.0, 8});
+                   {model.data(), voxelTypeIndex<U>, modelFrame}, {40.0, 160.0, 9},
+                   {45.0, 150.0, 8});
     m.rows = rows;
     return m;
   }
@@ -72,7 +76,8 @@ struct Scene {
     matrix.multVecMatrix(p, p);
     NmVec3d at;
     for (int a = 0; a < 3; ++a)
-      at[a] = (p[a] + shift[a] - modelFrame.box.min(a)) / (modelFrame.voxelSize[a] > 0 ? modelFrame.voxelSize[a] : 1);
+      at[a] = (p[a] + shift[a] - modelFrame.box.min(a)) /
+              (modelFrame.voxelSize[a] > 0 ? modelFrame.voxelSize[a] : 1);
     return at;
   }
 

@@ -1,4 +1,4 @@
-#include "variational/lbfgs.h"
+#include "variational/search/lbfgs.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,6 @@
-#include "variational/tensorTables.h"
+#include "variational/objective/tensorTables.h"
+
+#include "variational/splineWeights.h"
 
 namespace voxreg::detail {
 namespace {

@@ -1,8 +1,10 @@
-#include "variational/bendingEnergy.h"
+#include "variational/objective/bendingEnergy.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+
+#include "variational/splineWeights.h"
 
 namespace voxreg::detail {
 namespace {
@@ -80,8 +82,7 @@ void BendingEnergy::apply(int axis, const Gram& gram, const std::vector<double>&
   }
 }
 
-double BendingEnergy::evaluate(const std::vector<double>& values, double weight,
-                               double* gradient) {
+double BendingEnergy::evaluate(const std::vector<double>& values, double weight, double* gradient) {
   struct Term {
     int x, y, z;
     double factor;

@@ -1,4 +1,4 @@
-#include "variational/mappedMetric.h"
+#include "variational/objective/mappedMetric.h"
 
 #include <algorithm>
 #include <cmath>
@@ -74,7 +74,8 @@ void MappedMetric::addGradients(const DerivativeFrame& frame, double* gradient, 
   forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
     portionGradient_.assign(static_cast<std::size_t>(n), 0.0);
     walk(slices, scratch, portionGradient_.data());
-    for (std::int64_t i = 0; i < n; ++i) gradient[i] += portionGradient_[static_cast<std::size_t>(i)];
+    for (std::int64_t i = 0; i < n; ++i)
+      gradient[i] += portionGradient_[static_cast<std::size_t>(i)];
   });
 }
 

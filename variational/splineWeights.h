@@ -1,0 +1,14 @@
+#pragma once
+
+#include "variational/ControlLattice.h"
+
+namespace voxreg::detail {
+
+/// The weights of the four cubic B-splines that are not 0 at `t`, 0 to 1, in an interval.
+void splineWeights(double t, double (&weights)[4]);
+
+/// Interval and coordinate in it, 0 to 1, of a position along one axis of a lattice; positions
+/// outside are moved to its end.
+int splineCell(const ControlLattice& lattice, int axis, double position, double& t);
+
+}  // namespace voxreg::detail
