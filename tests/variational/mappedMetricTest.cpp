@@ -65,7 +65,7 @@ struct Scene {
     MappedMetric m(kind, {reference.data(), voxelTypeIndex<T>, frame},
                    {model.data(), voxelTypeIndex<U>, modelFrame}, {40.0, 160.0, 9},
                    {45.0, 150.0, 8});
-    m.rows = rows;
+    m.setRows(rows);
     return m;
   }
 

@@ -71,9 +71,8 @@ class DerivativeRows {
       consumer_.startSlice(z);
       for (int y = 0; y < ny; ++y) {
         const std::int64_t row = y + static_cast<std::int64_t>(ny) * z;
-        const IndexSpan span =
-            frame_.rows != nullptr ? frame_.rows[row] : IndexSpan{0, frame_.walk.referenceDims[0]};
-        if (span.end > span.first) walkRow(y, row, span);
+        const IndexSpan span = spanOf(frame_, y, z);
+        if (!isEmpty(span)) walkRow(y, row, span);
       }
       consumer_.endSlice(z);
     }
@@ -127,8 +126,8 @@ class DerivativeRows {
     bool any = false;
     for (int p = 0; p < partsPerGroup; ++p) {
       const int at = i + p * Lanes::width;
-      auto mask = Lanes::within(Lanes::load(reference + at), Lanes::all(-largest),
-                                Lanes::all(largest));
+      auto mask =
+          Lanes::within(Lanes::load(reference + at), Lanes::all(-largest), Lanes::all(largest));
       for (int axis = 0; axis < 3; ++axis)
         mask = Lanes::both(
             mask, Lanes::within(Lanes::load(position[axis] + at), lower_[axis], upper_[axis]));

@@ -19,6 +19,21 @@ static void walkHistogram(const DerivativeFrame& frame, const IndexSpan& slices,
   Lanes::leave();
 }
 
+template <class U>
+static void walkHistogramKeeping(const DerivativeFrame& frame, const IndexSpan& slices,
+                                 double* scratch, HistogramSums& sums, const KeptSamples& kept) {
+  KeepingConsumer consumer(sums, kept);
+  DerivativeRows<U, KeepingConsumer>(frame, scratch, consumer).walk(slices);
+  Lanes::leave();
+}
+
+static void walkKept(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
+                     const HistogramRule& rule, const KeptSamples& kept, double* gradient) {
+  KeptGradient consumer(rule, kept, frame.map, scratch, gradient);
+  for (int z = slices.first; z < slices.end; ++z) consumer.addSlice(frame, z);
+  Lanes::leave();
+}
+
 template <class U, class Weights>
 static void walkGradient(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
                          Weights& weights, double* gradient) {
@@ -37,10 +52,11 @@ static void walkLinear(const DerivativeFrame& frame, const IndexSpan& slices, do
 }
 
 template <class U>
-static void walkByHistogram(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
-                            const HistogramRule& rule, double* gradient) {
-  const HistogramWeights weights(rule);
-  walkGradient<U>(frame, slices, scratch, weights, gradient);
+static void walkMoments(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
+                        SampleSums& sums, double* gradients) {
+  MomentWeights weights;
+  walkGradient<U>(frame, slices, scratch, weights, gradients);
+  weights.addTo(sums);
   Lanes::leave();
 }
 
@@ -48,9 +64,10 @@ template <class U>
 static constexpr void fillFor(DerivativeKernels& table) {
   constexpr int index = voxelTypeIndex<U>;
   table.sums[index] = walkSums<U>;
-  table.histogram[index] = walkHistogram<U>;
   table.linear[index] = walkLinear<U>;
-  table.byHistogram[index] = walkByHistogram<U>;
+  table.moments[index] = walkMoments<U>;
+  table.histogram[index] = walkHistogram<U>;
+  table.histogramKeeping[index] = walkHistogramKeeping<U>;
 }
 
 static constexpr DerivativeKernels makeDerivatives() {
@@ -61,5 +78,6 @@ static constexpr DerivativeKernels makeDerivatives() {
   fillFor<int>(table);
   fillFor<float>(table);
   fillFor<double>(table);
+  table.kept = walkKept;
   return table;
 }

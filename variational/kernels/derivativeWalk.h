@@ -61,11 +61,34 @@ struct HistogramRule {
   const double* slopes;  ///< rows.count * (columns.count - 1)
 };
 
+/// What a group of samples adds to a gradient once the derivative of the metric is known.
+struct alignas(32) KeptGroup {
+  float slopes[3][groupSize];      ///< of the model along its axes; 0 without a sample
+  float rowShares[groupSize];      ///< of the upper row of the histogram
+  std::int32_t places[groupSize];  ///< in the table of slopes; negative for derivatives of 0
+};
+
+/// The samples of a walk, kept for a second pass.
+struct KeptSamples {
+  KeptGroup* groups;
+  int* x;          ///< first voxel of each group
+  int* rowCounts;  ///< groups of each reference row of the walk's slices
+};
+
+/// Sets of vectors that a walk weighs and adds up: for each, a gradient of the shape of the
+/// controls.
+inline constexpr int numMoments = 3;
+
+/// Doubles along x of a row of controls in working memory.
+constexpr std::int64_t paddedControls(const TensorMap& map) {
+  return (map.axes[0].numControls + 2 * groupSize - 1) / groupSize * groupSize;
+}
+
 /// Doubles of working memory that a walk of a map takes.
 constexpr std::int64_t derivativeScratch(const TensorMap& map) {
-  const std::int64_t cx = map.axes[0].numControls;
+  const std::int64_t cx = paddedControls(map);
   const std::int64_t cy = map.axes[1].numControls;
-  return 6 * cx * cy + 18 * cx + 2 * groupSize;
+  return 3 * (1 + numMoments) * cx * (cy + 1) + 12 * cx;
 }
 
 /// The walks of one instruction set over the slices of a span, by the model's voxelTypeIndex.
@@ -74,14 +97,30 @@ constexpr std::int64_t derivativeScratch(const TensorMap& map) {
 /// `scratch` is derivativeScratch doubles, aligned to 64 bytes. A gradient, of the shape of the
 /// controls and by them, is added to `gradient`.
 struct DerivativeKernels {
+  /// Sums of the samples.
   void (*sums[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
                               SampleSums&);
-  void (*histogram[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
-                                   HistogramSums&);
+
+  /// Squared differences, and their gradient by a rule.
   void (*linear[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
                                 const LinearRule&, SampleSums&, double* gradient);
-  void (*byHistogram[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices,
-                                     double* scratch, const HistogramRule&, double* gradient);
+
+  /// Sums of the samples, and the model's gradients weighed with the reference's value, the model's
+  /// value and 1: numMoments gradients.
+  void (*moments[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
+                                 SampleSums&, double* gradients);
+
+  /// The joint histogram.
+  void (*histogram[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
+                                   HistogramSums&);
+
+  /// The same, and the samples for `kept`.
+  void (*histogramKeeping[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices,
+                                          double* scratch, HistogramSums&, const KeptSamples&);
+
+  /// The gradient of kept samples by a histogram's rule.
+  void (*kept)(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
+               const HistogramRule&, const KeptSamples&, double* gradient);
 };
 
 extern const DerivativeKernels portableDerivatives;

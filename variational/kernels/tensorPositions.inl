@@ -2,8 +2,8 @@
 
 #include "variational/kernels/sampleGroups.inl"
 
-/// Positions under a tensor-product map. The controls are contracted along z for a slice, then along
-/// y for a row, where they become one cubic polynomial for each cell.
+/// Positions under a tensor-product map. The controls are contracted along z for a slice, then
+/// along y for a row, where they become one cubic polynomial for each cell.
 class TensorPositions {
  public:
   TensorPositions(const TensorMap& map, double* scratch)
@@ -11,31 +11,47 @@ class TensorPositions {
         nx_(map.axes[0].numControls),
         ny_(map.axes[1].numControls),
         nz_(map.axes[2].numControls),
+        padded_(paddedControls(map)),
         slice_(scratch),
-        row_(scratch + 3 * std::int64_t{nx_} * ny_),
-        powers_(row_ + 3 * std::int64_t{nx_}) {}
+        row_(scratch + 3 * padded_ * ny_),
+        powers_(row_ + 3 * padded_) {
+    for (std::int64_t i = 0; i < taken(); ++i) scratch[i] = 0.0;
+  }
 
   /// Doubles of the scratch that are taken.
-  std::int64_t taken() const { return 3 * std::int64_t{nx_} * ny_ + 15 * std::int64_t{nx_}; }
+  std::int64_t taken() const { return padded_ * (3 * (std::int64_t{ny_} + 1) + 12); }
 
   void startSlice(int z) {
     const TensorAxis& axis = map_.axes[2];
     const std::int64_t plane = std::int64_t{nx_} * ny_;
     const double* const w = axis.weights + 4 * std::int64_t{z};
     for (int c = 0; c < 3; ++c)
-      contract(map_.controls + plane * (axis.cell[z] + std::int64_t{nz_} * c), plane, w, plane,
-               slice_ + plane * c);
+      for (int y = 0; y < ny_; ++y) {
+        const double* const from =
+            map_.controls + plane * (axis.cell[z] + std::int64_t{nz_} * c) + std::int64_t{nx_} * y;
+        double* const to = slice_ + padded_ * (y + std::int64_t{ny_} * c);
+        for (int x = 0; x < nx_; ++x)
+          to[x] = ((w[0] * from[x] + w[1] * from[x + plane]) + w[2] * from[x + 2 * plane]) +
+                  w[3] * from[x + 3 * plane];
+      }
   }
 
   void startRow(int y) {
     const TensorAxis& axis = map_.axes[1];
-    const std::int64_t plane = std::int64_t{nx_} * ny_;
-    const double* const w = axis.weights + 4 * std::int64_t{y};
+    const Weights along(axis.weights + 4 * std::int64_t{y});
     for (int c = 0; c < 3; ++c) {
-      double* const controls = row_ + std::int64_t{nx_} * c;
-      contract(slice_ + plane * c + std::int64_t{nx_} * axis.cell[y], nx_, w, nx_, controls);
-      for (int k = 0; k < 4; ++k)
-        contract(controls, 1, map_.toPowers[k], nx_ - 3, powers_ + std::int64_t{nx_} * (4 * c + k));
+      const double* const from = slice_ + padded_ * (axis.cell[y] + std::int64_t{ny_} * c);
+      double* const controls = row_ + padded_ * c;
+      for (std::int64_t i = 0; i < padded_; i += Lanes::width)
+        Lanes::store(controls + i, along.of(from + i, padded_));
+    }
+    for (int k = 0; k < 4; ++k) {
+      const Weights toPower(map_.toPowers[k]);
+      for (int c = 0; c < 3; ++c) {
+        double* const powers = powers_ + padded_ * (4 * c + k);
+        for (std::int64_t i = 0; i < nx_ - 3; i += Lanes::width)
+          Lanes::store(powers + i, toPower.of(row_ + padded_ * c + i, 1));
+      }
     }
   }
 
@@ -47,11 +63,11 @@ class TensorPositions {
       int end = i + 1;
       while (end < n && axis.cell[x + end] == cell) ++end;
       for (int c = 0; c < 3; ++c) {
-        const double* const p = powers_ + std::int64_t{nx_} * 4 * c + cell;
+        const double* const p = powers_ + padded_ * 4 * c + cell;
         const auto p0 = Lanes::all(p[0]);
-        const auto p1 = Lanes::all(p[nx_]);
-        const auto p2 = Lanes::all(p[2 * std::int64_t{nx_}]);
-        const auto p3 = Lanes::all(p[3 * std::int64_t{nx_}]);
+        const auto p1 = Lanes::all(p[padded_]);
+        const auto p2 = Lanes::all(p[2 * padded_]);
+        const auto p3 = Lanes::all(p[3 * padded_]);
         for (int j = i; j < end; j += Lanes::width) {
           const auto t = Lanes::load(axis.local + x + j);
           Lanes::store(position[c] + j, ((p3 * t + p2) * t + p1) * t + p0);
@@ -62,54 +78,68 @@ class TensorPositions {
   }
 
  private:
-  /// to[i] = the sum over k of w[k] * from[i + k * stride].
-  static void contract(const double* from, std::int64_t stride, const double* w, std::int64_t n,
-                       double* to) {
-    const double w0 = w[0];
-    const double w1 = w[1];
-    const double w2 = w[2];
-    const double w3 = w[3];
-    for (std::int64_t i = 0; i < n; ++i)
-      to[i] = ((w0 * from[i] + w1 * from[i + stride]) + w2 * from[i + 2 * stride]) +
-              w3 * from[i + 3 * stride];
-  }
+  /// Four weights for neighbours at a stride.
+  struct Weights {
+    using Doubles = typename Lanes::Doubles;
+
+    explicit Weights(const double* w)
+        : w0(Lanes::all(w[0])), w1(Lanes::all(w[1])), w2(Lanes::all(w[2])), w3(Lanes::all(w[3])) {}
+
+    [[gnu::always_inline]] Doubles of(const double* from, std::int64_t stride) const {
+      return ((w0 * Lanes::load(from) + w1 * Lanes::load(from + stride)) +
+              w2 * Lanes::load(from + 2 * stride)) +
+             w3 * Lanes::load(from + 3 * stride);
+    }
+
+    Doubles w0;
+    Doubles w1;
+    Doubles w2;
+    Doubles w3;
+  };
 
   const TensorMap& map_;
   int nx_;
   int ny_;
   int nz_;
+  std::int64_t padded_;
   double* slice_;   ///< controls of the slice: x, y, component
   double* row_;     ///< controls of the row: x, component
   double* powers_;  ///< polynomials of the row: cell, power, component
 };
 
-/// The transpose of TensorPositions: sums of vectors at voxels become a gradient by the controls.
+/// The transpose of TensorPositions: sums of `sets` vectors at each voxel become as many gradients
+/// by the controls.
+template <int sets>
 class TensorGradient {
  public:
+  static constexpr int numComponents = 3 * sets;
+
   TensorGradient(const TensorMap& map, double* scratch, double* gradient)
       : map_(map),
         nx_(map.axes[0].numControls),
         ny_(map.axes[1].numControls),
         nz_(map.axes[2].numControls),
         slice_(scratch),
-        row_(scratch + 3 * std::int64_t{nx_} * ny_),
+        row_(scratch + numComponents * std::int64_t{nx_} * ny_),
         gradient_(gradient) {}
 
-  void startSlice(int /*z*/) { clear(slice_, 3 * std::int64_t{nx_} * ny_); }
+  void startSlice(int /*z*/) { clear(slice_, numComponents * std::int64_t{nx_} * ny_); }
   void startRow(int /*y*/) {
-    clear(row_, 3 * std::int64_t{nx_});
+    clear(row_, numComponents * std::int64_t{nx_});
     cell_ = -1;
   }
 
-  /// The vectors of groupSize voxels from x on. Even and odd voxels have sums of their own, which
-  /// halves the wait of an addition for the one before.
-  void add(int x, const double (*q)[chunkSize], int at) {
-    const TensorAxis& axis = map_.axes[0];
-    for (int i = 0; i < groupSize; ++i) {
-      if (axis.cell[x + i] != cell_) moveTo(axis.cell[x + i]);
-      Four w;
-      __builtin_memcpy(&w, axis.weights + 4 * (std::int64_t{x} + i), sizeof w);
-      for (int c = 0; c < 3; ++c) sums_[i & 1][c] = sums_[i & 1][c] + w * q[c][at + i];
+  /// The vectors of groupSize voxels from x on; component c of voxel i is q[c * stride + i].
+  template <class T>
+  [[gnu::always_inline]] void add(int x, const T* q, std::int64_t stride) {
+    const int* const cell = map_.axes[0].cell + x;
+    const double* const weights = map_.axes[0].weights + 4 * std::int64_t{x};
+    for (int i = 0; i < groupSize;) {
+      if (cell[i] != cell_) moveTo(cell[i]);
+      int end = i + 1;
+      while (end < groupSize && cell[end] == cell_) ++end;
+      addRun(weights, q, stride, i, end);
+      i = end;
     }
   }
 
@@ -117,7 +147,7 @@ class TensorGradient {
     moveTo(-1);
     const TensorAxis& axis = map_.axes[1];
     const std::int64_t plane = std::int64_t{nx_} * ny_;
-    for (int c = 0; c < 3; ++c)
+    for (int c = 0; c < numComponents; ++c)
       spread(row_ + std::int64_t{nx_} * c, nx_, axis.weights + 4 * std::int64_t{y}, nx_,
              slice_ + plane * c + std::int64_t{nx_} * axis.cell[y]);
   }
@@ -125,13 +155,45 @@ class TensorGradient {
   void endSlice(int z) {
     const TensorAxis& axis = map_.axes[2];
     const std::int64_t plane = std::int64_t{nx_} * ny_;
-    for (int c = 0; c < 3; ++c)
+    for (int c = 0; c < numComponents; ++c)
       spread(slice_ + plane * c, plane, axis.weights + 4 * std::int64_t{z}, plane,
              gradient_ + plane * (axis.cell[z] + std::int64_t{nz_} * c));
   }
 
  private:
   using Four = double __attribute__((vector_size(32)));
+
+  static void load(const double* p, Four& four) { __builtin_memcpy(&four, p, sizeof four); }
+
+  /// Voxels [i, end), of the present cell. Every other voxel has sums of its own, which halves the
+  /// wait of an addition for the one before.
+  template <class T>
+  [[gnu::always_inline]] void addRun(const double* weights, const T* q, std::int64_t stride, int i,
+                                     int end) {
+    Four first[numComponents];
+    Four second[numComponents];
+    for (int c = 0; c < numComponents; ++c) {
+      first[c] = sums_[c];
+      second[c] = Four{};
+    }
+    for (; i + 1 < end; i += 2) {
+      Four w;
+      Four v;
+      load(weights + 4 * i, w);
+      load(weights + 4 * i + 4, v);
+      for (int c = 0; c < numComponents; ++c) {
+        first[c] = first[c] + w * static_cast<double>(q[c * stride + i]);
+        second[c] = second[c] + v * static_cast<double>(q[c * stride + i + 1]);
+      }
+    }
+    if (i < end) {
+      Four w;
+      load(weights + 4 * i, w);
+      for (int c = 0; c < numComponents; ++c)
+        first[c] = first[c] + w * static_cast<double>(q[c * stride + i]);
+    }
+    for (int c = 0; c < numComponents; ++c) sums_[c] = first[c] + second[c];
+  }
 
   static void clear(double* p, std::int64_t n) {
     for (std::int64_t i = 0; i < n; ++i) p[i] = 0.0;
@@ -145,16 +207,16 @@ class TensorGradient {
   }
 
   void moveTo(int cell) {
-    if (cell_ >= 0)
-      for (int c = 0; c < 3; ++c) {
-        Four sum;
+    for (int c = 0; c < numComponents; ++c) {
+      if (cell_ >= 0) {
         double* const to = row_ + std::int64_t{nx_} * c + cell_;
-        __builtin_memcpy(&sum, to, sizeof sum);
-        sum = sum + (sums_[0][c] + sums_[1][c]);
+        Four sum;
+        load(to, sum);
+        sum = sum + sums_[c];
         __builtin_memcpy(to, &sum, sizeof sum);
       }
-    for (auto& sums : sums_)
-      for (Four& sum : sums) sum = Four{};
+      sums_[c] = Four{};
+    }
     cell_ = cell;
   }
 
@@ -166,5 +228,5 @@ class TensorGradient {
   double* row_;
   double* gradient_;
   int cell_ = -1;
-  Four sums_[2][3] = {};  ///< of the present cell
+  Four sums_[numComponents] = {};  ///< of the present cell
 };

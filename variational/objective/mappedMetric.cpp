@@ -21,6 +21,21 @@ HistogramAxis axisOf(const BinRange& range) {
   return {range.min, extent > 0.0 ? (bins - 1) / extent : 0.0, range.max, bins};
 }
 
+std::int64_t gradientSize(const TensorMap& map) {
+  return std::int64_t{3} * map.axes[0].numControls * map.axes[1].numControls *
+         map.axes[2].numControls;
+}
+
+void add(SampleSums& to, const SampleSums& part) {
+  to.count += part.count;
+  to.reference += part.reference;
+  to.model += part.model;
+  to.referenceSq += part.referenceSq;
+  to.modelSq += part.modelSq;
+  to.product += part.product;
+  to.differenceSq += part.differenceSq;
+}
+
 double plogp(double p) {
   return p > 0.0 ? p * logarithm(p) : 0.0;
 }
@@ -47,7 +62,7 @@ DerivativeFrame MappedMetric::frameOf(const TensorMap& map) const {
     walk.modelDims[axis] = model_.frame.dims[axis];
   }
   walk.rowStep[1] = static_cast<double>(walk.modelDims[1]) / walk.referenceDims[1];
-  frame.rows = rows.empty() ? nullptr : rows.data();
+  frame.rows = rows_.empty() ? nullptr : rows_.data();
   frame.map = map;
   return frame;
 }
@@ -66,10 +81,8 @@ void MappedMetric::forEachPortion(const DerivativeFrame& frame, F&& f) {
 }
 
 template <class Walk>
-void MappedMetric::addGradients(const DerivativeFrame& frame, double* gradient, Walk&& walk) {
-  const TensorAxis(&axes)[3] = frame.map.axes;
-  const std::int64_t n =
-      std::int64_t{3} * axes[0].numControls * axes[1].numControls * axes[2].numControls;
+void MappedMetric::addGradients(const DerivativeFrame& frame, std::int64_t n, double* gradient,
+                                Walk&& walk) {
   std::fill_n(gradient, n, 0.0);
   forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
     portionGradient_.assign(static_cast<std::size_t>(n), 0.0);
@@ -77,6 +90,34 @@ void MappedMetric::addGradients(const DerivativeFrame& frame, double* gradient, 
     for (std::int64_t i = 0; i < n; ++i)
       gradient[i] += portionGradient_[static_cast<std::size_t>(i)];
   });
+}
+
+void MappedMetric::setRows(std::vector<IndexSpan> rows) {
+  rows_ = std::move(rows);
+  firstGroups_.clear();
+}
+
+void MappedMetric::countGroups() {
+  if (!firstGroups_.empty()) return;
+  const NmVec3i dims = reference_.frame.dims;
+  std::int64_t count = 0;
+  for (int z = 0; z < static_cast<int>(dims.z); ++z) {
+    firstGroups_.push_back(count);
+    for (int y = 0; y < static_cast<int>(dims.y); ++y) {
+      const IndexSpan span = rows_.empty() ? IndexSpan{0, static_cast<int>(dims.x)}
+                                           : rows_[static_cast<std::size_t>(y + dims.y * z)];
+      count += (std::max(span.end - span.first, 0) + groupSize - 1) / groupSize;
+    }
+  }
+  groups_.resize(static_cast<std::size_t>(count));
+  groupsX_.resize(static_cast<std::size_t>(count));
+  rowCounts_.resize(static_cast<std::size_t>(dims.y * dims.z));
+}
+
+KeptSamples MappedMetric::keptOf(const IndexSpan& slices) {
+  const auto first = firstGroups_[static_cast<std::size_t>(slices.first)];
+  return {groups_.data() + first, groupsX_.data() + first,
+          rowCounts_.data() + reference_.frame.dims[1] * slices.first};
 }
 
 double MappedMetric::evaluate(const TensorMap& map, double* gradient) {
@@ -94,20 +135,16 @@ double MappedMetric::difference(const DerivativeFrame& frame, double* gradient) 
     forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
       SampleSums part;
       kernels.sums[type](frame, slices, scratch, part);
-      sums.count += part.count;
-      sums.differenceSq += part.differenceSq;
+      add(sums, part);
     });
   } else {
     const LinearRule rule = {2.0, -2.0, 0.0};
-    addGradients(frame, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
+    const std::int64_t n = gradientSize(frame.map);
+    addGradients(frame, n, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
       SampleSums part;
       kernels.linear[type](frame, slices, scratch, rule, part, to);
-      sums.count += part.count;
-      sums.differenceSq += part.differenceSq;
+      add(sums, part);
     });
-    const TensorAxis(&axes)[3] = frame.map.axes;
-    const std::int64_t n =
-        std::int64_t{3} * axes[0].numControls * axes[1].numControls * axes[2].numControls;
     if (sums.count > 0.0)
       for (std::int64_t i = 0; i < n; ++i) gradient[i] /= sums.count;
   }
@@ -120,17 +157,23 @@ double MappedMetric::difference(const DerivativeFrame& frame, double* gradient) 
 double MappedMetric::correlation(const DerivativeFrame& frame, double* gradient) {
   const DerivativeKernels& kernels = derivativeKernels();
   const int type = frame.walk.modelType;
+  const std::int64_t size = gradientSize(frame.map);
   SampleSums sums;
-  forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
-    SampleSums part;
-    kernels.sums[type](frame, slices, scratch, part);
-    sums.count += part.count;
-    sums.reference += part.reference;
-    sums.model += part.model;
-    sums.referenceSq += part.referenceSq;
-    sums.modelSq += part.modelSq;
-    sums.product += part.product;
-  });
+  if (gradient == nullptr) {
+    forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
+      SampleSums part;
+      kernels.sums[type](frame, slices, scratch, part);
+      add(sums, part);
+    });
+  } else {
+    moments_.resize(static_cast<std::size_t>(numMoments * size));
+    addGradients(frame, numMoments * size, moments_.data(),
+                 [&](const IndexSpan& slices, double* scratch, double* to) {
+                   SampleSums part;
+                   kernels.moments[type](frame, slices, scratch, part, to);
+                   add(sums, part);
+                 });
+  }
   numSamples_ = sums.count;
   const double n = sums.count;
   const double rr = sums.referenceSq - sums.reference * sums.reference / n;
@@ -143,12 +186,11 @@ double MappedMetric::correlation(const DerivativeFrame& frame, double* gradient)
   if (gradient == nullptr) return value;
   const double byReference = sign / root;
   const double byModel = -value / mm;
-  const LinearRule rule = {byReference, byModel,
-                           -(byReference * sums.reference + byModel * sums.model) / n};
-  addGradients(frame, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
-    SampleSums part;
-    kernels.linear[type](frame, slices, scratch, rule, part, to);
-  });
+  const double constant = -(byReference * sums.reference + byModel * sums.model) / n;
+  const double* const moments = moments_.data();
+  for (std::int64_t i = 0; i < size; ++i)
+    gradient[i] =
+        (byReference * moments[i] + byModel * moments[size + i]) + constant * moments[2 * size + i];
   return value;
 }
 
@@ -157,11 +199,15 @@ double MappedMetric::information(const DerivativeFrame& frame, double* gradient)
   const int type = frame.walk.modelType;
   const auto bins = static_cast<std::size_t>(rowsAxis_.count * columnsAxis_.count);
   histogram_.assign(bins, 0.0);
+  if (gradient != nullptr) countGroups();
   std::int64_t count = 0;
   forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
     portionHistogram_.assign(bins, 0.0);
     HistogramSums sums = {rowsAxis_, columnsAxis_, portionHistogram_.data()};
-    kernels.histogram[type](frame, slices, scratch, sums);
+    if (gradient != nullptr)
+      kernels.histogramKeeping[type](frame, slices, scratch, sums, keptOf(slices));
+    else
+      kernels.histogram[type](frame, slices, scratch, sums);
     for (std::size_t i = 0; i < bins; ++i) histogram_[i] += portionHistogram_[i];
     count += sums.count;
   });
@@ -170,9 +216,10 @@ double MappedMetric::information(const DerivativeFrame& frame, double* gradient)
   const double value = fillSlopes();
   if (gradient == nullptr || value == RegMetric::noStatement) return value;
   const HistogramRule rule = {rowsAxis_, columnsAxis_, slopes_.data()};
-  addGradients(frame, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
-    kernels.byHistogram[type](frame, slices, scratch, rule, to);
-  });
+  addGradients(frame, gradientSize(frame.map), gradient,
+               [&](const IndexSpan& slices, double* scratch, double* to) {
+                 kernels.kept(frame, slices, scratch, rule, keptOf(slices), to);
+               });
   return value;
 }
 

@@ -30,8 +30,8 @@ class MappedMetric {
   MappedMetric(RegMetricKind kind, const Volume& reference, const Volume& model,
                const BinRange& referenceBins, const BinRange& modelBins);
 
-  /// Voxels of each reference row to sample, y fastest; empty for all.
-  std::vector<IndexSpan> rows;
+  /// Limits the samples to these voxels of each reference row, y fastest.
+  void setRows(std::vector<IndexSpan> rows);
 
   /// The value, larger for a better alignment; RegMetric::noStatement without enough samples.
   /// `gradient`, if given, receives the derivatives by the controls, in the order of the controls.
@@ -45,22 +45,30 @@ class MappedMetric {
   double correlation(const DerivativeFrame& frame, double* gradient);
   double information(const DerivativeFrame& frame, double* gradient);
   double fillSlopes();
+  void countGroups();
+  KeptSamples keptOf(const IndexSpan& slices);
   template <class F>
   void forEachPortion(const DerivativeFrame& frame, F&& f);
   template <class Walk>
-  void addGradients(const DerivativeFrame& frame, double* gradient, Walk&& walk);
+  void addGradients(const DerivativeFrame& frame, std::int64_t n, double* gradient, Walk&& walk);
 
   RegMetricKind kind_;
   Volume reference_;
   Volume model_;
   HistogramAxis rowsAxis_;
   HistogramAxis columnsAxis_;
+  std::vector<IndexSpan> rows_;
   double numSamples_ = 0.0;
   std::vector<double> scratch_;
   std::vector<double> histogram_;
   std::vector<double> portionHistogram_;
   std::vector<double> portionGradient_;
   std::vector<double> slopes_;
+  std::vector<double> moments_;
+  std::vector<std::int64_t> firstGroups_;  ///< of each slice, among those that it can have
+  std::vector<KeptGroup> groups_;
+  std::vector<int> groupsX_;
+  std::vector<int> rowCounts_;
 };
 
 }  // namespace voxreg::detail

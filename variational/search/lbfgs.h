@@ -12,11 +12,11 @@ namespace voxreg::detail {
 class Lbfgs {
  public:
   struct Options {
-    int pairs = 8;            ///< moves that are remembered
+    int pairs = 8;  ///< moves that are remembered
     int mostIterations = 100;
-    double firstMove = 1.0;   ///< largest change of a parameter in the first move
+    double firstMove = 1.0;      ///< largest change of a parameter in the first move
     double relativeGain = 5e-6;  ///< ends when the mean of the last four gains is below it
-    int mostTrials = 12;      ///< of one line search
+    int mostTrials = 12;         ///< of one line search
   };
 
   struct Summary {
@@ -27,7 +27,8 @@ class Lbfgs {
   };
 
   /// The value at `x`, and the gradient.
-  using Function = std::function<double(const std::vector<double>& x, std::vector<double>& gradient)>;
+  using Function =
+      std::function<double(const std::vector<double>& x, std::vector<double>& gradient)>;
 
   /// Asked after each iteration; false ends the search.
   using GoesOn = std::function<bool(int iteration, double value)>;
