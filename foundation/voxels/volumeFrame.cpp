@@ -29,6 +29,12 @@ NmBox3i allVoxels(const NmVec3i& dims) {
 VolumeFrame::VolumeFrame(const VlData& volume)
     : dims(dimsOf(volume)), box(boxOf(volume)), voxelSize(volume.voxelSpacing()) {}
 
+VolumeFrame::VolumeFrame(const NmVec3i& voxels, const NmBox3f& throughCentres)
+    : dims(voxels),
+      box(throughCentres),
+      voxelSize(box.getVoxelSize(NmVec3f(static_cast<float>(voxels.x), static_cast<float>(voxels.y),
+                                         static_cast<float>(voxels.z)))) {}
+
 NmVec3f VolumeFrame::centre() const {
   return {0.5f * (box.xmin + box.xmax), 0.5f * (box.ymin + box.ymax), 0.5f * (box.zmin + box.zmax)};
 }

@@ -25,6 +25,7 @@ struct VolumeFrame {
   NmVec3f voxelSize;  ///< extent / (n - 1), and the extent itself for one voxel
 
   explicit VolumeFrame(const VlData& volume);
+  VolumeFrame(const NmVec3i& voxels, const NmBox3f& throughCentres);
 
   NmVec3f centre() const;
 

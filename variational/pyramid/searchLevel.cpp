@@ -1,0 +1,133 @@
+#include "variational/pyramid/searchLevel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "variational/pyramid/body.h"
+#include "variational/pyramid/cubicDoubling.h"
+
+namespace voxreg::detail {
+namespace {
+
+constexpr int leastVoxels = 8;  // along an axis of a reduced volume
+
+/// Voxels of the doubled model. Doubling takes the blur out of trilinear samples, and eight times
+/// the memory; on finer volumes it gains little (docs/searches.md).
+constexpr std::int64_t mostDoubled = 24'000'000;
+
+const NmVec3i fullResolution(1, 1, 1);
+
+bool isFull(const NmVec3i& factors) {
+  return factors == fullResolution;
+}
+
+NmVec3i factorsFor(const VolumeFrame& volume, double voxelSize) {
+  constexpr double slack = 1.2;  // voxels that are a little larger will do (empirical)
+  NmVec3i factors = fullResolution;
+  for (int a = 0; a < 3; ++a)
+    while (2 * factors[a] * static_cast<double>(volume.voxelSize[a]) <= slack * voxelSize &&
+           volume.dims[a] / (2 * factors[a]) >= leastVoxels)
+      factors[a] *= 2;
+  return factors;
+}
+
+double finestVoxel(const VolumeFrame& volume) {
+  double finest = 0.0;
+  for (int a = 0; a < 3; ++a) {
+    const auto size = static_cast<double>(volume.voxelSize[a]);
+    if (volume.dims[a] > 1 && (finest == 0.0 || size < finest)) finest = size;
+  }
+  return finest;
+}
+
+/// The values of a level that count.
+ValueRange rangeOf(const std::vector<float>& voxels) {
+  float low = 0.0f;
+  float high = 0.0f;
+  bool isFirst = true;
+  for (const float value : voxels) {
+    if (!std::isfinite(value)) continue;
+    low = isFirst ? value : std::min(low, value);
+    high = isFirst ? value : std::max(high, value);
+    isFirst = false;
+  }
+  return {static_cast<double>(low), static_cast<double>(high)};
+}
+
+BinRange binsOf(const std::optional<ValueRange>& asked, const std::vector<float>& voxels,
+                int bins) {
+  const ValueRange range = asked ? *asked : rangeOf(voxels);
+  return {range.low, range.high, bins};
+}
+
+/// Of the values that count; 1 if they are all equal.
+double varianceOf(const std::vector<float>& voxels) {
+  double count = 0.0;
+  double sum = 0.0;
+  double squares = 0.0;
+  for (const float value : voxels) {
+    if (!std::isfinite(value)) continue;
+    const auto v = static_cast<double>(value);
+    count += 1.0;
+    sum += v;
+    squares += v * v;
+  }
+  const double variance = count > 0.0 ? (squares - sum * sum / count) / count : 0.0;
+  return variance > 0.0 ? variance : 1.0;
+}
+
+std::int64_t doubledCount(const NmVec3i& dims) {
+  std::int64_t count = 1;
+  for (int a = 0; a < 3; ++a) count *= 2 * std::int64_t{dims[a]} - 1;
+  return count;
+}
+
+MappedMetric::Volume volumeOf(const LevelVolume& level) {
+  return {level.voxels.data(), voxelTypeIndex<float>, level.frame};
+}
+
+}  // namespace
+
+std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const VolumeFrame& model,
+                                       int largest) {
+  std::vector<LevelFactors> levels;
+  const double finest = finestVoxel(reference);
+  for (int reduction = largest; reduction > 1; reduction /= 2) {
+    const LevelFactors factors = {factorsFor(reference, reduction * finest),
+                                  factorsFor(model, reduction * finest)};
+    const bool isCoarser = levels.empty() || !(levels.back().reference == factors.reference);
+    if (isCoarser && !isFull(factors.reference)) levels.push_back(factors);
+  }
+  levels.push_back({fullResolution, factorsFor(model, finest)});
+  return levels;
+}
+
+SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& model,
+                         const LevelFactors& factors, const Comparison& comparison)
+    : reference_(reducedVolume(reference, factors.reference)),
+      model_(reducedVolume(model, factors.model)),
+      modelFrame_(model_.frame),
+      metricOfChance_(comparison.metric == RegMetricNormMutualInformation ? 1.0 : 0.0) {
+  const BinRange referenceBins =
+      binsOf(comparison.referenceRange, reference_.voxels, comparison.bins);
+  const BinRange modelBins = binsOf(comparison.modelRange, model_.voxels, comparison.bins);
+  if (comparison.nearBodyOnly) skipFarFromBody(bodyThreshold(reference_), reference_);
+  if (comparison.metric == RegMetricMeanSquaredDifference)
+    metricUnit_ = varianceOf(reference_.voxels);
+  const bool isFinest = isFull(factors.reference);
+  if (isFinest && doubledCount(modelFrame_.dims) <= mostDoubled) {
+    model_ = doubledVolume(model_);
+    modelFrame_ = model_.frame;
+  }
+  const bool isItself = isFinest && isFull(factors.model) && model.mask == nullptr &&
+                        modelFrame_.dims == model.frame.dims;
+  if (isItself) model_.voxels = std::vector<float>();
+  metric_.emplace(
+      comparison.metric, volumeOf(reference_),
+      isItself ? MappedMetric::Volume{model.voxels, model.type, model.frame} : volumeOf(model_),
+      referenceBins, modelBins);
+  metric_->setRows(countingSpans(reference_));
+}
+
+}  // namespace voxreg::detail

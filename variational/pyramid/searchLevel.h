@@ -1,0 +1,67 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "variational/objective/mappedMetric.h"
+#include "variational/pyramid/levelVolume.h"
+
+namespace voxreg::detail {
+
+/// Values from `low` to `high`.
+struct ValueRange {
+  double low;
+  double high;
+};
+
+/// How two volumes are compared.
+struct Comparison {
+  RegMetricKind metric = RegMetricNormMutualInformation;
+  int bins = 32;                                  ///< on each side of a histogram
+  std::optional<ValueRange> referenceRange = {};  ///< of a histogram; none: all values
+  std::optional<ValueRange> modelRange = {};
+  bool nearBodyOnly = true;  ///< skips reference voxels that are far from the body
+};
+
+/// The reduction of each volume on the levels of a search, coarse to fine.
+struct LevelFactors {
+  NmVec3i reference;
+  NmVec3i model;
+};
+
+/// Reductions to voxels of `largest` times the finest voxel size of the reference, then half as
+/// much and so on, to full resolution. Along each axis voxels are reduced as long as they are not
+/// larger than that and at least `leastVoxels` of them remain.
+std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const VolumeFrame& model,
+                                       int largest);
+
+/// A pair of volumes on one level, and their metric.
+class SearchLevel {
+ public:
+  SearchLevel(const SearchVolume& reference, const SearchVolume& model, const LevelFactors& factors,
+              const Comparison& comparison);
+
+  SearchLevel(const SearchLevel&) = delete;
+  SearchLevel& operator=(const SearchLevel&) = delete;
+
+  const VolumeFrame& referenceFrame() const { return reference_.frame; }
+  const VolumeFrame& modelFrame() const { return modelFrame_; }
+  MappedMetric& metric() { return *metric_; }
+
+  /// What the metric is measured in: the variance of the reference's values for squared
+  /// differences, otherwise 1.
+  double metricUnit() const { return metricUnit_; }
+
+  /// The metric of unrelated volumes, which relative gains are counted from.
+  double metricOfChance() const { return metricOfChance_; }
+
+ private:
+  LevelVolume reference_;
+  LevelVolume model_;  ///< without voxels if the volume itself is used
+  VolumeFrame modelFrame_;
+  double metricUnit_ = 1.0;
+  double metricOfChance_;
+  std::optional<MappedMetric> metric_;
+};
+
+}  // namespace voxreg::detail

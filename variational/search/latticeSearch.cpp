@@ -1,0 +1,134 @@
+#include "variational/search/latticeSearch.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "foundation/NmLogFile.h"
+#include "foundation/NmWatch.h"
+#include "metrics/RegMetric.h"
+#include "variational/objective/bendingEnergy.h"
+#include "variational/objective/tensorTables.h"
+#include "variational/search/lbfgs.h"
+#include "variational/search/searchReport.h"
+
+namespace voxreg::detail {
+namespace {
+
+constexpr int leastStages = 3;  // of the lattice, if the volumes have fewer levels
+
+/// How often the intervals along an axis are halved up to the finest lattice.
+int halvingsFor(int intervals, int most) {
+  int halvings = 0;
+  while (halvings < most && (intervals >> (halvings + 1)) >= 1) ++halvings;
+  return halvings;
+}
+
+/// What becomes small: minus the metric plus the weighed bending energy, by the lattice's values.
+class LatticeObjective {
+ public:
+  LatticeObjective(SearchLevel& level, const NmMat4d& referenceToModel,
+                   const ControlLattice& lattice, double bending)
+      : level_(level),
+        referenceToModel_(referenceToModel),
+        lattice_(lattice),
+        tables_(level.referenceFrame(), lattice),
+        energy_(lattice),
+        bending_(bending) {}
+
+  double operator()(const std::vector<double>& values, std::vector<double>& gradient) {
+    lattice_.values = values;
+    tables_.setLattice(referenceToModel_, lattice_, level_.modelFrame());
+    const double metric = level_.metric().evaluate(tables_.map(), gradient.data());
+    if (metric == RegMetric::noStatement) {
+      std::fill(gradient.begin(), gradient.end(), 0.0);
+      return std::numeric_limits<double>::infinity();
+    }
+    const double unit = level_.metricUnit();
+    const std::size_t n = values.size() / 3;
+    for (int c = 0; c < 3; ++c) {
+      const double byVoxel = -1.0 / (unit * static_cast<double>(level_.modelFrame().voxelSize[c]));
+      for (std::size_t i = 0; i < n; ++i) gradient[static_cast<std::size_t>(c) * n + i] *= byVoxel;
+    }
+    return bending_ * energy_.evaluate(values, bending_, gradient.data()) -
+           (metric - level_.metricOfChance()) / unit;
+  }
+
+ private:
+  SearchLevel& level_;
+  NmMat4d referenceToModel_;
+  ControlLattice lattice_;
+  TensorTables tables_;
+  BendingEnergy energy_;
+  double bending_;
+};
+
+}  // namespace
+
+ControlLattice latticeOver(const VolumeFrame& reference, double spacing, int halvings) {
+  constexpr int mostIntervals = 256;
+  constexpr double leastVoxels = 2.0;
+  ControlLattice lattice;
+  for (int a = 0; a < 3; ++a) {
+    const double low = static_cast<double>(reference.box.min(a));
+    const double extent = static_cast<double>(reference.box.max(a)) - low;
+    const double size = static_cast<double>(reference.voxelSize[a]);
+    if (reference.dims[a] == 1 || !(extent > 0.0)) {
+      lattice.intervals[a] = 1;
+      lattice.spacing[a] = extent > 0.0 ? extent : 1.0;
+      lattice.origin[a] = low;
+      continue;
+    }
+    const double wanted = std::max({spacing, leastVoxels * size, extent / mostIntervals});
+    const int needed = static_cast<int>(std::ceil(extent / wanted - 1e-3));
+    const int unit = 1 << halvingsFor(needed, halvings);
+    lattice.intervals[a] = (std::max(needed, 1) + unit - 1) / unit * unit;
+    lattice.spacing[a] = wanted;
+    lattice.origin[a] = low + 0.5 * (extent - lattice.intervals[a] * wanted);
+  }
+  lattice.values.assign(static_cast<std::size_t>(3 * lattice.controlCount()), 0.0);
+  return lattice;
+}
+
+ControlLattice LatticeSearch::run(Summary& summary) const {
+  const NmWatch watch(true);
+  std::vector<LevelFactors> levels = levelFactors(reference.frame, model.frame, coarsest);
+  while (static_cast<int>(levels.size()) < leastStages)
+    levels.insert(levels.begin(), levels.front());
+  const int last = static_cast<int>(levels.size()) - 1;
+  ControlLattice lattice = latticeOver(reference.frame, spacing, last);
+  NmVec3i halvings;
+  for (int a = 0; a < 3; ++a) {
+    halvings[a] = halvingsFor(lattice.intervals[a], last);
+    if (start) continue;
+    lattice.intervals[a] >>= halvings[a];
+    lattice.spacing[a] *= 1 << halvings[a];
+  }
+  lattice.values.assign(static_cast<std::size_t>(3 * lattice.controlCount()), 0.0);
+  if (start) lattice = *start;
+  for (int l = 0; l <= last && !summary.interrupted; ++l) {
+    if (l > 0 && !start)
+      lattice =
+          lattice.refined({last - l < halvings.x, last - l < halvings.y, last - l < halvings.z});
+    SearchLevel level(reference, model, levels[static_cast<std::size_t>(l)], comparison);
+    LatticeObjective objective(level, referenceToModel, lattice, bending);
+    Lbfgs::Options options;
+    options.mostIterations = mostIterations;
+    options.relativeGain = relativeGain;
+    options.firstMove = static_cast<double>(level.referenceFrame().voxelSize[0]);
+    SearchReport report(progress, l, last + 1, mostIterations);
+    const Lbfgs::Summary found = Lbfgs(options).minimise(
+        [&](const std::vector<double>& x, std::vector<double>& g) { return objective(x, g); },
+        [&](int iteration, double value) { return report.goesOn(iteration, value); },
+        lattice.values);
+    summary.evaluations += found.evaluations;
+    summary.iterations += found.iterations;
+    summary.interrupted = found.interrupted;
+  }
+  summary.seconds = static_cast<double>(watch.getTime());
+  return lattice;
+}
+
+}  // namespace voxreg::detail

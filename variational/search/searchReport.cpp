@@ -1,0 +1,32 @@
+#include "variational/search/searchReport.h"
+
+#include <algorithm>
+#include <string>
+
+#include "foundation/NmLogFile.h"
+#include "foundation/NmProgressInterface.h"
+
+namespace voxreg::detail {
+
+SearchReport::SearchReport(NmProgressInterface* progress, int level, int levels, int mostIterations)
+    : progress_(progress), level_(level + 1), mostIterations_(std::max(mostIterations, 1)) {
+  if (progress_ == nullptr) return;
+  const std::string caption =
+      "Registering at level " + std::to_string(level_) + " of " + std::to_string(levels);
+  progress_->startWorking(mostIterations_, caption);
+  progress_->setProgressInfo(caption.c_str());
+}
+
+SearchReport::~SearchReport() {
+  getTheLogInstance().printf("level %d: value %.6f", level_, value_);
+  if (progress_ != nullptr) progress_->stopWorking();
+}
+
+bool SearchReport::goesOn(int iteration, double value) {
+  value_ = value;
+  if (progress_ == nullptr) return true;
+  progress_->setProgressValue(iteration);
+  return !progress_->wasInterrupted();
+}
+
+}  // namespace voxreg::detail

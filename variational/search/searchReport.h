@@ -1,0 +1,26 @@
+#pragma once
+
+class NmProgressInterface;
+
+namespace voxreg::detail {
+
+/// The progress of one level of a search, and the host's request to stop it. Opens a task of the
+/// progress object, which may be null, and closes it in the end.
+class SearchReport {
+ public:
+  SearchReport(NmProgressInterface* progress, int level, int levels, int mostIterations);
+  ~SearchReport();
+  SearchReport(const SearchReport&) = delete;
+  SearchReport& operator=(const SearchReport&) = delete;
+
+  /// Reports an iteration. False once the host has asked to stop.
+  bool goesOn(int iteration, double value);
+
+ private:
+  NmProgressInterface* progress_;
+  int level_;
+  int mostIterations_;
+  double value_ = 0.0;
+};
+
+}  // namespace voxreg::detail
