@@ -71,16 +71,16 @@ std::int64_t TensorTables::controlCount() const {
 
 void TensorTables::setMatrix(const NmMat4d& referenceToModel, const VolumeFrame& model) {
   const NmMat4d& m = referenceToModel;
-  const std::int64_t at[4] = {1, 4, 16, 0};  // of what x, y, z and 1 are multiplied by
   for (int c = 0; c < 3; ++c) {
     double* const controls = controls_.data() + 64 * c;
     const double size = model.voxelSize[c] > 0.0f ? static_cast<double>(model.voxelSize[c]) : 1.0;
     double start = m.m[3][c];
     for (int axis = 0; axis < 3; ++axis) {
       start += static_cast<double>(reference_.box.min(axis)) * m.m[axis][c];
-      controls[at[axis]] = m.m[axis][c] * static_cast<double>(reference_.voxelSize[axis]) / size;
+      controls[axisControl[axis]] =
+          m.m[axis][c] * static_cast<double>(reference_.voxelSize[axis]) / size;
     }
-    controls[at[3]] = toVoxel(model, c, start);
+    controls[shiftControl] = toVoxel(model, c, start);
   }
 }
 

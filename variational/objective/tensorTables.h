@@ -12,6 +12,10 @@ namespace voxreg::detail {
 /// The tables behind a TensorMap from the voxels of a reference to those of a model.
 class TensorTables {
  public:
+  /// The controls of a matrix map: of the first voxel's position, and of a step along each axis.
+  static constexpr int shiftControl = 0;
+  static constexpr int axisControl[3] = {1, 4, 16};
+
   /// Of matrices.
   explicit TensorTables(const VolumeFrame& reference);
 

@@ -32,7 +32,7 @@ NmVec3i factorsFor(const VolumeFrame& volume, double voxelSize) {
   return factors;
 }
 
-double finestVoxel(const VolumeFrame& volume) {
+double finestOf(const VolumeFrame& volume) {
   double finest = 0.0;
   for (int a = 0; a < 3; ++a) {
     const auto size = static_cast<double>(volume.voxelSize[a]);
@@ -92,7 +92,7 @@ MappedMetric::Volume volumeOf(const LevelVolume& level) {
 std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const VolumeFrame& model,
                                        int largest) {
   std::vector<LevelFactors> levels;
-  const double finest = finestVoxel(reference);
+  const double finest = finestOf(reference);
   for (int reduction = largest; reduction > 1; reduction /= 2) {
     const LevelFactors factors = {factorsFor(reference, reduction * finest),
                                   factorsFor(model, reduction * finest)};
@@ -101,6 +101,10 @@ std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const Volum
   }
   levels.push_back({fullResolution, factorsFor(model, finest)});
   return levels;
+}
+
+double SearchLevel::finestVoxel() const {
+  return finestOf(reference_.frame);
 }
 
 SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& model,

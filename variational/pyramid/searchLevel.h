@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -46,6 +47,12 @@ class SearchLevel {
 
   const VolumeFrame& referenceFrame() const { return reference_.frame; }
   const VolumeFrame& modelFrame() const { return modelFrame_; }
+  double finestVoxel() const;  ///< of the reference, millimetres
+
+  /// Calls `f` with each voxel of the reference that counts.
+  template <class F>
+  void forEachCounting(F&& f) const;
+
   MappedMetric& metric() { return *metric_; }
 
   /// What the metric is measured in: the variance of the reference's values for squared
@@ -63,5 +70,15 @@ class SearchLevel {
   double metricOfChance_;
   std::optional<MappedMetric> metric_;
 };
+
+template <class F>
+void SearchLevel::forEachCounting(F&& f) const {
+  const float* value = reference_.voxels.data();
+  const NmVec3i& dims = reference_.frame.dims;
+  for (int z = 0; z < dims.z; ++z)
+    for (int y = 0; y < dims.y; ++y)
+      for (int x = 0; x < dims.x; ++x)
+        if (std::isfinite(*value++)) f(NmVec3i(x, y, z));
+}
 
 }  // namespace voxreg::detail

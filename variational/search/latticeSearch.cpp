@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <string>
 #include <utility>
@@ -92,7 +93,7 @@ ControlLattice latticeOver(const VolumeFrame& reference, double spacing, int hal
   return lattice;
 }
 
-ControlLattice LatticeSearch::run(Summary& summary) const {
+ControlLattice LatticeSearch::run(SearchSummary& summary) const {
   const NmWatch watch(true);
   std::vector<LevelFactors> levels = levelFactors(reference.frame, model.frame, coarsest);
   while (static_cast<int>(levels.size()) < leastStages)
@@ -117,15 +118,9 @@ ControlLattice LatticeSearch::run(Summary& summary) const {
     Lbfgs::Options options;
     options.mostIterations = mostIterations;
     options.relativeGain = relativeGain;
-    options.firstMove = static_cast<double>(level.referenceFrame().voxelSize[0]);
+    options.firstMove = level.finestVoxel();
     SearchReport report(progress, l, last + 1, mostIterations);
-    const Lbfgs::Summary found = Lbfgs(options).minimise(
-        [&](const std::vector<double>& x, std::vector<double>& g) { return objective(x, g); },
-        [&](int iteration, double value) { return report.goesOn(iteration, value); },
-        lattice.values);
-    summary.evaluations += found.evaluations;
-    summary.iterations += found.iterations;
-    summary.interrupted = found.interrupted;
+    summary.add(Lbfgs(options).minimise(std::ref(objective), std::ref(report), lattice.values));
   }
   summary.seconds = static_cast<double>(watch.getTime());
   return lattice;

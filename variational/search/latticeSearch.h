@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 
 #include "foundation/NmMat4d.h"
 #include "variational/ControlLattice.h"
 #include "variational/pyramid/searchLevel.h"
+#include "variational/search/searchSummary.h"
 
 class NmProgressInterface;
 
@@ -14,13 +14,6 @@ namespace voxreg::detail {
 /// The search for a smooth map from a reference to a model, both in their own frames: a matrix that
 /// stays, and displacements by a lattice that is refined from level to level.
 struct LatticeSearch {
-  struct Summary {
-    std::int64_t evaluations = 0;  ///< of value and gradient
-    int iterations = 0;
-    double seconds = 0.0;
-    bool interrupted = false;
-  };
-
   SearchVolume reference;
   SearchVolume model;
   NmMat4d referenceToModel;                  ///< from frame to frame, row vectors
@@ -28,14 +21,14 @@ struct LatticeSearch {
 
   Comparison comparison = {};
   double spacing = 16.0;  ///< of the finest lattice, millimetres
-  double bending = 20.0;  ///< weight of the mean squared second derivatives, mm^2 of the metric
-  double relativeGain = 5e-6;
+  double bending = 30.0;  ///< weight of the mean squared second derivatives, mm^2 of the metric
+  double relativeGain = 1e-4;
   int mostIterations = 100;  ///< on each level
   int coarsest = 4;          ///< reduction on the first level
   NmProgressInterface* progress = nullptr;
 
   /// Searches from coarse to fine. An interruption leaves the best lattice so far.
-  ControlLattice run(Summary& summary) const;
+  ControlLattice run(SearchSummary& summary) const;
 };
 
 /// A lattice over the reference, somewhat larger than it so that the intervals have the spacing

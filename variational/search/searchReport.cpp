@@ -22,7 +22,7 @@ SearchReport::~SearchReport() {
   if (progress_ != nullptr) progress_->stopWorking();
 }
 
-bool SearchReport::goesOn(int iteration, double value) {
+bool SearchReport::operator()(int iteration, double value) {
   value_ = value;
   if (progress_ == nullptr) return true;
   progress_->setProgressValue(iteration);

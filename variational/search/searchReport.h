@@ -14,7 +14,7 @@ class SearchReport {
   SearchReport& operator=(const SearchReport&) = delete;
 
   /// Reports an iteration. False once the host has asked to stop.
-  bool goesOn(int iteration, double value);
+  bool operator()(int iteration, double value);
 
  private:
   NmProgressInterface* progress_;
