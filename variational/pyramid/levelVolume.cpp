@@ -3,33 +3,51 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 #include "functional/kernels/walk.h"
 
 namespace voxreg::detail {
 namespace {
 
-/// Sums and counts of the blocks along one row of blocks.
-struct BlockRow {
-  std::vector<double> sums;
-  std::vector<float> counts;
+constexpr double largestNumber = std::numeric_limits<double>::max();
+
+/// Sums over the rows of voxels that a row of blocks takes.
+struct RowSums {
+  std::vector<double> values;
+  std::vector<float> counts;  ///< of voxels that count
 };
 
-/// Adds one row of voxels.
+/// Adds one row of voxels; `mask` may be null.
 template <class T>
-void addRow(const T* voxels, const unsigned char* mask, int factor, BlockRow& row) {
-  std::int64_t at = 0;
-  for (std::size_t block = 0; block < row.sums.size(); ++block) {
-    double sum = 0.0;
-    float count = 0.0f;
-    for (int i = 0; i < factor; ++i, ++at) {
-      const auto value = static_cast<double>(voxels[at]);
-      const bool counts = std::isfinite(value) && (mask == nullptr || mask[at] != 0);
-      sum += counts ? value : 0.0;
-      count += counts ? 1.0f : 0.0f;
+void addRow(const T* voxels, const unsigned char* mask, RowSums& row) {
+  const std::size_t n = row.values.size();
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto value = static_cast<double>(voxels[i]);
+    const bool counts = std::is_integral_v<T> || std::abs(value) <= largestNumber;
+    row.values[i] += counts ? value : 0.0;
+    row.counts[i] += counts ? 1.0f : 0.0f;
+  }
+  for (std::size_t i = 0; i < n && mask != nullptr; ++i)
+    if (mask[i] == 0 && std::abs(static_cast<double>(voxels[i])) <= largestNumber) {
+      row.values[i] -= static_cast<double>(voxels[i]);
+      row.counts[i] -= 1.0f;
     }
-    row.sums[block] += sum;
-    row.counts[block] += count;
+}
+
+/// The means of a row of blocks.
+void takeMeans(const RowSums& row, int factor, int blocks, float* out) {
+  const double* value = row.values.data();
+  const float* count = row.counts.data();
+  for (int block = 0; block < blocks; ++block) {
+    double sum = 0.0;
+    float number = 0.0f;
+    for (int i = 0; i < factor; ++i) {
+      sum += *value++;
+      number += *count++;
+    }
+    out[block] = number > 0.0f ? static_cast<float>(sum / static_cast<double>(number))
+                               : std::numeric_limits<float>::quiet_NaN();
   }
 }
 
@@ -37,22 +55,21 @@ template <class T>
 void reduce(const SearchVolume& volume, const NmVec3i& factors, LevelVolume& level) {
   const NmVec3i& dims = volume.frame.dims;
   const NmVec3i& blocks = level.frame.dims;
-  const auto along = static_cast<std::size_t>(blocks.x);
+  const auto n = static_cast<std::size_t>(blocks.x * factors.x);
+  RowSums row;
   float* out = level.voxels.data();
   for (int z = 0; z < blocks.z; ++z)
-    for (int y = 0; y < blocks.y; ++y) {
-      BlockRow row = {std::vector<double>(along, 0.0), std::vector<float>(along, 0.0f)};
+    for (int y = 0; y < blocks.y; ++y, out += blocks.x) {
+      row.values.assign(n, 0.0);
+      row.counts.assign(n, 0.0f);
       for (int k = 0; k < factors.z; ++k)
         for (int j = 0; j < factors.y; ++j) {
           const std::int64_t first =
               dims.x * (y * factors.y + j + std::int64_t{dims.y} * (z * factors.z + k));
           addRow(static_cast<const T*>(volume.voxels) + first,
-                 volume.mask != nullptr ? volume.mask + first : nullptr, factors.x, row);
+                 volume.mask != nullptr ? volume.mask + first : nullptr, row);
         }
-      for (std::size_t block = 0; block < along; ++block)
-        *out++ = row.counts[block] > 0.0f
-                     ? static_cast<float>(row.sums[block] / static_cast<double>(row.counts[block]))
-                     : std::numeric_limits<float>::quiet_NaN();
+      takeMeans(row, factors.x, blocks.x, out);
     }
 }
 

@@ -83,6 +83,15 @@ std::int64_t doubledCount(const NmVec3i& dims) {
   return count;
 }
 
+constexpr std::int64_t mostDense = 2'000'000;  // voxels
+
+void thinOut(const NmVec3i& dims, std::vector<IndexSpan>& spans) {
+  std::size_t row = 0;
+  for (int z = 0; z < dims.z; ++z)
+    for (int y = 0; y < dims.y; ++y, ++row)
+      if (y % 2 != 0 || z % 2 != 0) spans[row].end = spans[row].first;
+}
+
 MappedMetric::Volume volumeOf(const LevelVolume& level) {
   return {level.voxels.data(), voxelTypeIndex<float>, level.frame};
 }
@@ -108,7 +117,7 @@ double SearchLevel::finestVoxel() const {
 }
 
 SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& model,
-                         const LevelFactors& factors, const Comparison& comparison)
+                         const LevelFactors& factors, const Comparison& comparison, bool isSparse)
     : reference_(reducedVolume(reference, factors.reference)),
       model_(reducedVolume(model, factors.model)),
       modelFrame_(model_.frame),
@@ -131,7 +140,10 @@ SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& mode
       comparison.metric, volumeOf(reference_),
       isItself ? MappedMetric::Volume{model.voxels, model.type, model.frame} : volumeOf(model_),
       referenceBins, modelBins);
-  metric_->setRows(countingSpans(reference_));
+  std::vector<IndexSpan> spans = countingSpans(reference_);
+  if (isSparse && voxelCount(reference_.frame.dims) > mostDense)
+    thinOut(reference_.frame.dims, spans);
+  metric_->setRows(std::move(spans));
 }
 
 }  // namespace voxreg::detail

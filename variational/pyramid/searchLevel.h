@@ -39,8 +39,10 @@ std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const Volum
 /// A pair of volumes on one level, and their metric.
 class SearchLevel {
  public:
+  /// `isSparse` samples only every other row and slice of a large reference, which is plenty for
+  /// the few parameters of a matrix.
   SearchLevel(const SearchVolume& reference, const SearchVolume& model, const LevelFactors& factors,
-              const Comparison& comparison);
+              const Comparison& comparison, bool isSparse = false);
 
   SearchLevel(const SearchLevel&) = delete;
   SearchLevel& operator=(const SearchLevel&) = delete;
