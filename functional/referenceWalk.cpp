@@ -78,7 +78,7 @@ ReferenceWalk::ReferenceWalk(const WalkFrame& frame, const RegNonAffineTransform
                              const GridSteps& steps) {
   setFrame(frame, frame.box);
   const NmBox3f& box = grid.referenceBox;
-  BrickGrid& bricks = walk.grid;
+  WalkedBricks& bricks = walk.grid;
   bricks.coefficients = grid.coefficients.data;
   for (int axis = 0; axis < 3; ++axis) {
     bricks.numBricks[axis] = grid.numBricks[axis];

@@ -36,7 +36,8 @@ class Counts {
   std::vector<std::int64_t> counts_ = std::vector<std::int64_t>(0x10000);
 };
 
-void forEachKey(VlData& volume, const std::function<void(std::uint32_t key)>& visit) {
+template <class Visit>
+void forEachKey(VlData& volume, const Visit& visit) {
   const std::int64_t nx = volume.dims().x;
   (void)forEachRow(volume, [&](std::int64_t, std::int64_t, const float* row) {
     for (std::int64_t x = 0; x < nx; ++x)

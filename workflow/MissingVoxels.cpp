@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
+#include <utility>
 
 #include "foundation/NmException.h"
 #include "workflow/sampling/voxelSpans.h"
@@ -16,12 +18,33 @@ bool isMissing(T value) {
   return std::is_floating_point_v<T> && !std::isfinite(static_cast<float>(value));
 }
 
+/// Of at least one voxel. Plain comparisons, which compilers vectorise.
+template <class T>
+std::pair<T, T> extremesOf(std::span<const T> voxels) {
+  T smallest = voxels.front();
+  T largest = smallest;
+  for (const T value : voxels) {
+    smallest = value < smallest ? value : smallest;
+    largest = value > largest ? value : largest;
+  }
+  return {smallest, largest};
+}
+
+bool canMiss(const Image& volume) {
+  return volume.type() == NmPrimType::Float || volume.type() == NmPrimType::Double;
+}
+
 }  // namespace
 
 std::optional<ValueRange> finiteRange(const Image& volume) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   ValueRange range = {infinity, -infinity};
-  (void)detail::withVoxels(volume, [&](const auto& voxels) {
+  (void)detail::withVoxels(volume, [&]<class T>(std::span<const T> voxels) {
+    if constexpr (std::is_integral_v<T>) {
+      const auto [smallest, largest] = extremesOf(voxels);
+      range = {static_cast<double>(smallest), static_cast<double>(largest)};
+      return;
+    }
     for (const auto value : voxels) {
       if (isMissing(value)) continue;
       range.smallest = std::min(range.smallest, static_cast<double>(value));
@@ -34,6 +57,7 @@ std::optional<ValueRange> finiteRange(const Image& volume) {
 
 std::int64_t countMissing(const Image& volume) {
   std::int64_t count = 0;
+  if (!canMiss(volume)) return count;
   (void)detail::withVoxels(volume, [&](const auto& voxels) {
     count = std::count_if(voxels.begin(), voxels.end(), [](auto v) { return isMissing(v); });
   });
@@ -41,8 +65,9 @@ std::int64_t countMissing(const Image& volume) {
 }
 
 Image withMissingFilled(const Image& volume) {
+  if (countMissing(volume) == 0) return volume;
   const std::optional<ValueRange> range = finiteRange(volume);
-  if (!range || countMissing(volume) == 0) return volume;
+  if (!range) return volume;
   Image filled = Image::allocate(volume.type(), volume.dims(), volume.voxelToWorld());
   const NmHandle<VlDataAccess> access = filled.volume()->lock(true);
   if (access == nullptr) return volume;

@@ -1,6 +1,7 @@
 #include "workflow/Overlap.h"
 
-#include <cmath>
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 
 #include "workflow/PointMap.h"
@@ -27,6 +28,10 @@ class Variation {
   bool seen_ = false;
   bool found_ = false;
 };
+
+std::int64_t nearest(double voxel) {
+  return static_cast<std::int64_t>(voxel + 0.5);
+}
 
 }  // namespace
 
@@ -64,13 +69,14 @@ Overlap overlapOf(const Image& reference, const Image& model, const Transform& t
         [&](std::int64_t y, std::int64_t z, const std::vector<NmVec3d>& places,
             const std::vector<char>& hasValue) {
           total += static_cast<std::int64_t>(places.size());
+          count += std::count(hasValue.begin(), hasValue.end(), char{1});
+          if (ofReference.found() && ofModel.found()) return;
           (void)access->row(-1, y, z, line.data());
           for (std::size_t x = 0; x < places.size(); ++x) {
             if (hasValue[x] == 0) continue;
-            ++count;
             const NmVec3d& at = places[x];
             const std::int64_t i =
-                std::lround(at.x) + dims.x * (std::lround(at.y) + dims.y * std::lround(at.z));
+                nearest(at.x) + dims.x * (nearest(at.y) + dims.y * nearest(at.z));
             ofReference.see(static_cast<double>(line[x]));
             ofModel.see(static_cast<double>(voxels[static_cast<std::size_t>(i)]));
           }

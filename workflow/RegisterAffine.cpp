@@ -5,6 +5,7 @@
 #include "workflow/PointMap.h"
 #include "workflow/refusal.h"
 #include "workflow/search/affineRuns.h"
+#include "workflow/search/derivativeRuns.h"
 #include "workflow/search/information.h"
 #include "workflow/search/judgement.h"
 #include "workflow/search/metricProbe.h"
@@ -50,6 +51,9 @@ void find(const Image& reference, const Image& model, const AffineOptions& optio
   requireSettings(task.metric);
   requireSettings(task.search);
   requireSettings(task.levels);
+  const bool isExact = usesExactDerivatives(task.search);
+  if (!isExact && (options.masks.reference || options.masks.model))
+    throw Refusal("masks need the search by exact derivatives");
   const NmMat4d given = givenMatrix(options.start);
   found.transform = Transform::fromModelToReference(given);
   const SearchedPair pair = searchedPair(reference, model);
@@ -61,7 +65,11 @@ void find(const Image& reference, const Image& model, const AffineOptions& optio
   MetricProbe probe(pair.reference, pair.model, task.metric, task.search, fullResolution);
   task.start =
       options.start ? given : chooseStart(options.startRule, pair, task.metric, progress, found);
-  const NmMat4d matrix = searchMatrix(pair, task, progress, found);
+  const NmMat4d matrix =
+      isExact ? searchMatrixByDerivatives(
+                    pair, CountingPair(reference, model, pair, options.masks, task.metric), task,
+                    progress, found)
+              : searchMatrix(pair, task, progress, found);
   found.transform = Transform::fromModelToReference(matrix);
   found.metricBefore = probe.at(worldToFrames(given, pair.reference, pair.model));
   found.metricAfter = probe.at(worldToFrames(matrix, pair.reference, pair.model));

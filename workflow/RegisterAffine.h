@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "workflow/Image.h"
+#include "workflow/Masks.h"
 #include "workflow/MetricOptions.h"
 #include "workflow/Progress.h"
 #include "workflow/Registration.h"
@@ -22,6 +23,7 @@ struct AffineOptions {
   StartRule startRule = StartRule::best;
   std::optional<Transform> start = {};  ///< a matrix, instead of `startRule`
   MetricOptions metric = {};
+  Masks masks = {};  ///< for the search by exact derivatives only
   SearchOptions search = {};
   LevelOptions levels = {};
   ProgressCallback progress = {};

@@ -52,6 +52,8 @@ void find(const Image& reference, const Image& model, const NonAffineOptions& op
   BrickTask task = {options.metric, options.search, {}, {}};
   requireSettings(task.metric);
   requireSettings(task.search);
+  if (task.search.search == Search::exactDerivatives)
+    throw Refusal("a grid of bricks has no search by exact derivatives");
   const NmMat4d given = givenMatrix(options.start);
   found.transform = Transform::fromModelToReference(given);
   const SearchedPair pair = searchedPair(reference, model);

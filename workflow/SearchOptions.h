@@ -8,7 +8,8 @@ namespace voxreg {
 
 /// The search method.
 enum class Search {
-  quasiNewton,
+  exactDerivatives,  ///< quasi-Newton method with exact derivatives, of matrices
+  quasiNewton,       ///< with derivatives by differences
   conjugateGradient,
   bestDirection,
   aggressiveDirection,
@@ -23,7 +24,9 @@ struct StepRange {
 };
 
 struct SearchOptions {
-  Search search = Search::quasiNewton;
+  /// None: exact derivatives for a matrix, unless an option here belongs to the other searches, and
+  /// otherwise the quasi-Newton search.
+  std::optional<Search> search = {};
   std::optional<StepRange> steps = {};  ///< none: depends on the search
   int gradientLevels = 0;  ///< number of finest levels that use the quasi-Newton search
   /// Relative gain of a line below which gradient searches stop; none: depends on the metric.

@@ -80,14 +80,14 @@ class BrickPositions {
   }
 
   BrickPlace layerOf(int z) const {
-    const BrickGrid& grid = walk_.grid;
+    const WalkedBricks& grid = walk_.grid;
     double w = (z * walk_.step[2][2] + walk_.start[2] - grid.zMin) / grid.zExtent;
     w = w < 0.0 ? 0.0 : w > 1.0 ? 1.0 : w;
     return placeInBricks(grid.numBricks[2] * w, grid.numBricks[2]);
   }
 
   const double* coefficientsOf(int i, int j, int layer) const {
-    const BrickGrid& grid = walk_.grid;
+    const WalkedBricks& grid = walk_.grid;
     const std::int64_t brick =
         i + grid.touched[0].first +
         static_cast<std::int64_t>(grid.numBricks[0]) *
@@ -96,7 +96,7 @@ class BrickPositions {
   }
 
   void evaluate(int z) {
-    const BrickGrid& grid = walk_.grid;
+    const WalkedBricks& grid = walk_.grid;
     const BrickPlace layer = layerOf(z);
     for (int j = 0; j < countOf(grid.touched[1]); ++j)
       for (int i = 0; i < countOf(grid.touched[0]); ++i) {

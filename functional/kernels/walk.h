@@ -34,7 +34,7 @@ struct IndexSpan {
 };
 
 /// A grid of bricks as a source of positions.
-struct BrickGrid {
+struct WalkedBricks {
   const double* coefficients;
   int numBricks[3];
   double offset[3];  ///< from world units to model voxels: (position + offset) * scale
@@ -67,7 +67,7 @@ struct WalkFrame {
 /// A walk as the kernels see it, with its box inside the reference.
 struct Walk : WalkFrame {
   double rowStep[3];  ///< approximate distance of the next row, in model voxels; only a hint
-  BrickGrid grid;     ///< for a walk through bricks, unused otherwise
+  WalkedBricks grid;  ///< for a walk through bricks, unused otherwise
   double* kept;       ///< keptDoubles for each voxel of a row, aligned to 64 bytes
   double*
       stages;  ///< for a walk through bricks: stageDoubles for the touched bricks, aligned likewise

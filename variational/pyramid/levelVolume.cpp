@@ -73,6 +73,8 @@ void reduce(const SearchVolume& volume, const NmVec3i& factors, LevelVolume& lev
     }
 }
 
+}  // namespace
+
 VolumeFrame reducedFrame(const VolumeFrame& frame, const NmVec3i& factors) {
   NmVec3i dims;
   float box[6];
@@ -86,8 +88,6 @@ VolumeFrame reducedFrame(const VolumeFrame& frame, const NmVec3i& factors) {
   }
   return {dims, NmBox3f(box[0], box[1], box[2], box[3], box[4], box[5])};
 }
-
-}  // namespace
 
 std::int64_t voxelCount(const NmVec3i& dims) {
   return std::int64_t{dims.x} * dims.y * dims.z;

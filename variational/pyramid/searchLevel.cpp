@@ -42,7 +42,7 @@ double finestOf(const VolumeFrame& volume) {
 }
 
 /// The values of a level that count.
-ValueRange rangeOf(const std::vector<float>& voxels) {
+HistogramRange rangeOf(const std::vector<float>& voxels) {
   float low = 0.0f;
   float high = 0.0f;
   bool isFirst = true;
@@ -55,9 +55,9 @@ ValueRange rangeOf(const std::vector<float>& voxels) {
   return {static_cast<double>(low), static_cast<double>(high)};
 }
 
-BinRange binsOf(const std::optional<ValueRange>& asked, const std::vector<float>& voxels,
+BinRange binsOf(const std::optional<HistogramRange>& asked, const std::vector<float>& voxels,
                 int bins) {
-  const ValueRange range = asked ? *asked : rangeOf(voxels);
+  const HistogramRange range = asked ? *asked : rangeOf(voxels);
   return {range.low, range.high, bins};
 }
 
@@ -109,6 +109,18 @@ std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const Volum
     if (isCoarser && !isFull(factors.reference)) levels.push_back(factors);
   }
   levels.push_back({fullResolution, factorsFor(model, finest)});
+  return levels;
+}
+
+std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const VolumeFrame& model,
+                                       const NmVec3i& coarsest) {
+  std::vector<LevelFactors> levels;
+  for (NmVec3i factors = coarsest; !isFull(factors);) {
+    const VolumeFrame reduced = reducedFrame(reference, factors);
+    levels.push_back({factors, factorsFor(model, finestOf(reduced))});
+    for (int a = 0; a < 3; ++a) factors[a] = std::max(factors[a] / 2, 1);
+  }
+  levels.push_back({fullResolution, factorsFor(model, finestOf(reference))});
   return levels;
 }
 

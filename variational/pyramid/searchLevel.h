@@ -10,7 +10,7 @@
 namespace voxreg::detail {
 
 /// Values from `low` to `high`.
-struct ValueRange {
+struct HistogramRange {
   double low;
   double high;
 };
@@ -18,9 +18,9 @@ struct ValueRange {
 /// How two volumes are compared.
 struct Comparison {
   RegMetricKind metric = RegMetricNormMutualInformation;
-  int bins = 32;                                  ///< on each side of a histogram
-  std::optional<ValueRange> referenceRange = {};  ///< of a histogram; none: all values
-  std::optional<ValueRange> modelRange = {};
+  int bins = 32;                                      ///< on each side of a histogram
+  std::optional<HistogramRange> referenceRange = {};  ///< of a histogram; none: all values
+  std::optional<HistogramRange> modelRange = {};
   bool nearBodyOnly = true;  ///< skips reference voxels that are far from the body
 };
 
@@ -35,6 +35,11 @@ struct LevelFactors {
 /// larger than that and at least `leastVoxels` of them remain.
 std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const VolumeFrame& model,
                                        int largest);
+
+/// Reductions of the reference by `coarsest`, half of it and so on; the model has voxels of about
+/// the same size.
+std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const VolumeFrame& model,
+                                       const NmVec3i& coarsest);
 
 /// A pair of volumes on one level, and their metric.
 class SearchLevel {

@@ -16,7 +16,7 @@ struct MatrixSearch {
   SearchVolume model;
   NmMat4d start;  ///< reference to model, from frame to frame, row vectors
 
-  std::vector<LevelFactors> levels;   ///< coarse to fine
+  std::vector<LevelFactors> levels = {};  ///< coarse to fine
   std::vector<int> stages = {6, 12};  ///< degrees of freedom of the searches on the first level;
                                       ///< the others make the last of them only
   Comparison comparison = {};

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
 #include "foundation/NmBox.h"
 #include "foundation/NmVec.h"
 
@@ -31,5 +35,20 @@ class SampledGrid {
 
   Axis axes_[3];
 };
+
+inline bool SampledGrid::Axis::locate(double& place) const {
+  constexpr double roundingError = 1e-3;
+  const double beside = place - min;
+  if (!(perMillimetre > 0.0)) {
+    place = 0.0;
+    return std::abs(beside) <= reach;
+  }
+  const double voxel = beside * perMillimetre;
+  if (!(voxel >= -reach && voxel <= last + reach)) return false;
+  const double limited = std::clamp(voxel, 0.0, last);
+  const auto whole = static_cast<double>(static_cast<std::int64_t>(limited + 0.5));
+  place = std::abs(limited - whole) <= roundingError ? whole : limited;
+  return true;
+}
 
 }  // namespace voxreg::detail

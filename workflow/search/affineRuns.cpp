@@ -70,7 +70,7 @@ void setSearch(RegVoxelRegistration& registration, const LevelRun& run, int leve
   const int gradientLevels = search.gradientLevels - levelsAfter;
   registration.numGradientLevels = gradientLevels;
   registration.optimizerKind =
-      gradientLevels >= run.levels() ? kindOf(Search::quasiNewton) : kindOf(search.search);
+      gradientLevels >= run.levels() ? kindOf(Search::quasiNewton) : kindOf(searchByValues(search));
   registration.stepRange = run.isRefinement ? refiningSteps(search) : stepRange(search);
   registration.gradientStep =
       search.gradientTolerance.value_or(usualTolerance) * (run.isRefinement ? 100.0f : 1.0f);

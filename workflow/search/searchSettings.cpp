@@ -54,10 +54,25 @@ unsigned int kindOf(Search search) {
       return RegSearchConjugateGradients;
     case Search::bestDirection:
       return RegSearchBestDirection;
+    case Search::exactDerivatives:
     case Search::quasiNewton:
       break;
   }
   return RegSearchQuasiNewton;
+}
+
+bool usesExactDerivatives(const SearchOptions& options) {
+  const bool hasOptionsOfOthers =
+      options.steps || options.gradientLevels > 0 || options.fitSteps || options.restrictedMotion;
+  if (!options.search) return !hasOptionsOfOthers;
+  if (*options.search != Search::exactDerivatives) return false;
+  if (hasOptionsOfOthers)
+    throw Refusal("a search by exact derivatives has no steps, gradient levels or restrictions");
+  return true;
+}
+
+Search searchByValues(const SearchOptions& options) {
+  return options.search.value_or(Search::quasiNewton);
 }
 
 double valueOfChance(Metric metric) {
@@ -66,13 +81,13 @@ double valueOfChance(Metric metric) {
 
 NmVec2f stepRange(const SearchOptions& options) {
   if (options.steps) return {options.steps->largest, options.steps->smallest};
-  return followsLines(options.search) ? NmVec2f(8.0f, 1.0f) : NmVec2f(8.0f, 0.03f);
+  return followsLines(searchByValues(options)) ? NmVec2f(8.0f, 1.0f) : NmVec2f(8.0f, 0.03f);
 }
 
 NmVec2f refiningSteps(const SearchOptions& options) {
   const float smallest = stepRange(options).y;
-  return followsLines(options.search) ? NmVec2f(0.2f * smallest, 0.1f * smallest)
-                                      : NmVec2f(16.0f * smallest, smallest);
+  return followsLines(searchByValues(options)) ? NmVec2f(0.2f * smallest, 0.1f * smallest)
+                                               : NmVec2f(16.0f * smallest, smallest);
 }
 
 void requireSettings(const MetricOptions& options) {

@@ -9,6 +9,13 @@ namespace voxreg::detail {
 unsigned int kindOf(Metric metric);
 unsigned int kindOf(Search search);
 
+/// Whether a matrix is searched by exact derivatives. Throws Refusal if options contradict each
+/// other.
+bool usesExactDerivatives(const SearchOptions& options);
+
+/// The search otherwise, and for grids of bricks.
+Search searchByValues(const SearchOptions& options);
+
 /// The value for unrelated images. The mean squared difference has no such value.
 double valueOfChance(Metric metric);
 

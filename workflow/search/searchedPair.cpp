@@ -7,8 +7,6 @@
 
 namespace voxreg::detail {
 
-namespace {
-
 Image alongTheWorld(const Image& image) {
   const WorldGrid grid = image.grid();
   const VoxelOrder order = VoxelOrder::nearestToWorld(grid);
@@ -30,6 +28,8 @@ Image alongTheWorld(const Image& image) {
   if (!done) throw Refusal("an image cannot be read", Reason::Kind::failedRun);
   return result;
 }
+
+namespace {
 
 Image searched(const Image& image, const char* name) {
   if (!image) throw Refusal(std::string("the ") + name + " is empty", Reason::Kind::badImage);

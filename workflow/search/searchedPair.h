@@ -11,6 +11,9 @@ struct SearchedPair {
   Image model;
 };
 
+/// The image with the axes closest to the world's; the image itself if they are.
+Image alongTheWorld(const Image& image);
+
 /// Throws Refusal for an empty image, and NmMemoryException.
 SearchedPair searchedPair(const Image& reference, const Image& model);
 

@@ -82,8 +82,8 @@ RegVoxelRegistration makeRegistration(const Image& reference, const Image& model
       binsFor(reference, ranges[0], metric.bins), binsFor(model, ranges[1], metric.bins),
       /*coarsest=*/NmVec3i(1, 1, 1), dimensionMode, /*findCoverage=*/true, affineStages,
       nonAffineStages, /*keepCoarse=*/false, stepRange(search), search.gradientLevels,
-      search.gradientTolerance.value_or(usualTolerance), kindOf(search.search), search.fitSteps,
-      search.restrictedMotion);
+      search.gradientTolerance.value_or(usualTolerance), kindOf(searchByValues(search)),
+      search.fitSteps, search.restrictedMotion);
 }
 
 NmVec3i coarsestFactors(const Image& reference, const Image& model, const LevelOptions& settings) {

@@ -19,6 +19,7 @@ namespace {
 struct AffineOptions {
   PairOptions pair;
   StartArguments start;
+  MaskArguments masks;
   MetricArguments metric;
   SearchArguments search;
   LevelArguments levels;
@@ -46,6 +47,7 @@ void addOptions(CLI::App& command, AffineOptions& options) {
   addStartOptions(command, options.start);
   command.add_option("--truth", options.truth, "Matrix file to print the target error against");
   addStages(command, options);
+  addMaskOptions(command, options.masks);
   addMetricOptions(command, options.metric);
   addSearchOptions(command, options.search);
   addLevelOptions(command, options.levels);
@@ -71,6 +73,7 @@ NmMat4d registeredMatrix(const AffineOptions& options,
   task.stages = options.stages;
   task.startRule = startRuleOf(options.start.init);
   task.start = given;
+  task.masks = options.masks.read();
   task.metric = options.metric.options();
   task.search = options.search.options();
   task.levels = options.levels.options();
@@ -85,8 +88,10 @@ NmMat4d registeredMatrix(const AffineOptions& options,
 }
 
 int runAffine(const AffineOptions& options, const CLI::App& command) {
-  PairRun run(command, options.pair, {{"--start", options.start.file}, {"--truth", options.truth}},
-              {{"--matrix", options.matrix}}, 21.0);
+  std::vector<FileRole> inputs = options.masks.roles();
+  inputs.push_back({"--start", options.start.file});
+  inputs.push_back({"--truth", options.truth});
+  PairRun run(command, options.pair, inputs, {{"--matrix", options.matrix}}, 5.0);
   std::optional<NmMat4d> truth;
   if (!options.truth.empty()) truth = readMatrix(options.truth);
   const std::optional<voxreg::Transform> given = options.start.given();

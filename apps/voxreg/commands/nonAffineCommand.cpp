@@ -15,7 +15,7 @@ namespace host {
 namespace {
 
 struct NonAffineOptions {
-  NonAffineOptions() { search.gradientTolerance = 0.0f; }
+  NonAffineOptions() { search.optimizer = "gradient"; }
 
   PairOptions pair;
   StartArguments start;

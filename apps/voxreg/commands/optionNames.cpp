@@ -22,11 +22,10 @@ constexpr Named<Metric> metrics[] = {{"msd", Metric::meanSquaredDifference},
                                      {"nmi", Metric::normalizedMutualInformation},
                                      {"mi", Metric::mutualInformation}};
 
-constexpr Named<Search> searches[] = {{"best-neighbour", Search::bestNeighbour},
-                                      {"aggressive", Search::aggressiveDirection},
-                                      {"best-direction", Search::bestDirection},
-                                      {"gradient", Search::quasiNewton},
-                                      {"conjugate", Search::conjugateGradient}};
+constexpr Named<Search> searches[] = {
+    {"exact", Search::exactDerivatives},         {"best-neighbour", Search::bestNeighbour},
+    {"aggressive", Search::aggressiveDirection}, {"best-direction", Search::bestDirection},
+    {"gradient", Search::quasiNewton},           {"conjugate", Search::conjugateGradient}};
 
 constexpr Named<StartRule> startRules[] = {{"auto", StartRule::best},
                                            {"none", StartRule::header},

@@ -1,6 +1,7 @@
 #include "commands/pairOptions.h"
 
 #include "files/matrixFile.h"
+#include "files/niftiVolume.h"
 
 namespace host {
 
@@ -44,6 +45,19 @@ void addPairOptions(CLI::App& command, PairOptions& options) {
   addSamplingOptions(command, options.sampling);
   addForceOption(command, options.force);
   addTalkOptions(command, options.talk);
+}
+
+voxreg::Masks MaskArguments::read() const {
+  voxreg::Masks masks;
+  if (!reference.empty()) masks.reference = readNifti(reference).image;
+  if (!model.empty()) masks.model = readNifti(model).image;
+  return masks;
+}
+
+void addMaskOptions(CLI::App& command, MaskArguments& arguments) {
+  command.add_option("--reference-mask", arguments.reference,
+                     "Volume on the reference's grid (NIfTI): where it is 0, voxels do not count");
+  command.add_option("--model-mask", arguments.model, "The same for the model");
 }
 
 std::optional<voxreg::Transform> StartArguments::given() const {

@@ -5,8 +5,10 @@
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "commands/optionNames.h"
+#include "files/fileRoles.h"
 
 namespace host {
 
@@ -36,6 +38,19 @@ struct PairOptions {
   bool force = false;
 };
 
+/// The masks of a pair.
+struct MaskArguments {
+  std::string reference;
+  std::string model;
+
+  std::vector<FileRole> roles() const {
+    return {{"--reference-mask", reference}, {"--model-mask", model}};
+  }
+
+  /// Reads the files that are named. Throws HostError.
+  voxreg::Masks read() const;
+};
+
 /// The start of a search.
 struct StartArguments {
   std::string file;
@@ -51,6 +66,7 @@ void addSamplingOptions(CLI::App& command, SamplingOptions& options);
 void addTalkOptions(CLI::App& command, TalkOptions& options);
 void addForceOption(CLI::App& command, bool& force);
 void addPairOptions(CLI::App& command, PairOptions& options);
+void addMaskOptions(CLI::App& command, MaskArguments& arguments);
 void addStartOptions(CLI::App& command, StartArguments& arguments);
 
 }  // namespace host

@@ -27,7 +27,7 @@ voxreg::MetricOptions MetricArguments::options() const {
 
 voxreg::SearchOptions SearchArguments::options() const {
   voxreg::SearchOptions options;
-  options.search = searchOf(optimizer);
+  if (!optimizer.empty()) options.search = searchOf(optimizer);
   if (!steps.empty()) options.steps = {steps[0], steps[1]};
   options.gradientLevels = gradientLevels;
   if (gradientTolerance > 0.0f) options.gradientTolerance = gradientTolerance;
@@ -76,11 +76,13 @@ void addMetricOptions(CLI::App& command, MetricArguments& arguments) {
 
 void addSearchOptions(CLI::App& command, SearchArguments& arguments) {
   command
-      .add_option("--optimizer", arguments.optimizer,
-                  "Search method; best-neighbour shows no progress, and Ctrl-C stops it only "
-                  "at the end of a stage")
+      .add_option(
+          "--optimizer", arguments.optimizer,
+          "Search method: exact derivatives (matrices only), or one of those that compare "
+          "values; best-neighbour shows no progress, and Ctrl-C stops it only at the end of "
+          "a stage. An option of the latter selects gradient")
       ->check(CLI::IsMember(searchNames()))
-      ->capture_default_str();
+      ->default_str(arguments.optimizer.empty() ? "exact" : arguments.optimizer);
   command
       .add_option("--steps", arguments.steps,
                   "Largest and smallest step of the search (default: depends on the search)")
@@ -92,13 +94,11 @@ void addSearchOptions(CLI::App& command, SearchArguments& arguments) {
                   "Number of finest levels that use the gradient search")
       ->check(CLI::Range(0, 16))
       ->capture_default_str();
-  CLI::Option* const tolerance =
-      command
-          .add_option("--gradient-tolerance", arguments.gradientTolerance,
-                      "Relative gain below which gradient and conjugate searches stop")
-          ->check(numberAbove(0.0))
-          ->capture_default_str();
-  if (!(arguments.gradientTolerance > 0.0f)) tolerance->default_str("depends on the metric");
+  command
+      .add_option("--gradient-tolerance", arguments.gradientTolerance,
+                  "Relative gain below which exact, gradient and conjugate searches stop")
+      ->check(numberAbove(0.0))
+      ->default_str("depends on search and metric");
   command.add_flag("--fit-steps", arguments.fitSteps,
                    "Reduce the step of the best-direction search by a constant factor");
   command.add_flag("--restricted-motion", arguments.restrictedMotion,

@@ -20,10 +20,10 @@ struct MetricArguments {
 
 /// Settings of a search.
 struct SearchArguments {
-  std::string optimizer = "gradient";
+  std::string optimizer;  ///< empty: the registration's choice
   std::vector<float> steps;
   int gradientLevels = 0;
-  float gradientTolerance = 1e-6f;  ///< 0, where allowed: depends on the metric
+  float gradientTolerance = 0.0f;  ///< 0: depends on search and metric
   bool fitSteps = false;
   bool restrictedMotion = false;
 
