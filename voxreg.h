@@ -71,6 +71,7 @@
 #include "workflow/ImageFrame.h"
 #include "workflow/Intensity.h"
 #include "workflow/Interpolation.h"
+#include "workflow/LatticeMap.h"
 #include "workflow/MetricOptions.h"
 #include "workflow/MissingVoxels.h"
 #include "workflow/Overlap.h"

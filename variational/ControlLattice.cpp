@@ -2,12 +2,9 @@
 
 #include <algorithm>
 
-#include "variational/splineWeights.h"
+#include "variational/latticeValues.h"
 
 namespace voxreg {
-
-using detail::splineCell;
-using detail::splineWeights;
 
 namespace {
 
@@ -40,25 +37,10 @@ std::int64_t ControlLattice::controlCount() const {
 }
 
 NmVec3d ControlLattice::displacementAt(const NmVec3d& position) const {
-  int cell[3];
-  double weights[3][4];
-  for (int axis = 0; axis < 3; ++axis) {
-    double t;
-    cell[axis] = splineCell(*this, axis, position[axis], t);
-    splineWeights(t, weights[axis]);
-  }
-  NmVec3d sum;
-  for (int c = 0; c < 3; ++c)
-    for (int k = 0; k < 4; ++k)
-      for (int j = 0; j < 4; ++j)
-        for (int i = 0; i < 4; ++i) {
-          const std::int64_t at =
-              cell[0] + i +
-              controlsAlong(0) * (cell[1] + j + std::int64_t{controlsAlong(1)} * (cell[2] + k));
-          sum[c] += weights[0][i] * weights[1][j] * weights[2][k] *
-                    values[static_cast<std::size_t>(at + c * controlCount())];
-        }
-  return sum;
+  const NmVec3d point = detail::inIntervals(*this, position);
+  NmVec3d found;
+  detail::displacementsOnLine(*this, &point, 1, &found);
+  return found;
 }
 
 ControlLattice ControlLattice::refined(const NmVec3i& axes) const {
