@@ -1,5 +1,6 @@
 #include "variational/latticeDeterminants.h"
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
@@ -30,7 +31,7 @@ class CornerWalk {
           rows_[above][0].swap(rows_[above][1]);
           fill(rows_[above][1], y, z + above);
         }
-        if (y > 0) walk(y - 1, z);
+        if (y > 0) take(y - 1, z);
       }
     return range_;
   }
@@ -47,14 +48,17 @@ class CornerWalk {
 
   /// The derivative along an axis from the displacements of two neighbours.
   NmVec3d slope(int axis, const NmVec3d& from, const NmVec3d& to) const {
-    NmVec3d found = linear_[axis];
-    for (int c = 0; c < 3; ++c) found[c] += (to[c] - from[c]) * perUnit_[axis];
-    return found;
+    const NmVec3d& linear = linear_[axis];
+    const double scale = perUnit_[axis];
+    return {linear.x + (to.x - from.x) * scale, linear.y + (to.y - from.y) * scale,
+            linear.z + (to.z - from.z) * scale};
   }
 
   /// The cells between four rows. The determinant at a corner is that of the three edges that meet
-  /// there; the corners of two cells at one point share the edges along y and z.
-  void walk(int y, int z) {
+  /// there; the corners of two cells at one point share the edges along y and z. Calls
+  /// visit(determinant, x, above in y, above in z).
+  template <class Visit>
+  void walk(Visit visit) const {
     NmVec3d before[2][2];
     for (std::size_t x = 0; x < points_.size(); ++x) {
       NmVec3d alongY[2];
@@ -68,20 +72,31 @@ class CornerWalk {
           const NmVec3d area = cross(alongY[k], alongZ[j]);
           if (x > 0) {
             const NmVec3d alongX = slope(0, rows_[k][j][x - 1], rows_[k][j][x]);
-            take(dot(alongX, before[k][j]), x - 1, y + j, z + k);
-            take(dot(alongX, area), x, y + j, z + k);
+            visit(dot(alongX, before[k][j]), x - 1, j, k);
+            visit(dot(alongX, area), x, j, k);
           }
           before[k][j] = area;
         }
     }
   }
 
-  void take(double determinant, std::size_t x, int y, int z) {
-    if (determinant > range_.largest) range_.largest = determinant;
-    if (!(determinant < range_.smallest)) return;
-    range_.smallest = determinant;
-    const double at[3] = {static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)};
-    for (int a = 0; a < 3; ++a) range_.place[a] = lattice_.origin[a] + at[a] / perUnit_[a];
+  /// The cells above row y of plane z. Their places are looked for only where they matter.
+  void take(int y, int z) {
+    double low = infinity;
+    double high = -infinity;
+    walk([&](double determinant, std::size_t, int, int) {
+      low = std::min(low, determinant);
+      high = std::max(high, determinant);
+    });
+    range_.largest = std::max(range_.largest, high);
+    if (!(low < range_.smallest)) return;
+    range_.smallest = low;
+    walk([&](double determinant, std::size_t x, int j, int k) {
+      if (determinant != low) return;
+      const double at[3] = {static_cast<double>(x), static_cast<double>(y + j),
+                            static_cast<double>(z + k)};
+      for (int a = 0; a < 3; ++a) range_.place[a] = lattice_.origin[a] + at[a] / perUnit_[a];
+    });
   }
 
   static constexpr double infinity = std::numeric_limits<double>::infinity();

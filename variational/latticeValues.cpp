@@ -8,7 +8,8 @@ namespace voxreg::detail {
 
 namespace {
 
-/// Where a line runs: its intervals on y and z, and the weights of the controls around it.
+/// Where a line runs: its intervals on y and z, and six times the weights of the controls around
+/// it.
 struct LinePlace {
   int y;
   int z;
@@ -18,71 +19,86 @@ struct LinePlace {
   LinePlace(const ControlLattice& lattice, const NmVec3d& point) {
     double t;
     y = splineCell(lattice.intervals.y, point.y, t);
-    splineWeights(t, wy);
+    sixfoldWeights(t, wy);
     z = splineCell(lattice.intervals.z, point.z, t);
-    splineWeights(t, wz);
+    sixfoldWeights(t, wz);
   }
 };
+
+/// A coordinate in intervals, moved to the ends of an axis; 0 if it is not a number.
+double limited(double coordinate, double intervals) {
+  return coordinate > 0.0 ? std::min(coordinate, intervals) : 0.0;
+}
 
 constexpr int mostColumns = 32;
 
-/// Successive controls of one line, contracted along y and z: first, count, then by component.
-struct Columns {
-  int first;
-  double sums[3][mostColumns];
+/// The longest part of a line, halved again and again, whose controls fit into one set of columns.
+struct Stretch {
+  int firstCell;
+  int lastCell;
+  std::int64_t length;
 
-  Columns(const ControlLattice& lattice, const LinePlace& line, int firstColumn, int count)
-      : first(firstColumn) {
-    const std::int64_t row = lattice.controlsAlong(0);
-    const std::int64_t plane = row * lattice.controlsAlong(1);
-    const double* values = lattice.values.data() + first + row * line.y + plane * line.z;
-    for (int c = 0; c < 3; ++c, values += lattice.controlCount())
-      contract(values, row, plane, line, count, sums[c]);
-  }
-
-  NmVec3d at(int cell, const double (&w)[4]) const {
-    NmVec3d found;
-    for (int c = 0; c < 3; ++c) {
-      const double* const v = sums[c] + (cell - first);
-      found[c] = ((w[0] * v[0] + w[1] * v[1]) + w[2] * v[2]) + w[3] * v[3];
-    }
-    return found;
-  }
-
- private:
-  static void contract(const double* values, std::int64_t row, std::int64_t plane,
-                       const LinePlace& line, int count, double* sums) {
-    const double* const w = line.wz;
-    for (int i = 0; i < count; ++i) {
-      double along[4];
-      for (int j = 0; j < 4; ++j) {
-        const double* const v = values + i + row * j;
-        along[j] = ((w[0] * v[0] + w[1] * v[plane]) + w[2] * v[2 * plane]) + w[3] * v[3 * plane];
+  Stretch(int intervals, const NmVec3d* points, std::int64_t n) : length(n) {
+    double t;
+    for (;; length /= 2) {
+      double low = intervals;
+      double high = 0.0;
+      for (std::int64_t i = 0; i < length; ++i) {
+        const double x = limited(points[i].x, intervals);
+        low = std::min(low, x);
+        high = std::max(high, x);
       }
-      sums[i] = ((line.wy[0] * along[0] + line.wy[1] * along[1]) + line.wy[2] * along[2]) +
-                line.wy[3] * along[3];
+      firstCell = splineCell(intervals, low, t);
+      lastCell = splineCell(intervals, high, t);
+      if (lastCell - firstCell + 4 <= mostColumns) return;
     }
   }
 };
 
-/// A part of a line whose controls fit into one set of columns.
-struct Stretch {
-  int firstCell;
-  int lastCell;
-  std::int64_t end;
+/// The controls of a stretch of a line, contracted along y and z, by component. The sums hold a
+/// sixth for the weights along x too.
+class Columns {
+ public:
+  Columns(const ControlLattice& lattice, const LinePlace& line, const Stretch& stretch)
+      : intervals_(lattice.intervals.x), first_(stretch.firstCell) {
+    const std::int64_t row = lattice.controlsAlong(0);
+    const std::int64_t plane = row * lattice.controlsAlong(1);
+    const double* values = lattice.values.data() + first_ + row * line.y + plane * line.z;
+    for (int c = 0; c < 3; ++c, values += lattice.controlCount())
+      contract(values, row, plane, line, stretch.lastCell - first_ + 4, sums_[c]);
+  }
 
-  Stretch(int intervals, const NmVec3d* points, std::int64_t begin, std::int64_t n) : end(begin) {
-    double t;
-    firstCell = lastCell = splineCell(intervals, points[begin].x, t);
-    while (++end < n) {
-      const int cell = splineCell(intervals, points[end].x, t);
-      const int low = std::min(firstCell, cell);
-      const int high = std::max(lastCell, cell);
-      if (high - low + 4 > mostColumns) return;
-      firstCell = low;
-      lastCell = high;
+  NmVec3d at(double x) const {
+    const double within = limited(x, intervals_);
+    const int cell = std::min(static_cast<int>(within), intervals_ - 1);
+    double w[4];
+    sixfoldWeights(within - cell, w);
+    const int at = cell - first_;
+    return {along(sums_[0] + at, w), along(sums_[1] + at, w), along(sums_[2] + at, w)};
+  }
+
+ private:
+  static double along(const double* v, const double (&w)[4]) {
+    return ((w[0] * v[0] + w[1] * v[1]) + w[2] * v[2]) + w[3] * v[3];
+  }
+
+  static void contract(const double* values, std::int64_t row, std::int64_t plane,
+                       const LinePlace& line, int count, double* sums) {
+    constexpr double share = 1.0 / 216.0;
+    const double* const w = line.wz;
+    for (int i = 0; i < count; ++i) {
+      double across[4];
+      for (int j = 0; j < 4; ++j) {
+        const double* const v = values + i + row * j;
+        across[j] = ((w[0] * v[0] + w[1] * v[plane]) + w[2] * v[2 * plane]) + w[3] * v[3 * plane];
+      }
+      sums[i] = along(across, line.wy) * share;
     }
   }
+
+  int intervals_;
+  int first_;
+  double sums_[3][mostColumns];
 };
 
 }  // namespace
@@ -97,17 +113,11 @@ void displacementsOnLine(const ControlLattice& lattice, const NmVec3d* points, s
                          NmVec3d* found) {
   if (n <= 0) return;
   const LinePlace line(lattice, points[0]);
-  for (std::int64_t i = 0; i < n;) {
-    const Stretch stretch(lattice.intervals.x, points, i, n);
-    const Columns columns(lattice, line, stretch.firstCell,
-                          stretch.lastCell - stretch.firstCell + 4);
-    for (; i < stretch.end; ++i) {
-      double t;
-      double weights[4];
-      const int cell = splineCell(lattice.intervals.x, points[i].x, t);
-      splineWeights(t, weights);
-      found[i] = columns.at(cell, weights);
-    }
+  for (std::int64_t done = 0; done < n;) {
+    const Stretch stretch(lattice.intervals.x, points + done, n - done);
+    const Columns columns(lattice, line, stretch);
+    for (const std::int64_t end = done + stretch.length; done < end; ++done)
+      found[done] = columns.at(points[done].x);
   }
 }
 

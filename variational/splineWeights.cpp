@@ -4,12 +4,17 @@
 
 namespace voxreg::detail {
 
-void splineWeights(double t, double (&weights)[4]) {
+void sixfoldWeights(double t, double (&weights)[4]) {
   const double u = 1.0 - t;
-  weights[0] = u * u * u / 6.0;
-  weights[1] = ((3.0 * t - 6.0) * t * t + 4.0) / 6.0;
-  weights[2] = ((3.0 * u - 6.0) * u * u + 4.0) / 6.0;
-  weights[3] = t * t * t / 6.0;
+  weights[0] = u * u * u;
+  weights[1] = (3.0 * t - 6.0) * t * t + 4.0;
+  weights[2] = (3.0 * u - 6.0) * u * u + 4.0;
+  weights[3] = t * t * t;
+}
+
+void splineWeights(double t, double (&weights)[4]) {
+  sixfoldWeights(t, weights);
+  for (double& weight : weights) weight /= 6.0;
 }
 
 void splineSlopes(double t, double (&slopes)[4]) {

@@ -7,6 +7,9 @@ namespace voxreg::detail {
 /// The weights of the four cubic B-splines that are not 0 at `t`, 0 to 1, in an interval.
 void splineWeights(double t, double (&weights)[4]);
 
+/// Six times these, without a division.
+void sixfoldWeights(double t, double (&weights)[4]);
+
 /// Their derivatives by `t`.
 void splineSlopes(double t, double (&slopes)[4]);
 
