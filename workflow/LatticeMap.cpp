@@ -31,11 +31,9 @@ bool LatticeMap::canEvaluate() const {
   for (int a = 0; a < 3; ++a) {
     const double low = lattice.origin[a];
     const double spacing = lattice.spacing[a];
-    if (lattice.intervals[a] < 1 || lattice.intervals[a] > mostIntervals) return false;
     if (!(low + spacing > low && isBounded(low) && isBounded(spacing))) return false;
   }
-  return lattice.values.size() == static_cast<std::size_t>(3 * lattice.controlCount()) &&
-         isInvertible(boxToWorld) && isInvertible(referenceToModel);
+  return lattice.hasControls() && isInvertible(boxToWorld) && isInvertible(referenceToModel);
 }
 
 bool LatticeMap::isValid() const {

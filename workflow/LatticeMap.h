@@ -10,8 +10,6 @@ namespace voxreg {
 /// a matrix, and on top of it the displacement of a lattice of cubic B-splines. Outside the
 /// lattice's box, the displacement of the nearest point of the box applies.
 struct LatticeMap {
-  static constexpr int mostIntervals = 1024;  ///< on each axis
-
   ControlLattice lattice;  ///< the box in a separate frame; displacements in the model's world, mm
   NmMat4d boxToWorld;      ///< that frame to the reference's world, row vectors
   NmMat4d referenceToModel;  ///< world to world: the map without displacement
