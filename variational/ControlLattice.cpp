@@ -2,12 +2,10 @@
 
 #include <algorithm>
 
-#include "variational/splineWeights.h"
+#include "foundation/numbers/vectors.h"
+#include "variational/latticeValues.h"
 
 namespace voxreg {
-
-using detail::splineCell;
-using detail::splineWeights;
 
 namespace {
 
@@ -27,7 +25,7 @@ void refineLine(const double* from, double* to, int n, std::int64_t stride) {
 ControlLattice::ControlLattice(const NmBox3f& box, const NmVec3i& intervalCounts)
     : intervals(intervalCounts) {
   for (int axis = 0; axis < 3; ++axis) {
-    intervals[axis] = std::max(intervals[axis], 1);
+    intervals[axis] = std::clamp(intervals[axis], 1, mostIntervals);
     origin[axis] = static_cast<double>(box.min(axis));
     const double extent = static_cast<double>(box.max(axis)) - static_cast<double>(box.min(axis));
     spacing[axis] = extent > 0.0 ? extent / intervals[axis] : 1.0;
@@ -39,32 +37,26 @@ std::int64_t ControlLattice::controlCount() const {
   return std::int64_t{controlsAlong(0)} * controlsAlong(1) * controlsAlong(2);
 }
 
+bool ControlLattice::hasControls() const {
+  for (int axis = 0; axis < 3; ++axis)
+    if (intervals[axis] < 1 || intervals[axis] > mostIntervals) return false;
+  return values.size() == static_cast<std::size_t>(3 * controlCount());
+}
+
 NmVec3d ControlLattice::displacementAt(const NmVec3d& position) const {
-  int cell[3];
-  double weights[3][4];
-  for (int axis = 0; axis < 3; ++axis) {
-    double t;
-    cell[axis] = splineCell(*this, axis, position[axis], t);
-    splineWeights(t, weights[axis]);
-  }
-  NmVec3d sum;
-  for (int c = 0; c < 3; ++c)
-    for (int k = 0; k < 4; ++k)
-      for (int j = 0; j < 4; ++j)
-        for (int i = 0; i < 4; ++i) {
-          const std::int64_t at =
-              cell[0] + i +
-              controlsAlong(0) * (cell[1] + j + std::int64_t{controlsAlong(1)} * (cell[2] + k));
-          sum[c] += weights[0][i] * weights[1][j] * weights[2][k] *
-                    values[static_cast<std::size_t>(at + c * controlCount())];
-        }
-  return sum;
+  if (!hasControls()) return detail::nowhere();
+  const NmVec3d point = detail::inIntervals(*this, position);
+  NmVec3d found;
+  detail::displacementsOnLine(*this, &point, 1, &found);
+  return found;
 }
 
 ControlLattice ControlLattice::refined(const NmVec3i& axes) const {
+  if (!hasControls()) return {};
   ControlLattice result = *this;
   for (int axis = 0; axis < 3; ++axis) {
     if (axes[axis] == 0) continue;
+    if (2 * intervals[axis] > mostIntervals) return {};
     const ControlLattice before = result;
     result.intervals[axis] *= 2;
     result.spacing[axis] *= 0.5;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+
+#include "foundation/numbers/vectors.h"
+#include "workflow/sampling/matrices.h"
 
 namespace voxreg {
 
@@ -48,11 +50,6 @@ struct Cell {
   }
 };
 
-NmVec3d nowhere() {
-  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-  return {nan, nan, nan};
-}
-
 }  // namespace
 
 bool BrickGrid::isValid() const {
@@ -81,7 +78,7 @@ NmVec3d BrickGrid::nearestOfBox(const NmVec3d& point) const {
 }
 
 NmVec3d BrickGrid::ofBox(const NmVec3d& point) const {
-  if (!isValid()) return nowhere();
+  if (!isValid()) return detail::nowhere();
   if (beyond == Beyond::bricks) return byBricks(point);
   const NmVec3d nearest = nearestOfBox(point);
   NmVec3d found = byBricks(nearest);
@@ -125,12 +122,8 @@ NmMat4d BrickGrid::jacobian(const NmVec3d& point) const {
   const NmMat4d toBox = boxToWorld.inverse();
   NmVec3d inBox;
   toBox.multVecMatrix(point, inBox);
+  if (!isValid()) return detail::noDerivative();
   NmMat4d jacobian;
-  if (!isValid()) {
-    for (int a = 0; a < 3; ++a)
-      for (int c = 0; c < 3; ++c) jacobian.m[a][c] = nowhere().x;
-    return jacobian;
-  }
   if (beyond == Beyond::bricks) {
     jacobian = jacobianByBricks(inBox);
   } else {
@@ -139,9 +132,7 @@ NmMat4d BrickGrid::jacobian(const NmVec3d& point) const {
     for (int a = 0; a < 3; ++a)
       if (inBox[a] != nearest[a]) std::copy_n(boxToWorld.m[a], 3, jacobian.m[a]);
   }
-  NmMat4d linear = toBox;
-  for (int c = 0; c < 3; ++c) linear.m[3][c] = 0.0;
-  return jacobian.multLeft(linear);
+  return jacobian.multLeft(detail::linearPart(toBox));
 }
 
 double BrickGrid::smallestJacobian() const {

@@ -4,6 +4,8 @@
 #include <memory>
 #include <optional>
 
+#include "workflow/sampling/latticePoints.h"
+
 namespace voxreg {
 
 namespace {
@@ -28,6 +30,14 @@ PointMap::Many byBricks(const BrickGrid& bricks, const Image& reference, const I
       toModel.multVecMatrix(grid->ofBox(inBox), found[i]);
     }
   };
+}
+
+PointMap::Many byLattice(const LatticeMap& lattice, const Image& reference, const Image& model) {
+  const ImageFrame& frame = reference.frame();
+  const auto points = std::make_shared<const detail::LatticePoints>(
+      lattice, frame.toWorld, frame.box, model.frame().toWorld.inverse());
+  return
+      [points](const NmVec3d* from, std::int64_t n, NmVec3d* found) { (*points)(from, n, found); };
 }
 
 PointMap::Many throughWorlds(const Transform& transform, const Image& reference,
@@ -55,6 +65,9 @@ PointMap::PointMap(const Transform& transform, const Image& reference, const Ima
     many_ = byMatrix(*matrix, reference, model);
   else if (const BrickGrid* const bricks = transform.bricks())
     many_ = byBricks(*bricks, reference, model);
+  else if (const LatticeMap* const lattice = transform.lattice();
+           lattice != nullptr && lattice->isValid())
+    many_ = byLattice(*lattice, reference, model);
   else
     many_ = throughWorlds(transform, reference, model);
 }

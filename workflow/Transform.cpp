@@ -2,28 +2,27 @@
 
 #include <cmath>
 
-#include "workflow/sampling/invertedBricks.h"
+#include "workflow/sampling/deformation.h"
+#include "workflow/sampling/matrices.h"
 
 namespace voxreg {
 
 NmVec3d Transform::Step::at(const NmVec3d& point) const {
-  if (bricks != nullptr)
-    return isInverse ? detail::inverseOf(*bricks, point) : bricks->ofWorld(point);
+  if (deformation != nullptr)
+    return isInverse ? detail::inverseOf(*deformation, point) : deformation->at(point);
   NmVec3d found;
   forward.multVecMatrix(point, found);
   return found;
 }
 
 NmMat4d Transform::Step::jacobian(const NmVec3d& point) const {
-  if (bricks != nullptr)
-    return isInverse ? bricks->jacobian(at(point)).inverse() : bricks->jacobian(point);
-  NmMat4d linear = forward;
-  for (int c = 0; c < 3; ++c) linear.m[3][c] = 0.0;
-  return linear;
+  if (deformation != nullptr)
+    return isInverse ? deformation->jacobian(at(point)).inverse() : deformation->jacobian(point);
+  return detail::linearPart(forward);
 }
 
 Transform::Step Transform::Step::inverse() const {
-  return {backward, forward, bricks, !isInverse};
+  return {backward, forward, deformation, !isInverse};
 }
 
 Transform Transform::fromModelToReference(const NmMat4d& matrix) {
@@ -40,12 +39,18 @@ Transform Transform::fromReferenceToModel(const NmMat4d& matrix) {
 
 Transform Transform::fromBricks(const BrickGrid& bricks) {
   Transform transform;
-  transform.append({{}, {}, std::make_shared<const BrickGrid>(bricks), false});
+  transform.append({{}, {}, detail::deformationOf(bricks), false});
+  return transform;
+}
+
+Transform Transform::fromLattice(const LatticeMap& lattice) {
+  Transform transform;
+  transform.append({{}, {}, detail::deformationOf(lattice), false});
   return transform;
 }
 
 void Transform::append(const Step& step) {
-  if (steps_.empty() || steps_.back().bricks != nullptr || step.bricks != nullptr) {
+  if (steps_.empty() || steps_.back().deformation != nullptr || step.deformation != nullptr) {
     steps_.push_back(step);
     return;
   }
@@ -83,7 +88,7 @@ NmMat4d Transform::jacobian(const NmVec3d& point) const {
 
 std::optional<NmMat4d> Transform::modelToReference() const {
   if (steps_.empty()) return NmMat4d();
-  if (steps_.size() > 1 || steps_.front().bricks != nullptr) return std::nullopt;
+  if (steps_.size() > 1 || steps_.front().deformation != nullptr) return std::nullopt;
   return steps_.front().backward;
 }
 
@@ -91,9 +96,19 @@ std::optional<NmMat4d> Transform::referenceToModel() const {
   return inverse().modelToReference();
 }
 
+const detail::Deformation* Transform::onlyDeformation() const {
+  const bool isOnly = steps_.size() == 1 && !steps_.front().isInverse;
+  return isOnly ? steps_.front().deformation.get() : nullptr;
+}
+
 const BrickGrid* Transform::bricks() const {
-  const bool isGrid = steps_.size() == 1 && !steps_.front().isInverse;
-  return isGrid ? steps_.front().bricks.get() : nullptr;
+  const detail::Deformation* const only = onlyDeformation();
+  return only != nullptr ? only->bricks() : nullptr;
+}
+
+const LatticeMap* Transform::lattice() const {
+  const detail::Deformation* const only = onlyDeformation();
+  return only != nullptr ? only->lattice() : nullptr;
 }
 
 }  // namespace voxreg

@@ -7,12 +7,17 @@
 #include "foundation/NmMat4d.h"
 #include "foundation/NmVec.h"
 #include "workflow/BrickGrid.h"
+#include "workflow/LatticeMap.h"
 
 namespace voxreg {
 
+namespace detail {
+class Deformation;
+}
+
 /// A map from positions in the reference to the corresponding positions in the model, both in world
-/// millimetres: the identity, a matrix, a grid of bricks, or a composition of these. A value type;
-/// copies are cheap. Matrices are for row vectors and must be invertible.
+/// millimetres: the identity, a matrix, a grid of bricks, a lattice, or a composition of these. A
+/// value type; copies are cheap. Matrices are for row vectors and must be invertible.
 class Transform {
  public:
   /// The identity.
@@ -23,16 +28,17 @@ class Transform {
   static Transform fromModelToReference(const NmMat4d& matrix);
   static Transform fromReferenceToModel(const NmMat4d& matrix);
 
-  /// If the grid is not valid, results are NaN.
+  /// If the grid or the map is not valid, results are NaN.
   static Transform fromBricks(const BrickGrid& bricks);
+  static Transform fromLattice(const LatticeMap& lattice);
 
   /// The position in the model of a position in the reference.
   NmVec3d operator()(const NmVec3d& point) const;
 
-  /// From the model to the reference. The inverse of a grid of bricks is computed for each point by
-  /// Newton's method, such that mapping the result gives the point within a millionth of a
-  /// millimetre (or 1e-12 of its distance from the world's origin). If the grid folds, it is one of
-  /// several solutions; NaN if the iteration does not converge.
+  /// From the model to the reference. The inverse of a grid of bricks or a lattice is computed for
+  /// each point by Newton's method, such that mapping the result gives the point within a millionth
+  /// of a millimetre (or 1e-12 of its distance from the world's origin). If the map folds, it is
+  /// one of several solutions; NaN if the iteration does not converge.
   Transform inverse() const;
 
   /// This transform followed by `next`.
@@ -47,16 +53,18 @@ class Transform {
   std::optional<NmMat4d> modelToReference() const;
   std::optional<NmMat4d> referenceToModel() const;
 
-  /// The grid of a transform that is one grid of bricks; otherwise null.
+  /// The grid of a transform that is one grid of bricks, the map of one that is one lattice;
+  /// otherwise null. They live as long as the transform or a copy of it.
   const BrickGrid* bricks() const;
+  const LatticeMap* lattice() const;
 
  private:
-  /// A grid or, if there is none, a matrix.
+  /// A deformation or, if there is none, a matrix.
   struct Step {
     NmMat4d forward;
     NmMat4d backward;
-    std::shared_ptr<const BrickGrid> bricks;
-    bool isInverse = false;  ///< the grid is inverted
+    std::shared_ptr<const detail::Deformation> deformation;
+    bool isInverse = false;  ///< the deformation is inverted
 
     NmVec3d at(const NmVec3d& point) const;
     NmMat4d jacobian(const NmVec3d& point) const;
@@ -64,6 +72,7 @@ class Transform {
   };
 
   void append(const Step& step);
+  const detail::Deformation* onlyDeformation() const;
 
   std::vector<Step> steps_;  ///< in order; never two matrices in succession
 };

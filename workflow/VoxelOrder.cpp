@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "workflow/sampling/vectors.h"
+#include "foundation/numbers/vectors.h"
 
 namespace voxreg {
 

@@ -1,6 +1,6 @@
 #include "workflow/WorldGrid.h"
 
-#include "workflow/sampling/vectors.h"
+#include "foundation/numbers/vectors.h"
 
 namespace voxreg {
 

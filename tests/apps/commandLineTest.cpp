@@ -4,6 +4,7 @@
 
 #include "CommandTest.h"
 #include "files/matrixFile.h"
+#include "files/transformFile.h"
 #include "tests/support/volumeValues.h"
 
 namespace {
@@ -106,6 +107,21 @@ TEST_F(CommandLine, findsGridsOfBricksThatApplyUses) {
                            rest = voxelsOf("out-s.nii");
   for (std::size_t i = 0; i < rest.size(); ++i) EXPECT_EQ(rest[i], moved[i] - reference[i]) << i;
   EXPECT_LT(*std::min_element(rest.begin(), rest.end()), 0.0f);
+}
+
+TEST_F(CommandLine, appliesALatticeAsTheMatrixThatItEquals) {
+  saved(host::writeMatrix, folder.file("truth.txt"),
+        NmMat4d(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 6, -4, 3, 1));
+  // A part of the shift is in the coefficients, which splines of sum 1 make a constant.
+  voxreg::LatticeMap map = {voxreg::ControlLattice({-50, 50, -50, 50, -50, 50}, {3, 4, 5}),
+                            {},
+                            NmMat4d(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 4, -3, 1)};
+  std::fill_n(map.lattice.values.begin(), map.lattice.controlCount(), -7.0);
+  saved(host::writeTransform, folder.file("out-t.json"), voxreg::Transform::fromLattice(map));
+  (void)outputOf("apply -r @r.nii -m @m.nii -o @out.nii --matrix @truth.txt");
+  (void)outputOf("apply -r @r.nii -m @m.nii -o @out2.nii --transform @out-t.json");
+  const std::vector<float> expected = voxelsOf("out.nii"), found = voxelsOf("out2.nii");
+  for (std::size_t i = 0; i < found.size(); ++i) EXPECT_NEAR(found[i], expected[i], 1e-3) << i;
 }
 
 /// A smooth oblong spot as a 2-D image, its centre at x, y.

@@ -3,6 +3,7 @@
 #include <fstream>
 
 #include "commands/optionNames.h"
+#include "files/jsonNumbers.h"
 
 namespace host {
 
@@ -12,10 +13,6 @@ using nlohmann::json;
 
 json numberOrNull(const std::optional<double>& value) {
   return value ? json(*value) : json();
-}
-
-json numbersOf(const NmMat4d& matrix) {
-  return std::vector<double>(matrix.m[0], matrix.m[0] + 16);
 }
 
 }  // namespace

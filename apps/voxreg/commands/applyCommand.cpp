@@ -4,8 +4,8 @@
 #include <string>
 
 #include "commands/PairRun.h"
-#include "files/gridTransformFile.h"
 #include "files/matrixFile.h"
+#include "files/transformFile.h"
 #include "terminal/HostError.h"
 
 namespace host {
@@ -40,7 +40,7 @@ void addOptions(CLI::App& command, ApplyOptions& options) {
 voxreg::Transform transformOf(const ApplyOptions& options) {
   if (options.transform.empty())
     return voxreg::Transform::fromModelToReference(readMatrix(options.matrix));
-  return voxreg::Transform::fromBricks(readGridTransform(options.transform));
+  return readTransform(options.transform);
 }
 
 void requireOverlap(const voxreg::Overlap& overlap) {

@@ -7,10 +7,10 @@
 #include "commands/report.h"
 #include "commands/targetError.h"
 #include "files/OutputFiles.h"
-#include "files/gridTransformFile.h"
 #include "files/matrixFile.h"
 #include "files/resampled.h"
 #include "files/subtraction.h"
+#include "files/transformFile.h"
 #include "phantoms/Phantom.h"
 #include "phantoms/chestTruth.h"
 #include "pictures/elasticPicture.h"
@@ -87,7 +87,7 @@ void registerChest(OutputFiles& outputs, const std::string& folder,
   progress.enter("Writing");
   const ElasticVolumes volumes = elasticVolumes(reference, model, found.transform,
                                                 {voxreg::Interpolation::lanczos, std::nullopt});
-  writeGridTransform(outputs, file("chest-bricks.json"), *found.transform.bricks());
+  writeTransform(outputs, file("chest-bricks.json"), found.transform);
   writeNifti(outputs, file("chest-registered.nii.gz"), volumes.registered);
   writeNifti(outputs, file("chest-subtraction.nii.gz"), volumes.subtraction);
   writeElasticPicture(outputs, file("chest.png"), volumes, found.mask);

@@ -8,7 +8,7 @@
 #include "commands/displacementError.h"
 #include "commands/report.h"
 #include "commands/searchOptions.h"
-#include "files/gridTransformFile.h"
+#include "files/transformFile.h"
 #include "pictures/elasticPicture.h"
 #include "terminal/HostError.h"
 
@@ -141,8 +141,7 @@ int runElastic(const ElasticOptions& options, const CLI::App& command) {
   const voxreg::ElasticRegistration found = registered(options, run);
   OutputFiles outputs;
   writeVolumes(options, found, run, outputs);
-  if (!options.transform.empty())
-    writeGridTransform(outputs, options.transform, *found.transform.bricks());
+  if (!options.transform.empty()) writeTransform(outputs, options.transform, found.transform);
   return run.finish(outputs, [&] {
     printElastic(found);
     if (!truth.empty())

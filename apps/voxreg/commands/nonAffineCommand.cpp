@@ -8,7 +8,7 @@
 #include "commands/displacementError.h"
 #include "commands/report.h"
 #include "commands/searchOptions.h"
-#include "files/gridTransformFile.h"
+#include "files/transformFile.h"
 
 namespace host {
 
@@ -87,8 +87,7 @@ int runNonAffine(const NonAffineOptions& options, const CLI::App& command) {
   OutputFiles outputs;
   run.writeOutput(outputs, transform);
   run.writePicture(outputs, {given.value_or(voxreg::Transform()), transform}, MapPanels::shown);
-  if (!options.transform.empty())
-    writeGridTransform(outputs, options.transform, *transform.bricks());
+  if (!options.transform.empty()) writeTransform(outputs, options.transform, transform);
   return run.finish(outputs, [&] {
     if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
   });

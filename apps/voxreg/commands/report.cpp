@@ -8,7 +8,7 @@ void printReport(const RunReport& report) {
   if (report.start.contains("chosen"))
     std::printf("%-24s %s\n", "start", report.start["chosen"].get<std::string>().c_str());
   std::printf("%-24s %.1f %% of the reference\n", "overlap", 100.0 * report.found.overlap);
-  if (report.transform == "bricks")
+  if (report.transform == "bricks" || report.transform == "lattice")
     std::printf("%-24s %.3f smallest\n", "Jacobian", report.found.smallestJacobian);
   printSearch(report.found.metricAfter, report.found.seconds, report.found.interrupted);
 }

@@ -30,7 +30,7 @@ std::uintmax_t inputFileSize(const std::string& path) {
 }
 
 std::string inputText(const std::string& path) {
-  constexpr std::uintmax_t most = 1u << 26;  // many times the largest transform
+  constexpr std::uintmax_t most = 1u << 28;  // a lattice of 2 mm over a head takes half of it
   const std::uintmax_t size = inputFileSize(path);
   if (size > most) throw HostError(path + " is too large for a text file");
   std::string text(static_cast<std::size_t>(size), '\0');

@@ -1,10 +1,29 @@
 #pragma once
 
 #include <cmath>
+#include <limits>
 
 #include "foundation/NmVec.h"
 
 namespace voxreg::detail {
+
+/// What an operation returns for a point that has no place: NaN.
+inline NmVec3d nowhere() {
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  return {nan, nan, nan};
+}
+
+inline NmVec3d sum(const NmVec3d& a, const NmVec3d& b) {
+  return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+
+inline NmVec3d minus(const NmVec3d& a, const NmVec3d& b) {
+  return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+
+inline double dot(const NmVec3d& a, const NmVec3d& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z;
+}
 
 inline double length(const NmVec3d& v) {
   return std::hypot(v.x, v.y, v.z);
