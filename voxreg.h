@@ -83,6 +83,7 @@
 #include "workflow/ProgressPlan.h"
 #include "workflow/Reason.h"
 #include "workflow/RegisterAffine.h"
+#include "workflow/RegisterDeformable.h"
 #include "workflow/RegisterElastic.h"
 #include "workflow/RegisterNonAffine.h"
 #include "workflow/Registration.h"

@@ -8,6 +8,7 @@
 
 #include "commands/affineCommand.h"
 #include "commands/applyCommand.h"
+#include "commands/deformCommand.h"
 #include "commands/demoCommand.h"
 #include "commands/elasticCommand.h"
 #include "commands/nonAffineCommand.h"
@@ -63,6 +64,7 @@ int run(int argc, char** argv) {
   app.require_subcommand(1);
   int exitCode = 0;
   host::addAffineCommand(app, exitCode);
+  host::addDeformCommand(app, exitCode);
   host::addDemoCommand(app, exitCode);
   host::addElasticCommand(app, exitCode);
   host::addNonAffineCommand(app, exitCode);

@@ -93,37 +93,82 @@ ControlLattice latticeOver(const VolumeFrame& reference, double spacing, int hal
   return lattice;
 }
 
+double usualBending(RegMetricKind metric) {
+  switch (metric) {
+    case RegMetricCorrelationRatio:
+      return 10.0;
+    case RegMetricMeanSquaredDifference:
+    case RegMetricSimpleMutualInformation:
+      return 60.0;
+    case RegMetricNormMutualInformation:
+      break;
+  }
+  return 30.0;
+}
+
+std::vector<LevelFactors> LatticeSearch::levels() const {
+  std::vector<LevelFactors> factors = levelFactors(reference.frame, model.frame, coarsest);
+  while (factors.size() < leastStages) factors.insert(factors.begin(), factors.front());
+  return factors;
+}
+
+ControlLattice LatticeSearch::finestLattice() const {
+  return latticeOver(reference.frame, spacing, static_cast<int>(levels().size()) - 1);
+}
+
+namespace {
+
+/// The lattices of the levels: the first, and along which axes it is refined for each next one.
+class LatticeStages {
+ public:
+  LatticeStages(const ControlLattice& finest, int count) : first_(finest), last_(count - 1) {
+    for (int a = 0; a < 3; ++a) {
+      halvings_[a] = halvingsFor(finest.intervals[a], last_);
+      first_.intervals[a] >>= halvings_[a];
+      first_.spacing[a] *= 1 << halvings_[a];
+    }
+    first_.values.assign(static_cast<std::size_t>(3 * first_.controlCount()), 0.0);
+  }
+
+  const ControlLattice& first() const { return first_; }
+
+  ControlLattice next(const ControlLattice& lattice, int stage) const {
+    const auto isRefined = [&](int axis) { return last_ - stage < halvings_[axis] ? 1 : 0; };
+    return lattice.refined({isRefined(0), isRefined(1), isRefined(2)});
+  }
+
+ private:
+  ControlLattice first_;
+  int last_;
+  NmVec3i halvings_;
+};
+
+}  // namespace
+
 ControlLattice LatticeSearch::run(SearchSummary& summary) const {
   const NmWatch watch(true);
-  std::vector<LevelFactors> levels = levelFactors(reference.frame, model.frame, coarsest);
-  while (static_cast<int>(levels.size()) < leastStages)
-    levels.insert(levels.begin(), levels.front());
-  const int last = static_cast<int>(levels.size()) - 1;
-  ControlLattice lattice = latticeOver(reference.frame, spacing, last);
-  NmVec3i halvings;
-  for (int a = 0; a < 3; ++a) {
-    halvings[a] = halvingsFor(lattice.intervals[a], last);
-    if (start) continue;
-    lattice.intervals[a] >>= halvings[a];
-    lattice.spacing[a] *= 1 << halvings[a];
+  const std::vector<LevelFactors> factors = levels();
+  const int numLevels = static_cast<int>(factors.size());
+  const LatticeStages stages(finestLattice(), numLevels);
+  ControlLattice lattice = start ? *start : stages.first();
+  for (int l = 0; l < numLevels && !summary.interrupted; ++l) {
+    if (l > 0 && !start) lattice = stages.next(lattice, l);
+    SearchLevel level(reference, model, factors[static_cast<std::size_t>(l)], comparison);
+    SearchReport report(progress, l, numLevels, mostIterations);
+    improve(level, report, lattice, summary);
   }
-  lattice.values.assign(static_cast<std::size_t>(3 * lattice.controlCount()), 0.0);
-  if (start) lattice = *start;
-  for (int l = 0; l <= last && !summary.interrupted; ++l) {
-    if (l > 0 && !start)
-      lattice =
-          lattice.refined({last - l < halvings.x, last - l < halvings.y, last - l < halvings.z});
-    SearchLevel level(reference, model, levels[static_cast<std::size_t>(l)], comparison);
-    LatticeObjective objective(level, referenceToModel, lattice, bending);
-    Lbfgs::Options options;
-    options.mostIterations = mostIterations;
-    options.relativeGain = relativeGain;
-    options.firstMove = level.finestVoxel();
-    SearchReport report(progress, l, last + 1, mostIterations);
-    summary.add(Lbfgs(options).minimise(std::ref(objective), std::ref(report), lattice.values));
-  }
-  summary.seconds = static_cast<double>(watch.getTime());
+  summary.seconds += static_cast<double>(watch.getTime());
   return lattice;
+}
+
+void LatticeSearch::improve(SearchLevel& level, SearchReport& report, ControlLattice& lattice,
+                            SearchSummary& summary) const {
+  Lbfgs::Options options;
+  options.mostIterations = mostIterations;
+  options.relativeGain = relativeGain;
+  options.firstMove = level.finestVoxel();
+  LatticeObjective objective(level, referenceToModel, lattice, bending);
+  summary.add(Lbfgs(options).minimise(std::ref(objective), std::ref(report), lattice.values));
 }
 
 }  // namespace voxreg::detail

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "foundation/NmMat4d.h"
 #include "variational/ControlLattice.h"
@@ -10,6 +11,8 @@
 class NmProgressInterface;
 
 namespace voxreg::detail {
+
+class SearchReport;
 
 /// The search for a smooth map from a reference to a model, both in their own frames: a matrix that
 /// stays, and displacements by a lattice that is refined from level to level.
@@ -22,14 +25,27 @@ struct LatticeSearch {
   Comparison comparison = {};
   double spacing = 16.0;  ///< of the finest lattice, millimetres
   double bending = 30.0;  ///< weight of the mean squared second derivatives, mm^2 of the metric
+  double leastDeterminant = 0.0;  ///< of the map's derivative
   double relativeGain = 1e-4;
   int mostIterations = 100;  ///< on each level
   int coarsest = 4;          ///< reduction on the first level
   NmProgressInterface* progress = nullptr;
 
+  std::vector<LevelFactors> levels() const;
+
+  /// The shape of the result; `start` must have it.
+  ControlLattice finestLattice() const;
+
   /// Searches from coarse to fine. An interruption leaves the best lattice so far.
   ControlLattice run(SearchSummary& summary) const;
+
+ private:
+  void improve(SearchLevel& level, SearchReport& report, ControlLattice& lattice,
+               SearchSummary& summary) const;
 };
+
+/// The weight of bending that suits a metric (empirical, docs/searches.md).
+double usualBending(RegMetricKind metric);
 
 /// A lattice over the reference, somewhat larger than it so that the intervals have the spacing
 /// asked for and can be halved `halvings` times. Along an axis of a few voxels the spacing is at

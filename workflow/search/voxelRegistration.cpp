@@ -63,11 +63,21 @@ NmHandle<VlData> reduced(RegVoxelRegistration& registration, const Image& volume
 
 }  // namespace
 
+BinRange binsOf(const Image& volume, const std::optional<IntensityRange>& range, int bins) {
+  const NmVec2f values = rangeOf(volume, range);
+  return {static_cast<double>(values.x), static_cast<double>(values.y),
+          static_cast<int>(binsFor(volume, values, bins))};
+}
+
+void requireSameFlatAxis(const Image& reference, const Image& model) {
+  if (flatAxis(reference) != flatAxis(model))
+    throw Refusal("reference and model are not flat on the same axis", Reason::Kind::badImage);
+}
+
 RegVoxelRegistration makeRegistration(const Image& reference, const Image& model,
                                       const MetricOptions& metric, const SearchOptions& search,
                                       NmProgressInterface* progress) {
-  if (flatAxis(reference) != flatAxis(model))
-    throw Refusal("reference and model are not flat on the same axis", Reason::Kind::badImage);
+  requireSameFlatAxis(reference, model);
   constexpr int orientationByDimensionMode = 3;
   const unsigned int dimensionMode = flatAxis(reference) < 3 ? 0 : 1;
   const NmVec2f ranges[2] = {rangeOf(reference, metric.referenceRange),

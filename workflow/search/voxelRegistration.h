@@ -1,6 +1,7 @@
 #pragma once
 
 #include "registration/RegVoxelRegistration.h"
+#include "variational/objective/mappedMetric.h"
 #include "workflow/Image.h"
 #include "workflow/MetricOptions.h"
 #include "workflow/Registration.h"
@@ -15,6 +16,12 @@ namespace voxreg::detail {
 RegVoxelRegistration makeRegistration(const Image& reference, const Image& model,
                                       const MetricOptions& metric, const SearchOptions& search,
                                       NmProgressInterface* progress);
+
+/// The bins of a volume's side of a histogram; with `bins` 0, as many as its values need, up to 64.
+BinRange binsOf(const Image& volume, const std::optional<IntensityRange>& range, int bins);
+
+/// Throws Refusal if the images are not flat on the same axis.
+void requireSameFlatAxis(const Image& reference, const Image& model);
 
 inline const NmVec3i fullResolution(1, 1, 1);
 

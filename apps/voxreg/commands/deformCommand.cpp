@@ -1,0 +1,154 @@
+#include "commands/deformCommand.h"
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/PairRun.h"
+#include "commands/displacementError.h"
+#include "commands/report.h"
+#include "commands/searchOptions.h"
+#include "files/transformFile.h"
+
+namespace host {
+
+namespace {
+
+struct DeformOptions {
+  PairOptions pair;
+  StartArguments start;
+  MaskArguments masks;
+  MetricArguments metric;
+  std::optional<double> spacing;
+  double stiffness = 1.0;
+  double leastJacobian = 0.0;
+  std::optional<float> tolerance;
+  std::string startTransform;
+  std::string transform;
+  std::string kind = "lattice";
+  std::string truth;
+};
+
+void addLatticeOptions(CLI::App& command, DeformOptions& options) {
+  command
+      .add_option("--spacing", options.spacing,
+                  "Distance of the controls in millimetres (default: 16, or an eighth of the "
+                  "reference's longest side if that is less); finer ones show more detail")
+      ->type_name("MM")
+      ->check(numberAbove(0.0));
+  command
+      .add_option("--stiffness", options.stiffness,
+                  "Resistance to bending, as a multiple of the usual one")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command
+      .add_option("--least-jacobian", options.leastJacobian,
+                  "Smallest change of volume that is permitted, 0 to 1")
+      ->check(CLI::Range(0.0, 0.99))
+      ->capture_default_str();
+  command
+      .add_option("--tolerance", options.tolerance, "Relative gain below which the search stops")
+      ->check(numberAbove(0.0))
+      ->default_str("0.0001");
+}
+
+void addOptions(CLI::App& command, DeformOptions& options) {
+  addPairOptions(command, options.pair);
+  command.add_option("--transform", options.transform, "Transform file to write (.json)");
+  command
+      .add_option("--as", options.kind,
+                  "What --transform holds: the lattice itself, or a grid of bricks in its place")
+      ->check(CLI::IsMember({"lattice", "bricks"}))
+      ->capture_default_str();
+  addLatticeOptions(command, options);
+  addStartOptions(command, options.start);
+  command.add_option("--start-transform", options.startTransform,
+                     "Transform file (.json) to start from, instead of an affine registration");
+  command.get_option("--start-transform")->excludes("--start")->excludes("--init");
+  command.add_option("--truth", options.truth,
+                     "File of points xr yr zr xm ym zm to print the displacement error at");
+  addMaskOptions(command, options.masks);
+  addMetricOptions(command, options.metric);
+}
+
+std::optional<voxreg::Transform> givenStart(const DeformOptions& options) {
+  if (!options.startTransform.empty()) return readTransform(options.startTransform);
+  return options.start.given();
+}
+
+/// Leaves the model where it is if the volumes hold no information.
+voxreg::Transform registered(const DeformOptions& options,
+                             const std::optional<voxreg::Transform>& given, PairRun& run) {
+  const auto& [reference, model] = run.files();
+  voxreg::DeformableOptions task;
+  task.spacing = options.spacing.value_or(voxreg::defaultSpacing(reference.image));
+  task.stiffness = options.stiffness;
+  task.leastJacobian = options.leastJacobian;
+  task.tolerance = options.tolerance;
+  task.startRule = startRuleOf(options.start.init);
+  task.start = given;
+  task.metric = options.metric.options();
+  task.masks = options.masks.read();
+  task.progress = run.progress.ofRegistration("Registering");
+  run.report.transform = "lattice";
+  run.report.metric = options.metric.name;
+  run.report.settings["spacing"] = *task.spacing;
+  const voxreg::Registration found = voxreg::registerDeformable(reference.image, model.image, task);
+  run.judge(found);
+  const std::string& file =
+      options.startTransform.empty() ? options.start.file : options.startTransform;
+  run.report.tellStart(options.start.init, file, given.value_or(voxreg::Transform()));
+  return found.transform;
+}
+
+/// Returns what was lost by the kind of transform, to be printed.
+std::string writeAs(const std::string& kind, OutputFiles& outputs, const std::string& path,
+                    const voxreg::Transform& transform) {
+  const voxreg::LatticeMap* const lattice = transform.lattice();
+  if (kind == "lattice" || lattice == nullptr) {
+    writeTransform(outputs, path, transform);
+    return "";
+  }
+  const voxreg::BrickApproximation bricks = voxreg::approximateByBricks(*lattice);
+  writeTransform(outputs, path, voxreg::Transform::fromBricks(bricks.bricks));
+  char text[100];
+  (void)std::snprintf(text, sizeof text, "error of the bricks      %.3f mm mean, %.3f mm maximum\n",
+                      bricks.meanError, bricks.largestError);
+  return text;
+}
+
+int runDeform(const DeformOptions& options, const CLI::App& command) {
+  std::vector<FileRole> inputs = options.masks.roles();
+  inputs.push_back({"--start", options.start.file});
+  inputs.push_back({"--start-transform", options.startTransform});
+  inputs.push_back({"--truth", options.truth});
+  PairRun run(command, options.pair, inputs, {{"--transform", options.transform}}, 20.0);
+  std::vector<PointPair> truth;
+  if (!options.truth.empty()) truth = readPointPairs(options.truth);
+  const std::optional<voxreg::Transform> given = givenStart(options);
+  const voxreg::Transform transform = registered(options, given, run);
+  OutputFiles outputs;
+  run.writeOutput(outputs, transform);
+  run.writePicture(outputs, {given.value_or(voxreg::Transform()), transform}, MapPanels::shown);
+  std::string loss;
+  if (!options.transform.empty())
+    loss = writeAs(options.kind, outputs, options.transform, transform);
+  return run.finish(outputs, [&] {
+    (void)std::fputs(loss.c_str(), stdout);
+    if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
+  });
+}
+
+}  // namespace
+
+void addDeformCommand(CLI::App& app, int& exitCode) {
+  CLI::App* const command = app.add_subcommand(
+      "deform", "Find a smooth transform on a lattice of splines, by exact derivatives");
+  const auto options = std::make_shared<DeformOptions>();
+  addOptions(*command, *options);
+  command->callback([options, command, &exitCode] { exitCode = runDeform(*options, *command); });
+}
+
+}  // namespace host

@@ -1,0 +1,121 @@
+#include "workflow/search/latticeRuns.h"
+
+#include <string>
+#include <vector>
+
+#include "metrics/RegMetric.h"
+#include "variational/latticeInterpolation.h"
+#include "variational/objective/tensorTables.h"
+#include "workflow/PointMap.h"
+#include "workflow/search/derivativeRuns.h"
+#include "workflow/search/searchSettings.h"
+#include "workflow/search/voxelRegistration.h"
+
+namespace voxreg::detail {
+
+namespace {
+
+/// Turns vectors: displacements change frames without the shift of a matrix.
+void turnDisplacements(const NmMat4d& matrix, ControlLattice& lattice) {
+  const auto count = static_cast<std::size_t>(lattice.controlCount());
+  for (std::size_t i = 0; i < count; ++i) {
+    const double before[3] = {lattice.values[i], lattice.values[count + i],
+                              lattice.values[2 * count + i]};
+    for (std::size_t c = 0; c < 3; ++c)
+      lattice.values[c * count + i] =
+          before[0] * matrix.m[0][c] + before[1] * matrix.m[1][c] + before[2] * matrix.m[2][c];
+  }
+}
+
+/// Between the frames of the images; `referenceToModel` is between their worlds.
+NmMat4d betweenFrames(const NmMat4d& referenceToModel, const SearchedPair& pair) {
+  return worldToFrames(referenceToModel.inverse(), pair.reference, pair.model).inverse();
+}
+
+/// Gives a lattice the displacements of a start on top of its matrix, in the model's frame.
+void takeOver(const LatticeStart& start, const SearchedPair& pair, ControlLattice& lattice) {
+  const PointMap map(*start.transform, pair.reference, pair.model);
+  const NmMat4d matrix = betweenFrames(start.referenceToModel, pair);
+  interpolate(
+      [&](const NmVec3d& point) {
+        NmVec3d mapped;
+        NmVec3d byMatrix;
+        map(&point, 1, &mapped);
+        matrix.multVecMatrix(point, byMatrix);
+        return NmVec3d(mapped.x - byMatrix.x, mapped.y - byMatrix.y, mapped.z - byMatrix.z);
+      },
+      lattice);
+}
+
+LatticeMap inWorld(const ControlLattice& lattice, const NmMat4d& referenceToModel,
+                   const SearchedPair& pair) {
+  LatticeMap map = {lattice, pair.reference.frame().toWorld, referenceToModel};
+  turnDisplacements(pair.model.frame().toWorld, map.lattice);
+  return map;
+}
+
+std::vector<ProgressPlan::Stage> progressStages(const LatticeSearch& search) {
+  std::vector<ProgressPlan::Stage> stages;
+  const std::vector<LevelFactors> levels = search.levels();
+  for (const LevelFactors& level : levels) {
+    const NmVec3i& factors = level.reference;
+    stages.push_back({"Registering, level " + std::to_string(stages.size() + 1) + " of " +
+                          std::to_string(levels.size()),
+                      1.0 / (static_cast<double>(factors.x) * factors.y * factors.z)});
+  }
+  return stages;
+}
+
+}  // namespace
+
+LatticeMap searchLattice(const SearchedPair& pair, const CountingPair& counting,
+                         const LatticeStart& start, const LatticeTask& task,
+                         SearchProgress& progress, Registration& found) {
+  LatticeSearch search = {counting.reference(), counting.model(),
+                          betweenFrames(start.referenceToModel, pair)};
+  search.comparison = task.comparison;
+  search.spacing = task.spacing;
+  search.bending = task.stiffness * usualBending(task.comparison.metric);
+  search.leastDeterminant = task.leastJacobian;
+  search.relativeGain = task.relativeGain;
+  search.progress = &progress;
+  if (start.transform) {
+    search.start = search.finestLattice();
+    takeOver(start, pair, *search.start);
+  }
+  const std::vector<ProgressPlan::Stage> stages = progressStages(search);
+  progress.expectRuns(static_cast<int>(stages.size()), 1);
+  progress.enter("Registering", stages);
+  SearchSummary summary;
+  const ControlLattice lattice = search.run(summary);
+  addSummary(summary, found);
+  found.interrupted = progress.wasInterrupted();
+  return inWorld(lattice, start.referenceToModel, pair);
+}
+
+LatticeMap mapOf(const LatticeStart& start, const SearchedPair& pair, double spacing) {
+  ControlLattice lattice =
+      latticeOver(VolumeFrame(*pair.reference.volume()), spacing, /*halvings=*/0);
+  if (start.transform) takeOver(start, pair, lattice);
+  return inWorld(lattice, start.referenceToModel, pair);
+}
+
+std::optional<double> metricAt(const LatticeMap& map, const SearchedPair& pair,
+                               const MetricOptions& metric) {
+  const CountingPair all(pair.reference, pair.model, pair, {}, metric);
+  const SearchVolume reference = all.reference();
+  const SearchVolume model = all.model();
+  MappedMetric mapped(static_cast<RegMetricKind>(kindOf(metric.metric)),
+                      {reference.voxels, reference.type, reference.frame},
+                      {model.voxels, model.type, model.frame},
+                      binsOf(pair.reference, metric.referenceRange, metric.bins),
+                      binsOf(pair.model, metric.modelRange, metric.bins));
+  ControlLattice lattice = map.lattice;
+  turnDisplacements(pair.model.frame().toWorld.inverse(), lattice);
+  TensorTables tables(reference.frame, lattice);
+  tables.setLattice(betweenFrames(map.referenceToModel, pair), lattice, model.frame);
+  const double value = mapped.evaluate(tables.map(), nullptr);
+  return value == RegMetric::noStatement ? std::nullopt : std::optional<double>(value);
+}
+
+}  // namespace voxreg::detail
