@@ -63,7 +63,10 @@ TEST(PointMap, ofALatticeGivesTheSameBitsForAnyPartOfARow) {
           NmVec3d found[150];
           const std::int64_t n = std::min<std::int64_t>(part, 200 - first);
           points(row.data() + first, n, found);
-          EXPECT_EQ(std::memcmp(found, whole.data() + first, sizeof(NmVec3d) * n), 0) << first;
+          EXPECT_EQ(std::memcmp(found, whole.data() + first,
+                                sizeof(NmVec3d) * static_cast<std::size_t>(n)),
+                    0)
+              << first;
         }
     }
 }

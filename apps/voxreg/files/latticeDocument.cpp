@@ -21,9 +21,10 @@ double upperEnd(const ControlLattice& lattice, int axis) {
 
 void placeBox(ControlLattice& lattice, const json& document) {
   const std::vector<double> edges = numbersOf(document, "box", 6);
+  auto edge = edges.begin();
   for (int a = 0; a < 3; ++a) {
-    const auto low = edges[static_cast<std::size_t>(2 * a)];
-    const auto high = edges[static_cast<std::size_t>(2 * a + 1)];
+    const double low = *edge++;
+    const double high = *edge++;
     lattice.origin[a] = low;
     lattice.spacing[a] = (high - low) / lattice.intervals[a];
     if (!(lattice.spacing[a] > 0.0)) throw HostError("the box has no volume");
