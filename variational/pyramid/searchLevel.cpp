@@ -83,15 +83,6 @@ std::int64_t doubledCount(const NmVec3i& dims) {
   return count;
 }
 
-constexpr std::int64_t mostDense = 2'000'000;  // voxels
-
-void thinOut(const NmVec3i& dims, std::vector<IndexSpan>& spans) {
-  std::size_t row = 0;
-  for (int z = 0; z < dims.z; ++z)
-    for (int y = 0; y < dims.y; ++y, ++row)
-      if (y % 2 != 0 || z % 2 != 0) spans[row].end = spans[row].first;
-}
-
 MappedMetric::Volume volumeOf(const LevelVolume& level) {
   return {level.voxels.data(), voxelTypeIndex<float>, level.frame};
 }
@@ -124,12 +115,31 @@ std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const Volum
   return levels;
 }
 
+bool SearchLevel::isLarge() const {
+  constexpr std::int64_t many = 2'000'000;
+  return voxelCount(reference_.frame.dims) > many;
+}
+
+void SearchLevel::sampleAll() {
+  metric_->setRows(rows_);
+}
+
+void SearchLevel::sampleSome() {
+  const NmVec3i& dims = reference_.frame.dims;
+  std::vector<IndexSpan> some = rows_;
+  std::size_t row = 0;
+  for (int z = 0; z < dims.z; ++z)
+    for (int y = 0; y < dims.y; ++y, ++row)
+      if (y % 2 != 0 || z % 2 != 0) some[row].end = some[row].first;
+  metric_->setRows(std::move(some));
+}
+
 double SearchLevel::finestVoxel() const {
   return finestOf(reference_.frame);
 }
 
 SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& model,
-                         const LevelFactors& factors, const Comparison& comparison, bool isSparse)
+                         const LevelFactors& factors, const Comparison& comparison)
     : reference_(reducedVolume(reference, factors.reference)),
       model_(reducedVolume(model, factors.model)),
       modelFrame_(model_.frame),
@@ -152,10 +162,8 @@ SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& mode
       comparison.metric, volumeOf(reference_),
       isItself ? MappedMetric::Volume{model.voxels, model.type, model.frame} : volumeOf(model_),
       referenceBins, modelBins);
-  std::vector<IndexSpan> spans = countingSpans(reference_);
-  if (isSparse && voxelCount(reference_.frame.dims) > mostDense)
-    thinOut(reference_.frame.dims, spans);
-  metric_->setRows(std::move(spans));
+  rows_ = countingSpans(reference_);
+  sampleAll();
 }
 
 }  // namespace voxreg::detail

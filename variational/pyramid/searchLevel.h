@@ -44,10 +44,8 @@ std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const Volum
 /// A pair of volumes on one level, and their metric.
 class SearchLevel {
  public:
-  /// `isSparse` samples only every other row and slice of a large reference, which is plenty for
-  /// the few parameters of a matrix.
   SearchLevel(const SearchVolume& reference, const SearchVolume& model, const LevelFactors& factors,
-              const Comparison& comparison, bool isSparse = false);
+              const Comparison& comparison);
 
   SearchLevel(const SearchLevel&) = delete;
   SearchLevel& operator=(const SearchLevel&) = delete;
@@ -59,6 +57,13 @@ class SearchLevel {
   /// Calls `f` with each voxel of the reference that counts.
   template <class F>
   void forEachCounting(F&& f) const;
+
+  /// Whether there are so many voxels that a search needs only some of them most of the time.
+  bool isLarge() const;
+
+  /// Samples all rows of the reference, as at first, or every other row of every other slice.
+  void sampleAll();
+  void sampleSome();
 
   MappedMetric& metric() { return *metric_; }
 
@@ -73,6 +78,7 @@ class SearchLevel {
   LevelVolume reference_;
   LevelVolume model_;  ///< without voxels if the volume itself is used
   VolumeFrame modelFrame_;
+  std::vector<IndexSpan> rows_;
   double metricUnit_ = 1.0;
   double metricOfChance_;
   std::optional<MappedMetric> metric_;

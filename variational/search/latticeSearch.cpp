@@ -18,6 +18,9 @@
 namespace voxreg::detail {
 namespace {
 
+/// Iterations with all voxels of a large volume, after those with some of them.
+constexpr int mostRefining = 10;
+
 constexpr int leastStages = 3;  // of the lattice, if the volumes have fewer levels
 
 /// How often the intervals along an axis are halved up to the finest lattice.
@@ -155,16 +158,22 @@ ControlLattice LatticeSearch::run(SearchSummary& summary) const {
     if (l > 0 && !start) lattice = stages.next(lattice, l);
     SearchLevel level(reference, model, factors[static_cast<std::size_t>(l)], comparison);
     SearchReport report(progress, l, numLevels, mostIterations);
-    improve(level, report, lattice, summary);
+    if (level.isLarge()) {
+      level.sampleSome();
+      improve(level, report, mostIterations, lattice, summary);
+      level.sampleAll();
+    }
+    improve(level, report, level.isLarge() ? mostRefining : mostIterations, lattice, summary);
   }
   summary.seconds += static_cast<double>(watch.getTime());
   return lattice;
 }
 
-void LatticeSearch::improve(SearchLevel& level, SearchReport& report, ControlLattice& lattice,
-                            SearchSummary& summary) const {
+void LatticeSearch::improve(SearchLevel& level, SearchReport& report, int iterations,
+                            ControlLattice& lattice, SearchSummary& summary) const {
+  if (summary.interrupted) return;
   Lbfgs::Options options;
-  options.mostIterations = mostIterations;
+  options.mostIterations = iterations;
   options.relativeGain = relativeGain;
   options.firstMove = level.finestVoxel();
   LatticeObjective objective(level, referenceToModel, lattice, bending);

@@ -40,7 +40,7 @@ struct LatticeSearch {
   ControlLattice run(SearchSummary& summary) const;
 
  private:
-  void improve(SearchLevel& level, SearchReport& report, ControlLattice& lattice,
+  void improve(SearchLevel& level, SearchReport& report, int iterations, ControlLattice& lattice,
                SearchSummary& summary) const;
 };
 

@@ -99,7 +99,8 @@ NmMat4d MatrixSearch::run(SearchSummary& summary) const {
   const int numSearches = static_cast<int>(levels.size() + stages.size()) - 1;
   int search = 0;
   for (const LevelFactors& factors : levels) {
-    SearchLevel level(reference, model, factors, comparison, /*isSparse=*/true);
+    SearchLevel level(reference, model, factors, comparison);
+    if (level.isLarge()) level.sampleSome();
     const Moments moments = momentsOf(level);
     for (const int degreesOfFreedom : present) {
       if (summary.interrupted) break;

@@ -25,7 +25,8 @@ SearchReport::~SearchReport() {
 bool SearchReport::operator()(int iteration, double value) {
   value_ = value;
   if (progress_ == nullptr) return true;
-  progress_->setProgressValue(iteration);
+  furthest_ = std::max(furthest_, iteration);
+  progress_->setProgressValue(furthest_);
   return !progress_->wasInterrupted();
 }
 

@@ -4,7 +4,7 @@ class NmProgressInterface;
 
 namespace voxreg::detail {
 
-/// The progress of one level of a search, and the host's request to stop it. Opens a task of the
+/// The progress of one level of a search, which may make several, and the host's request to stop it. Opens a task of the
 /// progress object, which may be null, and closes it in the end.
 class SearchReport {
  public:
@@ -20,6 +20,7 @@ class SearchReport {
   NmProgressInterface* progress_;
   int level_;
   int mostIterations_;
+  int furthest_ = 0;
   double value_ = 0.0;
 };
 
