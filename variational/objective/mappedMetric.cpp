@@ -6,7 +6,6 @@
 
 #include "foundation/numbers/elementary.h"
 #include "metrics/RegMetric.h"
-#include "variational/kernels/derivativeChoice.h"
 
 namespace voxreg::detail {
 namespace {
@@ -43,8 +42,10 @@ double plogp(double p) {
 }  // namespace
 
 MappedMetric::MappedMetric(RegMetricKind kind, const Volume& reference, const Volume& model,
-                           const BinRange& referenceBins, const BinRange& modelBins)
-    : kind_(kind),
+                           const BinRange& referenceBins, const BinRange& modelBins,
+                           const DerivativeKernels& kernels)
+    : kernels_(kernels),
+      kind_(kind),
       reference_(reference),
       model_(model),
       rowsAxis_(axisOf(referenceBins)),
@@ -128,13 +129,12 @@ double MappedMetric::evaluate(const TensorMap& map, double* gradient) {
 }
 
 double MappedMetric::difference(const DerivativeFrame& frame, double* gradient) {
-  const DerivativeKernels& kernels = derivativeKernels();
   const int type = frame.walk.modelType;
   SampleSums sums;
   if (gradient == nullptr) {
     forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
       SampleSums part;
-      kernels.sums[type](frame, slices, scratch, part);
+      kernels_.sums[type](frame, slices, scratch, part);
       add(sums, part);
     });
   } else {
@@ -142,7 +142,7 @@ double MappedMetric::difference(const DerivativeFrame& frame, double* gradient) 
     const std::int64_t n = gradientSize(frame.map);
     addGradients(frame, n, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
       SampleSums part;
-      kernels.linear[type](frame, slices, scratch, rule, part, to);
+      kernels_.linear[type](frame, slices, scratch, rule, part, to);
       add(sums, part);
     });
     if (sums.count > 0.0)
@@ -155,14 +155,13 @@ double MappedMetric::difference(const DerivativeFrame& frame, double* gradient) 
 // |r| of Pearson. With S the sums of centred products, c = S_rm / sqrt(S_rr S_mm); by one m:
 // dc = (r' / S_rm - m' / S_mm) c.
 double MappedMetric::correlation(const DerivativeFrame& frame, double* gradient) {
-  const DerivativeKernels& kernels = derivativeKernels();
   const int type = frame.walk.modelType;
   const std::int64_t size = gradientSize(frame.map);
   SampleSums sums;
   if (gradient == nullptr) {
     forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
       SampleSums part;
-      kernels.sums[type](frame, slices, scratch, part);
+      kernels_.sums[type](frame, slices, scratch, part);
       add(sums, part);
     });
   } else {
@@ -170,7 +169,7 @@ double MappedMetric::correlation(const DerivativeFrame& frame, double* gradient)
     addGradients(frame, numMoments * size, moments_.data(),
                  [&](const IndexSpan& slices, double* scratch, double* to) {
                    SampleSums part;
-                   kernels.moments[type](frame, slices, scratch, part, to);
+                   kernels_.moments[type](frame, slices, scratch, part, to);
                    add(sums, part);
                  });
   }
@@ -195,7 +194,6 @@ double MappedMetric::correlation(const DerivativeFrame& frame, double* gradient)
 }
 
 double MappedMetric::information(const DerivativeFrame& frame, double* gradient) {
-  const DerivativeKernels& kernels = derivativeKernels();
   const int type = frame.walk.modelType;
   const auto bins = static_cast<std::size_t>(rowsAxis_.count * columnsAxis_.count);
   histogram_.assign(bins, 0.0);
@@ -205,9 +203,9 @@ double MappedMetric::information(const DerivativeFrame& frame, double* gradient)
     portionHistogram_.assign(bins, 0.0);
     HistogramSums sums = {rowsAxis_, columnsAxis_, portionHistogram_.data()};
     if (gradient != nullptr)
-      kernels.histogramKeeping[type](frame, slices, scratch, sums, keptOf(slices));
+      kernels_.histogramKeeping[type](frame, slices, scratch, sums, keptOf(slices));
     else
-      kernels.histogram[type](frame, slices, scratch, sums);
+      kernels_.histogram[type](frame, slices, scratch, sums);
     for (std::size_t i = 0; i < bins; ++i) histogram_[i] += portionHistogram_[i];
     count += sums.count;
   });
@@ -218,7 +216,7 @@ double MappedMetric::information(const DerivativeFrame& frame, double* gradient)
   const HistogramRule rule = {rowsAxis_, columnsAxis_, slopes_.data()};
   addGradients(frame, gradientSize(frame.map), gradient,
                [&](const IndexSpan& slices, double* scratch, double* to) {
-                 kernels.kept(frame, slices, scratch, rule, keptOf(slices), to);
+                 kernels_.kept(frame, slices, scratch, rule, keptOf(slices), to);
                });
   return value;
 }

@@ -5,7 +5,7 @@
 #include "foundation/NmMat4d.h"
 #include "foundation/voxels/volumeFrame.h"
 #include "metrics/RegMetricKind.h"
-#include "variational/kernels/derivativeWalk.h"
+#include "variational/kernels/derivativeChoice.h"
 
 class VlDataAccess;
 
@@ -27,8 +27,10 @@ class MappedMetric {
     VolumeFrame frame;
   };
 
+  /// The volumes are the caller's.
   MappedMetric(RegMetricKind kind, const Volume& reference, const Volume& model,
-               const BinRange& referenceBins, const BinRange& modelBins);
+               const BinRange& referenceBins, const BinRange& modelBins,
+               const DerivativeKernels& kernels = derivativeKernels());
 
   /// Limits the samples to these voxels of each reference row, y fastest.
   void setRows(std::vector<IndexSpan> rows);
@@ -52,6 +54,7 @@ class MappedMetric {
   template <class Walk>
   void addGradients(const DerivativeFrame& frame, std::int64_t n, double* gradient, Walk&& walk);
 
+  const DerivativeKernels& kernels_;
   RegMetricKind kind_;
   Volume reference_;
   Volume model_;

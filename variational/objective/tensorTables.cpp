@@ -24,7 +24,7 @@ TensorTables::TensorTables(const VolumeFrame& reference) : reference_(reference)
       if (axis == 0) local_.push_back(i);
     }
   }
-  for (int k = 0; k < 4; ++k) map_.toPowers[k][k] = 1.0;
+  for (int k = 0; k < 2; ++k) map_.toPowers[k][k] = 1.0;
   shareTables();
 }
 
