@@ -18,7 +18,7 @@ void addResult(MappedMetric& metric, const TensorMap& map, std::int64_t controlC
   results.insert(results.end(), gradient.begin(), gradient.end());
 }
 
-/// Values and gradients by a matrix and by a lattice.
+/// Values and gradients by a matrix, a lattice and a field.
 template <class S>
 std::vector<double> resultsOf(const S& scene, RegMetricKind kind,
                               const DerivativeKernels& kernels) {
@@ -30,6 +30,10 @@ std::vector<double> resultsOf(const S& scene, RegMetricKind kind,
   TensorTables lattices(scene.frame, scene.lattice);
   lattices.setLattice(scene.matrix, scene.lattice, scene.modelFrame);
   addResult(metric, lattices.map(), lattices.controlCount(), results);
+  std::vector<float> gradient(scene.field.size());
+  results.push_back(metric.evaluate(scene.fieldMap(), nullptr));
+  results.push_back(metric.evaluate(scene.fieldMap(), gradient.data()));
+  results.insert(results.end(), gradient.begin(), gradient.end());
   return results;
 }
 

@@ -20,9 +20,9 @@ double entropy(const std::vector<double>& p) {
 
 /// The metrics by their definitions.
 template <class S>
-double naiveValue(const S& scene, RegMetricKind kind, bool withLattice) {
+double naiveValue(const S& scene, RegMetricKind kind, Mapping mapping) {
   std::vector<double> r, m;
-  scene.forEachSample(withLattice, [&](double a, double b) {
+  scene.forEachSample(mapping, [&](double a, double b) {
     r.push_back(a);
     m.push_back(b);
   });
@@ -84,6 +84,30 @@ void expectDerivatives(MappedMetric& metric, TensorMap map, std::size_t stride) 
   }
 }
 
+/// The derivatives by the displacements of some voxels.
+template <class S>
+void expectFieldDerivatives(MappedMetric& metric, S scene) {
+  std::vector<float> gradient(scene.field.size(), 7.0f);
+  EXPECT_EQ(metric.evaluate(scene.fieldMap(), gradient.data()),
+            metric.evaluate(scene.fieldMap(), nullptr));
+  float largest = 0.0f;
+  for (const float g : gradient) largest = std::max(largest, std::abs(g));
+  ASSERT_GT(largest, 0.0f);
+  for (std::size_t i = 0; i < gradient.size(); i += 5) {
+    constexpr float h = 1.0f / 32768.0f;
+    const float kept = scene.field[i];
+    scene.field[i] = kept + h;
+    const double plus = metric.evaluate(scene.fieldMap(), nullptr);
+    scene.field[i] = kept - h;
+    const double minus = metric.evaluate(scene.fieldMap(), nullptr);
+    const double moved = static_cast<double>(kept + h) - static_cast<double>(scene.field[i]);
+    scene.field[i] = kept;
+    EXPECT_NEAR(static_cast<double>(gradient[i]), (plus - minus) / moved,
+                1e-6 * static_cast<double>(largest))
+        << i;
+  }
+}
+
 template <class S>
 void expectExact(const S& scene, const std::string& what) {
   for (const RegMetricKind kind : kinds) {
@@ -91,14 +115,17 @@ void expectExact(const S& scene, const std::string& what) {
     MappedMetric metric = scene.metric(kind);
     TensorTables matrices(scene.frame);
     matrices.setMatrix(scene.matrix, scene.modelFrame);
-    double value = naiveValue(scene, kind, false);
+    double value = naiveValue(scene, kind, Mapping::matrix);
     EXPECT_NEAR(metric.evaluate(matrices.map(), nullptr), value, 1e-9 * std::abs(value));
     expectDerivatives(metric, matrices.map(), 1);
     TensorTables lattices(scene.frame, scene.lattice);
     lattices.setLattice(scene.matrix, scene.lattice, scene.modelFrame);
-    value = naiveValue(scene, kind, true);
+    value = naiveValue(scene, kind, Mapping::lattice);
     EXPECT_NEAR(metric.evaluate(lattices.map(), nullptr), value, 1e-9 * std::abs(value));
     expectDerivatives(metric, lattices.map(), 7);
+    value = naiveValue(scene, kind, Mapping::field);
+    EXPECT_NEAR(metric.evaluate(scene.fieldMap(), nullptr), value, 1e-9 * std::abs(value));
+    expectFieldDerivatives(metric, scene);
   }
 }
 
@@ -132,6 +159,21 @@ TEST(MappedMetric, IsAtItsBestWhereAVolumeLiesOnItself) {
   MappedMetric correlation = scene.metric(RegMetricCorrelationRatio);
   EXPECT_NEAR(correlation.evaluate(tables.map(), gradient.data()), 1.0, 1e-12);
   for (const double g : gradient) EXPECT_NEAR(g, 0.0, 1e-9);
+}
+
+TEST(MappedMetric, AFieldLeavesOutVoxelsWithoutDisplacement) {
+  Scene<short, short> scene;
+  scene.matrix = NmMat4d();
+  scene.matrix.m[3][0] = 0.3;
+  std::fill(scene.field.begin(), scene.field.end(), 0.0f);
+  MappedMetric metric = scene.metric(RegMetricMeanSquaredDifference);
+  metric.evaluate(scene.fieldMap(), nullptr);
+  const double before = metric.numSamples();
+  scene.field[13 * 9 * 3 + 13 * 4 + 6] = std::nanf("");
+  std::vector<float> gradient(scene.field.size(), 7.0f);
+  metric.evaluate(scene.fieldMap(), gradient.data());
+  EXPECT_EQ(metric.numSamples(), before - 1.0);
+  EXPECT_EQ(gradient[13 * 9 * 3 + 13 * 4 + 6], 0.0f);
 }
 
 TEST(MappedMetric, MakesNoStatementWithoutSamples) {

@@ -9,6 +9,7 @@
 #include "tests/support/voxelTypes.h"
 #include "variational/objective/mappedMetric.h"
 #include "variational/objective/tensorTables.h"
+#include "variational/objective/voxelMatrix.h"
 
 /// Shared by the tests of the derivative walks.
 namespace mappedScene {
@@ -38,7 +39,10 @@ std::vector<T> waves(const NmVec3i& n, double phase) {
   return voxels;
 }
 
-/// Two volumes and a map between them, a matrix or a lattice on top of it.
+/// A matrix, or a lattice or a field on top of it.
+enum class Mapping { matrix, lattice, field };
+
+/// Two volumes and maps between them.
 template <class T, class U>
 struct Scene {
   NmVec3i dims;
@@ -51,6 +55,7 @@ struct Scene {
   NmMat4d matrix{1.05, 0.04,  -0.03, 0, -0.05,  0.96,   0.06,    0,
                  0.02, -0.04, 1.03,  0, 0.9137, 0.7219, -0.4173, 1};
   ControlLattice lattice;
+  std::vector<float> field;     ///< displacements in model voxels
   std::vector<IndexSpan> rows;  ///< that count; none: whole rows
 
   explicit Scene(const NmVec3i& n = {13, 9, 7}, const NmVec3i& modelN = {11, 10, 8},
@@ -58,6 +63,9 @@ struct Scene {
       : dims(n), modelDims(modelN), lattice(frame.box, intervals) {
     std::mt19937 random(5);
     for (double& value : lattice.values) value = static_cast<double>(random() % 1000) / 600.0 - 0.8;
+    // Some bits of a float are left for small changes.
+    for (std::size_t i = 0; i < 3 * reference.size(); ++i)
+      field.push_back(static_cast<float>(random() % 16384) / 16384.0f - 0.4f);
   }
 
   MappedMetric metric(RegMetricKind kind,
@@ -77,21 +85,26 @@ struct Scene {
     rows[rows.size() / 2] = {0, 0};
   }
 
+  FieldMap fieldMap() const { return {voxelMatrix(matrix, frame, modelFrame), field.data()}; }
+
   /// Where a reference voxel goes, in model voxels.
-  NmVec3d positionOf(int x, int y, int z, bool withLattice) const {
+  NmVec3d positionOf(int x, int y, int z, Mapping mapping) const {
     NmVec3d p(frame.position(0, x), frame.position(1, y), frame.position(2, z));
-    const NmVec3d shift = withLattice ? lattice.displacementAt(p) : NmVec3d();
+    const NmVec3d shift = mapping == Mapping::lattice ? lattice.displacementAt(p) : NmVec3d();
     matrix.multVecMatrix(p, p);
     NmVec3d at;
     for (int a = 0; a < 3; ++a)
       at[a] = (p[a] + shift[a] - modelFrame.box.min(a)) /
               (modelFrame.voxelSize[a] > 0 ? modelFrame.voxelSize[a] : 1);
+    const auto voxel = static_cast<std::size_t>(x + dims.x * (y + dims.y * z));
+    for (std::size_t a = 0; a < 3 && mapping == Mapping::field; ++a)
+      at[static_cast<int>(a)] += static_cast<double>(field[voxel + a * reference.size()]);
     return at;
   }
 
   /// Calls visit(reference value, model value) for each sample.
   template <class Visit>
-  void forEachSample(bool withLattice, Visit visit) const {
+  void forEachSample(Mapping mapping, Visit visit) const {
     std::size_t voxel = 0;
     for (int z = 0; z < dims.z; ++z)
       for (int y = 0; y < dims.y; ++y)
@@ -99,7 +112,7 @@ struct Scene {
           const IndexSpan* const span =
               rows.empty() ? nullptr : &rows[static_cast<std::size_t>(y + dims.y * z)];
           if (span != nullptr && (x < span->first || x >= span->end)) continue;
-          const NmVec3d at = positionOf(x, y, z, withLattice);
+          const NmVec3d at = positionOf(x, y, z, mapping);
           bool isInside = true;
           for (int a = 0; a < 3; ++a) {
             const double slack = modelDims[a] > 1 ? 1e-3 : 0.5;
