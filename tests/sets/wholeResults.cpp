@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "variational/search/latticeSearch.h"
+#include "variational/search/matrixSearch.h"
+
 /// Prints a table of whole results, a name and a hash of all their bits in each line: what one
 /// instruction set, compiler or version gives, another has to give as well.
 namespace {
@@ -129,6 +132,38 @@ void printRegistrations(const std::vector<Pair>& pairs) {
     }
 }
 
+voxreg::detail::SearchVolume searched(const NmHandle<VlData>& volume, int type,
+                                      const VlDataAccess& access) {
+  return {access.dataPtr(0), type, voxreg::detail::VolumeFrame(*volume)};
+}
+
+/// By exact derivatives: a matrix, and a lattice on top of it.
+void printVariational(const Pair& pair, int referenceType, int modelType) {
+  using namespace voxreg::detail;
+  constexpr const char* metrics[] = {"nmi", "mi", "msd", "cr"};
+  const NmHandle<VlDataAccess> referenceAccess = pair.reference->lock(false);
+  const NmHandle<VlDataAccess> modelAccess = pair.model->lock(false);
+  const SearchVolume reference = searched(pair.reference, referenceType, *referenceAccess);
+  const SearchVolume model = searched(pair.model, modelType, *modelAccess);
+  for (int metric = 0; metric < 4; ++metric) {
+    SearchSummary summary;
+    MatrixSearch matrices = {
+        reference, model, NmMat4d(), {{{2, 2, 1}, {2, 2, 1}}, {{1, 1, 1}, {1, 1, 1}}}};
+    matrices.comparison.metric = static_cast<RegMetricKind>(metric);
+    const NmMat4d matrix = matrices.run(summary);
+    Hash hash;
+    hash.add(&matrix.m[0][0], 16);
+    hash.print("matrix " + pair.name + " " + metrics[metric]);
+    LatticeSearch lattices = {reference, model, matrix};
+    lattices.comparison = matrices.comparison;
+    lattices.spacing = 12.0;
+    const voxreg::ControlLattice lattice = lattices.run(summary);
+    Hash hashOfLattice;
+    hashOfLattice.add(lattice.values.data(), static_cast<std::int64_t>(lattice.values.size()));
+    hashOfLattice.print("lattice " + pair.name + " " + metrics[metric]);
+  }
+}
+
 /// By filters, and through a grid of bricks.
 void printResampled(const Pair& pair) {
   constexpr std::int64_t voxelBytes = 2;
@@ -165,6 +200,8 @@ int main() {
       {"float/double", makeHead<float>(false, NmPrimType::Float),
        makeHead<double>(true, NmPrimType::Double)}};
   printRegistrations(pairs);
+  printVariational(pairs[0], 1, 0);
+  printVariational(pairs[2], 4, 5);
   printResampled(pairs[1]);
   return 0;
 }

@@ -1,110 +1,15 @@
-#include "variational/objective/mappedMetric.h"
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
-#include <random>
+#include <string>
 
-#include "functional/kernels/walk.h"
-#include "tests/functional/naiveWalk.h"
-#include "tests/support/volumes.h"
-#include "tests/support/voxelTypes.h"
-#include "variational/objective/tensorTables.h"
+#include "metrics/RegMetric.h"
+#include "tests/variational/mappedScene.h"
 
 namespace {
 
-using voxreg::ControlLattice;
-using voxreg::detail::BinRange;
-using voxreg::detail::IndexSpan;
-using voxreg::detail::MappedMetric;
-using voxreg::detail::TensorTables;
-using voxreg::detail::VolumeFrame;
-using voxreg::detail::voxelTypeIndex;
-
-constexpr RegMetricKind kinds[] = {RegMetricNormMutualInformation, RegMetricSimpleMutualInformation,
-                                   RegMetricMeanSquaredDifference, RegMetricCorrelationRatio};
-
-VolumeFrame frameOf(const NmVec3i& n, const NmBox3f& box) {
-  const NmHandle<VlMemoryData> volume = makeVolume({n.x, n.y, n.z}, NmPrimType::UnsignedChar);
-  volume->setBoundingBox(box);
-  return VolumeFrame(*volume);
-}
-
-template <class T>
-std::vector<T> waves(const NmVec3i& n, double phase) {
-  std::vector<T> voxels;
-  for (int z = 0; z < n.z; ++z)
-    for (int y = 0; y < n.y; ++y)
-      for (int x = 0; x < n.x; ++x)
-        voxels.push_back(static_cast<T>(100.0 +
-                                        40.0 * std::sin(0.5 * x + phase) * std::cos(0.4 * y) +
-                                        30.0 * std::sin(0.6 * z + 0.2 * y)));
-  return voxels;
-}
-
-/// Two volumes and a map between them, a matrix or a lattice on top of it.
-template <class T, class U>
-struct Scene {
-  NmVec3i dims = {13, 9, 7};
-  NmVec3i modelDims = {11, 10, 8};
-  std::vector<T> reference = waves<T>(dims, 0.0);
-  std::vector<U> model = waves<U>(modelDims, 0.4);
-  VolumeFrame frame = frameOf(dims, {-10, 14, 3, 19, 0, 15});
-  VolumeFrame modelFrame = frameOf(modelDims, {-9, 13, 2, 20, -1, 15});
-  NmMat4d matrix{1.05, 0.04,  -0.03, 0, -0.05, 0.96, 0.06, 0,
-                 0.02, -0.04, 1.03,  0, 0.9,   0.7,  -0.4, 1};
-  ControlLattice lattice{frame.box, {3, 2, 2}};
-  std::vector<IndexSpan> rows;
-
-  Scene() {
-    std::mt19937 random(5);
-    for (double& value : lattice.values) value = static_cast<double>(random() % 1000) / 600.0 - 0.8;
-  }
-
-  MappedMetric metric(RegMetricKind kind) const {
-    MappedMetric m(kind, {reference.data(), voxelTypeIndex<T>, frame},
-                   {model.data(), voxelTypeIndex<U>, modelFrame}, {40.0, 160.0, 9},
-                   {45.0, 150.0, 8});
-    m.setRows(rows);
-    return m;
-  }
-
-  /// Where a reference voxel goes, in model voxels.
-  NmVec3d positionOf(int x, int y, int z, bool withLattice) const {
-    NmVec3d p(frame.position(0, x), frame.position(1, y), frame.position(2, z));
-    const NmVec3d shift = withLattice ? lattice.displacementAt(p) : NmVec3d();
-    matrix.multVecMatrix(p, p);
-    NmVec3d at;
-    for (int a = 0; a < 3; ++a)
-      at[a] = (p[a] + shift[a] - modelFrame.box.min(a)) /
-              (modelFrame.voxelSize[a] > 0 ? modelFrame.voxelSize[a] : 1);
-    return at;
-  }
-
-  /// Calls visit(reference value, model value) for each sample.
-  template <class Visit>
-  void forEachSample(bool withLattice, Visit visit) const {
-    std::size_t voxel = 0;
-    for (int z = 0; z < dims.z; ++z)
-      for (int y = 0; y < dims.y; ++y)
-        for (int x = 0; x < dims.x; ++x, ++voxel) {
-          const IndexSpan* const span =
-              rows.empty() ? nullptr : &rows[static_cast<std::size_t>(y + dims.y * z)];
-          if (span != nullptr && (x < span->first || x >= span->end)) continue;
-          const NmVec3d at = positionOf(x, y, z, withLattice);
-          bool isInside = true;
-          for (int a = 0; a < 3; ++a) {
-            const double slack = modelDims[a] > 1 ? 1e-3 : 0.5;
-            isInside = isInside && at[a] >= -slack && at[a] <= modelDims[a] - 1 + slack;
-          }
-          const double position[3] = {at.x, at.y, at.z};
-          const double r = static_cast<double>(reference[voxel]);
-          if (!isInside || !std::isfinite(r)) continue;
-          const double m = naive::sample(model, modelDims, position);
-          if (std::isfinite(m)) visit(r, m);
-        }
-  }
-};
+using namespace mappedScene;
 
 double entropy(const std::vector<double>& p) {
   double sum = 0.0;
@@ -115,9 +20,9 @@ double entropy(const std::vector<double>& p) {
 
 /// The metrics by their definitions.
 template <class S>
-double naiveValue(const S& scene, RegMetricKind kind, bool withLattice) {
+double naiveValue(const S& scene, RegMetricKind kind, Mapping mapping) {
   std::vector<double> r, m;
-  scene.forEachSample(withLattice, [&](double a, double b) {
+  scene.forEachSample(mapping, [&](double a, double b) {
     r.push_back(a);
     m.push_back(b);
   });
@@ -156,58 +61,129 @@ double naiveValue(const S& scene, RegMetricKind kind, bool withLattice) {
   return kind == RegMetricNormMutualInformation ? (hr + hm) / hrm : hr + hm - hrm;
 }
 
-/// Values against the definitions, derivatives against central differences.
+/// The derivatives by every `stride`-th control against central differences.
+void expectDerivatives(MappedMetric& metric, TensorMap map, std::size_t stride) {
+  std::vector<double> controls(map.controls, map.controls + 3 * map.axes[0].numControls *
+                                                                map.axes[1].numControls *
+                                                                map.axes[2].numControls);
+  map.controls = controls.data();
+  std::vector<double> gradient(controls.size());
+  EXPECT_EQ(metric.evaluate(map, gradient.data()), metric.evaluate(map, nullptr));
+  double largest = 0.0;
+  for (const double g : gradient) largest = std::max(largest, std::abs(g));
+  ASSERT_GT(largest, 0.0);
+  for (std::size_t i = 0; i < gradient.size(); i += stride) {
+    constexpr double h = 2e-6;
+    const double kept = controls[i];
+    controls[i] = kept + h;
+    const double plus = metric.evaluate(map, nullptr);
+    controls[i] = kept - h;
+    const double minus = metric.evaluate(map, nullptr);
+    controls[i] = kept;
+    EXPECT_NEAR(gradient[i], (plus - minus) / (2.0 * h), 1e-6 * largest) << i;
+  }
+}
+
+/// The derivatives by the displacements of some voxels.
 template <class S>
-void expectExact(S& scene, const char* what) {
+void expectFieldDerivatives(MappedMetric& metric, S scene) {
+  std::vector<float> gradient(scene.field.size(), 7.0f);
+  EXPECT_EQ(metric.evaluate(scene.fieldMap(), gradient.data()),
+            metric.evaluate(scene.fieldMap(), nullptr));
+  float largest = 0.0f;
+  for (const float g : gradient) largest = std::max(largest, std::abs(g));
+  ASSERT_GT(largest, 0.0f);
+  for (std::size_t i = 0; i < gradient.size(); i += 5) {
+    constexpr float h = 1.0f / 32768.0f;
+    const float kept = scene.field[i];
+    scene.field[i] = kept + h;
+    const double plus = metric.evaluate(scene.fieldMap(), nullptr);
+    scene.field[i] = kept - h;
+    const double minus = metric.evaluate(scene.fieldMap(), nullptr);
+    const double moved = static_cast<double>(kept + h) - static_cast<double>(scene.field[i]);
+    scene.field[i] = kept;
+    EXPECT_NEAR(static_cast<double>(gradient[i]), (plus - minus) / moved,
+                1e-6 * static_cast<double>(largest))
+        << i;
+  }
+}
+
+template <class S>
+void expectExact(const S& scene, const std::string& what) {
   for (const RegMetricKind kind : kinds) {
-    SCOPED_TRACE(std::string(what) + ", metric " + std::to_string(kind));
+    SCOPED_TRACE(what + ", metric " + std::to_string(kind));
     MappedMetric metric = scene.metric(kind);
-    TensorTables matrixTables(scene.frame);
-    matrixTables.setMatrix(scene.matrix, scene.modelFrame);
-    EXPECT_NEAR(metric.evaluate(matrixTables.map(), nullptr), naiveValue(scene, kind, false),
-                1e-9 * std::abs(naiveValue(scene, kind, false)));
-    TensorTables tables(scene.frame, scene.lattice);
-    const auto valueAt = [&](double* gradient) {
-      tables.setLattice(scene.matrix, scene.lattice, scene.modelFrame);
-      return metric.evaluate(tables.map(), gradient);
-    };
-    std::vector<double> gradient(scene.lattice.values.size());
-    const double value = valueAt(gradient.data());
-    EXPECT_NEAR(value, naiveValue(scene, kind, true), 1e-9 * std::abs(value));
-    EXPECT_EQ(value, valueAt(nullptr));
-    double largest = 0.0;
-    for (const double g : gradient) largest = std::max(largest, std::abs(g));
-    ASSERT_GT(largest, 0.0);
-    const auto count = static_cast<std::size_t>(scene.lattice.controlCount());
-    for (std::size_t i = 0; i < gradient.size(); i += 7) {
-      constexpr double h = 2e-6;
-      const double kept = scene.lattice.values[i];
-      scene.lattice.values[i] = kept + h;
-      const double plus = valueAt(nullptr);
-      scene.lattice.values[i] = kept - h;
-      const double minus = valueAt(nullptr);
-      scene.lattice.values[i] = kept;
-      const float size = scene.modelFrame.voxelSize[static_cast<int>(i / count)];
-      const double found = gradient[i] / (size > 0.0f ? static_cast<double>(size) : 1.0);
-      EXPECT_NEAR(found, (plus - minus) / (2.0 * h), 2e-6 * largest) << i;
-    }
+    TensorTables matrices(scene.frame);
+    matrices.setMatrix(scene.matrix, scene.modelFrame);
+    double value = naiveValue(scene, kind, Mapping::matrix);
+    EXPECT_NEAR(metric.evaluate(matrices.map(), nullptr), value, 1e-9 * std::abs(value));
+    expectDerivatives(metric, matrices.map(), 1);
+    TensorTables lattices(scene.frame, scene.lattice);
+    lattices.setLattice(scene.matrix, scene.lattice, scene.modelFrame);
+    value = naiveValue(scene, kind, Mapping::lattice);
+    EXPECT_NEAR(metric.evaluate(lattices.map(), nullptr), value, 1e-9 * std::abs(value));
+    expectDerivatives(metric, lattices.map(), 7);
+    value = naiveValue(scene, kind, Mapping::field);
+    EXPECT_NEAR(metric.evaluate(scene.fieldMap(), nullptr), value, 1e-9 * std::abs(value));
+    expectFieldDerivatives(metric, scene);
   }
 }
 
 TEST(MappedMetric, HasTheValuesOfItsDefinitionAndTheDerivativesOfItsValues) {
-  forEachVoxelType([]<class U>() {
-    Scene<short, U> scene;
-    expectExact(scene, "model type");
+  forEachVoxelType([]<class T>() {
+    expectExact(Scene<short, T>(), "model type");
+    expectExact(Scene<T, float>(), "reference type");
   });
   Scene<double, float> masked;
-  for (std::size_t i = 0; i < masked.reference.size(); i += 11) masked.reference[i] = std::nan("");
-  masked.model[300] = std::nanf("");
-  for (int row = 0; row < 63; ++row) masked.rows.push_back({row % 3, 13 - row % 5 * 3});
-  masked.rows[30] = {0, 0};
+  masked.mask();
   expectExact(masked, "masks");
   Scene<float, double> moved;
   moved.matrix.m[3][0] += 14.0;
   expectExact(moved, "half of it outside");
+  expectExact(Scene<float, short>({13, 9, 1}, {14, 11, 1}, {3, 2, 1}), "flat along z");
+  expectExact(Scene<short, float>({1, 9, 7}, {1, 11, 9}, {1, 3, 2}), "flat along x");
+}
+
+TEST(MappedMetric, IsAtItsBestWhereAVolumeLiesOnItself) {
+  Scene<float, float> scene;
+  scene.model = scene.reference;
+  scene.modelDims = scene.dims;
+  scene.frame = scene.modelFrame = frameOf(scene.dims, {0, 12, 0, 8, 0, 6});
+  TensorTables tables(scene.frame);
+  tables.setMatrix(NmMat4d(), scene.modelFrame);
+  std::vector<double> gradient(static_cast<std::size_t>(3 * tables.controlCount()));
+  MappedMetric difference = scene.metric(RegMetricMeanSquaredDifference);
+  EXPECT_EQ(difference.evaluate(tables.map(), gradient.data()), 0.0);
+  for (const double g : gradient) EXPECT_EQ(g, 0.0);
+  EXPECT_EQ(difference.numSamples(), 13 * 9 * 7);
+  MappedMetric correlation = scene.metric(RegMetricCorrelationRatio);
+  EXPECT_NEAR(correlation.evaluate(tables.map(), gradient.data()), 1.0, 1e-12);
+  for (const double g : gradient) EXPECT_NEAR(g, 0.0, 1e-9);
+}
+
+TEST(MappedMetric, AFieldLeavesOutVoxelsWithoutDisplacement) {
+  Scene<short, short> scene;
+  scene.matrix = NmMat4d();
+  scene.matrix.m[3][0] = 0.3;
+  std::fill(scene.field.begin(), scene.field.end(), 0.0f);
+  MappedMetric metric = scene.metric(RegMetricMeanSquaredDifference);
+  metric.evaluate(scene.fieldMap(), nullptr);
+  const double before = metric.numSamples();
+  scene.field[13 * 9 * 3 + 13 * 4 + 6] = std::nanf("");
+  std::vector<float> gradient(scene.field.size(), 7.0f);
+  metric.evaluate(scene.fieldMap(), gradient.data());
+  EXPECT_EQ(metric.numSamples(), before - 1.0);
+  EXPECT_EQ(gradient[13 * 9 * 3 + 13 * 4 + 6], 0.0f);
+}
+
+TEST(MappedMetric, MakesNoStatementWithoutSamples) {
+  Scene<short, short> scene;
+  scene.matrix.m[3][1] += 100.0;
+  TensorTables tables(scene.frame);
+  tables.setMatrix(scene.matrix, scene.modelFrame);
+  std::vector<double> gradient(static_cast<std::size_t>(3 * tables.controlCount()));
+  for (const RegMetricKind kind : kinds)
+    EXPECT_EQ(scene.metric(kind).evaluate(tables.map(), gradient.data()), RegMetric::noStatement);
 }
 
 }  // namespace

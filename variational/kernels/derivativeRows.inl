@@ -51,11 +51,11 @@ static void loadRow(int type, const void* volume, std::int64_t first, int n, dou
 
 /// Walks rows of the reference, a chunk of a row at a time: positions, then cells and copies of the
 /// model's voxels, then values, then what the consumer makes of them.
-template <class U, class Consumer>
+template <class U, class Map, class Consumer>
 class DerivativeRows {
  public:
-  DerivativeRows(const DerivativeFrame& frame, double* scratch, Consumer& consumer)
-      : frame_(frame), sampler_(frame.walk), positions_(frame.map, scratch), consumer_(consumer) {
+  DerivativeRows(const DerivativeFrame<Map>& frame, double* scratch, Consumer& consumer)
+      : frame_(frame), sampler_(frame.walk), positions_(frame, scratch), consumer_(consumer) {
     for (int axis = 0; axis < 3; ++axis) {
       const int n = frame.walk.modelDims[axis];
       const double slack = n > 1 ? tolerance : 0.5;
@@ -148,9 +148,9 @@ class DerivativeRows {
     }
   }
 
-  const DerivativeFrame& frame_;
+  const DerivativeFrame<Map>& frame_;
   Sampler sampler_;
-  TensorPositions positions_;
+  typename MapParts<Map>::Positions positions_;
   Consumer& consumer_;
   Doubles lower_[3];
   Doubles upper_[3];

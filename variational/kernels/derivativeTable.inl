@@ -2,72 +2,82 @@
 
 #include "variational/kernels/derivativeRows.inl"
 
-template <class U>
-static void walkSums(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
+template <class U, class Map>
+static void walkSums(const DerivativeFrame<Map>& frame, const IndexSpan& slices, double* scratch,
                      SampleSums& sums) {
   SumsConsumer consumer;
-  DerivativeRows<U, SumsConsumer>(frame, scratch, consumer).walk(slices);
+  DerivativeRows<U, Map, SumsConsumer>(frame, scratch, consumer).walk(slices);
   consumer.addTo(sums);
   Lanes::leave();
 }
 
-template <class U>
-static void walkHistogram(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
-                          HistogramSums& sums) {
+template <class U, class Map>
+static void walkHistogram(const DerivativeFrame<Map>& frame, const IndexSpan& slices,
+                          double* scratch, HistogramSums& sums) {
   HistogramConsumer consumer(sums);
-  DerivativeRows<U, HistogramConsumer>(frame, scratch, consumer).walk(slices);
+  DerivativeRows<U, Map, HistogramConsumer>(frame, scratch, consumer).walk(slices);
   Lanes::leave();
 }
 
-template <class U>
-static void walkHistogramKeeping(const DerivativeFrame& frame, const IndexSpan& slices,
+template <class U, class Map>
+static void walkHistogramKeeping(const DerivativeFrame<Map>& frame, const IndexSpan& slices,
                                  double* scratch, HistogramSums& sums, const KeptSamples& kept) {
   KeepingConsumer consumer(sums, kept);
-  DerivativeRows<U, KeepingConsumer>(frame, scratch, consumer).walk(slices);
+  DerivativeRows<U, Map, KeepingConsumer>(frame, scratch, consumer).walk(slices);
   Lanes::leave();
 }
 
-static void walkKept(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
-                     const HistogramRule& rule, const KeptSamples& kept, double* gradient) {
-  KeptGradient consumer(rule, kept, frame.map, scratch, gradient);
-  for (int z = slices.first; z < slices.end; ++z) consumer.addSlice(frame, z);
+template <class Map>
+static void walkKept(const DerivativeFrame<Map>& frame, const IndexSpan& slices, double* scratch,
+                     const HistogramRule& rule, const KeptSamples& kept,
+                     typename Map::Derivative* gradient) {
+  KeptGradient<Map> consumer(rule, kept, frame, scratch, gradient);
+  for (int z = slices.first; z < slices.end; ++z) consumer.addSlice(z);
   Lanes::leave();
 }
 
-template <class U, class Weights>
-static void walkGradient(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
-                         Weights& weights, double* gradient) {
-  const std::int64_t taken = TensorPositions(frame.map, scratch).taken();
-  GradientConsumer<Weights> consumer(weights, frame.map, scratch + taken, gradient);
-  DerivativeRows<U, GradientConsumer<Weights>>(frame, scratch, consumer).walk(slices);
+template <class U, class Map, class Weights>
+static void walkGradient(const DerivativeFrame<Map>& frame, const IndexSpan& slices,
+                         double* scratch, Weights& weights, typename Map::Derivative* gradient) {
+  double* const left = scratch + MapParts<Map>::Positions::taken(frame.map);
+  GradientConsumer<Map, Weights> consumer(weights, frame, left, gradient);
+  DerivativeRows<U, Map, GradientConsumer<Map, Weights>>(frame, scratch, consumer).walk(slices);
 }
 
-template <class U>
-static void walkLinear(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
-                       const LinearRule& rule, SampleSums& sums, double* gradient) {
+template <class U, class Map>
+static void walkLinear(const DerivativeFrame<Map>& frame, const IndexSpan& slices, double* scratch,
+                       const LinearRule& rule, SampleSums& sums,
+                       typename Map::Derivative* gradient) {
   LinearWeights weights(rule);
   walkGradient<U>(frame, slices, scratch, weights, gradient);
   weights.addTo(sums);
   Lanes::leave();
 }
 
-template <class U>
-static void walkMoments(const DerivativeFrame& frame, const IndexSpan& slices, double* scratch,
-                        SampleSums& sums, double* gradients) {
+template <class U, class Map>
+static void walkMoments(const DerivativeFrame<Map>& frame, const IndexSpan& slices, double* scratch,
+                        SampleSums& sums, typename Map::Derivative* gradients) {
   MomentWeights weights;
   walkGradient<U>(frame, slices, scratch, weights, gradients);
   weights.addTo(sums);
   Lanes::leave();
 }
 
+template <class U, class Map>
+static constexpr void fillFor(DerivativeWalks<Map>& walks) {
+  constexpr int index = voxelTypeIndex<U>;
+  walks.sums[index] = walkSums<U, Map>;
+  walks.linear[index] = walkLinear<U, Map>;
+  walks.histogram[index] = walkHistogram<U, Map>;
+  walks.histogramKeeping[index] = walkHistogramKeeping<U, Map>;
+  walks.kept = walkKept<Map>;
+}
+
 template <class U>
 static constexpr void fillFor(DerivativeKernels& table) {
-  constexpr int index = voxelTypeIndex<U>;
-  table.sums[index] = walkSums<U>;
-  table.linear[index] = walkLinear<U>;
-  table.moments[index] = walkMoments<U>;
-  table.histogram[index] = walkHistogram<U>;
-  table.histogramKeeping[index] = walkHistogramKeeping<U>;
+  fillFor<U>(table.tensors);
+  fillFor<U>(table.fields);
+  table.moments[voxelTypeIndex<U>] = walkMoments<U, TensorMap>;
 }
 
 static constexpr DerivativeKernels makeDerivatives() {
@@ -78,6 +88,5 @@ static constexpr DerivativeKernels makeDerivatives() {
   fillFor<int>(table);
   fillFor<float>(table);
   fillFor<double>(table);
-  table.kept = walkKept;
   return table;
 }

@@ -19,9 +19,25 @@ struct TensorAxis {
 /// Uniform cubic B-splines are of this form, and a matrix with the weights 1, x, 0, 0. Cells rise
 /// with the voxels. The tables of the x axis hold groupSize voxels beyond the last, of its cell.
 struct TensorMap {
+  using Derivative = double;
+
   TensorAxis axes[3];
   const double* controls;  ///< x fastest, then y, z, and the component slowest
   double toPowers[4][4];   ///< row k: the coefficient of t^k from a cell's four controls, along x
+};
+
+/// Positions in model voxels, start + x step[0] + y step[1] + z step[2].
+struct VoxelMatrix {
+  double start[3];
+  double step[3][3];  ///< for each axis of the reference, by the model's
+};
+
+/// A map that gives each reference voxel a displacement of its own on top of a matrix.
+struct FieldMap {
+  using Derivative = float;
+
+  VoxelMatrix matrix;
+  const float* displacement;  ///< model voxels: x fastest, component slowest; none at NaN
 };
 
 /// Voxels that are sampled together, whatever the number of lanes. Sums of a row keep one subtotal
@@ -29,10 +45,11 @@ struct TensorMap {
 inline constexpr int groupSize = 8;
 
 /// What a walk that compares the reference with the mapped model goes by.
+template <class Map>
 struct DerivativeFrame {
   Walk walk;              ///< volumes, rowStep and step[0] (hints); the box is ignored
   const IndexSpan* rows;  ///< voxels of each reference row, y fastest; null for whole rows
-  TensorMap map;
+  Map map;
 };
 
 /// Sums over the samples, d = reference - model.
@@ -80,47 +97,60 @@ struct KeptSamples {
 inline constexpr int numMoments = 3;
 
 /// Doubles along x of a row of controls in working memory.
-constexpr std::int64_t paddedControls(const TensorMap& map) {
+static constexpr std::int64_t paddedControls(const TensorMap& map) {
   return (map.axes[0].numControls + 2 * groupSize - 1) / groupSize * groupSize;
 }
 
 /// Doubles of working memory that a walk of a map takes.
-constexpr std::int64_t derivativeScratch(const TensorMap& map) {
+static constexpr std::int64_t derivativeScratch(const TensorMap& map) {
   const std::int64_t cx = paddedControls(map);
   const std::int64_t cy = map.axes[1].numControls;
   return 3 * (1 + numMoments) * cx * (cy + 1) + 12 * cx;
 }
 
-/// The walks of one instruction set over the slices of a span, by the model's voxelTypeIndex.
-/// Samples are voxels with a finite reference value whose position is in the model, up to a
-/// thousandth of a voxel beyond its outermost voxels, and whose sample is finite.
-/// `scratch` is derivativeScratch doubles, aligned to 64 bytes. A gradient, of the shape of the
-/// controls and by them, is added to `gradient`.
-struct DerivativeKernels {
+static constexpr std::int64_t derivativeScratch(const FieldMap&) {
+  return 0;
+}
+
+/// The walks over the slices of a span, by the model's voxelTypeIndex. Samples are voxels with a
+/// finite reference value whose position is in the model, up to a thousandth of a voxel beyond its
+/// outermost voxels, and whose sample is finite. `scratch` is derivativeScratch doubles, aligned to
+/// 64 bytes. A gradient by controls, in their order, is added to `gradient`; one by a field, in its
+/// order, replaces the slices' part of it.
+template <class Map>
+struct DerivativeWalks {
+  using Frame = DerivativeFrame<Map>;
+  using Derivative = typename Map::Derivative;
+
   /// Sums of the samples.
-  void (*sums[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
-                              SampleSums&);
+  void (*sums[numVoxelTypes])(const Frame&, const IndexSpan& slices, double* scratch, SampleSums&);
 
   /// Squared differences, and their gradient by a rule.
-  void (*linear[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
-                                const LinearRule&, SampleSums&, double* gradient);
-
-  /// Sums of the samples, and the model's gradients weighed with the reference's value, the model's
-  /// value and 1: numMoments gradients.
-  void (*moments[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
-                                 SampleSums&, double* gradients);
+  void (*linear[numVoxelTypes])(const Frame&, const IndexSpan& slices, double* scratch,
+                                const LinearRule&, SampleSums&, Derivative* gradient);
 
   /// The joint histogram.
-  void (*histogram[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
+  void (*histogram[numVoxelTypes])(const Frame&, const IndexSpan& slices, double* scratch,
                                    HistogramSums&);
 
   /// The same, and the samples for `kept`.
-  void (*histogramKeeping[numVoxelTypes])(const DerivativeFrame&, const IndexSpan& slices,
-                                          double* scratch, HistogramSums&, const KeptSamples&);
+  void (*histogramKeeping[numVoxelTypes])(const Frame&, const IndexSpan& slices, double* scratch,
+                                          HistogramSums&, const KeptSamples&);
 
   /// The gradient of kept samples by a histogram's rule.
-  void (*kept)(const DerivativeFrame&, const IndexSpan& slices, double* scratch,
-               const HistogramRule&, const KeptSamples&, double* gradient);
+  void (*kept)(const Frame&, const IndexSpan& slices, double* scratch, const HistogramRule&,
+               const KeptSamples&, Derivative* gradient);
+};
+
+/// The walks of one instruction set.
+struct DerivativeKernels {
+  DerivativeWalks<TensorMap> tensors;
+  DerivativeWalks<FieldMap> fields;
+
+  /// Sums of the samples, and the model's gradients weighed with the reference's value, the model's
+  /// value and 1: numMoments gradients by controls.
+  void (*moments[numVoxelTypes])(const DerivativeFrame<TensorMap>&, const IndexSpan& slices,
+                                 double* scratch, SampleSums&, double* gradients);
 };
 
 extern const DerivativeKernels portableDerivatives;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "variational/kernels/tensorPositions.inl"
+#include "variational/kernels/mapParts.inl"
 
 /// Adds up values, and products of values, of the samples.
 class SumsConsumer {
@@ -263,13 +263,14 @@ class MomentWeights {
 };
 
 /// Weighs the model's gradient at each sample and hands it to the controls.
-template <class Weights>
+template <class Map, class Weights>
 class GradientConsumer {
  public:
   static constexpr bool wantsGradient = true;
 
-  GradientConsumer(Weights& weights, const TensorMap& map, double* scratch, double* gradient)
-      : weights_(weights), gradient_(map, scratch, gradient) {}
+  GradientConsumer(Weights& weights, const DerivativeFrame<Map>& frame, double* scratch,
+                   typename Map::Derivative* gradient)
+      : weights_(weights), gradient_(frame, scratch, gradient) {}
 
   void startSlice(int z) { gradient_.startSlice(z); }
   void endSlice(int z) { gradient_.endSlice(z); }
@@ -296,24 +297,27 @@ class GradientConsumer {
 
  private:
   Weights& weights_;
-  TensorGradient<Weights::sets> gradient_;
+  typename MapParts<Map>::template Gradient<Weights::sets> gradient_;
 };
 
 /// Hands the kept samples of some slices to the controls.
+template <class Map>
 class KeptGradient {
  public:
-  KeptGradient(const HistogramRule& rule, const KeptSamples& kept, const TensorMap& map,
-               double* scratch, double* gradient)
+  KeptGradient(const HistogramRule& rule, const KeptSamples& kept,
+               const DerivativeFrame<Map>& frame, double* scratch,
+               typename Map::Derivative* gradient)
       : slopes_(rule.slopes),
         intervals_(rule.columns.count - 1),
         kept_(kept),
-        gradient_(map, scratch, gradient) {}
+        frame_(frame),
+        gradient_(frame, scratch, gradient) {}
 
-  void addSlice(const DerivativeFrame& frame, int z) {
-    const int ny = frame.walk.referenceDims[1];
+  void addSlice(int z) {
+    const int ny = frame_.walk.referenceDims[1];
     gradient_.startSlice(z);
     for (int y = 0; y < ny; ++y)
-      if (!isEmpty(spanOf(frame, y, z))) addRow(y);
+      if (!isEmpty(spanOf(frame_, y, z))) addRow(y);
     gradient_.endSlice(z);
   }
 
@@ -346,5 +350,6 @@ class KeptGradient {
   const double* slopes_;
   std::int64_t intervals_;
   KeptSamples kept_;  ///< from the present row on
-  TensorGradient<1> gradient_;
+  const DerivativeFrame<Map>& frame_;
+  typename MapParts<Map>::template Gradient<1> gradient_;
 };

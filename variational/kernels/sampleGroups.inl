@@ -8,7 +8,8 @@ static constexpr int chunkSize = 128;
 static constexpr int partsPerGroup = groupSize / Lanes::width;
 
 /// The voxels of a reference row to sample.
-static inline IndexSpan spanOf(const DerivativeFrame& frame, int y, int z) {
+template <class Map>
+static inline IndexSpan spanOf(const DerivativeFrame<Map>& frame, int y, int z) {
   if (frame.rows == nullptr) return {0, frame.walk.referenceDims[0]};
   return frame.rows[y + static_cast<std::int64_t>(frame.walk.referenceDims[1]) * z];
 }

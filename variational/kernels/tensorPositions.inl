@@ -6,20 +6,22 @@
 /// along y for a row, where they become one cubic polynomial for each cell.
 class TensorPositions {
  public:
-  TensorPositions(const TensorMap& map, double* scratch)
-      : map_(map),
-        nx_(map.axes[0].numControls),
-        ny_(map.axes[1].numControls),
-        nz_(map.axes[2].numControls),
-        padded_(paddedControls(map)),
+  TensorPositions(const DerivativeFrame<TensorMap>& frame, double* scratch)
+      : map_(frame.map),
+        nx_(map_.axes[0].numControls),
+        ny_(map_.axes[1].numControls),
+        nz_(map_.axes[2].numControls),
+        padded_(paddedControls(map_)),
         slice_(scratch),
         row_(scratch + 3 * padded_ * ny_),
         powers_(row_ + 3 * padded_) {
-    for (std::int64_t i = 0; i < taken(); ++i) scratch[i] = 0.0;
+    for (std::int64_t i = 0; i < taken(map_); ++i) scratch[i] = 0.0;
   }
 
   /// Doubles of the scratch that are taken.
-  std::int64_t taken() const { return padded_ * (3 * (std::int64_t{ny_} + 1) + 12); }
+  static std::int64_t taken(const TensorMap& map) {
+    return paddedControls(map) * (3 * (std::int64_t{map.axes[1].numControls} + 1) + 12);
+  }
 
   void startSlice(int z) {
     const TensorAxis& axis = map_.axes[2];
@@ -114,11 +116,11 @@ class TensorGradient {
  public:
   static constexpr int numComponents = 3 * sets;
 
-  TensorGradient(const TensorMap& map, double* scratch, double* gradient)
-      : map_(map),
-        nx_(map.axes[0].numControls),
-        ny_(map.axes[1].numControls),
-        nz_(map.axes[2].numControls),
+  TensorGradient(const DerivativeFrame<TensorMap>& frame, double* scratch, double* gradient)
+      : map_(frame.map),
+        nx_(map_.axes[0].numControls),
+        ny_(map_.axes[1].numControls),
+        nz_(map_.axes[2].numControls),
         slice_(scratch),
         row_(scratch + numComponents * std::int64_t{nx_} * ny_),
         gradient_(gradient) {}

@@ -6,7 +6,6 @@
 
 #include "foundation/numbers/elementary.h"
 #include "metrics/RegMetric.h"
-#include "variational/kernels/derivativeChoice.h"
 
 namespace voxreg::detail {
 namespace {
@@ -21,9 +20,14 @@ HistogramAxis axisOf(const BinRange& range) {
   return {range.min, extent > 0.0 ? (bins - 1) / extent : 0.0, range.max, bins};
 }
 
-std::int64_t gradientSize(const TensorMap& map) {
-  return std::int64_t{3} * map.axes[0].numControls * map.axes[1].numControls *
-         map.axes[2].numControls;
+std::int64_t gradientSize(const DerivativeFrame<TensorMap>& frame) {
+  const TensorAxis* const axes = frame.map.axes;
+  return std::int64_t{3} * axes[0].numControls * axes[1].numControls * axes[2].numControls;
+}
+
+std::int64_t gradientSize(const DerivativeFrame<FieldMap>& frame) {
+  const int* const dims = frame.walk.referenceDims;
+  return std::int64_t{3} * dims[0] * dims[1] * dims[2];
 }
 
 void add(SampleSums& to, const SampleSums& part) {
@@ -40,57 +44,34 @@ double plogp(double p) {
   return p > 0.0 ? p * logarithm(p) : 0.0;
 }
 
+// |r| of Pearson. With S the sums of centred products, c = S_rm / sqrt(S_rr S_mm); by one m:
+// dc = (r' / S_rm - m' / S_mm) c.
+double correlationOf(const SampleSums& sums, LinearRule& rule) {
+  const double n = sums.count;
+  const double rr = sums.referenceSq - sums.reference * sums.reference / n;
+  const double mm = sums.modelSq - sums.model * sums.model / n;
+  const double rm = sums.product - sums.reference * sums.model / n;
+  if (!(n >= 2.0) || !(rr > 0.0) || !(mm > 0.0)) return RegMetric::noStatement;
+  const double root = std::sqrt(rr * mm);
+  const double sign = rm < 0.0 ? -1.0 : 1.0;
+  const double value = sign * rm / root;
+  rule.byReference = sign / root;
+  rule.byModel = -value / mm;
+  rule.constant = -(rule.byReference * sums.reference + rule.byModel * sums.model) / n;
+  return value;
+}
+
 }  // namespace
 
 MappedMetric::MappedMetric(RegMetricKind kind, const Volume& reference, const Volume& model,
-                           const BinRange& referenceBins, const BinRange& modelBins)
-    : kind_(kind),
+                           const BinRange& referenceBins, const BinRange& modelBins,
+                           const DerivativeKernels& kernels)
+    : kernels_(kernels),
+      kind_(kind),
       reference_(reference),
       model_(model),
       rowsAxis_(axisOf(referenceBins)),
       columnsAxis_(axisOf(modelBins)) {}
-
-DerivativeFrame MappedMetric::frameOf(const TensorMap& map) const {
-  DerivativeFrame frame = {};
-  Walk& walk = frame.walk;
-  walk.reference = reference_.voxels;
-  walk.referenceType = reference_.type;
-  walk.model = model_.voxels;
-  walk.modelType = model_.type;
-  for (int axis = 0; axis < 3; ++axis) {
-    walk.referenceDims[axis] = reference_.frame.dims[axis];
-    walk.modelDims[axis] = model_.frame.dims[axis];
-  }
-  walk.rowStep[1] = static_cast<double>(walk.modelDims[1]) / walk.referenceDims[1];
-  frame.rows = rows_.empty() ? nullptr : rows_.data();
-  frame.map = map;
-  return frame;
-}
-
-template <class F>
-void MappedMetric::forEachPortion(const DerivativeFrame& frame, F&& f) {
-  scratch_.resize(static_cast<std::size_t>(derivativeScratch(frame.map)) + 8);
-  const auto address = reinterpret_cast<std::uintptr_t>(scratch_.data());
-  double* const scratch = scratch_.data() + (64 - address % 64) % 64 / sizeof(double);
-  const int nz = frame.walk.referenceDims[2];
-  for (int p = 0; p < numPortions; ++p) {
-    const IndexSpan slices = {static_cast<int>(std::int64_t{nz} * p / numPortions),
-                              static_cast<int>(std::int64_t{nz} * (p + 1) / numPortions)};
-    if (slices.end > slices.first) f(slices, scratch);
-  }
-}
-
-template <class Walk>
-void MappedMetric::addGradients(const DerivativeFrame& frame, std::int64_t n, double* gradient,
-                                Walk&& walk) {
-  std::fill_n(gradient, n, 0.0);
-  forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
-    portionGradient_.assign(static_cast<std::size_t>(n), 0.0);
-    walk(slices, scratch, portionGradient_.data());
-    for (std::int64_t i = 0; i < n; ++i)
-      gradient[i] += portionGradient_[static_cast<std::size_t>(i)];
-  });
-}
 
 void MappedMetric::setRows(std::vector<IndexSpan> rows) {
   rows_ = std::move(rows);
@@ -120,82 +101,66 @@ KeptSamples MappedMetric::keptOf(const IndexSpan& slices) {
           rowCounts_.data() + reference_.frame.dims[1] * slices.first};
 }
 
-double MappedMetric::evaluate(const TensorMap& map, double* gradient) {
-  const DerivativeFrame frame = frameOf(map);
-  if (kind_ == RegMetricMeanSquaredDifference) return difference(frame, gradient);
-  if (kind_ == RegMetricCorrelationRatio) return correlation(frame, gradient);
-  return information(frame, gradient);
-}
-
-double MappedMetric::difference(const DerivativeFrame& frame, double* gradient) {
-  const DerivativeKernels& kernels = derivativeKernels();
-  const int type = frame.walk.modelType;
-  SampleSums sums;
-  if (gradient == nullptr) {
-    forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
-      SampleSums part;
-      kernels.sums[type](frame, slices, scratch, part);
-      add(sums, part);
-    });
-  } else {
-    const LinearRule rule = {2.0, -2.0, 0.0};
-    const std::int64_t n = gradientSize(frame.map);
-    addGradients(frame, n, gradient, [&](const IndexSpan& slices, double* scratch, double* to) {
-      SampleSums part;
-      kernels.linear[type](frame, slices, scratch, rule, part, to);
-      add(sums, part);
-    });
-    if (sums.count > 0.0)
-      for (std::int64_t i = 0; i < n; ++i) gradient[i] /= sums.count;
+template <class Map, class F>
+void MappedMetric::forEachPortion(const Frame<Map>& frame, F&& f) {
+  scratch_.resize(static_cast<std::size_t>(derivativeScratch(frame.map)) + 8);
+  const auto address = reinterpret_cast<std::uintptr_t>(scratch_.data());
+  double* const scratch = scratch_.data() + (64 - address % 64) % 64 / sizeof(double);
+  const int nz = frame.walk.referenceDims[2];
+  for (int p = 0; p < numPortions; ++p) {
+    const IndexSpan slices = {static_cast<int>(std::int64_t{nz} * p / numPortions),
+                              static_cast<int>(std::int64_t{nz} * (p + 1) / numPortions)};
+    if (slices.end > slices.first) f(slices, scratch);
   }
-  numSamples_ = sums.count;
-  return sums.count > 0.0 ? -sums.differenceSq / sums.count : RegMetric::noStatement;
 }
 
-// |r| of Pearson. With S the sums of centred products, c = S_rm / sqrt(S_rr S_mm); by one m:
-// dc = (r' / S_rm - m' / S_mm) c.
-double MappedMetric::correlation(const DerivativeFrame& frame, double* gradient) {
-  const DerivativeKernels& kernels = derivativeKernels();
-  const int type = frame.walk.modelType;
-  const std::int64_t size = gradientSize(frame.map);
+/// Portions share controls, so that each has a gradient of its own first.
+template <class Walk>
+void MappedMetric::gather(const Frame<TensorMap>& frame, std::int64_t n, double* gradient,
+                          Walk&& walk) {
+  std::fill_n(gradient, n, 0.0);
+  forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
+    portionGradient_.assign(static_cast<std::size_t>(n), 0.0);
+    walk(slices, scratch, portionGradient_.data());
+    for (std::int64_t i = 0; i < n; ++i)
+      gradient[i] += portionGradient_[static_cast<std::size_t>(i)];
+  });
+}
+
+template <class Walk>
+void MappedMetric::gather(const Frame<FieldMap>& frame, std::int64_t /*n*/, float* gradient,
+                          Walk&& walk) {
+  forEachPortion(
+      frame, [&](const IndexSpan& slices, double* scratch) { walk(slices, scratch, gradient); });
+}
+
+template <class Map>
+SampleSums MappedMetric::sumsOf(const Frame<Map>& frame) {
   SampleSums sums;
-  if (gradient == nullptr) {
-    forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
-      SampleSums part;
-      kernels.sums[type](frame, slices, scratch, part);
-      add(sums, part);
-    });
-  } else {
-    moments_.resize(static_cast<std::size_t>(numMoments * size));
-    addGradients(frame, numMoments * size, moments_.data(),
-                 [&](const IndexSpan& slices, double* scratch, double* to) {
-                   SampleSums part;
-                   kernels.moments[type](frame, slices, scratch, part, to);
-                   add(sums, part);
-                 });
-  }
-  numSamples_ = sums.count;
-  const double n = sums.count;
-  const double rr = sums.referenceSq - sums.reference * sums.reference / n;
-  const double mm = sums.modelSq - sums.model * sums.model / n;
-  const double rm = sums.product - sums.reference * sums.model / n;
-  if (!(n >= 2.0) || !(rr > 0.0) || !(mm > 0.0)) return RegMetric::noStatement;
-  const double root = std::sqrt(rr * mm);
-  const double sign = rm < 0.0 ? -1.0 : 1.0;
-  const double value = sign * rm / root;
-  if (gradient == nullptr) return value;
-  const double byReference = sign / root;
-  const double byModel = -value / mm;
-  const double constant = -(byReference * sums.reference + byModel * sums.model) / n;
-  const double* const moments = moments_.data();
-  for (std::int64_t i = 0; i < size; ++i)
-    gradient[i] =
-        (byReference * moments[i] + byModel * moments[size + i]) + constant * moments[2 * size + i];
-  return value;
+  forEachPortion(frame, [&](const IndexSpan& slices, double* scratch) {
+    SampleSums part;
+    walksOf(frame.map).sums[model_.type](frame, slices, scratch, part);
+    add(sums, part);
+  });
+  return sums;
 }
 
-double MappedMetric::information(const DerivativeFrame& frame, double* gradient) {
-  const DerivativeKernels& kernels = derivativeKernels();
+template <class Map>
+SampleSums MappedMetric::walkLinear(const Frame<Map>& frame, const LinearRule& rule,
+                                    typename Map::Derivative* gradient) {
+  SampleSums sums;
+  gather(frame, gradientSize(frame), gradient,
+         [&](const IndexSpan& slices, double* scratch, typename Map::Derivative* to) {
+           SampleSums part;
+           walksOf(frame.map).linear[model_.type](frame, slices, scratch, rule, part, to);
+           add(sums, part);
+         });
+  return sums;
+}
+
+template <class Map>
+double MappedMetric::information(const Frame<Map>& frame, typename Map::Derivative* gradient) {
+  const DerivativeWalks<Map>& walks = walksOf(frame.map);
   const int type = frame.walk.modelType;
   const auto bins = static_cast<std::size_t>(rowsAxis_.count * columnsAxis_.count);
   histogram_.assign(bins, 0.0);
@@ -205,9 +170,9 @@ double MappedMetric::information(const DerivativeFrame& frame, double* gradient)
     portionHistogram_.assign(bins, 0.0);
     HistogramSums sums = {rowsAxis_, columnsAxis_, portionHistogram_.data()};
     if (gradient != nullptr)
-      kernels.histogramKeeping[type](frame, slices, scratch, sums, keptOf(slices));
+      walks.histogramKeeping[type](frame, slices, scratch, sums, keptOf(slices));
     else
-      kernels.histogram[type](frame, slices, scratch, sums);
+      walks.histogram[type](frame, slices, scratch, sums);
     for (std::size_t i = 0; i < bins; ++i) histogram_[i] += portionHistogram_[i];
     count += sums.count;
   });
@@ -216,10 +181,85 @@ double MappedMetric::information(const DerivativeFrame& frame, double* gradient)
   const double value = fillSlopes();
   if (gradient == nullptr || value == RegMetric::noStatement) return value;
   const HistogramRule rule = {rowsAxis_, columnsAxis_, slopes_.data()};
-  addGradients(frame, gradientSize(frame.map), gradient,
-               [&](const IndexSpan& slices, double* scratch, double* to) {
-                 kernels.kept(frame, slices, scratch, rule, keptOf(slices), to);
-               });
+  gather(frame, gradientSize(frame), gradient,
+         [&](const IndexSpan& slices, double* scratch, typename Map::Derivative* to) {
+           walks.kept(frame, slices, scratch, rule, keptOf(slices), to);
+         });
+  return value;
+}
+
+double MappedMetric::evaluate(const TensorMap& map, double* gradient) {
+  return evaluateBy(map, gradient);
+}
+
+double MappedMetric::evaluate(const FieldMap& map, float* gradient) {
+  return evaluateBy(map, gradient);
+}
+
+template <class Map>
+double MappedMetric::evaluateBy(const Map& map, typename Map::Derivative* gradient) {
+  Frame<Map> frame = {};
+  Walk& walk = frame.walk;
+  walk.reference = reference_.voxels;
+  walk.referenceType = reference_.type;
+  walk.model = model_.voxels;
+  walk.modelType = model_.type;
+  for (int axis = 0; axis < 3; ++axis) {
+    walk.referenceDims[axis] = reference_.frame.dims[axis];
+    walk.modelDims[axis] = model_.frame.dims[axis];
+  }
+  walk.rowStep[1] = static_cast<double>(walk.modelDims[1]) / walk.referenceDims[1];
+  frame.rows = rows_.empty() ? nullptr : rows_.data();
+  frame.map = map;
+  if (kind_ == RegMetricMeanSquaredDifference) return difference(frame, gradient);
+  if (kind_ == RegMetricCorrelationRatio) return correlation(frame, gradient);
+  return information(frame, gradient);
+}
+
+template <class Map>
+double MappedMetric::difference(const Frame<Map>& frame, typename Map::Derivative* gradient) {
+  const SampleSums sums =
+      gradient == nullptr ? sumsOf(frame) : walkLinear(frame, {2.0, -2.0, 0.0}, gradient);
+  numSamples_ = sums.count;
+  if (!(sums.count > 0.0)) return RegMetric::noStatement;
+  const auto count = static_cast<typename Map::Derivative>(sums.count);
+  const std::int64_t size = gradient != nullptr ? gradientSize(frame) : 0;
+  for (std::int64_t i = 0; i < size; ++i) gradient[i] /= count;
+  return -sums.differenceSq / sums.count;
+}
+
+double MappedMetric::correlation(const Frame<TensorMap>& frame, double* gradient) {
+  SampleSums sums;
+  const std::int64_t size = gradientSize(frame);
+  if (gradient == nullptr) {
+    sums = sumsOf(frame);
+  } else {
+    moments_.resize(static_cast<std::size_t>(numMoments * size));
+    gather(frame, numMoments * size, moments_.data(),
+           [&](const IndexSpan& slices, double* scratch, double* to) {
+             SampleSums part;
+             kernels_.moments[model_.type](frame, slices, scratch, part, to);
+             add(sums, part);
+           });
+  }
+  numSamples_ = sums.count;
+  LinearRule rule;
+  const double value = correlationOf(sums, rule);
+  if (gradient == nullptr || value == RegMetric::noStatement) return value;
+  const double* const moments = moments_.data();
+  for (std::int64_t i = 0; i < size; ++i)
+    gradient[i] = (rule.byReference * moments[i] + rule.byModel * moments[size + i]) +
+                  rule.constant * moments[2 * size + i];
+  return value;
+}
+
+/// Three moments for each voxel would take more time than a second walk.
+double MappedMetric::correlation(const Frame<FieldMap>& frame, float* gradient) {
+  const SampleSums sums = sumsOf(frame);
+  numSamples_ = sums.count;
+  LinearRule rule;
+  const double value = correlationOf(sums, rule);
+  if (gradient != nullptr && value != RegMetric::noStatement) walkLinear(frame, rule, gradient);
   return value;
 }
 

@@ -5,7 +5,7 @@
 #include "foundation/NmMat4d.h"
 #include "foundation/voxels/volumeFrame.h"
 #include "metrics/RegMetricKind.h"
-#include "variational/kernels/derivativeWalk.h"
+#include "variational/kernels/derivativeChoice.h"
 
 class VlDataAccess;
 
@@ -18,7 +18,7 @@ struct BinRange {
   int bins;
 };
 
-/// A metric of a reference and a mapped model, with its exact derivative by the map's controls.
+/// A metric of a reference and a mapped model, with its exact derivatives by the map.
 class MappedMetric {
  public:
   struct Volume {
@@ -27,8 +27,10 @@ class MappedMetric {
     VolumeFrame frame;
   };
 
+  /// The volumes are the caller's.
   MappedMetric(RegMetricKind kind, const Volume& reference, const Volume& model,
-               const BinRange& referenceBins, const BinRange& modelBins);
+               const BinRange& referenceBins, const BinRange& modelBins,
+               const DerivativeKernels& kernels = derivativeKernels());
 
   /// Limits the samples to these voxels of each reference row, y fastest.
   void setRows(std::vector<IndexSpan> rows);
@@ -37,21 +39,42 @@ class MappedMetric {
   /// `gradient`, if given, receives the derivatives by the controls, in the order of the controls.
   double evaluate(const TensorMap& map, double* gradient);
 
+  /// The same; `gradient` receives the derivatives by the displacements, in their order.
+  double evaluate(const FieldMap& map, float* gradient);
+
   double numSamples() const { return numSamples_; }
 
  private:
-  DerivativeFrame frameOf(const TensorMap& map) const;
-  double difference(const DerivativeFrame& frame, double* gradient);
-  double correlation(const DerivativeFrame& frame, double* gradient);
-  double information(const DerivativeFrame& frame, double* gradient);
+  template <class Map>
+  using Frame = DerivativeFrame<Map>;
+
+  template <class Map>
+  double evaluateBy(const Map& map, typename Map::Derivative* gradient);
+  template <class Map>
+  double difference(const Frame<Map>& frame, typename Map::Derivative* gradient);
+  double correlation(const Frame<TensorMap>& frame, double* gradient);
+  double correlation(const Frame<FieldMap>& frame, float* gradient);
+  template <class Map>
+  double information(const Frame<Map>& frame, typename Map::Derivative* gradient);
   double fillSlopes();
   void countGroups();
   KeptSamples keptOf(const IndexSpan& slices);
-  template <class F>
-  void forEachPortion(const DerivativeFrame& frame, F&& f);
-  template <class Walk>
-  void addGradients(const DerivativeFrame& frame, std::int64_t n, double* gradient, Walk&& walk);
 
+  const DerivativeWalks<TensorMap>& walksOf(const TensorMap&) const { return kernels_.tensors; }
+  const DerivativeWalks<FieldMap>& walksOf(const FieldMap&) const { return kernels_.fields; }
+  template <class Map>
+  SampleSums sumsOf(const Frame<Map>& frame);
+  template <class Map>
+  SampleSums walkLinear(const Frame<Map>& frame, const LinearRule& rule,
+                        typename Map::Derivative* gradient);
+  template <class Map, class F>
+  void forEachPortion(const Frame<Map>& frame, F&& f);
+  template <class Walk>
+  void gather(const Frame<TensorMap>& frame, std::int64_t n, double* gradient, Walk&& walk);
+  template <class Walk>
+  void gather(const Frame<FieldMap>& frame, std::int64_t n, float* gradient, Walk&& walk);
+
+  const DerivativeKernels& kernels_;
   RegMetricKind kind_;
   Volume reference_;
   Volume model_;

@@ -1,18 +1,9 @@
 #include "variational/objective/tensorTables.h"
 
+#include "variational/objective/voxelMatrix.h"
 #include "variational/splineWeights.h"
 
 namespace voxreg::detail {
-namespace {
-
-/// Voxel coordinate of a world position of the model.
-double toVoxel(const VolumeFrame& model, int axis, double position) {
-  const double size = model.voxelSize[axis];
-  const double offset = position - static_cast<double>(model.box.min(axis));
-  return size > 0.0 ? offset / size : offset;
-}
-
-}  // namespace
 
 TensorTables::TensorTables(const VolumeFrame& reference) : reference_(reference) {
   for (int axis = 0; axis < 3; ++axis) {
@@ -24,7 +15,7 @@ TensorTables::TensorTables(const VolumeFrame& reference) : reference_(reference)
       if (axis == 0) local_.push_back(i);
     }
   }
-  for (int k = 0; k < 4; ++k) map_.toPowers[k][k] = 1.0;
+  for (int k = 0; k < 2; ++k) map_.toPowers[k][k] = 1.0;
   shareTables();
 }
 
@@ -70,17 +61,11 @@ std::int64_t TensorTables::controlCount() const {
 }
 
 void TensorTables::setMatrix(const NmMat4d& referenceToModel, const VolumeFrame& model) {
-  const NmMat4d& m = referenceToModel;
+  const VoxelMatrix matrix = voxelMatrix(referenceToModel, reference_, model);
   for (int c = 0; c < 3; ++c) {
-    double* const controls = controls_.data() + 64 * c;
-    const double size = model.voxelSize[c] > 0.0f ? static_cast<double>(model.voxelSize[c]) : 1.0;
-    double start = m.m[3][c];
-    for (int axis = 0; axis < 3; ++axis) {
-      start += static_cast<double>(reference_.box.min(axis)) * m.m[axis][c];
-      controls[axisControl[axis]] =
-          m.m[axis][c] * static_cast<double>(reference_.voxelSize[axis]) / size;
-    }
-    controls[shiftControl] = toVoxel(model, c, start);
+    double* const controls = controls_.data() + controlCount() * c;
+    controls[shiftControl] = matrix.start[c];
+    for (int axis = 0; axis < 3; ++axis) controls[axisControl[axis]] = matrix.step[axis][c];
   }
 }
 

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "variational/kernels/fieldPositions.inl"
+#include "variational/kernels/tensorPositions.inl"
+
+/// Where voxels go under a kind of map, and what becomes of the vectors at them.
+template <class Map>
+struct MapParts;
+
+template <>
+struct MapParts<TensorMap> {
+  using Positions = TensorPositions;
+  template <int sets>
+  using Gradient = TensorGradient<sets>;
+};
+
+template <>
+struct MapParts<FieldMap> {
+  using Positions = FieldPositions;
+  template <int sets>
+  using Gradient = FieldGradient<sets>;
+};
