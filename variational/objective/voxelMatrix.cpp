@@ -1,16 +1,12 @@
 #include "variational/objective/voxelMatrix.h"
 
 namespace voxreg::detail {
-namespace {
-
-double sizeAlong(const VolumeFrame& volume, int axis) {
+double voxelSizeAlong(const VolumeFrame& volume, int axis) {
   return volume.voxelSize[axis] > 0.0f ? static_cast<double>(volume.voxelSize[axis]) : 1.0;
 }
 
-}  // namespace
-
 double toVoxel(const VolumeFrame& volume, int axis, double position) {
-  return (position - static_cast<double>(volume.box.min(axis))) / sizeAlong(volume, axis);
+  return (position - static_cast<double>(volume.box.min(axis))) / voxelSizeAlong(volume, axis);
 }
 
 VoxelMatrix voxelMatrix(const NmMat4d& referenceToModel, const VolumeFrame& reference,
@@ -22,7 +18,7 @@ VoxelMatrix voxelMatrix(const NmMat4d& referenceToModel, const VolumeFrame& refe
     for (int axis = 0; axis < 3; ++axis) {
       start += static_cast<double>(reference.box.min(axis)) * m.m[axis][c];
       matrix.step[axis][c] =
-          m.m[axis][c] * static_cast<double>(reference.voxelSize[axis]) / sizeAlong(model, c);
+          m.m[axis][c] * static_cast<double>(reference.voxelSize[axis]) / voxelSizeAlong(model, c);
     }
     matrix.start[c] = toVoxel(model, c, start);
   }

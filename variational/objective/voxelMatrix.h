@@ -6,6 +6,9 @@
 
 namespace voxreg::detail {
 
+/// Along an axis; 1 for one without extent.
+double voxelSizeAlong(const VolumeFrame& volume, int axis);
+
 /// Voxel coordinate of a position along one axis of a volume, both in world units. An axis without
 /// extent counts as one of unit voxels.
 double toVoxel(const VolumeFrame& volume, int axis, double position);

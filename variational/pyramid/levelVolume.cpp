@@ -73,7 +73,40 @@ void reduce(const SearchVolume& volume, const NmVec3i& factors, LevelVolume& lev
     }
 }
 
+/// Filters the lines of `n` voxels along one axis, in place; successive voxels are `step` apart.
+void smoothLine(float* line, int n, std::int64_t step, std::vector<float>& before) {
+  before.resize(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i) before[static_cast<std::size_t>(i)] = line[i * step];
+  for (int i = 0; i < n; ++i) {
+    float sum = 0.0f;
+    float weights = 0.0f;
+    for (int d = -1; d <= 1; ++d) {
+      if (i + d < 0 || i + d >= n) continue;
+      const float value = before[static_cast<std::size_t>(i + d)];
+      const float weight = std::isfinite(value) ? (d == 0 ? 2.0f : 1.0f) : 0.0f;
+      sum += weight > 0.0f ? weight * value : 0.0f;
+      weights += weight;
+    }
+    if (std::isfinite(line[i * step])) line[i * step] = sum / weights;
+  }
+}
+
 }  // namespace
+
+LevelVolume smoothedVolume(const LevelVolume& volume) {
+  LevelVolume result = volume;
+  std::vector<float> before;
+  const NmVec3i& dims = volume.frame.dims;
+  std::int64_t step = 1;
+  for (int axis = 0; axis < 3; ++axis) {
+    const std::int64_t block = step * dims[axis];
+    for (std::int64_t first = 0; first < voxelCount(dims); first += block)
+      for (std::int64_t s = 0; s < step; ++s)
+        smoothLine(result.voxels.data() + first + s, dims[axis], step, before);
+    step = block;
+  }
+  return result;
+}
 
 VolumeFrame reducedFrame(const VolumeFrame& frame, const NmVec3i& factors) {
   NmVec3i dims;

@@ -26,6 +26,10 @@ std::int64_t voxelCount(const NmVec3i& dims);
 /// The frame of a volume that is reduced by `factors`.
 VolumeFrame reducedFrame(const VolumeFrame& frame, const NmVec3i& factors);
 
+/// The volume under the filter (1, 2, 1) / 4 along each axis, which counts only the voxels that
+/// count.
+LevelVolume smoothedVolume(const LevelVolume& volume);
+
 /// Means of blocks of `factors` voxels. The voxels that a last, smaller block would take are left
 /// out. Voxels that do not count, by the mask or because they are not finite, are skipped; a block
 /// that holds no others does not count.

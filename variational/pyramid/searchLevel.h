@@ -28,6 +28,7 @@ struct Comparison {
 struct LevelFactors {
   NmVec3i reference;
   NmVec3i model;
+  bool isSmoothed = false;  ///< both volumes are smoothed, too
 };
 
 /// Reductions to voxels of `largest` times the finest voxel size of the reference, then half as

@@ -12,6 +12,7 @@
 #include "metrics/RegMetric.h"
 #include "variational/objective/bendingEnergy.h"
 #include "variational/objective/tensorTables.h"
+#include "variational/objective/voxelMatrix.h"
 #include "variational/search/lbfgs.h"
 #include "variational/search/searchReport.h"
 
@@ -53,7 +54,7 @@ class LatticeObjective {
     const double unit = level_.metricUnit();
     const std::size_t n = values.size() / 3;
     for (int c = 0; c < 3; ++c) {
-      const double byVoxel = -1.0 / (unit * static_cast<double>(level_.modelFrame().voxelSize[c]));
+      const double byVoxel = -1.0 / (unit * voxelSizeAlong(level_.modelFrame(), c));
       for (std::size_t i = 0; i < n; ++i) gradient[static_cast<std::size_t>(c) * n + i] *= byVoxel;
     }
     return bending_ * energy_.evaluate(values, bending_, gradient.data()) -
@@ -78,7 +79,7 @@ ControlLattice latticeOver(const VolumeFrame& reference, double spacing, int hal
   for (int a = 0; a < 3; ++a) {
     const double low = static_cast<double>(reference.box.min(a));
     const double extent = static_cast<double>(reference.box.max(a)) - low;
-    const double size = static_cast<double>(reference.voxelSize[a]);
+    const double size = voxelSizeAlong(reference, a);
     if (reference.dims[a] == 1 || !(extent > 0.0)) {
       lattice.intervals[a] = 1;
       lattice.spacing[a] = extent > 0.0 ? extent : 1.0;
@@ -111,7 +112,7 @@ double usualBending(RegMetricKind metric) {
 
 std::vector<LevelFactors> LatticeSearch::levels() const {
   std::vector<LevelFactors> factors = levelFactors(reference.frame, model.frame, coarsest);
-  while (factors.size() < leastStages) factors.insert(factors.begin(), factors.front());
+  while (factors.size() < leastStages) factors.insert(factors.begin() + 1, factors[1]);
   return factors;
 }
 
@@ -154,7 +155,9 @@ ControlLattice LatticeSearch::run(SearchSummary& summary) const {
   const int numLevels = static_cast<int>(factors.size());
   const LatticeStages stages(finestLattice(), numLevels);
   ControlLattice lattice = start ? *start : stages.first();
-  for (int l = 0; l < numLevels && !summary.interrupted; ++l) {
+  for (int l = 0; l < numLevels; ++l) {
+    summary.interrupted = summary.interrupted || wantsToStop(progress);
+    if (summary.interrupted) break;
     if (l > 0 && !start) lattice = stages.next(lattice, l);
     SearchLevel level(reference, model, factors[static_cast<std::size_t>(l)], comparison);
     SearchReport report(progress, l, numLevels, mostIterations);

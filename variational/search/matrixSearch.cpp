@@ -8,6 +8,7 @@
 #include "foundation/NmWatch.h"
 #include "metrics/RegMetric.h"
 #include "variational/objective/tensorTables.h"
+#include "variational/objective/voxelMatrix.h"
 #include "variational/search/lbfgs.h"
 #include "variational/search/matrixParameters.h"
 #include "variational/search/searchReport.h"
@@ -69,7 +70,7 @@ class MatrixObjective {
     const double* by = byControls_.data();
     MatrixDerivative derivative;
     for (int c = 0; c < 3; ++c, by += tables_.controlCount()) {
-      const auto size = static_cast<double>(level_.modelFrame().voxelSize[c]);
+      const double size = voxelSizeAlong(level_.modelFrame(), c);
       const double unit = -1.0 / (size * level_.metricUnit());
       derivative.byShift[c] = by[TensorTables::shiftControl] * unit;
       for (int a = 0; a < 3; ++a) {
@@ -99,6 +100,8 @@ NmMat4d MatrixSearch::run(SearchSummary& summary) const {
   const int numSearches = static_cast<int>(levels.size() + stages.size()) - 1;
   int search = 0;
   for (const LevelFactors& factors : levels) {
+    summary.interrupted = summary.interrupted || wantsToStop(progress);
+    if (summary.interrupted) break;
     SearchLevel level(reference, model, factors, comparison);
     if (level.isLarge()) level.sampleSome();
     const Moments moments = momentsOf(level);

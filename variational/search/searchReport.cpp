@@ -27,7 +27,11 @@ bool SearchReport::operator()(int iteration, double value) {
   if (progress_ == nullptr) return true;
   furthest_ = std::max(furthest_, iteration);
   progress_->setProgressValue(furthest_);
-  return !progress_->wasInterrupted();
+  return !wantsToStop(progress_);
+}
+
+bool wantsToStop(NmProgressInterface* progress) {
+  return progress != nullptr && progress->wasInterrupted();
 }
 
 }  // namespace voxreg::detail

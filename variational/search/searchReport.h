@@ -4,8 +4,8 @@ class NmProgressInterface;
 
 namespace voxreg::detail {
 
-/// The progress of one level of a search, which may make several, and the host's request to stop it. Opens a task of the
-/// progress object, which may be null, and closes it in the end.
+/// The progress of one level of a search, which may make several, and the host's request to stop
+/// it. Opens a task of the progress object, which may be null, and closes it in the end.
 class SearchReport {
  public:
   SearchReport(NmProgressInterface* progress, int level, int levels, int mostIterations);
@@ -23,5 +23,8 @@ class SearchReport {
   int furthest_ = 0;
   double value_ = 0.0;
 };
+
+/// Whether the host asks to stop; it may be null.
+bool wantsToStop(NmProgressInterface* progress);
 
 }  // namespace voxreg::detail

@@ -9,8 +9,6 @@ namespace voxreg::detail {
 
 namespace {
 
-constexpr int usualBins = 64;
-
 std::optional<HistogramRange> rangeOf(const std::optional<IntensityRange>& range) {
   if (!range) return std::nullopt;
   return HistogramRange{static_cast<double>(range->low), static_cast<double>(range->high)};
@@ -21,7 +19,7 @@ std::optional<HistogramRange> rangeOf(const std::optional<IntensityRange>& range
 Comparison comparisonOf(const MetricOptions& metric) {
   Comparison comparison;
   comparison.metric = static_cast<RegMetricKind>(kindOf(metric.metric));
-  comparison.bins = metric.bins > 0 ? metric.bins : usualBins;
+  comparison.bins = metric.bins;
   comparison.referenceRange = rangeOf(metric.referenceRange);
   comparison.modelRange = rangeOf(metric.modelRange);
   return comparison;
