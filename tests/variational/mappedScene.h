@@ -52,8 +52,8 @@ struct Scene {
   VolumeFrame frame = frameOf(dims, {-10, 14, 3, 19, 0, 15});
   VolumeFrame modelFrame = frameOf(modelDims, {-9, 13, 2, 20, -1, 15});
   /// Sends no voxel exactly to one of the model's, where samples have a kink.
-  NmMat4d matrix{1.05, 0.04,  -0.03, 0, -0.05,  0.96,   0.06,    0,
-                 0.02, -0.04, 1.03,  0, 0.9137, 0.7219, -0.4173, 1};
+  NmMat4d matrix{1.05, 0.04,  -0.03, 0, -0.05, 0.96, 0.06, 0,
+                 0.02, -0.04, 1.03,  0, 0.83,  0.71, -0.4, 1};
   ControlLattice lattice;
   std::vector<float> field;     ///< displacements in model voxels
   std::vector<IndexSpan> rows;  ///< that count; none: whole rows
@@ -115,8 +115,7 @@ struct Scene {
           const NmVec3d at = positionOf(x, y, z, mapping);
           bool isInside = true;
           for (int a = 0; a < 3; ++a) {
-            const double slack = modelDims[a] > 1 ? 1e-3 : 0.5;
-            isInside = isInside && at[a] >= -slack && at[a] <= modelDims[a] - 1 + slack;
+            isInside = isInside && at[a] >= -0.5 && at[a] <= modelDims[a] - 0.5;
           }
           const double position[3] = {at.x, at.y, at.z};
           const double r = static_cast<double>(reference[voxel]);

@@ -58,9 +58,9 @@ class DerivativeRows {
       : frame_(frame), sampler_(frame.walk), positions_(frame, scratch), consumer_(consumer) {
     for (int axis = 0; axis < 3; ++axis) {
       const int n = frame.walk.modelDims[axis];
-      const double slack = n > 1 ? tolerance : 0.5;
-      lower_[axis] = Lanes::all(-slack);
-      upper_[axis] = Lanes::all((n - 1) + slack);
+      lower_[axis] = Lanes::all(-reach);
+      last_[axis] = Lanes::all(n - 1);
+      upper_[axis] = Lanes::all((n - 1) + reach);
     }
   }
 
@@ -82,7 +82,7 @@ class DerivativeRows {
   using Doubles = typename Lanes::Doubles;
   using Sampler = TrilinearSampler<U>;
 
-  static constexpr double tolerance = 1e-3;  ///< voxels
+  static constexpr double reach = 0.5;  ///< of the outermost voxels, voxels
   static constexpr double largest = 1.7976931348623157e308;
 
   void walkRow(int y, std::int64_t row, const IndexSpan& span) {
@@ -112,7 +112,9 @@ class DerivativeRows {
       Doubles slope[3];
       const Doubles value = interpolate<Consumer::wantsGradient>(located_[i], slope);
       if constexpr (Consumer::wantsGradient)
-        for (int c = 0; c < 3; ++c) Lanes::store(slopes[c] + i * Lanes::width, slope[c]);
+        for (int c = 0; c < 3; ++c)
+          Lanes::store(slopes[c] + i * Lanes::width,
+                       Lanes::select(between_[c][i], slope[c], Lanes::all(0.0)));
       groups_.counts[i] = Lanes::both(
           groups_.counts[i], Lanes::within(value, Lanes::all(-largest), Lanes::all(largest)));
       Lanes::store(groups_.model + i * Lanes::width, value);
@@ -141,7 +143,11 @@ class DerivativeRows {
       const int at = i + p * Lanes::width;
       const int part = g * partsPerGroup + p;
       Doubles here[3];
-      for (int axis = 0; axis < 3; ++axis) here[axis] = Lanes::load(position[axis] + at);
+      for (int axis = 0; axis < 3; ++axis) {
+        here[axis] = Lanes::load(position[axis] + at);
+        if constexpr (Consumer::wantsGradient)
+          between_[axis][part] = Lanes::within(here[axis], Lanes::all(0.0), last_[axis]);
+      }
       groups_.counts[part] = counts[p];
       Lanes::store(groups_.reference + part * Lanes::width, Lanes::load(reference + at));
       sampler_.locate(here, located_[part]);
@@ -153,7 +159,10 @@ class DerivativeRows {
   typename MapParts<Map>::Positions positions_;
   Consumer& consumer_;
   Doubles lower_[3];
+  Doubles last_[3];
   Doubles upper_[3];
+  /// Lanes between the outermost voxels along an axis, where values depend on the position.
+  typename Lanes::Mask between_[3][chunkSize / Lanes::width];
   SampleGroups groups_ = {};
   typename Sampler::Located located_[chunkSize / Lanes::width] = {};
 };

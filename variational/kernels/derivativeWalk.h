@@ -113,10 +113,10 @@ static constexpr std::int64_t derivativeScratch(const FieldMap&) {
 }
 
 /// The walks over the slices of a span, by the model's voxelTypeIndex. Samples are voxels with a
-/// finite reference value whose position is in the model, up to a thousandth of a voxel beyond its
-/// outermost voxels, and whose sample is finite. `scratch` is derivativeScratch doubles, aligned to
-/// 64 bytes. A gradient by controls, in their order, is added to `gradient`; one by a field, in its
-/// order, replaces the slices' part of it.
+/// finite reference value whose position is at most half a voxel beyond the model's outermost
+/// voxels, whose values hold there, and whose sample is finite. `scratch` is derivativeScratch
+/// doubles, aligned to 64 bytes. A gradient by controls, in their order, is added to `gradient`;
+/// one by a field, in its order, replaces the slices' part of it.
 template <class Map>
 struct DerivativeWalks {
   using Frame = DerivativeFrame<Map>;
