@@ -18,7 +18,7 @@ struct HistogramRange {
 /// How two volumes are compared.
 struct Comparison {
   RegMetricKind metric = RegMetricNormMutualInformation;
-  int bins = 32;                                      ///< on each side of a histogram
+  int bins = 0;  ///< on each side of a histogram; 0: as many as the voxels fill, up to 64
   std::optional<HistogramRange> referenceRange = {};  ///< of a histogram; none: all values
   std::optional<HistogramRange> modelRange = {};
   bool nearBodyOnly = true;  ///< skips reference voxels that are far from the body
