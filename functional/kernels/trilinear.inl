@@ -59,13 +59,19 @@ class TrilinearSampler {
   }
 
   /// Copies the voxels that the located samples read in the first `lanes` lanes, and calls
-  /// background() after each column.
+  /// background() after each column. Each lane holds a row of its own.
   template <class Background>
   void fetch(Located* columns, int count, int lanes, Background& background) const {
     if (isTilted_)
       prefetchAhead<tiltedLines, tiltedColumns>(columns, count);
     else
       prefetchAhead<levelLines, levelColumns>(columns, count);
+    copy(columns, count, lanes, background);
+  }
+
+  /// The same without regard to what later rows will read.
+  template <class Background>
+  void copy(Located* columns, int count, int lanes, Background& background) const {
     if (neighbour_[0] == 0)
       copyPairs<1>(columns, count, lanes, background);
     else if (lanes < Lanes::width)

@@ -2,6 +2,7 @@
 
 #include "functional/kernels/orderedSum.inl"
 #include "functional/kernels/trilinear.inl"
+#include "variational/kernels/rowPrefetch.inl"
 #include "variational/kernels/sampleConsumers.inl"
 
 /// A trilinear sample and, on demand, its derivatives along the model's axes.
@@ -55,7 +56,11 @@ template <class U, class Map, class Consumer>
 class DerivativeRows {
  public:
   DerivativeRows(const DerivativeFrame<Map>& frame, double* scratch, Consumer& consumer)
-      : frame_(frame), sampler_(frame.walk), positions_(frame, scratch), consumer_(consumer) {
+      : frame_(frame),
+        sampler_(frame.walk),
+        ahead_(frame.walk),
+        positions_(frame, scratch),
+        consumer_(consumer) {
     for (int axis = 0; axis < 3; ++axis) {
       const int n = frame.walk.modelDims[axis];
       lower_[axis] = Lanes::all(-reach);
@@ -86,8 +91,8 @@ class DerivativeRows {
   static constexpr double largest = 1.7976931348623157e308;
 
   void walkRow(int y, std::int64_t row, const IndexSpan& span) {
-    positions_.startRow(y);
-    consumer_.startRow(y);
+    positions_.startRow(y, span);
+    consumer_.startRow(y, span);
     for (int x = span.first; x < span.end; x += chunkSize) {
       const int left = span.end - x;
       sampleChunk(row, x, left < chunkSize ? left : chunkSize);
@@ -105,8 +110,9 @@ class DerivativeRows {
     for (int i = n; i < whole; ++i) reference[i] = __builtin_inf();
     groups_.count = 0;
     for (int i = 0; i < whole; i += groupSize) locateGroup(x, i, reference, position);
+    for (int g = 0; g < groups_.count; ++g) ahead_(located_[g * partsPerGroup].corner[0]);
     Idle idle;
-    sampler_.fetch(located_, groups_.count * partsPerGroup, Lanes::width, idle);
+    sampler_.copy(located_, groups_.count * partsPerGroup, Lanes::width, idle);
     alignas(64) double slopes[Consumer::wantsGradient ? 3 : 1][chunkSize];
     for (int i = 0; i < groups_.count * partsPerGroup; ++i) {
       Doubles slope[3];
@@ -156,6 +162,7 @@ class DerivativeRows {
 
   const DerivativeFrame<Map>& frame_;
   Sampler sampler_;
+  RowPrefetch<U> ahead_;
   typename MapParts<Map>::Positions positions_;
   Consumer& consumer_;
   Doubles lower_[3];

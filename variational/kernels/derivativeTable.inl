@@ -27,39 +27,23 @@ static void walkHistogramKeeping(const DerivativeFrame<Map>& frame, const IndexS
   Lanes::leave();
 }
 
+template <class U, class Map>
+static void walkLinear(const DerivativeFrame<Map>& frame, const IndexSpan& slices, double* scratch,
+                       const LinearRule& rule, SampleSums& sums,
+                       typename Map::Derivative* gradient) {
+  double* const left = scratch + MapParts<Map>::Positions::taken(frame.map);
+  LinearConsumer<Map> consumer(rule, frame, left, gradient);
+  DerivativeRows<U, Map, LinearConsumer<Map>>(frame, scratch, consumer).walk(slices);
+  consumer.addTo(sums);
+  Lanes::leave();
+}
+
 template <class Map>
 static void walkKept(const DerivativeFrame<Map>& frame, const IndexSpan& slices, double* scratch,
                      const HistogramRule& rule, const KeptSamples& kept,
                      typename Map::Derivative* gradient) {
   KeptGradient<Map> consumer(rule, kept, frame, scratch, gradient);
   for (int z = slices.first; z < slices.end; ++z) consumer.addSlice(z);
-  Lanes::leave();
-}
-
-template <class U, class Map, class Weights>
-static void walkGradient(const DerivativeFrame<Map>& frame, const IndexSpan& slices,
-                         double* scratch, Weights& weights, typename Map::Derivative* gradient) {
-  double* const left = scratch + MapParts<Map>::Positions::taken(frame.map);
-  GradientConsumer<Map, Weights> consumer(weights, frame, left, gradient);
-  DerivativeRows<U, Map, GradientConsumer<Map, Weights>>(frame, scratch, consumer).walk(slices);
-}
-
-template <class U, class Map>
-static void walkLinear(const DerivativeFrame<Map>& frame, const IndexSpan& slices, double* scratch,
-                       const LinearRule& rule, SampleSums& sums,
-                       typename Map::Derivative* gradient) {
-  LinearWeights weights(rule);
-  walkGradient<U>(frame, slices, scratch, weights, gradient);
-  weights.addTo(sums);
-  Lanes::leave();
-}
-
-template <class U, class Map>
-static void walkMoments(const DerivativeFrame<Map>& frame, const IndexSpan& slices, double* scratch,
-                        SampleSums& sums, typename Map::Derivative* gradients) {
-  MomentWeights weights;
-  walkGradient<U>(frame, slices, scratch, weights, gradients);
-  weights.addTo(sums);
   Lanes::leave();
 }
 
@@ -77,7 +61,6 @@ template <class U>
 static constexpr void fillFor(DerivativeKernels& table) {
   fillFor<U>(table.tensors);
   fillFor<U>(table.fields);
-  table.moments[voxelTypeIndex<U>] = walkMoments<U, TensorMap>;
 }
 
 static constexpr DerivativeKernels makeDerivatives() {

@@ -92,10 +92,6 @@ struct KeptSamples {
   int* rowCounts;  ///< groups of each reference row of the walk's slices
 };
 
-/// Sets of vectors that a walk weighs and adds up: for each, a gradient of the shape of the
-/// controls.
-inline constexpr int numMoments = 3;
-
 /// Doubles along x of a row of controls in working memory.
 static constexpr std::int64_t paddedControls(const TensorMap& map) {
   return (map.axes[0].numControls + 2 * groupSize - 1) / groupSize * groupSize;
@@ -103,9 +99,8 @@ static constexpr std::int64_t paddedControls(const TensorMap& map) {
 
 /// Doubles of working memory that a walk of a map takes.
 static constexpr std::int64_t derivativeScratch(const TensorMap& map) {
-  const std::int64_t cx = paddedControls(map);
   const std::int64_t cy = map.axes[1].numControls;
-  return 3 * (1 + numMoments) * cx * (cy + 1) + 12 * cx;
+  return paddedControls(map) * (6 * (cy + 1) + 12);
 }
 
 static constexpr std::int64_t derivativeScratch(const FieldMap&) {
@@ -146,11 +141,6 @@ struct DerivativeWalks {
 struct DerivativeKernels {
   DerivativeWalks<TensorMap> tensors;
   DerivativeWalks<FieldMap> fields;
-
-  /// Sums of the samples, and the model's gradients weighed with the reference's value, the model's
-  /// value and 1: numMoments gradients by controls.
-  void (*moments[numVoxelTypes])(const DerivativeFrame<TensorMap>&, const IndexSpan& slices,
-                                 double* scratch, SampleSums&, double* gradients);
 };
 
 extern const DerivativeKernels portableDerivatives;

@@ -20,7 +20,7 @@ class FieldPositions {
     slice_ = std::int64_t{nx_} * ny_ * z;
   }
 
-  void startRow(int y) {
+  void startRow(int y, const IndexSpan& /*span*/) {
     for (int c = 0; c < 3; ++c) rowStart_[c] = y * matrix_.step[1][c] + sliceStart_[c];
     row_ = slice_ + std::int64_t{nx_} * y;
   }
@@ -59,10 +59,7 @@ class FieldPositions {
 };
 
 /// Hands on the vector at each voxel as it is, 0 where there is none.
-template <int sets>
 class FieldGradient {
-  static_assert(sets == 1);
-
  public:
   FieldGradient(const DerivativeFrame<FieldMap>& frame, double* /*scratch*/, float* gradient)
       : nx_(frame.walk.referenceDims[0]),
@@ -76,7 +73,7 @@ class FieldGradient {
       for (std::int64_t i = 0; i < plane_; ++i) slice_[c * count_ + i] = 0.0f;
   }
 
-  void startRow(int y) { row_ = slice_ + std::int64_t{nx_} * y; }
+  void startRow(int y, const IndexSpan& /*span*/) { row_ = slice_ + std::int64_t{nx_} * y; }
   void endRow(int /*y*/) {}
   void endSlice(int /*z*/) {}
 

@@ -10,13 +10,11 @@ struct MapParts;
 template <>
 struct MapParts<TensorMap> {
   using Positions = TensorPositions;
-  template <int sets>
-  using Gradient = TensorGradient<sets>;
+  using Gradient = TensorGradient;
 };
 
 template <>
 struct MapParts<FieldMap> {
   using Positions = FieldPositions;
-  template <int sets>
-  using Gradient = FieldGradient<sets>;
+  using Gradient = FieldGradient;
 };

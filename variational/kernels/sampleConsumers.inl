@@ -9,17 +9,13 @@ class SumsConsumer {
 
   void startSlice(int) {}
   void endSlice(int) {}
-  void startRow(int) {}
+  void startRow(int, const IndexSpan&) {}
   void endRow(int) {}
 
   void take(const SampleGroups& groups, const double (*)[chunkSize]) {
-    for (int i = 0; i < groups.count * partsPerGroup; ++i) add(groups, i);
-  }
-
-  /// The samples of one part of the groups.
-  [[gnu::always_inline]] void add(const SampleGroups& groups, int i) {
-    add(i % partsPerGroup, Lanes::load(groups.reference + i * Lanes::width),
-        Lanes::load(groups.model + i * Lanes::width), groups.counts[i]);
+    for (int i = 0; i < groups.count * partsPerGroup; ++i)
+      add(i % partsPerGroup, Lanes::load(groups.reference + i * Lanes::width),
+          Lanes::load(groups.model + i * Lanes::width), groups.counts[i]);
   }
 
   void addTo(SampleSums& sums) const {
@@ -99,16 +95,18 @@ class HistogramConsumer {
 
   void startSlice(int) {}
   void endSlice(int) {}
-  void startRow(int) {}
+  void startRow(int, const IndexSpan&) {}
   void endRow(int) {}
 
   void take(const SampleGroups& groups, const double (*)[chunkSize]) {
     alignas(64) double rowShares[chunkSize];
-    take(groups, rowShares);
+    take(groups, rowShares, [](int, typename Lanes::Doubles, typename Lanes::Doubles) {});
   }
 
-  /// The same; `rowShares` receives the share of the upper row of each sample.
-  [[gnu::always_inline]] void take(const SampleGroups& groups, double* rowShares) {
+  /// The same. `rowShares` receives the share of the upper row of each sample, and `place` the
+  /// lower row and column of each part of the groups.
+  template <class Place>
+  [[gnu::always_inline]] void take(const SampleGroups& groups, double* rowShares, Place place) {
     alignas(64) std::int64_t bins[chunkSize];
     alignas(64) double columnShares[chunkSize];
     const int n = groups.count * groupSize;
@@ -117,6 +115,7 @@ class HistogramConsumer {
       typename Lanes::Doubles column;
       Lanes::store(rowShares + i, rows_.split(Lanes::load(groups.reference + i), row));
       Lanes::store(columnShares + i, columns_.split(Lanes::load(groups.model + i), column));
+      place(i, row, column);
       Lanes::storeWhole(bins + i, Lanes::select(groups.counts[i / Lanes::width],
                                                 row * Lanes::all(sums_.columns.count) + column,
                                                 Lanes::all(-1.0)));
@@ -148,13 +147,14 @@ class KeepingConsumer {
   static constexpr bool wantsGradient = true;
 
   KeepingConsumer(HistogramSums& sums, const KeptSamples& kept)
-      : histogram_(sums), rows_(sums.rows), columns_(sums.columns), kept_(kept) {
-    intervals_ = sums.columns.count - 1;
-  }
+      : histogram_(sums),
+        columns_(sums.columns),
+        intervals_(Lanes::all(sums.columns.count - 1)),
+        kept_(kept) {}
 
   void startSlice(int) {}
   void endSlice(int) {}
-  void startRow(int) { rowCount_ = 0; }
+  void startRow(int, const IndexSpan&) { rowCount_ = 0; }
   void endRow(int) {
     *kept_.rowCounts++ = rowCount_;
     kept_.groups += rowCount_;
@@ -163,69 +163,80 @@ class KeepingConsumer {
 
   void take(const SampleGroups& groups, const double (*slopes)[chunkSize]) {
     alignas(64) double rowShares[chunkSize];
-    histogram_.take(groups, rowShares);
-    for (int g = 0; g < groups.count; ++g) keep(groups, g, rowShares, slopes);
+    alignas(64) double places[chunkSize];
+    histogram_.take(groups, rowShares, [&](int i, Doubles row, Doubles column) {
+      const auto matters = Lanes::both(groups.counts[i / Lanes::width],
+                                       columns_.holds(Lanes::load(groups.model + i)));
+      Lanes::store(places + i, Lanes::select(matters, row * intervals_ + column, Lanes::all(-1.0)));
+    });
+    for (int g = 0; g < groups.count; ++g) {
+      KeptGroup& kept = kept_.groups[rowCount_];
+      kept_.x[rowCount_++] = groups.x[g];
+      for (int c = 0; c < 3; ++c) keepSlopes(groups, g, slopes[c], kept.slopes[c]);
+      for (int k = 0; k < groupSize; ++k) {
+        kept.places[k] = static_cast<std::int32_t>(places[g * groupSize + k]);
+        kept.rowShares[k] = static_cast<float>(rowShares[g * groupSize + k]);
+      }
+    }
   }
 
  private:
-  [[gnu::always_inline]] void keep(const SampleGroups& groups, int g, const double* rowShares,
-                                   const double (*slopes)[chunkSize]) {
-    KeptGroup& kept = kept_.groups[rowCount_];
-    kept_.x[rowCount_++] = groups.x[g];
-    alignas(64) double places[groupSize];
-    const auto zero = Lanes::all(0.0);
-    for (int p = 0; p < partsPerGroup; ++p) {
-      const int i = g * groupSize + p * Lanes::width;
-      const auto counts = groups.counts[g * partsPerGroup + p];
-      const auto model = Lanes::load(groups.model + i);
-      typename Lanes::Doubles row;
-      typename Lanes::Doubles column;
-      rows_.split(Lanes::load(groups.reference + i), row);
-      columns_.split(model, column);
-      Lanes::store(places + p * Lanes::width,
-                   Lanes::select(Lanes::both(counts, columns_.holds(model)),
-                                 row * Lanes::all(intervals_) + column, Lanes::all(-1.0)));
-      alignas(64) double slope[Lanes::width];
-      for (int c = 0; c < 3; ++c) {
-        Lanes::store(slope, Lanes::select(counts, Lanes::load(slopes[c] + i), zero));
-        for (int k = 0; k < Lanes::width; ++k)
-          kept.slopes[c][p * Lanes::width + k] = static_cast<float>(slope[k]);
-      }
-    }
-    for (int k = 0; k < groupSize; ++k) {
-      kept.places[k] = static_cast<std::int32_t>(places[k]);
-      kept.rowShares[k] = static_cast<float>(rowShares[g * groupSize + k]);
-    }
+  using Doubles = typename Lanes::Doubles;
+
+  [[gnu::always_inline]] static void keepSlopes(const SampleGroups& groups, int g,
+                                                const double* slopes, float* kept) {
+    alignas(64) double counting[groupSize];
+    for (int p = 0; p < partsPerGroup; ++p)
+      Lanes::store(
+          counting + p * Lanes::width,
+          Lanes::select(groups.counts[g * partsPerGroup + p],
+                        Lanes::load(slopes + g * groupSize + p * Lanes::width), Lanes::all(0.0)));
+    for (int k = 0; k < groupSize; ++k) kept[k] = static_cast<float>(counting[k]);
   }
 
   HistogramConsumer histogram_;
-  BinAxis rows_;
   BinAxis columns_;
+  Doubles intervals_;
   KeptSamples kept_;  ///< from the present row on
-  double intervals_;
   int rowCount_ = 0;
 };
 
-/// Derivatives by a rule that is linear in the two values; adds up the squared differences as well.
-class LinearWeights {
+/// Squared differences; weighs the model's gradient at each sample by a linear rule and hands it
+/// on.
+template <class Map>
+class LinearConsumer {
  public:
-  static constexpr int sets = 1;
+  static constexpr bool wantsGradient = true;
 
-  explicit LinearWeights(const LinearRule& rule)
+  LinearConsumer(const LinearRule& rule, const DerivativeFrame<Map>& frame, double* scratch,
+                 typename Map::Derivative* gradient)
       : byReference_(Lanes::all(rule.byReference)),
         byModel_(Lanes::all(rule.byModel)),
-        constant_(Lanes::all(rule.constant)) {}
+        constant_(Lanes::all(rule.constant)),
+        gradient_(frame, scratch, gradient) {}
 
-  void fill(const SampleGroups& groups, double (*weights)[chunkSize]) {
+  void startSlice(int z) { gradient_.startSlice(z); }
+  void endSlice(int z) { gradient_.endSlice(z); }
+  void startRow(int y, const IndexSpan& span) { gradient_.startRow(y, span); }
+  void endRow(int y) { gradient_.endRow(y); }
+
+  void take(const SampleGroups& groups, const double (*slopes)[chunkSize]) {
+    alignas(64) double weighed[3][chunkSize];
     const auto zero = Lanes::all(0.0);
     for (int i = 0; i < groups.count * partsPerGroup; ++i) {
-      const auto r = Lanes::load(groups.reference + i * Lanes::width);
-      const auto m = Lanes::load(groups.model + i * Lanes::width);
+      const int at = i * Lanes::width;
+      const auto r = Lanes::load(groups.reference + at);
+      const auto m = Lanes::load(groups.model + at);
       const auto d = Lanes::select(groups.counts[i], r - m, zero);
       differenceSq_.add(i % partsPerGroup, d * d);
       count_.add(i % partsPerGroup, Lanes::select(groups.counts[i], Lanes::all(1.0), zero));
-      Lanes::store(weights[0] + i * Lanes::width, (byReference_ * r + byModel_ * m) + constant_);
+      const auto weight = (byReference_ * r + byModel_ * m) + constant_;
+      for (int c = 0; c < 3; ++c)
+        Lanes::store(weighed[c] + at,
+                     Lanes::select(groups.counts[i], Lanes::load(slopes[c] + at) * weight, zero));
     }
+    for (int g = 0; g < groups.count; ++g)
+      gradient_.add(groups.x[g], weighed[0] + g * groupSize, chunkSize);
   }
 
   void addTo(SampleSums& sums) const {
@@ -239,68 +250,10 @@ class LinearWeights {
   typename Lanes::Doubles constant_;
   GroupSum count_;
   GroupSum differenceSq_;
+  typename MapParts<Map>::Gradient gradient_;
 };
 
-/// The reference's value, the model's value and 1; adds up the samples as well.
-class MomentWeights {
- public:
-  static constexpr int sets = numMoments;
-
-  void fill(const SampleGroups& groups, double (*weights)[chunkSize]) {
-    for (int i = 0; i < groups.count * partsPerGroup; ++i) {
-      const int at = i * Lanes::width;
-      sums_.add(groups, i);
-      Lanes::store(weights[0] + at, Lanes::load(groups.reference + at));
-      Lanes::store(weights[1] + at, Lanes::load(groups.model + at));
-      Lanes::store(weights[2] + at, Lanes::all(1.0));
-    }
-  }
-
-  void addTo(SampleSums& sums) const { sums_.addTo(sums); }
-
- private:
-  SumsConsumer sums_;
-};
-
-/// Weighs the model's gradient at each sample and hands it to the controls.
-template <class Map, class Weights>
-class GradientConsumer {
- public:
-  static constexpr bool wantsGradient = true;
-
-  GradientConsumer(Weights& weights, const DerivativeFrame<Map>& frame, double* scratch,
-                   typename Map::Derivative* gradient)
-      : weights_(weights), gradient_(frame, scratch, gradient) {}
-
-  void startSlice(int z) { gradient_.startSlice(z); }
-  void endSlice(int z) { gradient_.endSlice(z); }
-  void startRow(int y) { gradient_.startRow(y); }
-  void endRow(int y) { gradient_.endRow(y); }
-
-  void take(const SampleGroups& groups, const double (*slopes)[chunkSize]) {
-    alignas(64) double weights[Weights::sets][chunkSize];
-    alignas(64) double weighed[3 * Weights::sets][chunkSize];
-    weights_.fill(groups, weights);
-    const auto zero = Lanes::all(0.0);
-    for (int i = 0; i < groups.count * partsPerGroup; ++i)
-      for (int s = 0; s < Weights::sets; ++s)
-        for (int c = 0; c < 3; ++c) {
-          const int at = i * Lanes::width;
-          Lanes::store(
-              weighed[3 * s + c] + at,
-              Lanes::select(groups.counts[i],
-                            Lanes::load(slopes[c] + at) * Lanes::load(weights[s] + at), zero));
-        }
-    for (int g = 0; g < groups.count; ++g)
-      gradient_.add(groups.x[g], weighed[0] + g * groupSize, chunkSize);
-  }
-
- private:
-  Weights& weights_;
-  typename MapParts<Map>::template Gradient<Weights::sets> gradient_;
-};
-
-/// Hands the kept samples of some slices to the controls.
+/// Hands the kept samples of some slices on.
 template <class Map>
 class KeptGradient {
  public:
@@ -316,15 +269,17 @@ class KeptGradient {
   void addSlice(int z) {
     const int ny = frame_.walk.referenceDims[1];
     gradient_.startSlice(z);
-    for (int y = 0; y < ny; ++y)
-      if (!isEmpty(spanOf(frame_, y, z))) addRow(y);
+    for (int y = 0; y < ny; ++y) {
+      const IndexSpan span = spanOf(frame_, y, z);
+      if (!isEmpty(span)) addRow(y, span);
+    }
     gradient_.endSlice(z);
   }
 
  private:
-  void addRow(int y) {
+  void addRow(int y, const IndexSpan& span) {
     const int count = *kept_.rowCounts++;
-    gradient_.startRow(y);
+    gradient_.startRow(y, span);
     for (int g = 0; g < count; ++g) add(kept_.groups[g], kept_.x[g]);
     gradient_.endRow(y);
     kept_.groups += count;
@@ -351,5 +306,5 @@ class KeptGradient {
   std::int64_t intervals_;
   KeptSamples kept_;  ///< from the present row on
   const DerivativeFrame<Map>& frame_;
-  typename MapParts<Map>::template Gradient<1> gradient_;
+  typename MapParts<Map>::Gradient gradient_;
 };

@@ -2,6 +2,11 @@
 
 #include "variational/kernels/sampleGroups.inl"
 
+/// The cells along x of the voxels of a span.
+static inline IndexSpan cellsOf(const TensorAxis& axis, const IndexSpan& span) {
+  return {axis.cell[span.first], axis.cell[span.end - 1] + 1};
+}
+
 /// Positions under a tensor-product map. The controls are contracted along z for a slice, then
 /// along y for a row, where they become one cubic polynomial for each cell.
 class TensorPositions {
@@ -38,20 +43,22 @@ class TensorPositions {
       }
   }
 
-  void startRow(int y) {
+  /// For the voxels of a span, which is not empty.
+  void startRow(int y, const IndexSpan& span) {
     const TensorAxis& axis = map_.axes[1];
     const Weights along(axis.weights + 4 * std::int64_t{y});
+    const IndexSpan cells = cellsOf(map_.axes[0], span);
     for (int c = 0; c < 3; ++c) {
       const double* const from = slice_ + padded_ * (axis.cell[y] + std::int64_t{ny_} * c);
       double* const controls = row_ + padded_ * c;
-      for (std::int64_t i = 0; i < padded_; i += Lanes::width)
+      for (int i = cells.first; i < cells.end + 3; i += Lanes::width)
         Lanes::store(controls + i, along.of(from + i, padded_));
     }
     for (int k = 0; k < 4; ++k) {
       const Weights toPower(map_.toPowers[k]);
       for (int c = 0; c < 3; ++c) {
         double* const powers = powers_ + padded_ * (4 * c + k);
-        for (std::int64_t i = 0; i < nx_ - 3; i += Lanes::width)
+        for (int i = cells.first; i < cells.end; i += Lanes::width)
           Lanes::store(powers + i, toPower.of(row_ + padded_ * c + i, 1));
       }
     }
@@ -109,31 +116,31 @@ class TensorPositions {
   double* powers_;  ///< polynomials of the row: cell, power, component
 };
 
-/// The transpose of TensorPositions: sums of `sets` vectors at each voxel become as many gradients
-/// by the controls.
-template <int sets>
+/// The transpose of TensorPositions: vectors at each voxel become a gradient by the controls.
 class TensorGradient {
  public:
-  static constexpr int numComponents = 3 * sets;
-
   TensorGradient(const DerivativeFrame<TensorMap>& frame, double* scratch, double* gradient)
       : map_(frame.map),
         nx_(map_.axes[0].numControls),
         ny_(map_.axes[1].numControls),
         nz_(map_.axes[2].numControls),
+        padded_(paddedControls(map_)),
         slice_(scratch),
-        row_(scratch + numComponents * std::int64_t{nx_} * ny_),
+        row_(scratch + 3 * padded_ * ny_),
         gradient_(gradient) {}
 
-  void startSlice(int /*z*/) { clear(slice_, numComponents * std::int64_t{nx_} * ny_); }
-  void startRow(int /*y*/) {
-    clear(row_, numComponents * std::int64_t{nx_});
+  void startSlice(int /*z*/) { clear(slice_, 3 * padded_ * ny_); }
+
+  /// For the voxels of a span, which is not empty.
+  void startRow(int /*y*/, const IndexSpan& span) {
+    cells_ = cellsOf(map_.axes[0], span);
+    for (int c = 0; c < 3; ++c)
+      clear(row_ + padded_ * c + cells_.first, cells_.end + groupSize + 2 - cells_.first);
     cell_ = -1;
   }
 
   /// The vectors of groupSize voxels from x on; component c of voxel i is q[c * stride + i].
-  template <class T>
-  [[gnu::always_inline]] void add(int x, const T* q, std::int64_t stride) {
+  [[gnu::always_inline]] void add(int x, const double* q, std::int64_t stride) {
     const int* const cell = map_.axes[0].cell + x;
     const double* const weights = map_.axes[0].weights + 4 * std::int64_t{x};
     for (int i = 0; i < groupSize;) {
@@ -148,18 +155,32 @@ class TensorGradient {
   void endRow(int y) {
     moveTo(-1);
     const TensorAxis& axis = map_.axes[1];
-    const std::int64_t plane = std::int64_t{nx_} * ny_;
-    for (int c = 0; c < numComponents; ++c)
-      spread(row_ + std::int64_t{nx_} * c, nx_, axis.weights + 4 * std::int64_t{y}, nx_,
-             slice_ + plane * c + std::int64_t{nx_} * axis.cell[y]);
+    typename Lanes::Doubles weights[4];
+    for (int k = 0; k < 4; ++k) weights[k] = Lanes::all(axis.weights[4 * std::int64_t{y} + k]);
+    for (int c = 0; c < 3; ++c) {
+      const double* const from = row_ + padded_ * c;
+      double* const to = slice_ + padded_ * (axis.cell[y] + std::int64_t{ny_} * c);
+      for (int i = cells_.first; i < cells_.end + 3; i += Lanes::width) {
+        const auto value = Lanes::load(from + i);
+        for (int k = 0; k < 4; ++k) {
+          double* const at = to + padded_ * k + i;
+          Lanes::store(at, Lanes::load(at) + weights[k] * value);
+        }
+      }
+    }
   }
 
   void endSlice(int z) {
     const TensorAxis& axis = map_.axes[2];
-    const std::int64_t plane = std::int64_t{nx_} * ny_;
-    for (int c = 0; c < numComponents; ++c)
-      spread(slice_ + plane * c, plane, axis.weights + 4 * std::int64_t{z}, plane,
-             gradient_ + plane * (axis.cell[z] + std::int64_t{nz_} * c));
+    const double* const w = axis.weights + 4 * std::int64_t{z};
+    for (int c = 0; c < 3; ++c)
+      for (int k = 0; k < 4; ++k)
+        for (int y = 0; y < ny_; ++y) {
+          const double* const from = slice_ + padded_ * (y + std::int64_t{ny_} * c);
+          double* const to =
+              gradient_ + nx_ * (y + ny_ * (axis.cell[z] + k + std::int64_t{nz_} * c));
+          for (int x = 0; x < nx_; ++x) to[x] += w[k] * from[x];
+        }
   }
 
  private:
@@ -169,12 +190,11 @@ class TensorGradient {
 
   /// Voxels [i, end), of the present cell. Every other voxel has sums of its own, which halves the
   /// wait of an addition for the one before.
-  template <class T>
-  [[gnu::always_inline]] void addRun(const double* weights, const T* q, std::int64_t stride, int i,
-                                     int end) {
-    Four first[numComponents];
-    Four second[numComponents];
-    for (int c = 0; c < numComponents; ++c) {
+  [[gnu::always_inline]] void addRun(const double* weights, const double* q, std::int64_t stride,
+                                     int i, int end) {
+    Four first[3];
+    Four second[3];
+    for (int c = 0; c < 3; ++c) {
       first[c] = sums_[c];
       second[c] = Four{};
     }
@@ -183,35 +203,27 @@ class TensorGradient {
       Four v;
       load(weights + 4 * i, w);
       load(weights + 4 * i + 4, v);
-      for (int c = 0; c < numComponents; ++c) {
-        first[c] = first[c] + w * static_cast<double>(q[c * stride + i]);
-        second[c] = second[c] + v * static_cast<double>(q[c * stride + i + 1]);
+      for (int c = 0; c < 3; ++c) {
+        first[c] = first[c] + w * q[c * stride + i];
+        second[c] = second[c] + v * q[c * stride + i + 1];
       }
     }
     if (i < end) {
       Four w;
       load(weights + 4 * i, w);
-      for (int c = 0; c < numComponents; ++c)
-        first[c] = first[c] + w * static_cast<double>(q[c * stride + i]);
+      for (int c = 0; c < 3; ++c) first[c] = first[c] + w * q[c * stride + i];
     }
-    for (int c = 0; c < numComponents; ++c) sums_[c] = first[c] + second[c];
+    for (int c = 0; c < 3; ++c) sums_[c] = first[c] + second[c];
   }
 
   static void clear(double* p, std::int64_t n) {
     for (std::int64_t i = 0; i < n; ++i) p[i] = 0.0;
   }
 
-  /// to[i + k * stride] += w[k] * from[i].
-  static void spread(const double* from, std::int64_t n, const double* w, std::int64_t stride,
-                     double* to) {
-    for (int k = 0; k < 4; ++k)
-      for (std::int64_t i = 0; i < n; ++i) to[i + k * stride] += w[k] * from[i];
-  }
-
   void moveTo(int cell) {
-    for (int c = 0; c < numComponents; ++c) {
+    for (int c = 0; c < 3; ++c) {
       if (cell_ >= 0) {
-        double* const to = row_ + std::int64_t{nx_} * c + cell_;
+        double* const to = row_ + padded_ * c + cell_;
         Four sum;
         load(to, sum);
         sum = sum + sums_[c];
@@ -226,9 +238,11 @@ class TensorGradient {
   int nx_;
   int ny_;
   int nz_;
+  std::int64_t padded_;
   double* slice_;
   double* row_;
   double* gradient_;
+  IndexSpan cells_ = {};  ///< of the row
   int cell_ = -1;
-  Four sums_[numComponents] = {};  ///< of the present cell
+  Four sums_[3] = {};  ///< of the present cell
 };

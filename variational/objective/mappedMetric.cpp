@@ -208,7 +208,8 @@ double MappedMetric::evaluateBy(const Map& map, typename Map::Derivative* gradie
     walk.referenceDims[axis] = reference_.frame.dims[axis];
     walk.modelDims[axis] = model_.frame.dims[axis];
   }
-  walk.rowStep[1] = static_cast<double>(walk.modelDims[1]) / walk.referenceDims[1];
+  walk.rowStep[1] = static_cast<double>(reference_.frame.voxelSize.y) /
+                    static_cast<double>(model_.frame.voxelSize.y);
   frame.rows = rows_.empty() ? nullptr : rows_.data();
   frame.map = map;
   if (kind_ == RegMetricMeanSquaredDifference) return difference(frame, gradient);
@@ -228,33 +229,10 @@ double MappedMetric::difference(const Frame<Map>& frame, typename Map::Derivativ
   return -sums.differenceSq / sums.count;
 }
 
-double MappedMetric::correlation(const Frame<TensorMap>& frame, double* gradient) {
-  SampleSums sums;
-  const std::int64_t size = gradientSize(frame);
-  if (gradient == nullptr) {
-    sums = sumsOf(frame);
-  } else {
-    moments_.resize(static_cast<std::size_t>(numMoments * size));
-    gather(frame, numMoments * size, moments_.data(),
-           [&](const IndexSpan& slices, double* scratch, double* to) {
-             SampleSums part;
-             kernels_.moments[model_.type](frame, slices, scratch, part, to);
-             add(sums, part);
-           });
-  }
-  numSamples_ = sums.count;
-  LinearRule rule;
-  const double value = correlationOf(sums, rule);
-  if (gradient == nullptr || value == RegMetric::noStatement) return value;
-  const double* const moments = moments_.data();
-  for (std::int64_t i = 0; i < size; ++i)
-    gradient[i] = (rule.byReference * moments[i] + rule.byModel * moments[size + i]) +
-                  rule.constant * moments[2 * size + i];
-  return value;
-}
-
-/// Three moments for each voxel would take more time than a second walk.
-double MappedMetric::correlation(const Frame<FieldMap>& frame, float* gradient) {
+/// The rule is known after the first walk. A second one is faster than sums of what each of its
+/// terms weighs, or samples kept for it.
+template <class Map>
+double MappedMetric::correlation(const Frame<Map>& frame, typename Map::Derivative* gradient) {
   const SampleSums sums = sumsOf(frame);
   numSamples_ = sums.count;
   LinearRule rule;

@@ -52,8 +52,8 @@ class MappedMetric {
   double evaluateBy(const Map& map, typename Map::Derivative* gradient);
   template <class Map>
   double difference(const Frame<Map>& frame, typename Map::Derivative* gradient);
-  double correlation(const Frame<TensorMap>& frame, double* gradient);
-  double correlation(const Frame<FieldMap>& frame, float* gradient);
+  template <class Map>
+  double correlation(const Frame<Map>& frame, typename Map::Derivative* gradient);
   template <class Map>
   double information(const Frame<Map>& frame, typename Map::Derivative* gradient);
   double fillSlopes();
@@ -87,7 +87,6 @@ class MappedMetric {
   std::vector<double> portionHistogram_;
   std::vector<double> portionGradient_;
   std::vector<double> slopes_;
-  std::vector<double> moments_;
   std::vector<std::int64_t> firstGroups_;  ///< of each slice, among those that it can have
   std::vector<KeptGroup> groups_;
   std::vector<int> groupsX_;
