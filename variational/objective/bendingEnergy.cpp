@@ -48,7 +48,7 @@ std::vector<double> gramOf(int intervals, double spacing, int order) {
   for (int cell = 0; cell < intervals; ++cell)
     for (int i = 0; i < 4; ++i)
       for (int j = 0; j < 4; ++j)
-        gram[static_cast<std::size_t>(band * (cell + i) + (j - i + reach))] +=
+        gram[static_cast<std::size_t>((j - i + reach) * (intervals + 3) + cell + i)] +=
             scale * element[i][j];
   return gram;
 }
@@ -64,44 +64,61 @@ BendingEnergy::BendingEnergy(const ControlLattice& shape) : volume_(1.0) {
   }
 }
 
-void BendingEnergy::apply(int axis, const Gram& gram, const std::vector<double>& from,
-                          std::vector<double>& to) const {
+void BendingEnergy::apply(int axis, int order, const Vector& from, Vector& to) const {
   const int n = n_[axis];
+  const double* const gram = gram_[axis][order].data();
   std::int64_t stride = 1;
   for (int a = 0; a < axis; ++a) stride *= n_[a];
-  const std::int64_t blocks = static_cast<std::int64_t>(from.size()) / (stride * n);
+  const std::int64_t block = stride * n;
   to.assign(from.size(), 0.0);
-  for (std::int64_t b = 0; b < blocks; ++b) {
-    const double* const in = from.data() + b * stride * n;
-    double* const out = to.data() + b * stride * n;
-    for (int i = 0; i < n; ++i)
-      for (int j = std::max(i - reach, 0); j <= std::min(i + reach, n - 1); ++j) {
-        const double g = gram[static_cast<std::size_t>(band * i + (j - i + reach))];
-        for (std::int64_t s = 0; s < stride; ++s) out[i * stride + s] += g * in[j * stride + s];
-      }
+  for (std::int64_t first = 0; first < static_cast<std::int64_t>(from.size()); first += block) {
+    const double* const in = from.data() + first;
+    double* const out = to.data() + first;
+    for (int d = -reach; d <= reach; ++d) {
+      const double* const g = gram + std::int64_t{n} * (d + reach);
+      const int low = std::max(-d, 0);
+      const int high = std::min(n - d, n);
+      if (axis == 0)
+        for (int i = low; i < high; ++i) out[i] += g[i] * in[i + d];
+      else
+        for (int i = low; i < high; ++i)
+          for (std::int64_t s = 0; s < stride; ++s)
+            out[i * stride + s] += g[i] * in[(i + d) * stride + s];
+    }
   }
 }
 
-double BendingEnergy::evaluate(const std::vector<double>& values, double weight, double* gradient) {
+// The sum over the second derivatives, with the axes' Gram matrices X, Y, Z of the orders 0 to 2:
+//   (X2 Y0 + X0 Y2 + 2 X1 Y1) Z0 + 2 (X1 Y0 + X0 Y1) Z1 + X0 Y0 Z2.
+double BendingEnergy::evaluate(const Vector& values, double weight, double* gradient) {
+  Vector sums[3];
+  for (Vector& sum : sums) sum.assign(values.size(), 0.0);
   struct Term {
-    int x, y, z;
+    int x, y;
+    int z;  ///< order of the last factor
     double factor;
   };
-  constexpr Term terms[] = {{2, 0, 0, 1.0}, {0, 2, 0, 1.0}, {0, 0, 2, 1.0},
-                            {1, 1, 0, 2.0}, {1, 0, 1, 2.0}, {0, 1, 1, 2.0}};
-  double energy = 0.0;
+  constexpr Term terms[] = {{0, 0, 2, 1.0}, {0, 1, 1, 2.0}, {0, 2, 0, 1.0},
+                            {1, 0, 1, 2.0}, {1, 1, 0, 2.0}, {2, 0, 0, 1.0}};
+  int present = -1;
   for (const Term& term : terms) {
-    apply(0, gram_[0][term.x], values, alongX_);
-    apply(1, gram_[1][term.y], alongX_, alongY_);
-    apply(2, gram_[2][term.z], alongY_, product_);
-    double sum = 0.0;
-    for (std::size_t i = 0; i < values.size(); ++i) sum += values[i] * product_[i];
-    energy += term.factor * sum / volume_;
-    if (gradient == nullptr) continue;
-    const double scale = 2.0 * weight * term.factor / volume_;
-    for (std::size_t i = 0; i < values.size(); ++i) gradient[i] += scale * product_[i];
+    if (term.x != present) apply(0, term.x, values, alongX_);
+    present = term.x;
+    apply(1, term.y, alongX_, alongY_);
+    Vector& sum = sums[term.z];
+    for (std::size_t i = 0; i < values.size(); ++i) sum[i] += term.factor * alongY_[i];
   }
-  return energy;
+  alongX_.assign(values.size(), 0.0);
+  for (int z = 0; z < 3; ++z) {
+    apply(2, z, sums[z], alongY_);
+    for (std::size_t i = 0; i < values.size(); ++i) alongX_[i] += alongY_[i];
+  }
+  double energy = 0.0;
+  for (std::size_t i = 0; i < values.size(); ++i) energy += values[i] * alongX_[i];
+  const double scale = 2.0 * weight / volume_;
+  for (std::size_t i = 0; i < values.size() && gradient != nullptr; ++i)
+    gradient[i] += scale * alongX_[i];
+  return energy / volume_;
 }
 
 }  // namespace voxreg::detail

@@ -11,25 +11,23 @@ namespace voxreg::detail {
 /// that describe one map. Derivatives are by millimetres along each axis.
 class BendingEnergy {
  public:
+  using Vector = std::vector<double>;
+
   explicit BendingEnergy(const ControlLattice& shape);
 
   /// The energy of `values`; adds `weight` times its gradient to `gradient`.
-  double evaluate(const std::vector<double>& values, double weight, double* gradient);
+  double evaluate(const Vector& values, double weight, double* gradient);
 
  private:
-  /// Products of the splines' derivatives of one order, integrated over the box: row i holds those
-  /// with controls i - 3 .. i + 3.
-  using Gram = std::vector<double>;
-
-  void apply(int axis, const Gram& gram, const std::vector<double>& from,
-             std::vector<double>& to) const;
+  void apply(int axis, int order, const Vector& from, Vector& to) const;
 
   int n_[3];
-  Gram gram_[3][3];  ///< axis, order
+  /// Of each axis and order: products of the splines' derivatives, integrated over the box. Row d +
+  /// 3 holds those of the controls i and i + d.
+  Vector gram_[3][3];
   double volume_;
-  std::vector<double> alongX_;
-  std::vector<double> alongY_;
-  std::vector<double> product_;
+  Vector alongX_;
+  Vector alongY_;
 };
 
 }  // namespace voxreg::detail

@@ -10,6 +10,7 @@
 #include "foundation/NmLogFile.h"
 #include "foundation/NmWatch.h"
 #include "metrics/RegMetric.h"
+#include "variational/latticeDeterminants.h"
 #include "variational/objective/bendingEnergy.h"
 #include "variational/objective/tensorTables.h"
 #include "variational/objective/voxelMatrix.h"
@@ -57,8 +58,9 @@ class LatticeObjective {
       const double byVoxel = -1.0 / (unit * voxelSizeAlong(level_.modelFrame(), c));
       for (std::size_t i = 0; i < n; ++i) gradient[static_cast<std::size_t>(c) * n + i] *= byVoxel;
     }
-    return bending_ * energy_.evaluate(values, bending_, gradient.data()) -
-           (metric - level_.metricOfChance()) / unit;
+    const double energy =
+        bending_ > 0.0 ? energy_.evaluate(values, bending_, gradient.data()) : 0.0;
+    return bending_ * energy - (metric - level_.metricOfChance()) / unit;
   }
 
  private:
@@ -161,26 +163,70 @@ ControlLattice LatticeSearch::run(SearchSummary& summary) const {
     if (l > 0 && !start) lattice = stages.next(lattice, l);
     SearchLevel level(reference, model, factors[static_cast<std::size_t>(l)], comparison);
     SearchReport report(progress, l, numLevels, mostIterations);
-    if (level.isLarge()) {
-      level.sampleSome();
-      improve(level, report, mostIterations, lattice, summary);
-      level.sampleAll();
-    }
-    improve(level, report, level.isLarge() ? mostRefining : mostIterations, lattice, summary);
+    searchLevel(level, report, lattice, summary);
   }
   summary.seconds += static_cast<double>(watch.getTime());
   return lattice;
 }
 
-void LatticeSearch::improve(SearchLevel& level, SearchReport& report, int iterations,
+bool LatticeSearch::holds(const ControlLattice& lattice) const {
+  const DeterminantRange range = cornerDeterminants(lattice, referenceToModel);
+  const bool isMirror = referenceToModel.det3() < 0.0;
+  return (isMirror ? -range.largest : range.smallest) > leastDeterminant;
+}
+
+void LatticeSearch::improve(SearchLevel& level, double weight, int iterations, SearchReport& report,
                             ControlLattice& lattice, SearchSummary& summary) const {
   if (summary.interrupted) return;
   Lbfgs::Options options;
   options.mostIterations = iterations;
   options.relativeGain = relativeGain;
   options.firstMove = level.finestVoxel();
-  LatticeObjective objective(level, referenceToModel, lattice, bending);
+  LatticeObjective objective(level, referenceToModel, lattice, weight);
   summary.add(Lbfgs(options).minimise(std::ref(objective), std::ref(report), lattice.values));
+}
+
+void LatticeSearch::searchLevel(SearchLevel& level, SearchReport& report, ControlLattice& lattice,
+                                SearchSummary& summary) const {
+  constexpr int mostAttempts = 2;
+  constexpr double stiffer = 4.0;  // from attempt to attempt (empirical)
+  const ControlLattice before = lattice;
+  if (level.isLarge()) {
+    level.sampleSome();
+    improve(level, bending, mostIterations, report, lattice, summary);
+    level.sampleAll();
+  }
+  improve(level, bending, level.isLarge() ? mostRefining : mostIterations, report, lattice,
+          summary);
+  double weight = bending;
+  for (int i = 0; i < mostAttempts && !summary.interrupted && !holds(lattice); ++i) {
+    weight = std::max(stiffer * weight, 1.0);
+    improve(level, weight, mostIterations, report, lattice, summary);
+  }
+  if (holds(lattice)) return;
+  // More points are looked at on a finer lattice, so what has held before may do so no longer.
+  if (holds(before)) return shrinkTowards(before, lattice);
+  ControlLattice undeformed = lattice;
+  std::fill(undeformed.values.begin(), undeformed.values.end(), 0.0);
+  if (holds(undeformed)) shrinkTowards(undeformed, lattice);
+}
+
+/// Bisects for the largest share of the way from one lattice that holds to another that does not.
+void LatticeSearch::shrinkTowards(const ControlLattice& before, ControlLattice& lattice) const {
+  constexpr int bisections = 10;
+  const ControlLattice after = lattice;
+  const auto goTo = [&](double share) {
+    for (std::size_t i = 0; i < lattice.values.size(); ++i)
+      lattice.values[i] = before.values[i] + share * (after.values[i] - before.values[i]);
+  };
+  double holding = 0.0;
+  double folding = 1.0;
+  for (int i = 0; i < bisections; ++i) {
+    const double middle = 0.5 * (holding + folding);
+    goTo(middle);
+    (holds(lattice) ? holding : folding) = middle;
+  }
+  goTo(holding);
 }
 
 }  // namespace voxreg::detail

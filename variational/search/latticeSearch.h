@@ -25,7 +25,9 @@ struct LatticeSearch {
   Comparison comparison = {};
   double spacing = 16.0;  ///< of the finest lattice, millimetres
   double bending = 30.0;  ///< weight of the mean squared second derivatives, mm^2 of the metric
-  double leastDeterminant = 0.0;  ///< of the map's derivative
+  /// Of the map's derivative: each level is searched with more bending weight until the determinant
+  /// is larger everywhere, or goes back towards the level before as far as it takes.
+  double leastDeterminant = 0.0;
   double relativeGain = 1e-4;
   int mostIterations = 100;  ///< on each level
   int coarsest = 4;          ///< reduction on the first level
@@ -40,8 +42,12 @@ struct LatticeSearch {
   ControlLattice run(SearchSummary& summary) const;
 
  private:
-  void improve(SearchLevel& level, SearchReport& report, int iterations, ControlLattice& lattice,
-               SearchSummary& summary) const;
+  bool holds(const ControlLattice& lattice) const;
+  void improve(SearchLevel& level, double weight, int iterations, SearchReport& report,
+               ControlLattice& lattice, SearchSummary& summary) const;
+  void shrinkTowards(const ControlLattice& before, ControlLattice& lattice) const;
+  void searchLevel(SearchLevel& level, SearchReport& report, ControlLattice& lattice,
+                   SearchSummary& summary) const;
 };
 
 /// The weight of bending that suits a metric (empirical, docs/searches.md).
