@@ -275,7 +275,7 @@ double MappedMetric::fillSlopes() {
     return ofJoint * logarithm(std::max(p, floor)) -
            ofColumn * logarithm(std::max(columnSums[static_cast<std::size_t>(c)], floor));
   };
-  slopes_.resize(static_cast<std::size_t>(numRows * (columns - 1)));
+  slopes_.assign(static_cast<std::size_t>((numRows + 2) * (columns - 1)), 0.0);
   for (int r = 0; r < numRows; ++r) {
     double before = term(r, 0);
     for (int c = 0; c + 1 < columns; ++c) {
