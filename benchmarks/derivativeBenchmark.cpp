@@ -26,22 +26,42 @@ using namespace voxreg::detail;
 using headPair::HeadPair;
 using voxreg::ControlLattice;
 
+/// The voxels of a volume, locked.
+struct Voxels {
+  NmHandle<VlDataAccess> access;
+  SearchVolume volume;
+
+  explicit Voxels(const NmHandle<VlData>& data)
+      : access(data->lock(false)), volume{access->dataPtr(0), 0, VolumeFrame(*data)} {
+    withVoxelType(data->primType(), [&]<class T>() { volume.type = voxelTypeIndex<T>; });
+  }
+};
+
 /// The two volumes as the finest level of a search compares them.
 struct Level {
   const HeadPair& pair;
   LevelVolume reference;
-  LevelVolume model;
+  Voxels model;
+  LevelVolume doubled;  ///< the model, if it is
   std::vector<IndexSpan> rows;
   double share;  ///< of the reference's voxels that count
 
   Level(const HeadPair& heads, bool isDoubled, bool isMasked)
-      : pair(heads), reference(valuesOf(heads.reference)), model(valuesOf(heads.model)) {
-    if (isDoubled) model = doubledVolume(model);
+      : pair(heads),
+        reference(reducedVolume(Voxels(heads.reference).volume, {1, 1, 1})),
+        model(heads.model),
+        doubled{{}, model.volume.frame} {
+    if (isDoubled) doubled = doubledVolume(reducedVolume(model.volume, {1, 1, 1}));
     if (isMasked) skipFarFromBody(bodyThreshold(reference), reference);
     rows = countingSpans(reference);
     double counting = 0.0;
     for (const float value : reference.voxels) counting += std::isfinite(value) ? 1.0 : 0.0;
     share = counting / pair.numReferenceVoxels();
+  }
+
+  MappedMetric::Volume modelVolume() const {
+    if (doubled.voxels.empty()) return {model.volume.voxels, model.volume.type, model.volume.frame};
+    return {doubled.voxels.data(), voxelTypeIndex<float>, doubled.frame};
   }
 
   MappedMetric metric(RegMetricKind kind, const DerivativeKernels& kernels) const {
@@ -50,18 +70,9 @@ struct Level {
       return BinRange{static_cast<double>(values.x), static_cast<double>(values.y), bins};
     };
     MappedMetric result(kind, {reference.voxels.data(), voxelTypeIndex<float>, reference.frame},
-                        {model.voxels.data(), voxelTypeIndex<float>, model.frame},
-                        range(pair.referenceRange), range(pair.modelRange), kernels);
+                        modelVolume(), range(pair.referenceRange), range(pair.modelRange), kernels);
     result.setRows(rows);
     return result;
-  }
-
- private:
-  static LevelVolume valuesOf(const NmHandle<VlData>& volume) {
-    int type = 0;
-    withVoxelType(volume->primType(), [&]<class T>() { type = voxelTypeIndex<T>; });
-    const NmHandle<VlDataAccess> access = volume->lock(false);
-    return reducedVolume({access->dataPtr(0), type, VolumeFrame(*volume)}, {1, 1, 1});
   }
 };
 
@@ -90,7 +101,7 @@ std::unique_ptr<TensorTables> tablesOf(const Level& level, int intervals) {
   matrix.m[0][1] = std::sin(0.1);
   matrix.m[1][0] = -std::sin(0.1);
   const VolumeFrame& frame = level.reference.frame;
-  const VolumeFrame& model = level.model.frame;
+  const VolumeFrame& model = level.doubled.frame;
   matrix.m[3][2] = static_cast<double>(model.centre().z - frame.centre().z);
   if (intervals == 0) {
     auto tables = std::make_unique<TensorTables>(frame);

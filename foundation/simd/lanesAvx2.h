@@ -36,6 +36,11 @@ struct Lanes {
         reinterpret_cast<__m256i*>(p),
         _mm256_sub_epi64(_mm256_castpd_si256(v + shift), _mm256_castpd_si256(shift)));
   }
+  /// Stores values rounded to floats, or integral ones as integers.
+  static void storeNarrow(float* p, Doubles v) { _mm_storeu_ps(p, _mm256_cvtpd_ps(v)); }
+  static void storeNarrow(std::int32_t* p, Doubles v) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_cvttpd_epi32(v));
+  }
 
   /// Mask of the lanes in [lower, upper]; false for NaN.
   static Mask within(Doubles v, Doubles lower, Doubles upper) {

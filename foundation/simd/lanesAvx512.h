@@ -33,6 +33,11 @@ struct Lanes {
   static void storeWhole(std::int64_t* p, Doubles v) {
     _mm512_storeu_si512(p, _mm512_cvttpd_epi64(v));
   }
+  /// Stores values rounded to floats, or integral ones as integers.
+  static void storeNarrow(float* p, Doubles v) { _mm256_storeu_ps(p, _mm512_cvtpd_ps(v)); }
+  static void storeNarrow(std::int32_t* p, Doubles v) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_cvttpd_epi32(v));
+  }
 
   /// Mask of the lanes in [lower, upper]; false for NaN.
   static Mask within(Doubles v, Doubles lower, Doubles upper) {

@@ -43,6 +43,11 @@ struct Lanes {
     const Mask integers = reinterpret_cast<Mask>(v + shift) - reinterpret_cast<Mask>(shift);
     std::memcpy(p, &integers, sizeof integers);
   }
+  /// Stores values rounded to floats, or integral ones as integers.
+  template <class Narrow>
+  static void storeNarrow(Narrow* p, Doubles v) {
+    for (int i = 0; i < width; ++i) p[i] = static_cast<Narrow>(v[i]);
+  }
 
   /// Mask of the lanes in [lower, upper]; false for NaN.
   static Mask within(Doubles v, Doubles lower, Doubles upper) {

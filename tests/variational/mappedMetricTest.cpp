@@ -93,7 +93,7 @@ void expectFieldDerivatives(MappedMetric& metric, S scene) {
   float largest = 0.0f;
   for (const float g : gradient) largest = std::max(largest, std::abs(g));
   ASSERT_GT(largest, 0.0f);
-  for (std::size_t i = 0; i < gradient.size(); i += 5) {
+  for (std::size_t i = 0; i < gradient.size(); i += 37) {
     constexpr float h = 1.0f / 32768.0f;
     const float kept = scene.field[i];
     scene.field[i] = kept + h;

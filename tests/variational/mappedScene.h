@@ -79,8 +79,9 @@ struct Scene {
 
   /// Leaves out voxels of both volumes, and parts of rows or whole ones.
   void mask() {
-    for (std::size_t i = 0; i < reference.size(); i += 11) reference[i] = std::nan("");
-    model[model.size() / 3] = std::nanf("");
+    for (std::size_t i = 0; i < reference.size(); i += 11)
+      reference[i] = static_cast<T>(std::nan(""));
+    model[model.size() / 3] = static_cast<U>(std::nan(""));
     for (int row = 0; row < dims.y * dims.z; ++row) rows.push_back({row % 3, dims.x - row % 5 * 3});
     rows[rows.size() / 2] = {0, 0};
   }

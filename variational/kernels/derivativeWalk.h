@@ -71,18 +71,19 @@ struct LinearRule {
 };
 
 /// The same by a joint histogram: `slopes` holds, for each of its rows, the derivative in the
-/// interval between two neighbouring columns. 0 for values beyond the outermost columns.
+/// interval between two neighbouring columns, and two rows of zeros for values beyond the outermost
+/// columns.
 struct HistogramRule {
   HistogramAxis rows;
   HistogramAxis columns;
-  const double* slopes;  ///< rows.count * (columns.count - 1)
+  const double* slopes;  ///< (rows.count + 2) * (columns.count - 1)
 };
 
 /// What a group of samples adds to a gradient once the derivative of the metric is known.
 struct alignas(32) KeptGroup {
   float slopes[3][groupSize];      ///< of the model along its axes; 0 without a sample
   float rowShares[groupSize];      ///< of the upper row of the histogram
-  std::int32_t places[groupSize];  ///< in the table of slopes; negative for derivatives of 0
+  std::int32_t places[groupSize];  ///< in the table of slopes
 };
 
 /// The samples of a walk, kept for a second pass.

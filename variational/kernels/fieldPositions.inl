@@ -80,9 +80,15 @@ class FieldGradient {
   /// The vectors of groupSize voxels from x on, some of which may be beyond the row; component c of
   /// voxel i is q[c * stride + i].
   [[gnu::always_inline]] void add(int x, const double* q, std::int64_t stride) {
-    const int n = nx_ - x < groupSize ? nx_ - x : groupSize;
+    if (x + groupSize <= nx_) {
+      for (int c = 0; c < 3; ++c)
+        for (int i = 0; i < groupSize; i += Lanes::width)
+          Lanes::storeNarrow(row_ + (c * count_ + x + i), Lanes::load(q + (c * stride + i)));
+      return;
+    }
     for (int c = 0; c < 3; ++c)
-      for (int i = 0; i < n; ++i) row_[c * count_ + x + i] = static_cast<float>(q[c * stride + i]);
+      for (int i = 0; i < nx_ - x; ++i)
+        row_[c * count_ + x + i] = static_cast<float>(q[c * stride + i]);
   }
 
  private:

@@ -99,40 +99,52 @@ class HistogramConsumer {
   void endRow(int) {}
 
   void take(const SampleGroups& groups, const double (*)[chunkSize]) {
-    alignas(64) double rowShares[chunkSize];
-    take(groups, rowShares, [](int, typename Lanes::Doubles, typename Lanes::Doubles) {});
+    distribute(groups, [](int, Doubles, Doubles, Doubles) {});
   }
 
-  /// The same. `rowShares` receives the share of the upper row of each sample, and `place` the
-  /// lower row and column of each part of the groups.
-  template <class Place>
-  [[gnu::always_inline]] void take(const SampleGroups& groups, double* rowShares, Place place) {
+  /// The same; calls visit(i, row, column, rowShare) with the lower row and column, and the share
+  /// of the upper row, of samples from i on.
+  template <class Visit>
+  [[gnu::always_inline]] void distribute(const SampleGroups& groups, Visit visit) {
     alignas(64) std::int64_t bins[chunkSize];
-    alignas(64) double columnShares[chunkSize];
+    alignas(64) double shares[4][chunkSize];
+    const Doubles one = Lanes::all(1.0);
+    const Doubles columns = Lanes::all(sums_.columns.count);
     const int n = groups.count * groupSize;
     for (int i = 0; i < n; i += Lanes::width) {
-      typename Lanes::Doubles row;
-      typename Lanes::Doubles column;
-      Lanes::store(rowShares + i, rows_.split(Lanes::load(groups.reference + i), row));
-      Lanes::store(columnShares + i, columns_.split(Lanes::load(groups.model + i), column));
-      place(i, row, column);
+      Doubles row;
+      Doubles column;
+      const Doubles upper = rows_.split(Lanes::load(groups.reference + i), row);
+      const Doubles right = columns_.split(Lanes::load(groups.model + i), column);
+      visit(i, row, column, upper);
+      Lanes::store(shares[0] + i, (one - upper) * (one - right));
+      Lanes::store(shares[1] + i, (one - upper) * right);
+      Lanes::store(shares[2] + i, upper * (one - right));
+      Lanes::store(shares[3] + i, upper * right);
       Lanes::storeWhole(bins + i, Lanes::select(groups.counts[i / Lanes::width],
-                                                row * Lanes::all(sums_.columns.count) + column,
-                                                Lanes::all(-1.0)));
+                                                row * columns + column, Lanes::all(-1.0)));
     }
-    for (int i = 0; i < n; ++i)
-      if (bins[i] >= 0) raise(bins[i], rowShares[i], columnShares[i]);
+    raise(bins, shares, n);
   }
 
  private:
-  [[gnu::always_inline]] void raise(std::int64_t offset, double row, double column) {
-    double* const bin = sums_.histogram + offset;
+  using Doubles = typename Lanes::Doubles;
+
+  [[gnu::always_inline]] void raise(const std::int64_t* bins, const double (*shares)[chunkSize],
+                                    int n) {
+    double* const histogram = sums_.histogram;
     const std::int64_t columns = sums_.columns.count;
-    bin[0] += (1.0 - row) * (1.0 - column);
-    bin[columns] += row * (1.0 - column);
-    bin[1] += (1.0 - row) * column;
-    bin[columns + 1] += row * column;
-    ++sums_.count;
+    int count = 0;
+    for (int i = 0; i < n; ++i) {
+      if (bins[i] < 0) continue;
+      double* const bin = histogram + bins[i];
+      bin[0] += shares[0][i];
+      bin[1] += shares[1][i];
+      bin[columns] += shares[2][i];
+      bin[columns + 1] += shares[3][i];
+      ++count;
+    }
+    sums_.count += count;
   }
 
   HistogramSums& sums_;
@@ -150,6 +162,7 @@ class KeepingConsumer {
       : histogram_(sums),
         columns_(sums.columns),
         intervals_(Lanes::all(sums.columns.count - 1)),
+        beyond_(Lanes::all(sums.rows.count) * intervals_),
         kept_(kept) {}
 
   void startSlice(int) {}
@@ -162,41 +175,29 @@ class KeepingConsumer {
   }
 
   void take(const SampleGroups& groups, const double (*slopes)[chunkSize]) {
-    alignas(64) double rowShares[chunkSize];
-    alignas(64) double places[chunkSize];
-    histogram_.take(groups, rowShares, [&](int i, Doubles row, Doubles column) {
-      const auto matters = Lanes::both(groups.counts[i / Lanes::width],
-                                       columns_.holds(Lanes::load(groups.model + i)));
-      Lanes::store(places + i, Lanes::select(matters, row * intervals_ + column, Lanes::all(-1.0)));
+    KeptGroup* const kept = kept_.groups + rowCount_;
+    histogram_.distribute(groups, [&](int i, Doubles row, Doubles column, Doubles rowShare) {
+      KeptGroup& group = kept[i / groupSize];
+      const int at = i % groupSize;
+      const auto counts = groups.counts[i / Lanes::width];
+      const auto matters = Lanes::both(counts, columns_.holds(Lanes::load(groups.model + i)));
+      Lanes::storeNarrow(group.places + at,
+                         Lanes::select(matters, row * intervals_ + column, beyond_));
+      Lanes::storeNarrow(group.rowShares + at, rowShare);
+      for (int c = 0; c < 3; ++c)
+        Lanes::storeNarrow(group.slopes[c] + at,
+                           Lanes::select(counts, Lanes::load(slopes[c] + i), Lanes::all(0.0)));
     });
-    for (int g = 0; g < groups.count; ++g) {
-      KeptGroup& kept = kept_.groups[rowCount_];
-      kept_.x[rowCount_++] = groups.x[g];
-      for (int c = 0; c < 3; ++c) keepSlopes(groups, g, slopes[c], kept.slopes[c]);
-      for (int k = 0; k < groupSize; ++k) {
-        kept.places[k] = static_cast<std::int32_t>(places[g * groupSize + k]);
-        kept.rowShares[k] = static_cast<float>(rowShares[g * groupSize + k]);
-      }
-    }
+    for (int g = 0; g < groups.count; ++g) kept_.x[rowCount_++] = groups.x[g];
   }
 
  private:
   using Doubles = typename Lanes::Doubles;
 
-  [[gnu::always_inline]] static void keepSlopes(const SampleGroups& groups, int g,
-                                                const double* slopes, float* kept) {
-    alignas(64) double counting[groupSize];
-    for (int p = 0; p < partsPerGroup; ++p)
-      Lanes::store(
-          counting + p * Lanes::width,
-          Lanes::select(groups.counts[g * partsPerGroup + p],
-                        Lanes::load(slopes + g * groupSize + p * Lanes::width), Lanes::all(0.0)));
-    for (int k = 0; k < groupSize; ++k) kept[k] = static_cast<float>(counting[k]);
-  }
-
   HistogramConsumer histogram_;
   BinAxis columns_;
   Doubles intervals_;
+  Doubles beyond_;
   KeptSamples kept_;  ///< from the present row on
   int rowCount_ = 0;
 };
@@ -287,18 +288,21 @@ class KeptGradient {
   }
 
   [[gnu::always_inline]] void add(const KeptGroup& group, int x) {
-    alignas(64) double weights[groupSize];
+    alignas(64) double lower[groupSize];
+    alignas(64) double upper[groupSize];
     for (int i = 0; i < groupSize; ++i) {
-      const std::int32_t place = group.places[i];
-      const double* const slope = slopes_ + (place < 0 ? 0 : place);
-      const double share = static_cast<double>(group.rowShares[i]);
-      const double value = (1.0 - share) * slope[0] + share * slope[intervals_];
-      weights[i] = place < 0 ? 0.0 : value;
+      const double* const slope = slopes_ + group.places[i];
+      lower[i] = slope[0];
+      upper[i] = slope[intervals_];
     }
     alignas(64) double weighed[3][groupSize];
-    for (int c = 0; c < 3; ++c)
-      for (int i = 0; i < groupSize; ++i)
-        weighed[c][i] = static_cast<double>(group.slopes[c][i]) * weights[i];
+    for (int i = 0; i < groupSize; i += Lanes::width) {
+      const auto share = Lanes::widen(group.rowShares + i);
+      const auto weight =
+          (Lanes::all(1.0) - share) * Lanes::load(lower + i) + share * Lanes::load(upper + i);
+      for (int c = 0; c < 3; ++c)
+        Lanes::store(weighed[c] + i, Lanes::widen(group.slopes[c] + i) * weight);
+    }
     gradient_.add(x, weighed[0], groupSize);
   }
 

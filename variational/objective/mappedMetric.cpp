@@ -85,20 +85,21 @@ void MappedMetric::countGroups() {
   for (int z = 0; z < static_cast<int>(dims.z); ++z) {
     firstGroups_.push_back(count);
     for (int y = 0; y < static_cast<int>(dims.y); ++y) {
-      const IndexSpan span = rows_.empty() ? IndexSpan{0, static_cast<int>(dims.x)}
-                                           : rows_[static_cast<std::size_t>(y + dims.y * z)];
+      const IndexSpan span = rows_.empty()
+                                 ? IndexSpan{0, static_cast<int>(dims.x)}
+                                 : rows_[static_cast<std::size_t>(y + std::int64_t{dims.y} * z)];
       count += (std::max(span.end - span.first, 0) + groupSize - 1) / groupSize;
     }
   }
   groups_.resize(static_cast<std::size_t>(count));
   groupsX_.resize(static_cast<std::size_t>(count));
-  rowCounts_.resize(static_cast<std::size_t>(dims.y * dims.z));
+  rowCounts_.resize(static_cast<std::size_t>(std::int64_t{dims.y} * dims.z));
 }
 
 KeptSamples MappedMetric::keptOf(const IndexSpan& slices) {
   const auto first = firstGroups_[static_cast<std::size_t>(slices.first)];
   return {groups_.data() + first, groupsX_.data() + first,
-          rowCounts_.data() + reference_.frame.dims[1] * slices.first};
+          rowCounts_.data() + std::int64_t{reference_.frame.dims.y} * slices.first};
 }
 
 template <class Map, class F>
@@ -162,7 +163,7 @@ template <class Map>
 double MappedMetric::information(const Frame<Map>& frame, typename Map::Derivative* gradient) {
   const DerivativeWalks<Map>& walks = walksOf(frame.map);
   const int type = frame.walk.modelType;
-  const auto bins = static_cast<std::size_t>(rowsAxis_.count * columnsAxis_.count);
+  const auto bins = static_cast<std::size_t>(std::int64_t{rowsAxis_.count} * columnsAxis_.count);
   histogram_.assign(bins, 0.0);
   if (gradient != nullptr) countGroups();
   std::int64_t count = 0;
@@ -255,7 +256,7 @@ double MappedMetric::fillSlopes() {
   double joint = 0.0;
   for (int r = 0; r < numRows; ++r)
     for (int c = 0; c < columns; ++c) {
-      const double p = histogram_[static_cast<std::size_t>(r * columns + c)] / n;
+      const double p = histogram_[static_cast<std::size_t>(std::int64_t{r} * columns + c)] / n;
       rowSums[static_cast<std::size_t>(r)] += p;
       columnSums[static_cast<std::size_t>(c)] += p;
       joint -= plogp(p);
@@ -271,16 +272,17 @@ double MappedMetric::fillSlopes() {
   const double ofColumn = isNormalised ? 1.0 / (n * joint) : 1.0 / n;
   const double floor = 1e-6 / n;
   const auto term = [&](int r, int c) {
-    const double p = histogram_[static_cast<std::size_t>(r * columns + c)] / n;
+    const double p = histogram_[static_cast<std::size_t>(std::int64_t{r} * columns + c)] / n;
     return ofJoint * logarithm(std::max(p, floor)) -
            ofColumn * logarithm(std::max(columnSums[static_cast<std::size_t>(c)], floor));
   };
-  slopes_.resize(static_cast<std::size_t>(numRows * (columns - 1)));
+  slopes_.assign((static_cast<std::size_t>(numRows) + 2) * static_cast<std::size_t>(columns - 1),
+                 0.0);
   for (int r = 0; r < numRows; ++r) {
     double before = term(r, 0);
     for (int c = 0; c + 1 < columns; ++c) {
       const double after = term(r, c + 1);
-      slopes_[static_cast<std::size_t>(r * (columns - 1) + c)] =
+      slopes_[static_cast<std::size_t>(std::int64_t{r} * (columns - 1) + c)] =
           (after - before) * columnsAxis_.scale;
       before = after;
     }
