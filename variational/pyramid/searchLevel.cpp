@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
+
+#include "metrics/RegMetric.h"
 
 #include "variational/pyramid/body.h"
 #include "variational/pyramid/cubicDoubling.h"
@@ -142,8 +145,31 @@ bool SearchLevel::isLarge() const {
   return voxelCount(reference_.frame.dims) > many;
 }
 
+void SearchLevel::sample(std::vector<IndexSpan> rows) {
+  numCounting_ = 0.0;
+  const float* voxel = reference_.voxels.data();
+  for (const IndexSpan& row : rows) {
+    for (int x = row.first; x < row.end; ++x)
+      if (std::isfinite(voxel[x])) numCounting_ += 1.0;
+    voxel += reference_.frame.dims.x;
+  }
+  metric_->setRows(std::move(rows));
+}
+
 void SearchLevel::sampleAll() {
-  metric_->setRows(rows_);
+  sample(rows_);
+}
+
+double SearchLevel::costOf(double metric, double* gradient, std::size_t n) const {
+  if (metric == RegMetric::noStatement) {
+    std::fill_n(gradient, n, 0.0);
+    return std::numeric_limits<double>::infinity();
+  }
+  const double share = metric_->numSamples() / std::max(numCounting_, 1.0);
+  const bool isDifference = metricOfChance_ == 0.0 && metric <= 0.0;
+  const double factor = (isDifference ? 1.0 / share : share) / metricUnit_;
+  for (std::size_t i = 0; i < n; ++i) gradient[i] *= -factor;
+  return -factor * (metric - metricOfChance_);
 }
 
 void SearchLevel::sampleSome() {
@@ -153,7 +179,7 @@ void SearchLevel::sampleSome() {
   for (int z = 0; z < dims.z; ++z)
     for (int y = 0; y < dims.y; ++y, ++row)
       if (y % 2 != 0 || z % 2 != 0) some[row].end = some[row].first;
-  metric_->setRows(std::move(some));
+  sample(std::move(some));
 }
 
 double SearchLevel::finestVoxel() const {

@@ -68,20 +68,23 @@ class SearchLevel {
 
   MappedMetric& metric() { return *metric_; }
 
-  /// What the metric is measured in: the variance of the reference's values for squared
-  /// differences, otherwise 1.
-  double metricUnit() const { return metricUnit_; }
-
-  /// The metric of unrelated volumes, which relative gains are counted from.
-  double metricOfChance() const { return metricOfChance_; }
+  /// What a search makes small: 0 for unrelated volumes or, by squared differences, for equal ones.
+  /// It is smaller the more a metric gains, and the more of the voxels that count have a sample;
+  /// otherwise a map could gain by moving what does not fit out of the model. Infinite where the
+  /// metric makes no statement. `gradient`, the metric's by anything, becomes that of the cost,
+  /// with the number of samples held constant.
+  double costOf(double metric, double* gradient, std::size_t n) const;
 
  private:
+  void sample(std::vector<IndexSpan> rows);
+
   LevelVolume reference_;
   LevelVolume model_;  ///< without voxels if the volume itself is used
   VolumeFrame modelFrame_;
   std::vector<IndexSpan> rows_;
-  double metricUnit_ = 1.0;
-  double metricOfChance_;
+  double metricUnit_ = 1.0;   ///< the variance of the reference for squared differences
+  double metricOfChance_;     ///< of unrelated volumes
+  double numCounting_ = 0.0;  ///< voxels of the reference that count, in the sampled rows
   std::optional<MappedMetric> metric_;
 };
 

@@ -3,13 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <string>
 #include <utility>
 
 #include "foundation/NmLogFile.h"
 #include "foundation/NmWatch.h"
-#include "metrics/RegMetric.h"
 #include "variational/latticeDeterminants.h"
 #include "variational/objective/bendingEnergy.h"
 #include "variational/objective/tensorTables.h"
@@ -32,7 +30,7 @@ int halvingsFor(int intervals, int most) {
   return halvings;
 }
 
-/// What becomes small: minus the metric plus the weighed bending energy, by the lattice's values.
+/// What becomes small: the level's cost plus the weighed bending energy, by the lattice's values.
 class LatticeObjective {
  public:
   LatticeObjective(SearchLevel& level, const NmMat4d& referenceToModel,
@@ -48,19 +46,15 @@ class LatticeObjective {
     lattice_.values = values;
     tables_.setLattice(referenceToModel_, lattice_, level_.modelFrame());
     const double metric = level_.metric().evaluate(tables_.map(), gradient.data());
-    if (metric == RegMetric::noStatement) {
-      std::fill(gradient.begin(), gradient.end(), 0.0);
-      return std::numeric_limits<double>::infinity();
-    }
-    const double unit = level_.metricUnit();
+    const double cost = level_.costOf(metric, gradient.data(), gradient.size());
     const std::size_t n = values.size() / 3;
     for (int c = 0; c < 3; ++c) {
-      const double byVoxel = -1.0 / (unit * voxelSizeAlong(level_.modelFrame(), c));
-      for (std::size_t i = 0; i < n; ++i) gradient[static_cast<std::size_t>(c) * n + i] *= byVoxel;
+      const double perMillimetre = 1.0 / voxelSizeAlong(level_.modelFrame(), c);
+      for (std::size_t i = 0; i < n; ++i)
+        gradient[static_cast<std::size_t>(c) * n + i] *= perMillimetre;
     }
-    const double energy =
-        bending_ > 0.0 ? energy_.evaluate(values, bending_, gradient.data()) : 0.0;
-    return bending_ * energy - (metric - level_.metricOfChance()) / unit;
+    if (!(bending_ > 0.0)) return cost;
+    return cost + bending_ * energy_.evaluate(values, bending_, gradient.data());
   }
 
  private:

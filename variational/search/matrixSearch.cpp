@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "foundation/NmWatch.h"
-#include "metrics/RegMetric.h"
 #include "variational/objective/tensorTables.h"
 #include "variational/objective/voxelMatrix.h"
 #include "variational/search/lbfgs.h"
@@ -44,24 +43,45 @@ Moments momentsOf(const SearchLevel& level) {
   return moments;
 }
 
-/// What becomes small: minus the metric, by the parameters of a matrix.
+double stretchOf(const NmMat4d& matrix, int axis) {
+  return std::hypot(matrix.m[axis][0], matrix.m[axis][1], matrix.m[axis][2]);
+}
+
+/// Whether a matrix stretches the axes of a reference about as much as the one that the search
+/// began with, and does not flatten them. Volumes that share little can gain by squeezing one of
+/// them into a few voxels of the other. The limits are empirical, and far from what bodies differ
+/// by.
+bool isPlausible(const NmMat4d& matrix, const NmMat4d& start) {
+  constexpr double mostStretch = 2.0;
+  constexpr double leastVolume = 0.2;
+  for (int a = 0; a < 3; ++a) {
+    const double stretch = stretchOf(matrix, a) / stretchOf(start, a);
+    if (!(stretch < mostStretch && stretch > 1.0 / mostStretch)) return false;
+  }
+  return matrix.det3() / start.det3() > leastVolume;
+}
+
+/// What becomes small: the level's cost, by the parameters of a matrix.
 class MatrixObjective {
  public:
-  MatrixObjective(SearchLevel& level, const MatrixParameters& parameters)
+  MatrixObjective(SearchLevel& level, const MatrixParameters& parameters, const NmMat4d& start)
       : level_(level),
         parameters_(parameters),
+        start_(start),
         tables_(level.referenceFrame()),
         byControls_(static_cast<std::size_t>(3 * tables_.controlCount())) {}
 
   double operator()(const std::vector<double>& x, std::vector<double>& gradient) {
-    tables_.setMatrix(parameters_.matrixAt(x), level_.modelFrame());
-    const double metric = level_.metric().evaluate(tables_.map(), byControls_.data());
-    if (metric == RegMetric::noStatement) {
+    const NmMat4d matrix = parameters_.matrixAt(x);
+    if (!isPlausible(matrix, start_)) {
       std::fill(gradient.begin(), gradient.end(), 0.0);
       return std::numeric_limits<double>::infinity();
     }
+    tables_.setMatrix(matrix, level_.modelFrame());
+    const double metric = level_.metric().evaluate(tables_.map(), byControls_.data());
+    const double cost = level_.costOf(metric, byControls_.data(), byControls_.size());
     parameters_.differentiate(x, derivative(), gradient);
-    return -(metric - level_.metricOfChance()) / level_.metricUnit();
+    return cost;
   }
 
  private:
@@ -71,15 +91,15 @@ class MatrixObjective {
     MatrixDerivative derivative;
     for (int c = 0; c < 3; ++c, by += tables_.controlCount()) {
       const double size = voxelSizeAlong(level_.modelFrame(), c);
-      const double unit = -1.0 / (size * level_.metricUnit());
-      derivative.byShift[c] = by[TensorTables::shiftControl] * unit;
+      const double perMillimetre = 1.0 / size;
+      derivative.byShift[c] = by[TensorTables::shiftControl] * perMillimetre;
       for (int a = 0; a < 3; ++a) {
         const double fromCentre =
             static_cast<double>(reference.box.min(a)) - parameters_.centre()[a];
         derivative.byLinear[a][c] =
             (fromCentre * by[TensorTables::shiftControl] +
              static_cast<double>(reference.voxelSize[a]) * by[TensorTables::axisControl[a]]) *
-            unit;
+            perMillimetre;
       }
     }
     return derivative;
@@ -87,6 +107,7 @@ class MatrixObjective {
 
   SearchLevel& level_;
   const MatrixParameters& parameters_;
+  const NmMat4d& start_;
   TensorTables tables_;
   std::vector<double> byControls_;
 };
@@ -108,7 +129,7 @@ NmMat4d MatrixSearch::run(SearchSummary& summary) const {
     for (const int degreesOfFreedom : present) {
       if (summary.interrupted) break;
       const MatrixParameters parameters(degreesOfFreedom, matrix, moments.centre, moments.spread);
-      MatrixObjective objective(level, parameters);
+      MatrixObjective objective(level, parameters, start);
       std::vector<double> x(static_cast<std::size_t>(degreesOfFreedom), 0.0);
       Lbfgs::Options options;
       options.mostIterations = mostIterations;
