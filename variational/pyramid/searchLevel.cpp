@@ -64,11 +64,11 @@ BinRange binsOf(const std::optional<HistogramRange>& asked, const std::vector<fl
   return {range.low, range.high, bins};
 }
 
-/// Up to 64, and about two voxels for each pair of bins (empirical).
+/// Up to 64, and about eight voxels for each pair of bins (empirical).
 int binsFor(const std::vector<float>& voxels) {
   constexpr double least = 16.0;
   constexpr double most = 64.0;
-  constexpr double voxelsOfPair = 2.0;
+  constexpr double voxelsOfPair = 8.0;
   const auto count = static_cast<double>(
       std::count_if(voxels.begin(), voxels.end(), [](float v) { return std::isfinite(v); }));
   return static_cast<int>(std::clamp(std::sqrt(count / voxelsOfPair), least, most));
