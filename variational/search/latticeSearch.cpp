@@ -96,7 +96,7 @@ ControlLattice latticeOver(const VolumeFrame& reference, double spacing, int hal
 double usualBending(RegMetricKind metric) {
   switch (metric) {
     case RegMetricCorrelationRatio:
-      return 10.0;
+      return 3.0;
     case RegMetricMeanSquaredDifference:
     case RegMetricSimpleMutualInformation:
       return 60.0;
