@@ -1,17 +1,14 @@
 #include "workflow/RegisterElastic.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "foundation/NmWatch.h"
-#include "workflow/Intensity.h"
-#include "workflow/VoxelOrder.h"
-#include "workflow/bricks/elasticRuns.h"
-#include "workflow/chest/chestEvidence.h"
-#include "workflow/chest/chestWall.h"
+#include "workflow/elastic/elasticLattice.h"
+#include "workflow/elastic/elasticRuns.h"
 #include "workflow/search/frameGrids.h"
 #include "workflow/search/information.h"
 #include "workflow/search/judgement.h"
+#include "workflow/search/latticeRuns.h"
 #include "workflow/search/metricProbe.h"
 #include "workflow/search/searchedPair.h"
 
@@ -20,17 +17,6 @@ namespace voxreg {
 namespace {
 
 using namespace detail;
-
-BodyAxes bodyAxesOf(const RegElasticRegistration& elastic, const ImageFrame& frame) {
-  NmMat4f directions;  // the world's axes point to the right, to the front and to the head
-  for (int a = 0; a < 3; ++a)
-    for (int w = 0; w < 3; ++w)
-      directions.m[a][w] =
-          static_cast<float>(w == 2 ? frame.toWorld.m[a][w] : -frame.toWorld.m[a][w]);
-  BodyAxes body;
-  body.oblique = elastic.isObliqueOrientation(directions, body.axes, body.signs);
-  return body;
-}
 
 bool nearlyEqual(double a, double b, double tolerance) {
   return std::abs(a - b) <= tolerance;
@@ -54,90 +40,28 @@ bool shareGrid(const Image& reference, const Image& model) {
   return true;
 }
 
-/// The wall is masked if it belongs to a chest, or if requested.
-void decideMask(const ElasticOptions& options, ElasticPair& made) {
-  if (options.masking == Masking::none) {
-    made.chestWall = "not masked, as requested";
-    return;
-  }
-  std::optional<ChestWall> wall;
-  if (!made.body.oblique)
-    wall = findChestWall(made.reference.data, made.reference.rescale, made.body);
-  if (options.masking == Masking::required) {
-    if (!wall) throw Refusal("no chest wall was found in the reference", Reason::Kind::failedRun);
-    made.chestWall = "masked, as requested";
-  } else if (!wall) {
-    made.chestWall = made.body.oblique ? "not masked: the volume is oblique to the body"
-                                       : "not masked: none was found";
-    return;
-  } else {
-    const ChestVerdict verdict =
-        judgeChest(chestEvidence(*made.reference.data, made.body, wall->mask));
-    made.chestWall = (verdict.isChest ? "masked: " : "not masked: ") + verdict.reason;
-    if (!verdict.isChest) return;
-  }
-  made.mask = wall->mask;
-  made.roi = wall->roi;
-  made.airLevel = wall->airLevel;
-  made.tissueLevel = wall->tissueLevel;
+void requireBrickOptions(const ElasticOptions& options) {
+  constexpr int leastBricks = 12;
+  constexpr int mostBricks = 40;
+  if (options.spacing || options.stiffness)
+    throw Refusal("bricks have no spacing of controls and no stiffness");
+  if (options.maxBricks && (*options.maxBricks < leastBricks || *options.maxBricks > mostBricks))
+    throw Refusal("an elastic registration takes 12 to 40 bricks");
 }
 
-/// The requested levels or, if the body has given none, shares of the bright voxels' value
-/// (empirical: 0.02 of the 99th percentile for air, 0.2 for tissue).
-void findLevels(const Image& reference, const ElasticOptions& options, ElasticPair& made) {
-  constexpr float air = 0.02f;
-  constexpr float tissue = 0.2f;
-  constexpr double bright = 0.99;
-  if (!options.levels && made.mask) return;
-  const float top = percentile(*reference.volume(), bright);
-  const bool asked = options.levels.has_value();
-  const auto whole = [&](float value) {
-    return static_cast<int>(std::clamp(std::round(value * made.reference.unit), -1e6f, 1e6f));
-  };
-  made.airLevel = whole(asked ? options.levels->low : air * top);
-  made.tissueLevel = whole(asked ? options.levels->high : tissue * top);
-}
-
-/// Converts from the axes of the given image to those of the search.
-NmBox3i regionIn(const NmBox3i& asked, const Image& image) {
-  const WorldGrid grid = image.grid();
-  const VoxelOrder order = VoxelOrder::nearestToWorld(grid);
-  int bounds[6];
-  for (int a = 0; a < 3; ++a) {
-    const int axis = order.gridAxis[a];
-    const int last = static_cast<int>(grid.dims[axis]) - 1;
-    const int low = asked.min(axis);
-    const int high = asked.max(axis);
-    if (low < 0 || low >= high || high > last)
-      throw Refusal("the region needs two voxels of the reference, in order, on each axis");
-    bounds[2 * a] = order.flipped[a] ? last - high : low;
-    bounds[2 * a + 1] = order.flipped[a] ? last - low : high;
-  }
-  return {bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]};
-}
-
-ElasticPair prepare(RegElasticRegistration& elastic, const Image& reference, const Image& model,
-                    const Image& original, const ElasticOptions& options) {
-  ElasticPair made;
-  made.reference = asUnsignedShort(reference);
-  made.model = asUnsignedShort(model);
-  // The grids differ by rounding at most, but the pipeline requires equal ones.
-  if (!(model.frame().box == reference.frame().box))
-    (void)made.model.data->setBoundingBox(reference.frame().box);
-  elastic.reference = made.reference.data;
-  elastic.model = made.model.data;
-  made.body = bodyAxesOf(elastic, reference.frame());
-  decideMask(options, made);
-  findLevels(reference, options, made);
-  if (options.region) made.roi = regionIn(*options.region, original);
-  return made;
+void requireLatticeOptions(const ElasticOptions& options) {
+  if (options.maxBricks) throw Refusal("a lattice has no bricks, but a spacing of its controls");
+  if (options.spacing && !(*options.spacing > 0.0 && std::isfinite(*options.spacing)))
+    throw Refusal("the spacing of the controls must be finite and above 0");
+  if (options.stiffness && !(*options.stiffness >= 0.0 && std::isfinite(*options.stiffness)))
+    throw Refusal("the stiffness must be finite and not below 0");
 }
 
 void requireOptions(const ElasticOptions& options) {
-  constexpr int leastBricks = 12;
-  constexpr int mostBricks = 40;
-  if (options.maxBricks < leastBricks || options.maxBricks > mostBricks)
-    throw Refusal("an elastic registration takes 12 to 40 bricks");
+  if (options.engine == ElasticEngine::bricks)
+    requireBrickOptions(options);
+  else
+    requireLatticeOptions(options);
   if (options.metric != Metric::correlationRatio &&
       options.metric != Metric::normalizedMutualInformation)
     throw Refusal(
@@ -147,52 +71,92 @@ void requireOptions(const ElasticOptions& options) {
     throw Refusal("the levels of air and tissue are not finite");
 }
 
-/// Searches on the prepared pair. The result is from frame to frame.
-BrickGrid::Grid searched(RegElasticRegistration& elastic, ElasticPair& pair,
-                         const ElasticOptions& options, SearchProgress& progress,
-                         ElasticRegistration& found) {
-  if (!elastic.findRanges(true, pair.airLevel, pair.tissueLevel, pair.reference.rescale,
-                          pair.model.rescale, pair.referenceRange, pair.modelRange))
-    throw Refusal("the volumes have no intensities to register", Reason::Kind::noInformation);
-  const bool done = searchGrids(elastic, pair, options, progress);
+/// One registration: what it is given, and what both engines need.
+struct Task {
+  const Image& reference;
+  const Image& model;
+  const ElasticOptions& options;
+  SearchedPair images;
+  MetricOptions metric;  ///< over the whole volumes
+};
+
+BrickGrid::Grid stillBricks(const Task& task) {
+  return startGrid(NmMat4d(), task.images.reference, task.images.model);
+}
+
+Transform ofBricks(const BrickGrid::Grid& grid, const Task& task) {
+  return Transform::fromBricks(bricksInWorld(grid, task.images.reference, task.images.model,
+                                             BrickGrid::Beyond::displacement));
+}
+
+LatticeMap stillLattice(const Task& task) {
+  return mapOf({}, task.images, elasticSpacing(task.reference, task.options));
+}
+
+/// What an engine starts from, in the form of its results.
+Transform still(const Task& task) {
+  return task.options.engine == ElasticEngine::bricks ? ofBricks(stillBricks(task), task)
+                                                      : Transform::fromLattice(stillLattice(task));
+}
+
+void searchBricks(const Task& task, const ElasticPair& pair, RegElasticRegistration& elastic,
+                  SearchProgress& progress, ElasticRegistration& found) {
+  const bool done = searchGrids(elastic, pair, task.options, progress);
   found.interrupted = progress.wasInterrupted();
   if (!done && !found.interrupted)
     throw Refusal("the registration failed", Reason::Kind::failedRun);
   found.evaluations = elastic.numEvaluations;
   found.gradients = elastic.numGradients;
-  return elastic.transform;
+  if (elastic.transform.vertices.size == 0) elastic.transform = stillBricks(task);
+  found.transform = ofBricks(elastic.transform, task);
+}
+
+void measureBricks(const Task& task, const RegElasticRegistration& elastic,
+                   ElasticRegistration& found) {
+  MetricProbe probe(task.images.reference, task.images.model, task.metric, {}, fullResolution);
+  found.metricBefore = probe.at(stillBricks(task));
+  found.metricAfter = probe.at(elastic.transform);
+  found.smallestJacobian = found.transform.bricks()->smallestJacobian();
+}
+
+void measureLattice(const Task& task, const LatticeMap& map, ElasticRegistration& found) {
+  found.metricBefore = metricAt(stillLattice(task), task.images, task.metric);
+  found.metricAfter = metricAt(map, task.images, task.metric);
+  found.smallestJacobian = map.smallestJacobian();
+}
+
+void search(const Task& task, ElasticRegistration& found) {
+  const NmWatch watch(true);
+  SearchProgress progress({{"Registering", 1.0}}, task.options.progress);
+  RegElasticRegistration elastic;
+  elastic.progress = &progress;
+  const ElasticPair pair = elasticPair(elastic, task.images, task.reference, task.options);
+  found.mask = pair.mask;
+  found.chestWall = pair.chestWall;
+  if (task.options.engine == ElasticEngine::bricks) {
+    searchBricks(task, pair, elastic, progress, found);
+    found.seconds = watch.getTime();
+    measureBricks(task, elastic, found);
+  } else {
+    const LatticeMap map =
+        searchElasticLattice(task.reference, task.model, pair, task.options, progress, found);
+    found.transform = Transform::fromLattice(map);
+    found.seconds = watch.getTime();
+    measureLattice(task, map, found);
+  }
 }
 
 void find(const Image& reference, const Image& model, const ElasticOptions& options,
           ElasticRegistration& found) {
   requireOptions(options);
-  const SearchedPair images = searchedPair(reference, model);
-  const BrickGrid::Grid before = startGrid(NmMat4d(), images.reference, images.model);
-  BrickGrid bricks =
-      bricksInWorld(before, images.reference, images.model, BrickGrid::Beyond::displacement);
-  found.transform = Transform::fromBricks(bricks);
-  MetricOptions metric;
-  metric.metric = options.metric;
-  requireInformation(reference, model, metric);
-  if (!shareGrid(images.reference, images.model))
+  Task task = {reference, model, options, searchedPair(reference, model), {}};
+  task.metric.metric = options.metric;
+  found.transform = still(task);
+  requireInformation(reference, model, task.metric);
+  if (!shareGrid(task.images.reference, task.images.model))
     throw Refusal("reference and model are not on the same voxel grid", Reason::Kind::badImage);
-  const NmWatch watch(true);
-  SearchProgress progress({{"Registering", 1.0}}, options.progress);
-  RegElasticRegistration elastic;
-  elastic.progress = &progress;
-  ElasticPair pair = prepare(elastic, images.reference, images.model, reference, options);
-  found.mask = pair.mask;
-  found.chestWall = pair.chestWall;
-  BrickGrid::Grid after = searched(elastic, pair, options, progress, found);
-  found.seconds = watch.getTime();
-  if (after.vertices.size == 0) after = before;
-  bricks = bricksInWorld(after, images.reference, images.model, BrickGrid::Beyond::displacement);
-  found.transform = Transform::fromBricks(bricks);
-  MetricProbe probe(images.reference, images.model, metric, {}, fullResolution);
-  found.metricBefore = probe.at(before);
-  found.metricAfter = probe.at(after);
-  found.smallestJacobian = bricks.smallestJacobian();
-  judge(overlapOf(images.reference, images.model, found.transform), found);
+  search(task, found);
+  judge(overlapOf(task.images.reference, task.images.model, found.transform), found);
 }
 
 }  // namespace

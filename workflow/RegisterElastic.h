@@ -19,28 +19,40 @@ enum class Masking {
   none
 };
 
+/// How the elastic pipeline searches.
+enum class ElasticEngine {
+  bricks,      ///< grids of bricks on the pipeline's levels, with derivatives by differences
+  variational  ///< a lattice of cubic B-splines, by exact derivatives
+};
+
 /// Options of an elastic registration.
 struct ElasticOptions {
+  ElasticEngine engine = ElasticEngine::bricks;
   Masking masking = Masking::chests;
   std::optional<IntensityRange> levels = {};  ///< values of air and of the darkest tissue of the
                                               ///< reference; none: measured
   std::optional<NmBox3i> region = {};  ///< first and last voxel to cover along the reference's
                                        ///< axes; none: found with the mask
-  int maxBricks = 12;                  ///< from left to right in the last grid, 12 to 40
+  std::optional<int> maxBricks = {};   ///< engine with bricks: from left to right in the last
+                                       ///< grid, 12 to 40; none: 12
+  std::optional<double> spacing = {};  ///< variational engine: of the lattice's controls, mm; none:
+                                       ///< 24, or an eighth of the longest side if that is less
+  std::optional<double> stiffness = {};  ///< variational engine: resistance to bending, a multiple
+                                         ///< of the default; 0: none
   Metric metric = Metric::correlationRatio;  ///< or normalizedMutualInformation, which takes ten
                                              ///< times as long and needs many voxels
   ProgressCallback progress = {};
 };
 
-/// The result of the elastic pipeline. Outside its grid the displacement of the grid's nearest
-/// point applies.
+/// The result of the elastic pipeline: a grid of bricks or a lattice, outside of which the
+/// displacement of its nearest point applies.
 struct ElasticRegistration : Registration {
   std::optional<ChestMask> mask;  ///< in the frame of the reference, axes closest to the world's
   std::string chestWall = "not masked";  ///< whether there is a mask, and why
 };
 
 /// Registers two images of one patient on one voxel grid, such as before and after contrast agent,
-/// with grids of bricks from coarse to fine. Rejects images on different grids, single slices and
+/// from coarse to fine. Rejects images on different grids, single slices and
 /// images of fewer than 64 voxels. Failures and exceptions are otherwise as with registerAffine.
 ElasticRegistration registerElastic(const Image& reference, const Image& model,
                                     const ElasticOptions& options = {});

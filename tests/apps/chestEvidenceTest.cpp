@@ -7,9 +7,9 @@
 #include "tests/apps/sharedData.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/volumes.h"
-#include "workflow/bricks/shortVolume.h"
 #include "workflow/chest/chestEvidence.h"
 #include "workflow/chest/chestWall.h"
+#include "workflow/elastic/shortVolume.h"
 
 namespace {
 

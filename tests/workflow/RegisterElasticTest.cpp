@@ -2,14 +2,17 @@
 
 #include <cmath>
 
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/volumeValues.h"
 #include "tests/workflow/rows.h"
-#include "workflow/bricks/elasticGrids.h"
-#include "workflow/bricks/shortVolume.h"
+#include "workflow/elastic/elasticGrids.h"
+#include "workflow/elastic/elasticLattice.h"
+#include "workflow/elastic/shortVolume.h"
 
 namespace {
 
+using voxreg::ElasticEngine;
 using voxreg::Image;
 
 struct Room {
@@ -87,26 +90,129 @@ Image waves(const NmVec3l& dims, double shift) {
   return Image::copy(voxels.data(), dims, toWorld);
 }
 
-TEST(RegisterElastic, movesSmallVolumesInTheirOwnUnitsWithFewBricks) {
+/// Mean distance from 1.6 mm to the left that a map moves points of the inner half, in millimetres.
+double errorOf(const voxreg::Transform& transform, const NmVec3l& dims) {
+  double sum = 0.0;
+  for (int i = -5; i <= 5; ++i)
+    for (int j = -5; j <= 5; ++j) {
+      const double x = 0.1 * i * static_cast<double>(dims.x);
+      sum += transform(NmVec3d(x, 0.1 * j * static_cast<double>(dims.y), 0.0)).x - x;
+    }
+  return std::abs(sum / 121 + 1.6);
+}
+
+TEST(RegisterElastic, movesSmallVolumesInTheirOwnUnitsWithEitherEngine) {
   const LogCapture log;
   voxreg::ElasticOptions options;
   options.levels = {{10.0f, 10.05f}};
   for (const NmVec3l& dims : {NmVec3l(8, 14, 14), NmVec3l(16, 16, 16), NmVec3l(24, 24, 8),
                               NmVec3l(40, 30, 36), NmVec3l(66, 30, 4)}) {
     SCOPED_TRACE(testing::Message() << dims.x << ' ' << dims.y << ' ' << dims.z);
-    const auto found = voxreg::registerElastic(waves(dims, 0.0), waves(dims, 0.8), options);
+    const Image reference = waves(dims, 0.0);
+    const Image model = waves(dims, 0.8);
+    options.engine = ElasticEngine::bricks;
+    const auto found = voxreg::registerElastic(reference, model, options);
     ASSERT_TRUE(found) << found.reason.message;
     EXPECT_FALSE(found.mask);
     const NmVec3i& n = found.transform.bricks()->grid.numBricks;
     EXPECT_LE(64L * n.x * n.y * n.z, dims.x * dims.y * dims.z);
-    double sum = 0.0;  // over the inner half, in millimetres
-    for (int i = -5; i <= 5; ++i)
-      for (int j = -5; j <= 5; ++j) {
-        const double x = 0.1 * i * static_cast<double>(dims.x);
-        sum += found.transform(NmVec3d(x, 0.1 * j * static_cast<double>(dims.y), 0.0)).x - x;
-      }
-    EXPECT_NEAR(sum / 121, -1.6, 0.4);
+    EXPECT_LT(errorOf(found.transform, dims), 0.4);
+
+    options.engine = ElasticEngine::variational;
+    const auto smooth = voxreg::registerElastic(reference, model, options);
+    ASSERT_TRUE(smooth && smooth.transform.lattice() != nullptr) << smooth.reason.message;
+    EXPECT_LT(errorOf(smooth.transform, dims), 0.4);
+    EXPECT_GT(smooth.smallestJacobian, 0.0);
+    EXPECT_NEAR(smooth.metricBefore.value(), found.metricBefore.value(), 1e-6);
+    EXPECT_GT(smooth.metricAfter.value(), smooth.metricBefore.value());
   }
+}
+
+const NmVec3l cube(16, 16, 16);
+
+voxreg::ElasticOptions variational() {
+  voxreg::ElasticOptions options;
+  options.engine = ElasticEngine::variational;
+  return options;
+}
+
+TEST(RegisterElastic, leavesEqualVolumesWhereTheyAre) {
+  const LogCapture log;
+  const Image image = waves(cube, 0.0);
+  const auto found = voxreg::registerElastic(image, image, variational());
+  ASSERT_TRUE(found) << found.reason.message;
+  const NmVec3d place(3.0, -4.0, 5.5);
+  const NmVec3d there = found.transform(place);
+  for (int a = 0; a < 3; ++a) EXPECT_NEAR(there[a], place[a], 0.001);
+}
+
+/// The waves with the lower half along y and the voxels of `mask` replaced.
+Image spoilt(const voxreg::ChestMask& mask) {
+  const Image image = waves(cube, 0.0);
+  std::vector<float> voxels = valuesOf(*image.volume());
+  std::size_t i = 0;
+  for (int z = 0; z < 16; ++z)
+    for (int y = 0; y < 16; ++y)
+      for (int x = 0; x < 16; ++x, ++i) {
+        const auto along = [](int at) { return 2.0f * static_cast<float>(at) - 15.0f; };
+        if (y < 4 || mask.holds({along(x), along(y), along(z)}))
+          voxels[i] = 10.1f + 0.1f * static_cast<float>((x * y + z) % 8);
+      }
+  return Image::copy(voxels.data(), cube, image.voxelToWorld());
+}
+
+TEST(ElasticLattice, doesNotSeeVoxelsOutsideTheRegionOrInsideTheMask) {
+  const LogCapture log;
+  const voxreg::ChestMask mask = {{0, 20, 0}, {1, 1, 1}, 10.0f, 14.0f};
+  const auto controls = [&](const Image& reference, bool isMasked) {
+    const Image model = waves(cube, 0.8);
+    voxreg::detail::ElasticPair pair;
+    pair.reference = voxreg::detail::asUnsignedShort(reference);
+    pair.model = voxreg::detail::asUnsignedShort(model);
+    pair.referenceRange = pair.modelRange = NmVec2f(0.0f, 65535.0f);
+    pair.roi = NmBox3i(0, 15, 4, 15, 0, 15);
+    if (isMasked) pair.mask = mask;
+    voxreg::detail::SearchProgress progress({{"Registering", 1.0}}, {});
+    voxreg::ElasticRegistration found;
+    return voxreg::detail::searchElasticLattice(reference, model, pair, variational(), progress,
+                                                found)
+        .lattice.values;
+  };
+  EXPECT_EQ(controls(spoilt(mask), true), controls(waves(cube, 0.0), true));
+  EXPECT_NE(controls(spoilt(mask), false), controls(waves(cube, 0.0), false));
+}
+
+TEST(RegisterElastic, keepsTheBestLatticeWhereverItIsStopped) {
+  const LogCapture log;
+  const Image reference = waves(cube, 0.0);
+  const Image model = waves(cube, 0.8);
+  voxreg::ElasticOptions options = variational();
+  double least = 0.0;
+  bool wasStopped = true;
+  for (int limit = 0; wasStopped; limit += 3) {
+    int polls = 0;
+    options.progress = [&](const voxreg::Progress&) { return polls++ < limit; };
+    const auto found = voxreg::registerElastic(reference, model, options);
+    ASSERT_TRUE(found) << found.reason.message;
+    wasStopped = found.interrupted;
+    EXPECT_LE(polls, limit + 1) << "nobody is asked again";
+    ASSERT_NE(found.transform.lattice(), nullptr);
+    EXPECT_TRUE(found.transform.lattice()->isValid());
+    least = limit == 0 ? found.metricBefore.value() : least;
+    EXPECT_GE(found.metricAfter.value_or(least), least);
+    ASSERT_LT(limit, 1000);
+  }
+}
+
+TEST(RegisterElastic, leaksNothingWhereverMemoryRunsOut) {
+  const LogCapture log;
+  const Image reference = waves(cube, 0.0);
+  const Image model = waves(cube, 0.8);
+  voxreg::ElasticOptions options = variational();
+  options.region = NmBox3i(0, 15, 2, 15, 0, 15);
+  (void)voxreg::registerElastic(reference, model, options);
+  (void)failEachAllocation([&] { (void)voxreg::registerElastic(reference, model, options); },
+                           [](bool hasFailed, bool threw) { EXPECT_TRUE(hasFailed || !threw); });
 }
 
 // Among few values that are nearly alike there is less correlation.

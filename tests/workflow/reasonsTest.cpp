@@ -90,7 +90,26 @@ TEST_F(Reasons, areToldOfOptionsThatNoRunCanTake) {
     EXPECT_EQ(voxreg::registerNonAffine(image, image, options).reason.kind, Kind::badOptions);
   }
   const std::function<void(ElasticOptions&)> elastic[] = {
-      [](auto& o) { o.maxBricks = 41; },
+      [](auto& o) {
+        o.engine = voxreg::ElasticEngine::bricks;
+        o.maxBricks = 41;
+      },
+      [](auto& o) {
+        o.engine = voxreg::ElasticEngine::bricks;
+        o.spacing = 20.0;
+      },
+      [](auto& o) {
+        o.engine = voxreg::ElasticEngine::variational;
+        o.maxBricks = 12;
+      },
+      [](auto& o) {
+        o.engine = voxreg::ElasticEngine::variational;
+        o.spacing = 0.0;
+      },
+      [](auto& o) {
+        o.engine = voxreg::ElasticEngine::variational;
+        o.stiffness = -1.0;
+      },
       [](auto& o) { o.metric = voxreg::Metric::mutualInformation; },
       [&](auto& o) { o.levels = range(nan, 1.0f); },
       [](auto& o) { o.region = NmBox3i(0, 24, 0, 3, 0, 3); }};

@@ -8,6 +8,7 @@
 
 #include "commands/PairRun.h"
 #include "commands/displacementError.h"
+#include "commands/latticeOutput.h"
 #include "commands/report.h"
 #include "commands/searchOptions.h"
 #include "files/transformFile.h"
@@ -57,11 +58,7 @@ void addLatticeOptions(CLI::App& command, DeformOptions& options) {
 void addOptions(CLI::App& command, DeformOptions& options) {
   addPairOptions(command, options.pair);
   command.add_option("--transform", options.transform, "Transform file to write (.json)");
-  command
-      .add_option("--as", options.kind,
-                  "What --transform holds: the lattice itself, or a grid of bricks in its place")
-      ->check(CLI::IsMember({"lattice", "bricks"}))
-      ->capture_default_str();
+  addKindOption(command, options.kind);
   addLatticeOptions(command, options);
   addStartOptions(command, options.start);
   command.add_option("--start-transform", options.startTransform,
@@ -101,22 +98,6 @@ voxreg::Transform registered(const DeformOptions& options,
       options.startTransform.empty() ? options.start.file : options.startTransform;
   run.report.tellStart(options.start.init, file, given.value_or(voxreg::Transform()));
   return found.transform;
-}
-
-/// Returns what was lost by the kind of transform, to be printed.
-std::string writeAs(const std::string& kind, OutputFiles& outputs, const std::string& path,
-                    const voxreg::Transform& transform) {
-  const voxreg::LatticeMap* const lattice = transform.lattice();
-  if (kind == "lattice" || lattice == nullptr) {
-    writeTransform(outputs, path, transform);
-    return "";
-  }
-  const voxreg::BrickApproximation bricks = voxreg::approximateByBricks(*lattice);
-  writeTransform(outputs, path, voxreg::Transform::fromBricks(bricks.bricks));
-  char text[100];
-  (void)std::snprintf(text, sizeof text, "error of the bricks      %.3f mm mean, %.3f mm maximum\n",
-                      bricks.meanError, bricks.largestError);
-  return text;
 }
 
 int runDeform(const DeformOptions& options, const CLI::App& command) {

@@ -1,14 +1,17 @@
 #include "commands/elasticCommand.h"
 
+#include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "commands/PairRun.h"
 #include "commands/displacementError.h"
+#include "commands/latticeOutput.h"
+#include "commands/optionNames.h"
 #include "commands/report.h"
 #include "commands/searchOptions.h"
-#include "files/transformFile.h"
 #include "pictures/elasticPicture.h"
 #include "terminal/HostError.h"
 
@@ -22,10 +25,14 @@ struct ElasticOptions {
   PairOptions pair;
   voxreg::Masking masking = voxreg::Masking::chests;
   std::vector<float> levels;
-  int maxBricks = 12;
+  std::string engine = "bricks";
+  std::optional<int> maxBricks;
+  std::optional<double> spacing;
+  std::optional<double> stiffness;
   std::string metric = "cr";
   std::vector<int> roi;
   std::string transform;
+  std::string kind = "lattice";
   std::string subtraction;
   std::string truth;
 };
@@ -43,9 +50,38 @@ void addMaskOptions(CLI::App& command, ElasticOptions& options) {
       ->excludes(mask);
 }
 
+void addEngineOptions(CLI::App& command, ElasticOptions& options) {
+  command
+      .add_option("--engine", options.engine,
+                  "What is searched: a smooth lattice by exact derivatives, or grids of bricks by "
+                  "differences")
+      ->check(CLI::IsMember(elasticEngineNames()))
+      ->capture_default_str();
+  command
+      .add_option("--spacing", options.spacing,
+                  "Distance of the lattice's controls in millimetres (default: 24, or an eighth of "
+                  "the reference's longest side if that is less)")
+      ->type_name("MM")
+      ->check(numberAbove(0.0));
+  command
+      .add_option("--stiffness", options.stiffness,
+                  "Resistance of the lattice to bending, as a multiple of the usual one")
+      ->check(CLI::NonNegativeNumber)
+      ->default_str("1");
+  command
+      .add_option(
+          "--max-bricks", options.maxBricks,
+          "Bricks from left to right in the last grid, as long as they keep four voxels along each "
+          "axis; with 18 or more, volumes of more than 300 voxels are also registered at full "
+          "resolution")
+      ->check(CLI::Range(12, 40))
+      ->default_str("12");
+}
+
 void addOptions(CLI::App& command, ElasticOptions& options) {
   addPairOptions(command, options.pair);
-  command.add_option("--transform", options.transform, "Grid of bricks to write (.json)");
+  command.add_option("--transform", options.transform, "Transform file to write (.json)");
+  addKindOption(command, options.kind);
   command.add_option("--subtraction", options.subtraction,
                      "Registered model minus reference (.nii, .nii.gz)");
   addMaskOptions(command, options);
@@ -55,14 +91,7 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
       ->expected(2)
       ->type_name("LOW HIGH")
       ->check(numberAbove(-1e30));
-  command
-      .add_option(
-          "--max-bricks", options.maxBricks,
-          "Bricks from left to right in the last grid, as long as they keep four voxels along each "
-          "axis; with 18 or more, volumes of more than 300 voxels are also registered at full "
-          "resolution")
-      ->check(CLI::Range(12, 40))
-      ->capture_default_str();
+  addEngineOptions(command, options);
   command
       .add_option("--roi", options.roi,
                   "First and last voxel to cover on the reference file's three axes, from 0 "
@@ -104,13 +133,16 @@ NmBox3i roiInImage(const std::vector<int>& asked, const NiftiVolume& reference) 
 voxreg::ElasticRegistration registered(const ElasticOptions& options, PairRun& run) {
   const auto& [reference, model] = run.files();
   voxreg::ElasticOptions task;
+  task.engine = elasticEngineOf(options.engine);
   task.masking = options.masking;
   task.levels = rangeOf(options.levels);
   if (!options.roi.empty()) task.region = roiInImage(options.roi, reference);
   task.maxBricks = options.maxBricks;
+  task.spacing = options.spacing;
+  task.stiffness = options.stiffness;
   task.metric = metricOf(options.metric);
   task.progress = run.progress.ofRegistration("Registering");
-  run.report.transform = "bricks";
+  run.report.transform = task.engine == voxreg::ElasticEngine::bricks ? "bricks" : "lattice";
   run.report.metric = options.metric;
   voxreg::ElasticRegistration found = voxreg::registerElastic(reference.image, model.image, task);
   run.judge(found);
@@ -141,9 +173,12 @@ int runElastic(const ElasticOptions& options, const CLI::App& command) {
   const voxreg::ElasticRegistration found = registered(options, run);
   OutputFiles outputs;
   writeVolumes(options, found, run, outputs);
-  if (!options.transform.empty()) writeTransform(outputs, options.transform, found.transform);
+  std::string loss;
+  if (!options.transform.empty())
+    loss = writeAs(options.kind, outputs, options.transform, found.transform);
   return run.finish(outputs, [&] {
     printElastic(found);
+    (void)std::fputs(loss.c_str(), stdout);
     if (!truth.empty())
       printPlaceError("displacement error", displacementError(found.transform, truth));
   });
@@ -153,7 +188,7 @@ int runElastic(const ElasticOptions& options, const CLI::App& command) {
 
 void addElasticCommand(CLI::App& app, int& exitCode) {
   CLI::App* const command = app.add_subcommand(
-      "elastic", "Register two volumes of one patient on one grid with bricks, coarse to fine");
+      "elastic", "Register two volumes of one patient on one grid, coarse to fine");
   const auto options = std::make_shared<ElasticOptions>();
   addOptions(*command, *options);
   command->callback([options, command, &exitCode] { exitCode = runElastic(*options, *command); });

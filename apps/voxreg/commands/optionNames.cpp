@@ -12,6 +12,7 @@ struct Named {
   Value value;
 };
 
+using voxreg::ElasticEngine;
 using voxreg::Interpolation;
 using voxreg::Metric;
 using voxreg::Search;
@@ -31,6 +32,9 @@ constexpr Named<StartRule> startRules[] = {{"auto", StartRule::best},
                                            {"none", StartRule::header},
                                            {"centres", StartRule::boxes},
                                            {"moments", StartRule::masses}};
+
+constexpr Named<ElasticEngine> elasticEngines[] = {{"bricks", ElasticEngine::bricks},
+                                                   {"variational", ElasticEngine::variational}};
 
 constexpr Named<Interpolation> interpolations[] = {{"nearest", Interpolation::nearest},
                                                    {"linear", Interpolation::linear},
@@ -81,6 +85,14 @@ std::string nameOf(StartRule rule) {
   for (const Named<StartRule>& named : startRules)
     if (named.value == rule) return named.name;
   return "";
+}
+
+std::vector<std::string> elasticEngineNames() {
+  return namesOf(elasticEngines);
+}
+
+ElasticEngine elasticEngineOf(const std::string& name) {
+  return valueOf(elasticEngines, name);
 }
 
 std::vector<std::string> interpolationNames() {

@@ -20,6 +20,9 @@ std::vector<std::string> startRuleNames();
 voxreg::StartRule startRuleOf(const std::string& name);
 std::string nameOf(voxreg::StartRule rule);
 
+std::vector<std::string> elasticEngineNames();
+voxreg::ElasticEngine elasticEngineOf(const std::string& name);
+
 std::vector<std::string> interpolationNames();
 voxreg::Interpolation interpolationOf(const std::string& name);
 

@@ -23,6 +23,10 @@ void printElastic(const voxreg::ElasticRegistration& found) {
     const NmVec3i& bricks = grid->grid.numBricks;
     std::printf("%-24s %d x %d x %d\n", "bricks", bricks.x, bricks.y, bricks.z);
   }
+  if (const voxreg::LatticeMap* const map = found.transform.lattice()) {
+    const NmVec3i& intervals = map->lattice.intervals;
+    std::printf("%-24s %d x %d x %d intervals\n", "lattice", intervals.x, intervals.y, intervals.z);
+  }
   std::printf("%-24s %s\n", "chest wall", found.chestWall.c_str());
 }
 

@@ -16,7 +16,7 @@ void printReport(const RunReport& report);
 /// the metric's value, if there is one, and the time;
 void printSearch(const std::optional<double>& metric, double seconds, bool interrupted);
 
-/// the grid, and whether there is a mask and why;
+/// the grid or lattice, and whether there is a mask and why;
 void printElastic(const voxreg::ElasticRegistration& found);
 
 /// an error, millimetres.

@@ -8,7 +8,8 @@ namespace voxreg::detail {
 /// The part of a volume that a grid of bricks spans.
 struct BrickRegion {
   NmBox3f box;
-  NmVec3i dims;  ///< voxels
+  NmVec3i first;  ///< voxel
+  NmVec3i dims;   ///< voxels
   NmVec3f voxelSize;
 
   /// The whole volume if the region is flat or empty.

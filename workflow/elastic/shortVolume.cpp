@@ -1,4 +1,4 @@
-#include "workflow/bricks/shortVolume.h"
+#include "workflow/elastic/shortVolume.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "workflow/bricks/brickRegion.h"
+#include "workflow/elastic/brickRegion.h"
 
 #include <algorithm>
 
@@ -14,6 +14,7 @@ BrickRegion::BrickRegion(const VlData& volume, const NmBox3i& voxels)
     const int from = std::clamp(voxels.min(a), 0, last);
     const int to = std::clamp(voxels.max(a), 0, last);
     isPart = isPart && from < to;
+    first[a] = from;
     dims[a] = to - from + 1;
     edges[2 * a] = box.min(a) + static_cast<float>(from) * voxelSize[a];
     edges[2 * a + 1] = box.min(a) + static_cast<float>(to) * voxelSize[a];
@@ -22,6 +23,7 @@ BrickRegion::BrickRegion(const VlData& volume, const NmBox3i& voxels)
     box = NmBox3f(edges[0], edges[1], edges[2], edges[3], edges[4], edges[5]);
     return;
   }
+  first = NmVec3i();
   for (int a = 0; a < 3; ++a) dims[a] = static_cast<int>(volume.dims()[a]);
 }
 

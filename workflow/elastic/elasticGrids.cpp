@@ -1,4 +1,4 @@
-#include "workflow/bricks/elasticGrids.h"
+#include "workflow/elastic/elasticGrids.h"
 
 #include <algorithm>
 

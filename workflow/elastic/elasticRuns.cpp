@@ -1,16 +1,18 @@
-#include "workflow/bricks/elasticRuns.h"
+#include "workflow/elastic/elasticRuns.h"
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "workflow/bricks/brickRegion.h"
-#include "workflow/bricks/elasticGrids.h"
+#include "workflow/elastic/brickRegion.h"
+#include "workflow/elastic/elasticGrids.h"
 #include "workflow/refusal.h"
 
 namespace voxreg::detail {
 
 namespace {
+
+constexpr int leastOfPipeline = 12;  // bricks
 
 unsigned int metricFlagOf(const ElasticOptions& options) {
   return options.metric == Metric::correlationRatio ? 1 : 0;
@@ -79,7 +81,8 @@ bool runGrids(RegElasticRegistration& elastic, const ElasticPair& pair,
               const ElasticOptions& options, SearchProgress& progress) {
   const BrickRegion region(*elastic.reference, pair.roi);
   const int axis = region.longestAxis();
-  const int most = mostBricks(region.dims, region.voxelSize, axis, options.maxBricks);
+  const int most =
+      mostBricks(region.dims, region.voxelSize, axis, options.maxBricks.value_or(leastOfPipeline));
   if (most == 0)
     throw Refusal("the volumes have too few voxels for an elastic registration",
                   Reason::Kind::badImage);
@@ -103,13 +106,9 @@ bool runGrids(RegElasticRegistration& elastic, const ElasticPair& pair,
 
 bool searchGrids(RegElasticRegistration& elastic, const ElasticPair& pair,
                  const ElasticOptions& options, SearchProgress& progress) {
-  constexpr int leastOfPipeline = 12;  // bricks
-  const NmVec3l dims = elastic.reference->dims();
-  if (dims.x == 1 || dims.y == 1 || dims.z == 1)
-    throw Refusal("a single slice has no elastic registration (nonaffine takes it)",
-                  Reason::Kind::badImage);
   const BrickRegion region(*elastic.reference, pair.roi);
-  const int most = mostBricks(region.dims, region.voxelSize, pair.body.axes.x, options.maxBricks);
+  const int most = mostBricks(region.dims, region.voxelSize, pair.body.axes.x,
+                              options.maxBricks.value_or(leastOfPipeline));
   return most >= leastOfPipeline && hasLevels(elastic)
              ? runPipeline(elastic, pair, options, most, progress)
              : runGrids(elastic, pair, options, progress);
