@@ -116,6 +116,7 @@ NmMat4d MatrixSearch::run(SearchSummary& summary) const {
       options.firstMove = level.finestVoxel();
       SearchReport report(progress, search++, numSearches, mostIterations);
       summary.add(Lbfgs(options).minimise(std::ref(objective), std::ref(report), x));
+      report.close();
       matrix = parameters.matrixAt(x);
     }
     present = {stages.back()};
