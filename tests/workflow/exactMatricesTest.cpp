@@ -44,6 +44,7 @@ TEST(ExactDerivatives, findTheMatrixOfEachKind) {
     const NmMat4d truth = matrixOf(n);
     AffineOptions options;
     options.degreesOfFreedom = n;
+    options.startRule = voxreg::StartRule::boxes;
     options.metric.metric = metrics[turn++ % 3];
     const auto found = voxreg::registerAffine(referenceFor(truth), model, options);
     ASSERT_TRUE(found) << found.reason.message;
@@ -57,12 +58,43 @@ TEST(ExactDerivatives, findTheMatrixOfEachKind) {
   }
 }
 
+TEST(ExactDerivatives, compareWhatTheMasksLeave) {
+  const LogCapture log;
+  const NmMat4d truth = matrixOf(3);
+  // What lies at x > 8 in the reference is shown 6 mm off.
+  const auto isFalse = [](const NmVec3d& p) { return p.x > 8.0; };
+  const Image model = sampled(blobsAt), reference = sampled([&](NmVec3d p) {
+                                          if (isFalse(p)) p.y += 6.0;
+                                          truth.multVecMatrix(p, p);
+                                          return blobsAt(p);
+                                        });
+  const auto error = [&](const voxreg::Masks& masks) {
+    AffineOptions options;
+    options.degreesOfFreedom = 3;
+    options.startRule = voxreg::StartRule::boxes;
+    options.masks = masks;
+    options.metric.metric = correlationRatio;
+    const auto found = voxreg::registerAffine(reference, model, options);
+    EXPECT_TRUE(found) << found.reason.message;
+    return meanDistance(found.transform, voxreg::Transform::fromReferenceToModel(truth));
+  };
+  const auto mask = [&](const NmVec3d& shift) {
+    return sampled([&](const NmVec3d& p) {
+      return isFalse({p.x - shift.x, p.y - shift.y, p.z - shift.z}) ? 0.0 : 1.0;
+    });
+  };
+  EXPECT_GT(error({}), 1.0);
+  EXPECT_LT(error({.reference = mask({})}), 0.1);
+  EXPECT_LT(error({.model = mask({3, -4, 2})}), 0.1);
+}
+
 TEST(ExactDerivatives, giveWayToASearchWithOptionsOfItsOwn) {
   const LogCapture log;
   const Image reference = referenceFor(matrixOf(3)), model = sampled(blobsAt);
   const auto counted = [&](const voxreg::SearchOptions& search) {
     AffineOptions options;
     options.degreesOfFreedom = 3;
+    options.startRule = voxreg::StartRule::boxes;
     options.search = search;
     const auto found = voxreg::registerAffine(reference, model, options);
     EXPECT_TRUE(found) << found.reason.message;

@@ -17,6 +17,7 @@ class StoppedSearch : public testing::TestWithParam<bool> {
   Registration registered(const voxreg::ProgressCallback& progress) const {
     if (GetParam()) {
       voxreg::DeformableOptions options;
+      options.startRule = voxreg::StartRule::masses;
       options.metric.bins = 16;
       options.spacing = 40.0;
       options.tolerance = 1e-2f;
@@ -24,6 +25,7 @@ class StoppedSearch : public testing::TestWithParam<bool> {
       return voxreg::registerDeformable(reference_, model_, options);
     }
     voxreg::AffineOptions options;
+    options.startRule = voxreg::StartRule::masses;
     options.metric.bins = 16;
     options.search.gradientTolerance = 1e-3f;
     options.progress = progress;
