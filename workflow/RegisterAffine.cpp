@@ -1,6 +1,7 @@
 #include "workflow/RegisterAffine.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "workflow/PointMap.h"
 #include "workflow/refusal.h"
@@ -58,6 +59,8 @@ void find(const Image& reference, const Image& model, const AffineOptions& optio
   found.transform = Transform::fromModelToReference(given);
   const SearchedPair pair = searchedPair(reference, model);
   requireInformation(reference, model, task.metric);
+  std::optional<CountingPair> counting;
+  if (isExact) counting.emplace(reference, model, pair, options.masks, task.metric);
   constexpr double workOfStart = 1.0;
   constexpr double workOfSearch = 20.0;
   SearchProgress progress({{startCaption, workOfStart}, {"Registering", workOfSearch}},
@@ -65,11 +68,9 @@ void find(const Image& reference, const Image& model, const AffineOptions& optio
   MetricProbe probe(pair.reference, pair.model, task.metric, task.search, fullResolution);
   task.start =
       options.start ? given : chooseStart(options.startRule, pair, task.metric, progress, found);
-  const NmMat4d matrix =
-      isExact ? searchMatrixByDerivatives(
-                    pair, CountingPair(reference, model, pair, options.masks, task.metric), task,
-                    progress, found)
-              : searchMatrix(pair, task, progress, found);
+  const NmMat4d matrix = counting
+                             ? searchMatrixByDerivatives(pair, *counting, task, progress, found)
+                             : searchMatrix(pair, task, progress, found);
   found.transform = Transform::fromModelToReference(matrix);
   found.metricBefore = probe.at(worldToFrames(given, pair.reference, pair.model));
   found.metricAfter = probe.at(worldToFrames(matrix, pair.reference, pair.model));

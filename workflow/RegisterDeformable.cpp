@@ -54,12 +54,14 @@ LatticeMap searched(const SearchedPair& pair, const CountingPair& counting,
   constexpr double workOfAffine = 4.0;
   constexpr double workOfLattice = 20.0;
   constexpr double usualGain = 1e-4;
-  SearchProgress progress(
-      {{startCaption, workOfStart}, {"Registering", workOfAffine}, {"Deforming", workOfLattice}},
-      options.progress);
+  std::vector<ProgressPlan::Stage> stages = {{"Deforming", workOfLattice}};
+  if (!options.start)
+    stages = {{startCaption, workOfStart}, {"Registering", workOfAffine}, stages.front()};
+  SearchProgress progress(stages, options.progress);
   const LatticeStart start = options.start ? givenStart(*options.start)
                                            : affineStart(pair, counting, options, progress, found);
-  if (progress.wasInterrupted()) return mapOf(start, pair, spacing);
+  found.interrupted = progress.wasInterrupted();
+  if (found.interrupted) return mapOf(start, pair, spacing);
   const LatticeTask task = {
       comparisonOf(options.metric), spacing, options.stiffness, options.leastJacobian,
       options.tolerance ? static_cast<double>(*options.tolerance) : usualGain};

@@ -17,6 +17,7 @@ class Outcome : public CommandTest {
     save("nowhere.nii", model);
     saveFilled("constant.nii", 7.0f);
     saveFilled("nan.nii", NAN);
+    saveFilled("zero.nii", 0.0f);
     for (const double y : {700.0, 160.0}) {
       NmMat4d shift;
       shift.setTranslate(NmVec3d(0, y, 0));
@@ -51,6 +52,12 @@ TEST_F(Outcome, ofNothingIsExitCode3AndOneLineUnlessForced) {
       {"affine -r @r.nii -m @nan.nii --metric msd", "the model has no finite voxel"},
       {"nonaffine -r @nan.nii -m @m.nii", "the reference has no finite voxel"},
       {"elastic -r @r.nii -m @constant.nii", "all voxels of the model are 7"},
+      {"deform -r @constant.nii -m @m.nii", "all voxels of the reference are 7"},
+      {"deform -r @r.nii -m @nan.nii", "the model has no finite voxel"},
+      {"deform -r @r.nii -m @far.nii --init none", "do not overlap"},
+      {"deform -r @r.nii -m @m.nii --start @away.txt", "do not overlap"},
+      {"deform -r @r.nii -m @m.nii --model-mask @zero.nii", "leaves no voxel of the model"},
+      {"affine -r @r.nii -m @m.nii --reference-mask @zero.nii", "leaves no voxel of the reference"},
       {"affine -r @r.nii -m @m.nii --range-model 90000 90001", "between 90000 and 90001"},
       {"affine -r @r.nii -m @m.nii --metric cr --range-reference -9 -5", "between -9 and -5"},
       {"affine -r @r.nii -m @far.nii --init none", "do not overlap"},
@@ -94,6 +101,7 @@ TEST_F(Outcome, thatIsDoubtfulComesWithAWarning) {
 TEST_F(Outcome, ofBadUsageIsOneLineAndNothingWritten) {
   std::filesystem::create_symlink(folder.file("m.nii"), folder.file("link.nii"));
   const std::string pair = " -r @r.nii -m @m.nii", affine = "affine -o @out.nii" + pair,
+                    deform = "deform -o @out.nii --transform @out.json" + pair,
                     bricks = "nonaffine -o @out.nii --transform @out.json" + pair,
                     elastic = "elastic -o @out.nii --subtraction @out-s.nii" + pair,
                     resample = "resample --input @r.nii -o @out.nii";
@@ -120,6 +128,25 @@ TEST_F(Outcome, ofBadUsageIsOneLineAndNothingWritten) {
       {"afine" + pair, "there is no command afine; did you mean affine?"},
       {"segment", "there is no command segment"},
       {"", "subcommand"},
+      {affine + " --optimizer exact --steps 8 1", "exact derivatives"},
+      {affine + " --optimizer gradient --model-mask @m.nii", "exact derivatives"},
+      {affine + " --reference-mask @far.nii", "not on its voxel grid"},
+      {bricks + " --optimizer exact", "exact derivatives"},
+      {deform + " --spacing 0", "--spacing"},
+      {deform + " --stiffness -1", "--stiffness"},
+      {deform + " --least-jacobian 1", "--least-jacobian"},
+      {deform + " --tolerance 0", "--tolerance"},
+      {deform + " --as field", "--as"},
+      {deform + " --start-transform @points.txt", "not a transform file"},
+      {deform + " --start-transform @out.json --init none", "--init"},
+      {deform + " --start @away.txt --start-transform @out.json", "--start"},
+      {deform + " --model-mask @none.nii", "does not exist"},
+      {deform + " --model-mask @far.nii", "not on its voxel grid"},
+      {"deform --transform @points.txt --truth @points.txt" + pair,
+       "--truth and --transform are the same file"},
+      {"deform -o @link.nii --model-mask @m.nii -r @r.nii -m @r.nii",
+       "--model-mask and --output are the same file"},
+      {"deform" + pair, "no output is requested"},
       {elastic + " --mask --no-mask", "--no-mask"},
       {elastic + " --roi 0 24 0 23 0 23", "--roi"},
       {elastic + " --truth @r.nii", "six numbers"},

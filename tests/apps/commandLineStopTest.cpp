@@ -10,11 +10,13 @@ const std::string commands[] = {
     "affine -r @r.nii -m @m.nii -o @out.nii --picture @out.png --matrix @out.txt",
     "nonaffine --bricks 3 3 3 -r @r.nii -m @m.nii -o @out.nii --picture @out.png --transform "
     "@out.txt",
+    "deform --spacing 16 --tolerance 1e-9 -r @r.nii -m @m.nii -o @out.nii --picture @out.png "
+    "--transform @out.txt",
     "elastic --no-mask -r @r.nii -m @m.nii -o @out.nii --picture @out.png --transform @out.txt"};
 
 TEST_F(StoppedCommand, writesAfterTheFirstSignalOfAnyKind) {
-  const int signals[] = {SIGINT, SIGTERM, SIGHUP};
-  for (int i = 0; i < 3; ++i) {
+  const int signals[] = {SIGINT, SIGTERM, SIGINT, SIGHUP};
+  for (int i = 0; i < 4; ++i) {
     Child child = start(commands[i]);
     child.stopSearch(signals[i]);
     EXPECT_EQ(child.wait(), 130) << child.errors();

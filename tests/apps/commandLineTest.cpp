@@ -18,6 +18,12 @@ class CommandLine : public CommandTest {
   nlohmann::json report() const {
     return nlohmann::json::parse(contentOf(folder.file("out-r.json")));
   }
+  static host::NiftiVolume everywhere(float value) {
+    host::NiftiVolume volume = host::volumeLike(head(), NmPrimType::Float);
+    std::fill_n(static_cast<float*>(volume.image.volume()->lock(true)->dataPtr(0)), 24 * 24 * 24,
+                value);
+    return volume;
+  }
   std::vector<float> voxelsOf(const std::string& name) const {
     return valuesOf(*host::readNifti(folder.file(name)).image.volume());
   }
@@ -110,6 +116,45 @@ TEST_F(CommandLine, findsGridsOfBricksThatApplyUses) {
   EXPECT_LT(*std::min_element(rest.begin(), rest.end()), 0.0f);
 }
 
+TEST_F(CommandLine, findsALatticeThatApplyUses) {
+  const std::string deform =
+      "deform -r @r.nii -m @m.nii -o @out.nii --metric cr --spacing 40 --background 3 --picture "
+      "@out.png --report @out-r.json --transform @out-t.json --truth @points.txt ";
+  const auto transform = [&] { return host::readTransform(folder.file("out-t.json")); };
+  save("all.nii", everywhere(1.0f));
+  saved(host::writeMatrix, folder.file("truth.txt"),
+        NmMat4d(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 6, -4, 3, 1));
+  for (const std::string more : {"--start @truth.txt", "--start-transform @start.json", "",
+                                 "--reference-mask @all.nii --model-mask @all.nii"}) {
+    SCOPED_TRACE(more);
+    const std::string told = outputOf(deform + more);
+    const auto at = told.find("displacement error");
+    ASSERT_NE(at, std::string::npos);
+    EXPECT_LT(std::stod(told.substr(at + 24)), 3.2);  // 0.4 voxels; 7.8 at the start
+    EXPECT_EQ(contentOf(folder.file("out.png")).substr(1, 3), "PNG");
+    EXPECT_EQ(report()["transform"], "lattice");
+    EXPECT_EQ(report()["settings"]["spacing"], 40.0);
+    EXPECT_GT(report()["metric"]["after"], report()["metric"]["before"]);
+    (void)outputOf("apply -r @r.nii -m @m.nii -o @out2.nii --transform @out-t.json --background 3");
+    EXPECT_EQ(contentOf(folder.file("out2.nii")), contentOf(folder.file("out.nii")));
+    EXPECT_NE(transform().lattice(), nullptr);
+    std::filesystem::copy_file(folder.file("out-t.json"), folder.file("start.json"),
+                               std::filesystem::copy_options::overwrite_existing);
+    removeWritten();
+  }
+  const voxreg::Transform lattice = host::readTransform(folder.file("start.json"));
+  const std::string told = outputOf(deform + "--as bricks");
+  const auto at = told.find("error of the bricks");
+  ASSERT_NE(at, std::string::npos);
+  const double largest = std::stod(told.substr(told.find("mean, ", at) + 6));
+  EXPECT_LT(largest, 2.0);
+  ASSERT_NE(transform().bricks(), nullptr);
+  for (double x = -60; x <= 60; x += 13) {
+    const NmVec3d p(x, 0.5 * x, -x), a = lattice(p), b = transform()(p);
+    EXPECT_LE(std::hypot(a.x - b.x, a.y - b.y, a.z - b.z), 1.1 * largest) << x;
+  }
+}
+
 TEST_F(CommandLine, appliesALatticeAsTheMatrixThatItEquals) {
   saved(host::writeMatrix, folder.file("truth.txt"),
         NmMat4d(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 6, -4, 3, 1));
@@ -153,6 +198,8 @@ TEST_F(CommandLine, registersFlatImagesWithinTheirPlane) {
       "@points.txt" +
       pair);
   EXPECT_LT(std::stod(told.substr(told.find("displacement error") + 24)), 1.5);
+  const std::string smooth = outputOf("deform --truth @points.txt" + pair);
+  EXPECT_LT(std::stod(smooth.substr(smooth.find("displacement error") + 24)), 1.5);
 }
 
 TEST_F(CommandLine, resamplesWithEveryFilter) {

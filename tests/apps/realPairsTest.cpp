@@ -1,6 +1,7 @@
 #include <string>
 #include <tuple>
 
+#include "commands/displacementError.h"
 #include "commands/optionNames.h"
 #include "commands/targetError.h"
 #include "files/matrixFile.h"
@@ -33,11 +34,24 @@ TEST_P(RealPair, comesIntoLine) {
             limit);
 }
 
-INSTANTIATE_TEST_SUITE_P(MetricsAndSearches, RealPair,
-                         testing::Values(Case("rigid", "msd", "gradient", 0.5),
-                                         Case("rigid", "cr", "aggressive", 0.2),
-                                         Case("rigid", "mi", "best-direction", 0.2),
-                                         Case("affine", "nmi", "gradient", 0.5),
-                                         Case("affine", "cr", "conjugate", 0.5)));
+INSTANTIATE_TEST_SUITE_P(
+    MetricsAndSearches, RealPair,
+    testing::Values(Case("rigid", "msd", "gradient", 0.5), Case("rigid", "cr", "aggressive", 0.2),
+                    Case("rigid", "mi", "best-direction", 0.2), Case("rigid", "nmi", "exact", 0.1),
+                    Case("affine", "mi", "exact", 0.1), Case("affine", "nmi", "gradient", 0.5),
+                    Case("affine", "cr", "conjugate", 0.5)));
+
+TEST(RealPair, isDeformedToATenthOfAVoxel) {
+  VOXREG_SKIP_WITHOUT_SHARED_DATA();
+#ifndef VOXREG_RELEASE_BUILD
+  GTEST_SKIP() << "takes minutes under sanitizers or without optimisation";
+#endif
+  const auto found =
+      voxreg::registerDeformable(host::readNifti(sharedData("pairs/reference.nii.gz")).image,
+                                 host::readNifti(sharedData("pairs/warped_model.nii.gz")).image);
+  const auto truth = host::readPointPairs(sharedData("pairs/warped_truth.txt"));
+  EXPECT_LT(host::displacementError(found.transform, truth).mean, 0.2);
+  EXPECT_GT(found.smallestJacobian, 0.5);
+}
 
 }  // namespace

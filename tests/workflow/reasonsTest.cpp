@@ -10,6 +10,7 @@
 namespace {
 
 using voxreg::AffineOptions;
+using voxreg::DeformableOptions;
 using voxreg::ElasticOptions;
 using voxreg::Image;
 using voxreg::NonAffineOptions;
@@ -28,8 +29,12 @@ class Reasons : public testing::Test {
   LogCapture log;
   const std::vector<float> voxels_ = balls(grid, NmMat4d());
   const std::vector<float> blank_ = std::vector<float>(voxels_.size(), 5.0f);
+  const std::vector<float> zeros_ = std::vector<float>(voxels_.size(), 0.0f);
+  const std::vector<float> gaps_ = std::vector<float>(voxels_.size(), NAN);
   const Image image = Image::wrap(voxels_.data(), ballDims, grid);
   const Image uniform = Image::wrap(blank_.data(), ballDims, grid);
+  const Image zero = Image::wrap(zeros_.data(), ballDims, grid);
+  const Image missing = Image::wrap(gaps_.data(), ballDims, grid);
   const Image few = Image::wrap(voxels_.data(), NmVec3l(3, 3, 3), grid);
   const Image slice = Image::wrap(voxels_.data(), NmVec3l(24, 26, 1), grid);
 };
@@ -41,17 +46,35 @@ TEST_F(Reasons, areToldOfImages) {
   };
   AffineOptions stay;
   stay.startRule = voxreg::StartRule::header;
-  const Case cases[] = {{voxreg::registerAffine(Image(), image), Kind::badImage},
-                        {voxreg::registerNonAffine(image, Image()), Kind::badImage},
-                        {voxreg::registerElastic(Image(), Image()), Kind::badImage},
-                        {voxreg::registerAffine(image, slice), Kind::badImage},
-                        {voxreg::registerElastic(slice, slice), Kind::badImage},
-                        {voxreg::registerElastic(few, few), Kind::badImage},
-                        {voxreg::registerElastic(image, shifted(30)), Kind::badImage},
-                        {voxreg::registerAffine(image, uniform), Kind::noInformation},
-                        {voxreg::registerNonAffine(uniform, image), Kind::noInformation},
-                        {voxreg::registerElastic(uniform, image), Kind::noInformation},
-                        {voxreg::registerAffine(image, shifted(5000), stay), Kind::noOverlap}};
+  DeformableOptions at;
+  at.start = voxreg::Transform();
+  const auto masked = [](const Image& mask) {
+    DeformableOptions options;
+    options.masks.model = mask;
+    return options;
+  };
+  const Case cases[] = {
+      {voxreg::registerAffine(Image(), image), Kind::badImage},
+      {voxreg::registerNonAffine(image, Image()), Kind::badImage},
+      {voxreg::registerElastic(Image(), Image()), Kind::badImage},
+      {voxreg::registerAffine(image, slice), Kind::badImage},
+      {voxreg::registerElastic(slice, slice), Kind::badImage},
+      {voxreg::registerElastic(few, few), Kind::badImage},
+      {voxreg::registerElastic(image, shifted(30)), Kind::badImage},
+      {voxreg::registerAffine(image, uniform), Kind::noInformation},
+      {voxreg::registerNonAffine(uniform, image), Kind::noInformation},
+      {voxreg::registerElastic(uniform, image), Kind::noInformation},
+      {voxreg::registerAffine(image, shifted(5000), stay), Kind::noOverlap},
+      {voxreg::registerDeformable(Image(), image), Kind::badImage},
+      {voxreg::registerDeformable(image, Image()), Kind::badImage},
+      {voxreg::registerDeformable(slice, image), Kind::badImage},
+      {voxreg::registerDeformable(image, image, masked(few)), Kind::badImage},
+      {voxreg::registerDeformable(image, image, masked(shifted(1))), Kind::badImage},
+      {voxreg::registerDeformable(image, image, masked(zero)), Kind::noInformation},
+      {voxreg::registerDeformable(image, uniform), Kind::noInformation},
+      {voxreg::registerDeformable(uniform, image), Kind::noInformation},
+      {voxreg::registerDeformable(image, missing), Kind::noInformation},
+      {voxreg::registerDeformable(image, shifted(5000), at), Kind::noOverlap}};
   for (const Case& tried : cases) {
     EXPECT_FALSE(tried.found);
     EXPECT_EQ(tried.found.reason.kind, tried.kind) << tried.found.reason.message;
@@ -61,6 +84,8 @@ TEST_F(Reasons, areToldOfImages) {
 
 TEST_F(Reasons, areToldOfOptionsThatNoRunCanTake) {
   constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+  NmMat4d unreal;
+  unreal.m[3][0] = static_cast<double>(nan);
   const auto range = [](float low, float high) { return voxreg::IntensityRange{low, high}; };
   const auto steps = [](float first, float last) { return voxreg::StepRange{first, last}; };
   const std::function<void(AffineOptions&)> affine[] = {
@@ -88,6 +113,31 @@ TEST_F(Reasons, areToldOfOptionsThatNoRunCanTake) {
     options.bricks = bricks;
     options.stages = {stage};
     EXPECT_EQ(voxreg::registerNonAffine(image, image, options).reason.kind, Kind::badOptions);
+  }
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  const std::function<void(DeformableOptions&)> deformable[] = {
+      [](auto& o) { o.spacing = 0.0; },
+      [](auto& o) { o.spacing = -1.0; },
+      [&](auto& o) { o.spacing = infinity; },
+      [&](auto& o) { o.spacing = nan; },
+      [](auto& o) { o.stiffness = -0.1; },
+      [&](auto& o) { o.stiffness = nan; },
+      [&](auto& o) { o.stiffness = infinity; },
+      [](auto& o) { o.leastJacobian = -0.1; },
+      [](auto& o) { o.leastJacobian = 1.0; },
+      [&](auto& o) { o.leastJacobian = nan; },
+      [](auto& o) { o.tolerance = 0.0f; },
+      [&](auto& o) { o.tolerance = nan; },
+      [](auto& o) { o.metric.bins = 4097; },
+      [&](auto& o) { o.metric.modelRange = range(2.0f, 1.0f); },
+      [&](auto& o) { o.start = voxreg::Transform::fromReferenceToModel(unreal); },
+      [](auto& o) { o.start = voxreg::Transform::fromBricks({}); },
+      [](auto& o) { o.start = voxreg::Transform::fromLattice({}); }};
+  for (const auto& spoil : deformable) {
+    DeformableOptions options;
+    spoil(options);
+    const voxreg::Registration found = voxreg::registerDeformable(image, image, options);
+    EXPECT_EQ(found.reason.kind, Kind::badOptions) << &spoil - deformable;
   }
   const std::function<void(ElasticOptions&)> elastic[] = {
       [](auto& o) {

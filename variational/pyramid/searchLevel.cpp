@@ -160,16 +160,19 @@ void SearchLevel::sampleAll() {
   sample(rows_);
 }
 
-double SearchLevel::costOf(double metric, double* gradient, std::size_t n) const {
+double SearchLevel::costOf(double metric, double* gradient, std::size_t n) {
+  constexpr double tolerated = 0.8;  // of the best share
   if (metric == RegMetric::noStatement) {
     std::fill_n(gradient, n, 0.0);
     return std::numeric_limits<double>::infinity();
   }
   const double share = metric_->numSamples() / std::max(numCounting_, 1.0);
+  bestShare_ = std::max(bestShare_, share);
+  const double kept = std::min(share / (tolerated * bestShare_), 1.0);
   const bool isDifference = metricOfChance_ == 0.0 && metric <= 0.0;
-  const double factor = (isDifference ? 1.0 / share : share) / metricUnit_;
+  const double factor = (isDifference ? 1.0 / kept : kept) / metricUnit_;
   for (std::size_t i = 0; i < n; ++i) gradient[i] *= -factor;
-  return -factor * (metric - metricOfChance_);
+  return costOfNothing_ - factor * (metric - metricOfChance_);
 }
 
 void SearchLevel::sampleSome() {
@@ -200,6 +203,8 @@ SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& mode
   const int bins = comparison.bins > 0 ? comparison.bins : binsFor(reference_.voxels);
   const BinRange referenceBins = binsOf(comparison.referenceRange, reference_.voxels, bins);
   const BinRange modelBins = binsOf(comparison.modelRange, model_.voxels, bins);
+  // Correlations are close to 1 long before volumes are aligned; gains are relative to the rest.
+  if (comparison.metric == RegMetricCorrelationRatio) costOfNothing_ = 1.0;
   if (comparison.metric == RegMetricMeanSquaredDifference)
     metricUnit_ = varianceOf(reference_.voxels);
   const bool isFinest = isFull(factors.reference);

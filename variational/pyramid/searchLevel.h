@@ -68,12 +68,18 @@ class SearchLevel {
 
   MappedMetric& metric() { return *metric_; }
 
-  /// What a search makes small: 0 for unrelated volumes or, by squared differences, for equal ones.
-  /// It is smaller the more a metric gains, and the more of the voxels that count have a sample;
-  /// otherwise a map could gain by moving what does not fit out of the model. Infinite where the
-  /// metric makes no statement. `gradient`, the metric's by anything, becomes that of the cost,
-  /// with the number of samples held constant.
-  double costOf(double metric, double* gradient, std::size_t n) const;
+  /// The largest share of the reference's counting voxels that had a sample so far.
+  double bestShare() const { return bestShare_; }
+
+  /// Takes over that of the level before.
+  void setBestShare(double share) { bestShare_ = share; }
+
+  /// What a search makes small: 0 for unrelated volumes or, by squared differences and correlation,
+  /// for equal ones. A gain counts for less the more the samples fall below four fifths of the best
+  /// share so far (empirical); otherwise a map could gain by moving what does not fit out of the
+  /// model. Infinite where the metric makes no statement. `gradient`, the metric's by anything,
+  /// becomes that of the cost, with the number of samples held constant.
+  double costOf(double metric, double* gradient, std::size_t n);
 
  private:
   void sample(std::vector<IndexSpan> rows);
@@ -82,8 +88,10 @@ class SearchLevel {
   LevelVolume model_;  ///< without voxels if the volume itself is used
   VolumeFrame modelFrame_;
   std::vector<IndexSpan> rows_;
-  double metricUnit_ = 1.0;   ///< the variance of the reference for squared differences
-  double metricOfChance_;     ///< of unrelated volumes
+  double metricUnit_ = 1.0;  ///< the variance of the reference for squared differences
+  double metricOfChance_;    ///< of unrelated volumes
+  double bestShare_ = 0.0;
+  double costOfNothing_ = 0.0;
   double numCounting_ = 0.0;  ///< voxels of the reference that count, in the sampled rows
   std::optional<MappedMetric> metric_;
 };

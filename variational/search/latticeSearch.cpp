@@ -30,6 +30,21 @@ int halvingsFor(int intervals, int most) {
   return halvings;
 }
 
+/// Gives all controls along a flat axis the same derivative, so that they stay equal: the volume
+/// shows only their sum, and the energy of their differences would slow the search down.
+void evenOut(const ControlLattice& lattice, int axis, std::vector<double>& gradient) {
+  const auto count = static_cast<std::size_t>(lattice.controlsAlong(axis));
+  std::size_t stride = 1;
+  for (int a = 0; a < axis; ++a) stride *= static_cast<std::size_t>(lattice.controlsAlong(a));
+  for (std::size_t block = 0; block < gradient.size(); block += stride * count)
+    for (std::size_t first = block; first < block + stride; ++first) {
+      double mean = 0.0;
+      for (std::size_t i = 0; i < count; ++i) mean += gradient[first + i * stride];
+      mean /= static_cast<double>(count);
+      for (std::size_t i = 0; i < count; ++i) gradient[first + i * stride] = mean;
+    }
+}
+
 /// What becomes small: the level's cost plus the weighed bending energy, by the lattice's values.
 class LatticeObjective {
  public:
@@ -53,8 +68,11 @@ class LatticeObjective {
       for (std::size_t i = 0; i < n; ++i)
         gradient[static_cast<std::size_t>(c) * n + i] *= perMillimetre;
     }
-    if (!(bending_ > 0.0)) return cost;
-    return cost + bending_ * energy_.evaluate(values, bending_, gradient.data());
+    const double energy =
+        bending_ > 0.0 ? energy_.evaluate(values, bending_, gradient.data()) : 0.0;
+    for (int a = 0; a < 3; ++a)
+      if (level_.referenceFrame().dims[a] == 1) evenOut(lattice_, a, gradient);
+    return cost + bending_ * energy;
   }
 
  private:
@@ -151,13 +169,17 @@ ControlLattice LatticeSearch::run(SearchSummary& summary) const {
   const int numLevels = static_cast<int>(factors.size());
   const LatticeStages stages(finestLattice(), numLevels);
   ControlLattice lattice = start ? *start : stages.first();
+  double bestShare = 0.0;
   for (int l = 0; l < numLevels; ++l) {
     summary.interrupted = summary.interrupted || wantsToStop(progress);
     if (summary.interrupted) break;
     if (l > 0 && !start) lattice = stages.next(lattice, l);
     SearchLevel level(reference, model, factors[static_cast<std::size_t>(l)], comparison);
+    level.setBestShare(bestShare);
     SearchReport report(progress, l, numLevels, mostIterations);
     searchLevel(level, report, lattice, summary);
+    bestShare = level.bestShare();
+    report.close();
   }
   summary.seconds += static_cast<double>(watch.getTime());
   return lattice;

@@ -120,10 +120,12 @@ NmMat4d MatrixSearch::run(SearchSummary& summary) const {
   std::vector<int> present = stages;
   const int numSearches = static_cast<int>(levels.size() + stages.size()) - 1;
   int search = 0;
+  double bestShare = 0.0;
   for (const LevelFactors& factors : levels) {
     summary.interrupted = summary.interrupted || wantsToStop(progress);
     if (summary.interrupted) break;
     SearchLevel level(reference, model, factors, comparison);
+    level.setBestShare(bestShare);
     if (level.isLarge()) level.sampleSome();
     const Moments moments = momentsOf(level);
     for (const int degreesOfFreedom : present) {
@@ -137,9 +139,11 @@ NmMat4d MatrixSearch::run(SearchSummary& summary) const {
       options.firstMove = level.finestVoxel();
       SearchReport report(progress, search++, numSearches, mostIterations);
       summary.add(Lbfgs(options).minimise(std::ref(objective), std::ref(report), x));
+      report.close();
       matrix = parameters.matrixAt(x);
     }
     present = {stages.back()};
+    bestShare = level.bestShare();
   }
   summary.seconds += static_cast<double>(watch.getTime());
   return matrix;

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "foundation/NmLogFile.h"
 #include "foundation/NmProgressInterface.h"
+#include "foundation/ProgressScope.h"
 
 namespace voxreg::detail {
 
@@ -18,8 +20,13 @@ SearchReport::SearchReport(NmProgressInterface* progress, int level, int levels,
 }
 
 SearchReport::~SearchReport() {
+  const ProgressScope closing(progress_);
+}
+
+void SearchReport::close() {
   getTheLogInstance().printf("level %d: value %.6f", level_, value_);
-  if (progress_ != nullptr) progress_->stopWorking();
+  NmProgressInterface* const progress = std::exchange(progress_, nullptr);
+  if (progress != nullptr) progress->stopWorking();
 }
 
 bool SearchReport::operator()(int iteration, double value) {

@@ -5,7 +5,7 @@ class NmProgressInterface;
 namespace voxreg::detail {
 
 /// The progress of one level of a search, which may make several, and the host's request to stop
-/// it. Opens a task of the progress object, which may be null, and closes it in the end.
+/// it. Opens a task of the progress object, which may be null.
 class SearchReport {
  public:
   SearchReport(NmProgressInterface* progress, int level, int levels, int mostIterations);
@@ -15,6 +15,9 @@ class SearchReport {
 
   /// Reports an iteration. False once the host has asked to stop.
   bool operator()(int iteration, double value);
+
+  /// Closes the task. Without it the destructor does, but keeps exceptions of the host to itself.
+  void close();
 
  private:
   NmProgressInterface* progress_;

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <new>
+
+#include "foundation/NmException.h"
 #include "workflow/Overlap.h"
 #include "workflow/Registration.h"
 #include "workflow/refusal.h"
 
 namespace voxreg::detail {
 
-/// What `find` writes into a result; a Refusal becomes its reason.
+/// What `find` writes into a result; a Refusal becomes its reason. Memory that runs out is an
+/// NmMemoryException, whoever asked for it.
 template <class Result, class Find>
 Result found(const Find& find) {
   Result result;
@@ -14,6 +18,8 @@ Result found(const Find& find) {
     find(result);
   } catch (const Refusal& refusal) {
     result.reason = refusal.reason();
+  } catch (const std::bad_alloc&) {
+    throw NmMemoryException();
   }
   return result;
 }

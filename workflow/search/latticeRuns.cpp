@@ -1,5 +1,7 @@
 #include "workflow/search/latticeRuns.h"
 
+#include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -7,6 +9,7 @@
 #include "variational/latticeInterpolation.h"
 #include "variational/objective/tensorTables.h"
 #include "workflow/PointMap.h"
+#include "workflow/refusal.h"
 #include "workflow/search/derivativeRuns.h"
 #include "workflow/search/searchSettings.h"
 #include "workflow/search/voxelRegistration.h"
@@ -32,7 +35,8 @@ NmMat4d betweenFrames(const NmMat4d& referenceToModel, const SearchedPair& pair)
   return worldToFrames(referenceToModel.inverse(), pair.reference, pair.model).inverse();
 }
 
-/// Gives a lattice the displacements of a start on top of its matrix, in the model's frame.
+/// Gives a lattice the displacements of a start on top of its matrix, in the model's frame. Throws
+/// Refusal if one of them is not finite.
 void takeOver(const LatticeStart& start, const SearchedPair& pair, ControlLattice& lattice) {
   const PointMap map(*start.transform, pair.reference, pair.model);
   const NmMat4d matrix = betweenFrames(start.referenceToModel, pair);
@@ -45,6 +49,9 @@ void takeOver(const LatticeStart& start, const SearchedPair& pair, ControlLattic
         return NmVec3d(mapped.x - byMatrix.x, mapped.y - byMatrix.y, mapped.z - byMatrix.z);
       },
       lattice);
+  if (!std::all_of(lattice.values.begin(), lattice.values.end(),
+                   [](double value) { return std::isfinite(value); }))
+    throw Refusal("the transform to start from is not finite everywhere");
 }
 
 LatticeMap inWorld(const ControlLattice& lattice, const NmMat4d& referenceToModel,
@@ -59,7 +66,7 @@ std::vector<ProgressPlan::Stage> progressStages(const LatticeSearch& search) {
   const std::vector<LevelFactors> levels = search.levels();
   for (const LevelFactors& level : levels) {
     const NmVec3i& factors = level.reference;
-    stages.push_back({"Registering, level " + std::to_string(stages.size() + 1) + " of " +
+    stages.push_back({"Deforming, level " + std::to_string(stages.size() + 1) + " of " +
                           std::to_string(levels.size()),
                       1.0 / (static_cast<double>(factors.x) * factors.y * factors.z)});
   }
@@ -85,7 +92,7 @@ LatticeMap searchLattice(const SearchedPair& pair, const CountingPair& counting,
   }
   const std::vector<ProgressPlan::Stage> stages = progressStages(search);
   progress.expectRuns(static_cast<int>(stages.size()), 1);
-  progress.enter("Registering", stages);
+  progress.enter("Deforming", stages);
   SearchSummary summary;
   const ControlLattice lattice = search.run(summary);
   addSummary(summary, found);
