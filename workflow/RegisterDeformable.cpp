@@ -19,8 +19,9 @@ using namespace detail;
 
 void requireOptions(const DeformableOptions& options) {
   requireSettings(options.metric);
-  if (options.spacing && !(*options.spacing > 0.0 && std::isfinite(*options.spacing)))
-    throw Refusal("the spacing of the controls must be finite and above 0");
+  constexpr double mostSpacing = 1e6;
+  if (options.spacing && !(*options.spacing > 0.0 && *options.spacing <= mostSpacing))
+    throw Refusal("the spacing of the controls must be above 0 and at most a kilometre");
   if (!(options.stiffness >= 0.0 && std::isfinite(options.stiffness)))
     throw Refusal("the stiffness must be finite and not below 0");
   if (!(options.leastJacobian >= 0.0 && options.leastJacobian < 1.0))
