@@ -30,7 +30,8 @@ class Variation {
 };
 
 std::int64_t nearest(double voxel) {
-  return static_cast<std::int64_t>(voxel + 0.5);
+  constexpr double half = 0.5;
+  return static_cast<std::int64_t>(voxel + half);
 }
 
 }  // namespace

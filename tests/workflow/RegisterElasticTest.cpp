@@ -171,7 +171,8 @@ TEST(ElasticLattice, doesNotSeeVoxelsOutsideTheRegionOrInsideTheMask) {
     pair.referenceRange = pair.modelRange = NmVec2f(0.0f, 65535.0f);
     pair.roi = NmBox3i(0, 15, 4, 15, 0, 15);
     if (isMasked) pair.mask = mask;
-    voxreg::detail::SearchProgress progress({{"Registering", 1.0}}, {});
+    const voxreg::ProgressCallback nobody;
+    voxreg::detail::SearchProgress progress({{"Registering", 1.0}}, nobody);
     voxreg::ElasticRegistration found;
     return voxreg::detail::searchElasticLattice(reference, model, pair, variational(), progress,
                                                 found)

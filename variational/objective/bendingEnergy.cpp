@@ -48,7 +48,7 @@ std::vector<double> gramOf(int intervals, double spacing, int order) {
   for (int cell = 0; cell < intervals; ++cell)
     for (int i = 0; i < 4; ++i)
       for (int j = 0; j < 4; ++j)
-        gram[static_cast<std::size_t>((j - i + reach) * (intervals + 3) + cell + i)] +=
+        gram[static_cast<std::size_t>(std::int64_t{intervals + 3} * (j - i + reach) + cell + i)] +=
             scale * element[i][j];
   return gram;
 }

@@ -19,8 +19,7 @@ constexpr int bundle = 16;
 void toCoefficients(float* line, int n) {
   const float pole = std::sqrt(3.0f) - 2.0f;
   constexpr int reach = 16;  // pole^16 is below the last bit of a float
-  float first[bundle];
-  for (int i = 0; i < bundle; ++i) first[i] = 0.0f;
+  float first[bundle] = {};
   const int last = std::min(n - 1, reach);
   for (int k = last; k >= 0; --k)
     for (int i = 0; i < bundle; ++i) first[i] = line[k * bundle + i] + pole * first[i];
@@ -65,8 +64,8 @@ struct Lines {
 void fillMissing(float* line, int n) {
   for (int i = 0; i < bundle; ++i) {
     float before = 0.0f;
-    for (int k = 0; k < n && !std::isfinite(before = line[k * bundle + i]); ++k) before = 0.0f;
-    if (!std::isfinite(before)) before = 0.0f;
+    for (int k = n - 1; k >= 0; --k)
+      if (std::isfinite(line[k * bundle + i])) before = line[k * bundle + i];
     for (int k = 0; k < n; ++k) {
       float& value = line[k * bundle + i];
       if (std::isfinite(value))

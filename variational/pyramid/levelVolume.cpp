@@ -55,7 +55,7 @@ template <class T>
 void reduce(const SearchVolume& volume, const NmVec3i& factors, LevelVolume& level) {
   const NmVec3i& dims = volume.frame.dims;
   const NmVec3i& blocks = level.frame.dims;
-  const auto n = static_cast<std::size_t>(blocks.x * factors.x);
+  const auto n = static_cast<std::size_t>(std::int64_t{blocks.x} * factors.x);
   RowSums row;
   float* out = level.voxels.data();
   for (int z = 0; z < blocks.z; ++z)
@@ -82,7 +82,7 @@ void smoothLine(float* line, int n, std::int64_t step, std::vector<float>& befor
     float weights = 0.0f;
     for (int d = -1; d <= 1; ++d) {
       if (i + d < 0 || i + d >= n) continue;
-      const float value = before[static_cast<std::size_t>(i + d)];
+      const float value = *(before.data() + i + d);
       const float weight = std::isfinite(value) ? (d == 0 ? 2.0f : 1.0f) : 0.0f;
       sum += weight > 0.0f ? weight * value : 0.0f;
       weights += weight;

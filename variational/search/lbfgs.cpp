@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <deque>
+#include <utility>
 
 namespace voxreg::detail {
 namespace {
@@ -33,7 +34,7 @@ struct Pair {
 };
 
 /// direction = -(the approximate inverse Hessian) * gradient, by the two-loop recursion.
-void turn(const std::deque<Pair>& pairs, const Vector& gradient, Vector& direction) {
+void findDirection(const std::deque<Pair>& pairs, const Vector& gradient, Vector& direction) {
   direction = gradient;
   Vector factors(pairs.size());
   for (std::size_t k = pairs.size(); k-- > 0;) {
@@ -50,76 +51,124 @@ void turn(const std::deque<Pair>& pairs, const Vector& gradient, Vector& directi
   for (double& d : direction) d = -d;
 }
 
+/// A search at a point, with what it remembers of the way there.
+class Descent {
+ public:
+  Descent(const Lbfgs::Options& options, const Lbfgs::Function& function, Vector& x)
+      : options_(options),
+        function_(function),
+        x_(x),
+        gradient_(x.size()),
+        trialGradient_(x.size()) {
+    value_ = evaluate(x_, gradient_);
+  }
+
+  double value() const { return value_; }
+  int evaluations() const { return evaluations_; }
+  bool hasMemory() const { return !pairs_.empty(); }
+  void forget() { pairs_.clear(); }
+
+  /// Chooses a direction in which the function falls. False if there is none.
+  bool turn() {
+    if (hasMemory()) findDirection(pairs_, gradient_, direction_);
+    slope_ = hasMemory() ? dot(direction_, gradient_) : 0.0;
+    if (slope_ < 0.0) return true;
+    forget();
+    const double largest = largestOf(gradient_);
+    if (!(largest > 0.0)) return false;
+    direction_ = gradient_;
+    for (double& d : direction_) d *= -options_.firstMove / largest;
+    slope_ = dot(direction_, gradient_);
+    return true;
+  }
+
+  /// Moves along the direction, by the unit step or less. False if no step gains enough.
+  bool move() {
+    constexpr double sufficient = 1e-4;  // Armijo's share of the slope
+    double step = 1.0;
+    for (int trial = 0; trial < options_.mostTrials; ++trial) {
+      trial_ = x_;
+      addMultiple(trial_, step, direction_);
+      const double next = evaluate(trial_, trialGradient_);
+      if (next <= value_ + sufficient * step * slope_) {
+        accept(next);
+        return true;
+      }
+      const double fitted = -slope_ * step * step / (2.0 * (next - value_ - slope_ * step));
+      step = std::clamp(fitted > 0.0 ? fitted : 0.5 * step, 0.1 * step, 0.5 * step);
+    }
+    return false;
+  }
+
+  /// Whether the last four moves have gained too little.
+  bool hasConverged() const {
+    double mean = 0.0;
+    for (const double gain : gains_) mean += gain / numGains;
+    return gains_.size() == numGains && mean < options_.relativeGain;
+  }
+
+ private:
+  static constexpr std::size_t numGains = 4;
+
+  double evaluate(const Vector& x, Vector& gradient) {
+    ++evaluations_;
+    return function_(x, gradient);
+  }
+
+  void accept(double next) {
+    Pair pair = {trial_, trialGradient_, 0.0};
+    addMultiple(pair.move, -1.0, x_);
+    addMultiple(pair.change, -1.0, gradient_);
+    const double product = dot(pair.move, pair.change);
+    if (product > 0.0) {
+      pair.inverseProduct = 1.0 / product;
+      pairs_.push_back(std::move(pair));
+      if (pairs_.size() > static_cast<std::size_t>(options_.pairs)) pairs_.pop_front();
+    }
+    constexpr double least = 1e-12;
+    gains_.push_back((value_ - next) / std::max(std::abs(value_), least));
+    if (gains_.size() > numGains) gains_.pop_front();
+    x_.swap(trial_);
+    gradient_.swap(trialGradient_);
+    value_ = next;
+  }
+
+  const Lbfgs::Options& options_;
+  const Lbfgs::Function& function_;
+  Vector& x_;
+  Vector gradient_;
+  Vector trial_;
+  Vector trialGradient_;
+  Vector direction_;
+  double value_ = 0.0;
+  double slope_ = 0.0;  ///< along the direction
+  int evaluations_ = 0;
+  std::deque<Pair> pairs_;
+  std::deque<double> gains_;  ///< of the last moves, relative
+};
+
 }  // namespace
 
 Lbfgs::Summary Lbfgs::minimise(const Function& function, const GoesOn& goesOn, Vector& x) const {
-  constexpr double sufficient = 1e-4;  // Armijo's share of the slope
   Summary summary;
-  Vector gradient(x.size());
-  Vector trialGradient(x.size());
-  Vector direction;
-  Vector trial;
-  std::deque<Pair> pairs;
-  std::deque<double> gains;
-  double value = function(x, gradient);
-  summary.evaluations = 1;
-  summary.value = value;
+  Descent descent(options_, function, x);
   for (int iteration = 0; iteration < options_.mostIterations; ++iteration) {
-    if (!goesOn(iteration, value)) {
+    if (!goesOn(iteration, descent.value())) {
       summary.interrupted = true;
       break;
     }
-    if (!pairs.empty()) turn(pairs, gradient, direction);
-    double slope = pairs.empty() ? 0.0 : dot(direction, gradient);
-    if (!(slope < 0.0)) {
-      pairs.clear();
-      const double largest = largestOf(gradient);
-      if (!(largest > 0.0)) break;
-      direction = gradient;
-      for (double& d : direction) d *= -options_.firstMove / largest;
-      slope = dot(direction, gradient);
+    if (!descent.turn()) break;
+    if (descent.move()) {
+      ++summary.iterations;
+      if (descent.hasConverged()) break;
+    } else if (descent.hasMemory()) {
+      descent.forget();
+    } else {
+      break;
     }
-    double step = 1.0;
-    double next = value;
-    bool found = false;
-    for (int t = 0; t < options_.mostTrials && !found; ++t) {
-      trial = x;
-      addMultiple(trial, step, direction);
-      next = function(trial, trialGradient);
-      ++summary.evaluations;
-      found = next <= value + sufficient * step * slope;
-      if (!found) {
-        const double fitted = -slope * step * step / (2.0 * (next - value - slope * step));
-        step = std::clamp(fitted > 0.0 ? fitted : 0.5 * step, 0.1 * step, 0.5 * step);
-      }
-    }
-    if (!found) {
-      if (pairs.empty()) break;
-      pairs.clear();
-      continue;
-    }
-    Pair pair;
-    pair.move = trial;
-    addMultiple(pair.move, -1.0, x);
-    pair.change = trialGradient;
-    addMultiple(pair.change, -1.0, gradient);
-    const double product = dot(pair.move, pair.change);
-    gains.push_back((value - next) / std::max(std::abs(value), 1e-12));
-    if (gains.size() > 4) gains.pop_front();
-    x.swap(trial);
-    gradient.swap(trialGradient);
-    value = next;
-    ++summary.iterations;
-    if (product > 0.0) {
-      pair.inverseProduct = 1.0 / product;
-      pairs.push_back(std::move(pair));
-      if (pairs.size() > static_cast<std::size_t>(options_.pairs)) pairs.pop_front();
-    }
-    double mean = 0.0;
-    for (const double gain : gains) mean += gain / 4.0;
-    if (gains.size() == 4 && mean < options_.relativeGain) break;
   }
-  summary.value = value;
+  summary.value = descent.value();
+  summary.evaluations = descent.evaluations();
   return summary;
 }
 

@@ -46,7 +46,8 @@ inline bool SampledGrid::Axis::locate(double& place) const {
   const double voxel = beside * perMillimetre;
   if (!(voxel >= -reach && voxel <= last + reach)) return false;
   const double limited = std::clamp(voxel, 0.0, last);
-  const auto whole = static_cast<double>(static_cast<std::int64_t>(limited + 0.5));
+  constexpr double half = 0.5;
+  const auto whole = static_cast<double>(static_cast<std::int64_t>(limited + half));
   place = std::abs(limited - whole) <= roundingError ? whole : limited;
   return true;
 }
