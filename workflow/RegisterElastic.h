@@ -27,7 +27,7 @@ enum class ElasticEngine {
 
 /// Options of an elastic registration.
 struct ElasticOptions {
-  ElasticEngine engine = ElasticEngine::bricks;
+  ElasticEngine engine = ElasticEngine::variational;
   Masking masking = Masking::chests;
   std::optional<IntensityRange> levels = {};  ///< values of air and of the darkest tissue of the
                                               ///< reference; none: measured
@@ -39,8 +39,9 @@ struct ElasticOptions {
                                        ///< 24, or an eighth of the longest side if that is less
   std::optional<double> stiffness = {};  ///< variational engine: resistance to bending, a multiple
                                          ///< of the default; 0: none
-  Metric metric = Metric::correlationRatio;  ///< or normalizedMutualInformation, which takes ten
-                                             ///< times as long and needs many voxels
+  Metric metric = Metric::correlationRatio;  ///< or normalizedMutualInformation, which takes two
+                                             ///< (with bricks ten) times as long and needs many
+                                             ///< voxels
   ProgressCallback progress = {};
 };
 

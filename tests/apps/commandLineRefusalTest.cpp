@@ -151,6 +151,8 @@ TEST_F(Outcome, ofBadUsageIsOneLineAndNothingWritten) {
       {elastic + " --roi 0 24 0 23 0 23", "--roi"},
       {elastic + " --truth @r.nii", "six numbers"},
       {elastic + " --levels 1", "--levels"},
+      {elastic + " --max-bricks 12", "a lattice has no bricks"},
+      {elastic + " --engine bricks --spacing 12", "bricks have no spacing"},
       {"elastic -o @out.nii -r @r.nii -m @far.nii", "voxel grid"},
       {"elastic --output @out.nii --subtraction @./out.nii" + pair,
        "--output and --subtraction are the same file"},

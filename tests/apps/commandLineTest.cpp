@@ -91,9 +91,12 @@ TEST_F(CommandLine, reportsInFull) {
   EXPECT_TRUE(found["evaluations"].is_number_integer() && found["gradients"].is_number_integer());
 }
 
-TEST_F(CommandLine, findsGridsOfBricksThatApplyUses) {
-  for (const std::string command : {"nonaffine --bricks 3 3 3 --stages 1 2 --metric cr",
-                                    "elastic --no-mask --subtraction @out-s.nii"}) {
+TEST_F(CommandLine, findsGridsAndLatticesThatApplyUses) {
+  const std::pair<std::string, const char*> commands[] = {
+      {"nonaffine --bricks 3 3 3 --stages 1 2 --metric cr", "bricks"},
+      {"elastic --engine bricks --no-mask", "bricks"},
+      {"elastic --no-mask --subtraction @out-s.nii", "lattice"}};
+  for (const auto& [command, kind] : commands) {
     SCOPED_TRACE(command);
     const std::string told =
         outputOf(command +
@@ -102,7 +105,7 @@ TEST_F(CommandLine, findsGridsOfBricksThatApplyUses) {
     const auto at = told.find("displacement error");
     ASSERT_NE(at, std::string::npos);
     EXPECT_LT(std::stod(told.substr(at + 24)), 4.0);  // half a voxel; 7.8 at the start
-    EXPECT_EQ(report()["transform"], "bricks");
+    EXPECT_EQ(report()["transform"], kind);
     EXPECT_GT(report()["metric"]["after"], report()["metric"]["before"]);
     EXPECT_GT(report()["overlap"], 0.7);
     EXPECT_GT(report()["smallestJacobian"], 0.0);

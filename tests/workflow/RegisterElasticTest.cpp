@@ -160,26 +160,47 @@ Image spoilt(const voxreg::ChestMask& mask) {
   return Image::copy(voxels.data(), cube, image.voxelToWorld());
 }
 
+/// What a search on the waves finds from a reference with values of interest up to `high`.
+std::vector<double> controlsFrom(const Image& reference, float high, const NmBox3i& roi,
+                                 const std::optional<voxreg::ChestMask>& mask) {
+  const Image model = waves(cube, 0.8);
+  voxreg::detail::ElasticPair pair;
+  pair.reference = voxreg::detail::asUnsignedShort(reference);
+  pair.model = voxreg::detail::asUnsignedShort(model);
+  const auto& [data, rescale, unit] = pair.reference;
+  pair.referenceRange = NmVec2f(0.0f, (high * unit - rescale.y) / rescale.x);
+  pair.roi = roi;
+  pair.mask = mask;
+  const voxreg::ProgressCallback nobody;
+  voxreg::detail::SearchProgress progress({{"Registering", 1.0}}, nobody);
+  voxreg::ElasticRegistration found;
+  return voxreg::detail::searchElasticLattice(reference, model, pair, variational(), progress,
+                                              found)
+      .lattice.values;
+}
+
 TEST(ElasticLattice, doesNotSeeVoxelsOutsideTheRegionOrInsideTheMask) {
   const LogCapture log;
   const voxreg::ChestMask mask = {{0, 20, 0}, {1, 1, 1}, 10.0f, 14.0f};
-  const auto controls = [&](const Image& reference, bool isMasked) {
-    const Image model = waves(cube, 0.8);
-    voxreg::detail::ElasticPair pair;
-    pair.reference = voxreg::detail::asUnsignedShort(reference);
-    pair.model = voxreg::detail::asUnsignedShort(model);
-    pair.referenceRange = pair.modelRange = NmVec2f(0.0f, 65535.0f);
-    pair.roi = NmBox3i(0, 15, 4, 15, 0, 15);
-    if (isMasked) pair.mask = mask;
-    const voxreg::ProgressCallback nobody;
-    voxreg::detail::SearchProgress progress({{"Registering", 1.0}}, nobody);
-    voxreg::ElasticRegistration found;
-    return voxreg::detail::searchElasticLattice(reference, model, pair, variational(), progress,
-                                                found)
-        .lattice.values;
+  const NmBox3i roi(0, 15, 4, 15, 0, 15);
+  const Image whole = waves(cube, 0.0);
+  EXPECT_EQ(controlsFrom(spoilt(mask), 20, roi, mask), controlsFrom(whole, 20, roi, mask));
+  EXPECT_NE(controlsFrom(spoilt(mask), 20, roi, {}), controlsFrom(whole, 20, roi, {}));
+}
+
+TEST(ElasticLattice, seesValuesBeyondTheRangeOnlyNextToIt) {
+  const LogCapture log;
+  const auto controls = [](float far, float near) {
+    const Image image = waves(cube, 0.0);
+    std::vector<float> voxels = valuesOf(*image.volume());
+    for (std::size_t i = 0; i < voxels.size(); ++i) {
+      const std::size_t y = i / 16 % 16;
+      if (y < 4) voxels[i] = y < 3 ? far : near;
+    }
+    return controlsFrom(Image::copy(voxels.data(), cube, image.voxelToWorld()), 12, {}, {});
   };
-  EXPECT_EQ(controls(spoilt(mask), true), controls(waves(cube, 0.0), true));
-  EXPECT_NE(controls(spoilt(mask), false), controls(waves(cube, 0.0), false));
+  EXPECT_EQ(controls(13, 13), controls(14, 13));
+  EXPECT_NE(controls(13, 13), controls(13, 14));
 }
 
 TEST(RegisterElastic, keepsTheBestLatticeWhereverItIsStopped) {
@@ -210,6 +231,7 @@ TEST(RegisterElastic, leavesOutWhatIsBelowTheLevelsInTheImagesUnits) {
   double metric[2];
   for (const int i : {0, 1}) {
     voxreg::ElasticOptions options;
+    options.engine = ElasticEngine::bricks;
     options.levels = {{i == 0 ? 10.0f : 10.9f, 10.9f}};
     const auto found =
         voxreg::registerElastic(waves({16, 16, 16}, 0.0), waves({16, 16, 16}, 0.8), options);

@@ -66,7 +66,8 @@ void printLesion(const std::string& name, const LesionContrast& contrast) {
   std::printf("%-24s %.0f, %.0f around it\n", name.c_str(), contrast.uptake, contrast.residual);
 }
 
-/// Registers a chest before contrast agent, and after it with the breasts sagged, with bricks.
+/// Registers a chest before contrast agent, and after it with the breasts sagged, with a
+/// lattice.
 void registerChest(OutputFiles& outputs, const std::string& folder,
                    InterruptibleProgress& progress) {
   const auto file = [&](const char* name) { return folder + "/" + name; };
@@ -87,7 +88,7 @@ void registerChest(OutputFiles& outputs, const std::string& folder,
   progress.enter("Writing");
   const ElasticVolumes volumes = elasticVolumes(reference, model, found.transform,
                                                 {voxreg::Interpolation::lanczos, std::nullopt});
-  writeTransform(outputs, file("chest-bricks.json"), found.transform);
+  writeTransform(outputs, file("chest-motion.json"), found.transform);
   writeNifti(outputs, file("chest-registered.nii.gz"), volumes.registered);
   writeNifti(outputs, file("chest-subtraction.nii.gz"), volumes.subtraction);
   writeElasticPicture(outputs, file("chest.png"), volumes, found.mask);
@@ -106,7 +107,7 @@ int runDemo(const std::string& folder) {
   InterruptibleProgress progress({{"Making the head", 3.0},
                                   {"Registering", 3.0},
                                   {"Making the chest", 20.0},
-                                  {"Registering", 50.0},
+                                  {"Registering", 6.0},
                                   {"Writing", 14.0}});
   OutputFiles outputs;
   registerHead(outputs, folder, progress);

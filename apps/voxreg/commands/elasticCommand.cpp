@@ -25,7 +25,7 @@ struct ElasticOptions {
   PairOptions pair;
   voxreg::Masking masking = voxreg::Masking::chests;
   std::vector<float> levels;
-  std::string engine = "bricks";
+  std::string engine = "variational";
   std::optional<int> maxBricks;
   std::optional<double> spacing;
   std::optional<double> stiffness;
@@ -102,8 +102,7 @@ void addOptions(CLI::App& command, ElasticOptions& options) {
   command
       .add_option("--metric", options.metric,
                   "Similarity measure: correlation ratio, or normalised mutual information, which "
-                  "is slow and "
-                  "needs many voxels")
+                  "is slower and needs many voxels")
       ->check(CLI::IsMember({"nmi", "cr"}))
       ->capture_default_str();
   command.add_option(
@@ -163,10 +162,12 @@ void writeVolumes(const ElasticOptions& options, const voxreg::ElasticRegistrati
 }
 
 int runElastic(const ElasticOptions& options, const CLI::App& command) {
+  constexpr double workOfBricks = 41.0;
+  constexpr double workOfLattice = 6.0;
   PairRun run(command, options.pair, {{"--truth", options.truth}},
               {{"--transform", options.transform},
                {"--subtraction", options.subtraction, FileRole::Kind::volume}},
-              41.0);
+              options.engine == "bricks" ? workOfBricks : workOfLattice);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
 
