@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace voxreg {
@@ -62,23 +63,39 @@ bool forEachRow(
   return true;
 }
 
-// Finds the upper 16 bits of the answer first, then the lower ones among the voxels that share the
+// Finds the upper 16 bits of each answer first, then the lower ones among the voxels that share the
 // upper ones.
-float percentile(VlData& volume, double share) {
+std::vector<float> percentiles(VlData& volume, const std::vector<double>& shares) {
   Counts upper;
   std::int64_t total = 0;
   forEachKey(volume, [&](std::uint32_t key) {
     upper.add(key >> 16);
     ++total;
   });
-  if (total == 0) return 0.0f;
-  std::int64_t rank = static_cast<std::int64_t>(share * static_cast<double>(total - 1));
-  const std::uint32_t top = upper.take(rank);
-  Counts lower;
+  if (total == 0) return std::vector<float>(shares.size());
+  struct Sought {
+    std::int64_t rank;
+    std::uint32_t top = 0;
+    Counts lower;
+  };
+  std::vector<Sought> answers;
+  for (const double share : shares) {
+    Sought sought = {static_cast<std::int64_t>(share * static_cast<double>(total - 1)), 0, {}};
+    sought.top = upper.take(sought.rank);
+    answers.push_back(std::move(sought));
+  }
   forEachKey(volume, [&](std::uint32_t key) {
-    if (key >> 16 == top) lower.add(key & 0xffffu);
+    for (Sought& sought : answers)
+      if (key >> 16 == sought.top) sought.lower.add(key & 0xffffu);
   });
-  return valueOf(top << 16 | lower.take(rank));
+  std::vector<float> values;
+  for (Sought& sought : answers)
+    values.push_back(valueOf(sought.top << 16 | sought.lower.take(sought.rank)));
+  return values;
+}
+
+float percentile(VlData& volume, double share) {
+  return percentiles(volume, {share}).front();
 }
 
 }  // namespace voxreg

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 #include "foundation/VlData.h"
 
@@ -15,5 +16,8 @@ bool forEachRow(VlData& volume,
 /// The value below which a share (0 to 1) of the voxels lies. NaN is skipped; 0 if there are no
 /// values. Uses the same amount of memory for any volume.
 float percentile(VlData& volume, double share);
+
+/// The same for several shares, by as many readings of the volume as for one.
+std::vector<float> percentiles(VlData& volume, const std::vector<double>& shares);
 
 }  // namespace voxreg

@@ -10,9 +10,24 @@ namespace voxreg {
 
 namespace {
 
+// As NmMat4d::multVecMatrix, to the bit, but inlined.
+PointMap::Many byAffineMatrix(const NmMat4d& matrix) {
+  return [matrix](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
+    const auto& m = matrix.m;
+    for (std::int64_t i = 0; i < n; ++i) {
+      const NmVec3d p = points[i];
+      for (int j = 0; j < 3; ++j)
+        found[i][j] = p.x * m[0][j] + p.y * m[1][j] + p.z * m[2][j] + m[3][j];
+    }
+  };
+}
+
 PointMap::Many byMatrix(const NmMat4d& modelToReference, const Image& reference,
                         const Image& model) {
   const NmMat4d toModel = worldToFrames(modelToReference, reference, model).inverse();
+  const auto& m = toModel.m;
+  const bool isAffine = m[0][3] == 0.0 && m[1][3] == 0.0 && m[2][3] == 0.0 && m[3][3] == 1.0;
+  if (isAffine) return byAffineMatrix(toModel);
   return [toModel](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
     for (std::int64_t i = 0; i < n; ++i) toModel.multVecMatrix(points[i], found[i]);
   };

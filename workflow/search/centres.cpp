@@ -1,5 +1,7 @@
 #include "workflow/search/centres.h"
 
+#include <vector>
+
 #include "workflow/Intensity.h"
 
 namespace voxreg::detail {
@@ -23,8 +25,8 @@ NmVec3d centreOfBox(const Image& volume) {
 }
 
 NmVec3d centreOfMass(const Image& volume) {
-  const float dark = percentile(*volume.volume(), 0.01);
-  const float threshold = dark + 0.1f * (percentile(*volume.volume(), 0.99) - dark);
+  const std::vector<float> range = percentiles(*volume.volume(), {0.01, 0.99});
+  const float threshold = range[0] + 0.1f * (range[1] - range[0]);
   std::int64_t count = 0;
   NmVec3d sum;  // of voxel indices
   (void)forEachRow(*volume.volume(), [&](std::int64_t y, std::int64_t z, const float* row) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "files/subtraction.h"
 #include "pictures/PictureSheet.h"
@@ -79,8 +80,10 @@ ElasticVolumes elasticVolumes(const NiftiVolume& reference, const NiftiVolume& m
 void writeElasticPicture(OutputFiles& outputs, const std::string& path,
                          const ElasticVolumes& volumes,
                          const std::optional<voxreg::ChestMask>& mask) {
-  const float dark = voxreg::percentile(*volumes.reference.image.volume(), 0.01);
-  const float bright = voxreg::percentile(*volumes.reference.image.volume(), 0.99);
+  const std::vector<float> range =
+      voxreg::percentiles(*volumes.reference.image.volume(), {0.01, 0.99});
+  const float dark = range[0];
+  const float bright = range[1];
   const float half = 0.5f * (bright - dark);
   const Sampler reference(volumes.reference);
   const Sampler model(volumes.model);

@@ -20,8 +20,9 @@ class View {
   explicit View(const NiftiVolume& volume)
       : sampler_(volume.image.volume()->createEvaluator(VlData::Trilinear)) {
     if (sampler_ == nullptr) throw HostError("a volume cannot be sampled", HostError::failedRun);
-    dark_ = voxreg::percentile(*volume.image.volume(), 0.01);
-    bright_ = voxreg::percentile(*volume.image.volume(), 0.99);
+    const std::vector<float> range = voxreg::percentiles(*volume.image.volume(), {0.01, 0.99});
+    dark_ = range[0];
+    bright_ = range[1];
   }
 
   void setMap(const voxreg::PointMap& map) { map_ = map; }
