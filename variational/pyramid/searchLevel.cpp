@@ -16,8 +16,9 @@ namespace {
 constexpr int leastVoxels = 8;  // along an axis of a reduced volume
 
 /// Voxels of the doubled model. Doubling takes the blur out of trilinear samples, and eight times
-/// the memory; on finer volumes it gains little (docs/searches.md).
-constexpr std::int64_t mostDoubled = 24'000'000;
+/// the memory; on finer volumes it gains little (docs/searches.md). Small volumes are doubled twice.
+constexpr std::int64_t mostDoubled = 40'000'000;
+constexpr int mostDoublings = 2;
 
 const NmVec3i fullResolution(1, 1, 1);
 
@@ -208,10 +209,10 @@ SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& mode
   if (comparison.metric == RegMetricMeanSquaredDifference)
     metricUnit_ = varianceOf(reference_.voxels);
   const bool isFinest = isFull(factors.reference);
-  if (isFinest && !factors.isSmoothed && doubledCount(modelFrame_.dims) <= mostDoubled) {
+  const int doublings = isFinest && !factors.isSmoothed ? mostDoublings : 0;
+  for (int k = 0; k < doublings && doubledCount(model_.frame.dims) <= mostDoubled; ++k)
     model_ = doubledVolume(model_);
-    modelFrame_ = model_.frame;
-  }
+  modelFrame_ = model_.frame;
   const bool isItself = isFinest && !factors.isSmoothed && isFull(factors.model) &&
                         model.mask == nullptr && modelFrame_.dims == model.frame.dims;
   if (isItself) model_.voxels = std::vector<float>();
