@@ -62,8 +62,6 @@ TEST_P(SmoothWarp, isFoundToAFractionOfAVoxel) {
   DeformableOptions options;
   options.metric.metric = tried.metric;
   options.spacing = 10.0;
-  options.stiffness = 0.1;  // there is no noise
-  options.tolerance = 1e-5f;
   if (tried.from != From::affine) options.start = startOf(tried.from);
   const voxreg::Registration found =
       voxreg::registerDeformable(sampled(warpedBlobs, tried.reference), model, options);
@@ -140,8 +138,6 @@ class Misled : public testing::TestWithParam<bool> {
     DeformableOptions options;
     options.metric.metric = correlationRatio;
     options.spacing = 10.0;
-    options.stiffness = 0.1;
-    options.tolerance = 1e-5f;
     options.start = Transform();
     if (isMasked)
       (isModel ? options.masks.model : options.masks.reference) =
