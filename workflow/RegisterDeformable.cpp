@@ -62,7 +62,7 @@ LatticeMap searched(const SearchedPair& pair, const CountingPair& counting,
   const LatticeStart start = options.start ? givenStart(*options.start)
                                            : affineStart(pair, counting, options, progress, found);
   found.interrupted = progress.wasInterrupted();
-  if (found.interrupted) return mapOf(start, pair, spacing);
+  if (found.interrupted || found.startIsKept) return mapOf(start, pair, spacing);
   const LatticeTask task = {
       comparisonOf(options.metric), spacing, options.stiffness, options.leastJacobian,
       options.tolerance ? static_cast<double>(*options.tolerance) : usualGain};

@@ -34,6 +34,7 @@ struct Registration {
   std::int64_t gradients = 0;
   double seconds = 0.0;      ///< of the searches, without the search for a start
   bool interrupted = false;  ///< stopped by the progress callback; holds the best result so far
+  bool startIsKept = false;  ///< the searches found nothing to rely on; a warning says so
   std::vector<std::string> warnings;
   std::vector<Start> starts;         ///< the starts that were tried
   std::optional<Start> chosenStart;  ///< none if a start was given or there was no search

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "foundation/NmWatch.h"
+#include "metrics/RegMetric.h"
 #include "variational/objective/tensorTables.h"
 #include "variational/objective/voxelMatrix.h"
 #include "variational/search/lbfgs.h"
@@ -81,8 +82,15 @@ class MatrixObjective {
     const double metric = level_.metric().evaluate(tables_.map(), byControls_.data());
     const double cost = level_.costOf(metric, byControls_.data(), byControls_.size());
     parameters_.differentiate(x, derivative(), gradient);
+    if (cost < leastCost_) {
+      leastCost_ = cost;
+      bestMetric_ = metric;
+    }
     return cost;
   }
+
+  /// Where the cost was least.
+  double bestMetric() const { return bestMetric_; }
 
  private:
   MatrixDerivative derivative() const {
@@ -110,6 +118,8 @@ class MatrixObjective {
   const NmMat4d& start_;
   TensorTables tables_;
   std::vector<double> byControls_;
+  double leastCost_ = std::numeric_limits<double>::infinity();
+  double bestMetric_ = RegMetric::noStatement;
 };
 
 }  // namespace
@@ -139,6 +149,7 @@ NmMat4d MatrixSearch::run(SearchSummary& summary) const {
       options.firstMove = level.finestVoxel();
       SearchReport report(progress, search++, numSearches, mostIterations);
       summary.add(Lbfgs(options).minimise(std::ref(objective), std::ref(report), x));
+      summary.metric = objective.bestMetric();
       report.close();
       matrix = parameters.matrixAt(x);
     }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "metrics/RegMetric.h"
 #include "variational/search/lbfgs.h"
 
 namespace voxreg::detail {
@@ -12,6 +13,7 @@ struct SearchSummary {
   int iterations = 0;
   double seconds = 0.0;
   bool interrupted = false;
+  double metric = RegMetric::noStatement;  ///< of the samples of the last search, at its result
 
   void add(const Lbfgs::Summary& level) {
     evaluations += level.evaluations;

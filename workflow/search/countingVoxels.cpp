@@ -82,6 +82,14 @@ CountingPair::CountingPair(const Image& reference, const Image& model, const Sea
       maskOf(model, searched.model, masks.model, "model", skipsBeyond ? metric.modelRange : all);
 }
 
+CountingPair CountingPair::exchanged() const {
+  CountingPair result;
+  result.searched_ = {searched_.model, searched_.reference};
+  result.referenceMask_ = modelMask_;
+  result.modelMask_ = referenceMask_;
+  return result;
+}
+
 SearchVolume CountingPair::volumeOf(const Image& image, const Mask& mask) {
   return {image.voxels(), typeIndexOf(image), VolumeFrame(*image.volume()),
           mask.empty() ? nullptr : mask.data()};

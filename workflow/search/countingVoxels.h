@@ -18,11 +18,16 @@ class CountingPair {
   CountingPair(const Image& reference, const Image& model, const SearchedPair& searched,
                const Masks& masks, const MetricOptions& metric);
 
+  /// The same pair with the roles of its volumes exchanged.
+  CountingPair exchanged() const;
+
   /// The volumes and masks belong to this object and to `searched`.
   SearchVolume reference() const { return volumeOf(searched_.reference, referenceMask_); }
   SearchVolume model() const { return volumeOf(searched_.model, modelMask_); }
 
  private:
+  CountingPair() = default;
+
   using Mask = std::vector<unsigned char>;
 
   static SearchVolume volumeOf(const Image& image, const Mask& mask);

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "workflow/PointMap.h"
+#include "workflow/search/confirmation.h"
 #include "workflow/search/searchSettings.h"
 
 namespace voxreg::detail {
@@ -32,9 +33,8 @@ void addSummary(const SearchSummary& summary, Registration& found) {
   found.interrupted = summary.interrupted;
 }
 
-NmMat4d searchMatrixByDerivatives(const SearchedPair& pair, const CountingPair& counting,
-                                  const AffineTask& task, SearchProgress& progress,
-                                  Registration& found) {
+MatrixSearch matrixSearch(const SearchedPair& pair, const CountingPair& counting,
+                          const AffineTask& task) {
   const auto& [reference, model] = pair;
   MatrixSearch search = {counting.reference(), counting.model(),
                          worldToFrames(task.start, reference, model).inverse()};
@@ -44,6 +44,13 @@ NmMat4d searchMatrixByDerivatives(const SearchedPair& pair, const CountingPair& 
   search.comparison = comparisonOf(task.metric);
   if (task.search.gradientTolerance)
     search.relativeGain = static_cast<double>(*task.search.gradientTolerance);
+  return search;
+}
+
+NmMat4d searchMatrixByDerivatives(const SearchedPair& pair, const CountingPair& counting,
+                                  const AffineTask& task, SearchProgress& progress,
+                                  Registration& found) {
+  MatrixSearch search = matrixSearch(pair, counting, task);
   search.progress = &progress;
   std::vector<ProgressPlan::Stage> stages;
   for (std::size_t l = 0; l < search.levels.size(); ++l) {
@@ -60,7 +67,9 @@ NmMat4d searchMatrixByDerivatives(const SearchedPair& pair, const CountingPair& 
   const NmMat4d frames = search.run(summary);
   addSummary(summary, found);
   found.interrupted = progress.wasInterrupted();
-  return framesToWorld(frames.inverse(), reference, model);
+  const NmMat4d matrix = framesToWorld(frames.inverse(), pair.reference, pair.model);
+  if (found.interrupted || !isDoubtful(task.metric, summary.metric)) return matrix;
+  return confirmedMatrix(matrix, pair, counting, task, progress, found);
 }
 
 }  // namespace voxreg::detail

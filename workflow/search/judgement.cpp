@@ -1,12 +1,15 @@
 #include "workflow/search/judgement.h"
 
 #include <cstdio>
+#include <string>
+#include <vector>
 
 namespace voxreg::detail {
 
 void judge(const Overlap& overlap, Registration& found) {
   found.overlap = overlap.share;
-  found.warnings = overlap.warnings();
+  const std::vector<std::string> ofOverlap = overlap.warnings();
+  found.warnings.insert(found.warnings.end(), ofOverlap.begin(), ofOverlap.end());
   if (!(found.smallestJacobian > 0.0)) {
     char text[100];
     (void)std::snprintf(text, sizeof text, "the transform folds: its Jacobian goes down to %.3g",

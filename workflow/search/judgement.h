@@ -25,7 +25,7 @@ Result found(const Find& find) {
 }
 
 /// Decides from the overlap at the result, and from what else is known of it, whether anything was
-/// found, and sets the warnings.
+/// found, and adds the warnings.
 void judge(const Overlap& overlap, Registration& found);
 
 }  // namespace voxreg::detail

@@ -5,6 +5,7 @@
 
 #include "metrics/RegMetric.h"
 #include "workflow/PointMap.h"
+#include "workflow/search/StopOnly.h"
 #include "workflow/search/centres.h"
 #include "workflow/search/metricProbe.h"
 #include "workflow/search/searchSettings.h"
@@ -25,20 +26,6 @@ NmMat4d matrixOf(StartRule rule, const Image& reference, const Image& model) {
   if (rule == StartRule::masses) return shift(centreOfMass(model), centreOfMass(reference));
   return {};
 }
-
-/// Allows a search to be stopped, and reports nothing.
-class StopOnly : public NmProgressInterface {
- public:
-  explicit StopOnly(NmProgressInterface& asked) : asked_(asked) {}
-
-  void startWorking(int, const std::string&) override {}
-  void stopWorking() override {}
-  void setProgressValue(int) override {}
-  bool wasInterrupted() override { return asked_.wasInterrupted(); }
-
- private:
-  NmProgressInterface& asked_;
-};
 
 /// Short rigid searches on reduced volumes, with an empirical tolerance.
 class Trial {
