@@ -44,8 +44,7 @@ class Child {
 
   /// Sends a signal as soon as standard error tells of a search.
   void stopSearch(int number) const {
-    while (errors().find("Registering") == std::string::npos)
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    while (!isSearching() && !hasEnded()) std::this_thread::sleep_for(std::chrono::milliseconds(2));
     (void)kill(child_, number);
   }
 
@@ -61,6 +60,17 @@ class Child {
   std::string errors() const { return contentOf(err_); }
 
  private:
+  bool isSearching() const {
+    const std::string told = errors();
+    return told.find("Registering") != std::string::npos ||
+           told.find("Deforming") != std::string::npos;
+  }
+  bool hasEnded() const {
+    siginfo_t state = {};
+    return waitid(P_PID, static_cast<id_t>(child_), &state, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           state.si_pid == child_;
+  }
+
   std::string out_;
   std::string err_;
   pid_t child_;
