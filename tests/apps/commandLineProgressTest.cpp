@@ -8,8 +8,8 @@ using Progress = CommandTest;
 
 TEST_F(Progress, runsOnceTo100AndNeverBackInCaptionsOfTheHost) {
   const std::regex pattern(
-      "( *[0-9]+) %  (Looking for a start|Registering, (level|step) [0-9] of [0-9]|Resampling|"
-      "Writing|Done)(, about [a-z0-9 ]+ left)?");
+      "( *[0-9]+) %  (Looking for a start|(Registering|Deforming), (level|step) [0-9] of [0-9]|"
+      "Resampling|Writing|Done)(, about [a-z0-9 ]+ left)?");
   for (const std::string command :
        {"affine --dof=12 --matrix=@out.txt",
         "affine --dof=9 --levels=2 --optimizer=aggressive --matrix=@out.txt",

@@ -18,6 +18,21 @@ class CommandLine : public CommandTest {
   nlohmann::json report() const {
     return nlohmann::json::parse(contentOf(folder.file("out-r.json")));
   }
+  /// As head, but voxels are means over their 8 mm, without the aliases of single points.
+  static host::NiftiVolume meansOfHead(const NmVec3d& shift = {}) {
+    constexpr std::size_t n = 24, fineN = 3 * n;
+    host::Acquisition moved;
+    moved.modelToReference.setTranslate(shift);
+    const host::NiftiVolume fine = host::acquire(host::Phantom(3), fineN, moved);
+    const std::vector<float> values = valuesOf(*fine.image.volume());
+    host::NiftiVolume means = everywhere(0.0f);
+    float* const mean = static_cast<float*>(means.image.volume()->lock(true)->dataPtr(0));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const std::size_t x = i % fineN / 3, y = i / fineN % fineN / 3, z = i / fineN / fineN / 3;
+      mean[x + n * (y + n * z)] += values[i] / 27.0f;
+    }
+    return means;
+  }
   static host::NiftiVolume everywhere(float value) {
     host::NiftiVolume volume = host::volumeLike(head(), NmPrimType::Float);
     std::fill_n(static_cast<float*>(volume.image.volume()->lock(true)->dataPtr(0)), 24 * 24 * 24,
@@ -120,9 +135,11 @@ TEST_F(CommandLine, findsGridsAndLatticesThatApplyUses) {
 
 TEST_F(CommandLine, findsALatticeThatApplyUses) {
   const std::string deform =
-      "deform -r @r.nii -m @m.nii -o @out.nii --metric cr --spacing 40 --background 3 --picture "
+      "deform -r @means.nii -m @moved.nii -o @out.nii --spacing 40 --background 3 --picture "
       "@out.png --report @out-r.json --transform @out-t.json --truth @points.txt ";
   const auto transform = [&] { return host::readTransform(folder.file("out-t.json")); };
+  save("means.nii", meansOfHead());
+  save("moved.nii", meansOfHead({6, -4, 3}));
   save("all.nii", everywhere(1.0f));
   saved(host::writeMatrix, folder.file("truth.txt"),
         NmMat4d(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 6, -4, 3, 1));
@@ -137,7 +154,8 @@ TEST_F(CommandLine, findsALatticeThatApplyUses) {
     EXPECT_EQ(report()["transform"], "lattice");
     EXPECT_EQ(report()["settings"]["spacing"], 40.0);
     EXPECT_GT(report()["metric"]["after"], report()["metric"]["before"]);
-    (void)outputOf("apply -r @r.nii -m @m.nii -o @out2.nii --transform @out-t.json --background 3");
+    (void)outputOf("apply -r @means.nii -m @moved.nii -o @out2.nii --transform @out-t.json "
+                   "--background 3");
     EXPECT_EQ(contentOf(folder.file("out2.nii")), contentOf(folder.file("out.nii")));
     EXPECT_NE(transform().lattice(), nullptr);
     std::filesystem::copy_file(folder.file("out-t.json"), folder.file("start.json"),

@@ -116,9 +116,9 @@ ControlLattice latticeOver(const VolumeFrame& reference, double spacing, int hal
 double usualBending(RegMetricKind metric) {
   switch (metric) {
     case RegMetricCorrelationRatio:
-      return 3.0;
+      return 9.0;
     case RegMetricMeanSquaredDifference:
-      return 6.0;
+      return 18.0;
     case RegMetricSimpleMutualInformation:
       return 60.0;
     case RegMetricNormMutualInformation:

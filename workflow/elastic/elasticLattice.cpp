@@ -123,7 +123,7 @@ double elasticSpacing(const Image& reference, const ElasticOptions& options) {
 LatticeMap searchElasticLattice(const Image& reference, const Image& model, const ElasticPair& pair,
                                 const ElasticOptions& options, SearchProgress& progress,
                                 ElasticRegistration& found) {
-  constexpr double usualStiffness = 18.0;  // of the deformable registration's
+  constexpr double usualStiffness = 6.0;  // of the deformable registration's
   constexpr double relativeGain = 1e-5;
   const Image covered =
       cropped(alongTheWorld(reference), BrickRegion(*pair.reference.data, pair.roi));
