@@ -154,8 +154,9 @@ TEST_F(CommandLine, findsALatticeThatApplyUses) {
     EXPECT_EQ(report()["transform"], "lattice");
     EXPECT_EQ(report()["settings"]["spacing"], 40.0);
     EXPECT_GT(report()["metric"]["after"], report()["metric"]["before"]);
-    (void)outputOf("apply -r @means.nii -m @moved.nii -o @out2.nii --transform @out-t.json "
-                   "--background 3");
+    (void)outputOf(
+        "apply -r @means.nii -m @moved.nii -o @out2.nii --transform @out-t.json "
+        "--background 3");
     EXPECT_EQ(contentOf(folder.file("out2.nii")), contentOf(folder.file("out.nii")));
     EXPECT_NE(transform().lattice(), nullptr);
     std::filesystem::copy_file(folder.file("out-t.json"), folder.file("start.json"),

@@ -16,7 +16,8 @@ namespace {
 constexpr int leastVoxels = 8;  // along an axis of a reduced volume
 
 /// Voxels of the doubled model. Doubling takes the blur out of trilinear samples, and eight times
-/// the memory; on finer volumes it gains little (docs/searches.md). Small volumes are doubled twice.
+/// the memory; on finer volumes it gains little (docs/searches.md). Small volumes are doubled
+/// twice.
 constexpr std::int64_t mostDoubled = 40'000'000;
 constexpr int mostDoublings = 2;
 

@@ -42,8 +42,7 @@ bool agree(const NmMat4d& a, const NmMat4d& b, const Image& reference) {
   for (int corner = 0; corner < 8; ++corner) {
     NmVec3d place;
     for (int axis = 0; axis < 3; ++axis)
-      place[axis] =
-          static_cast<double>((corner >> axis & 1) != 0 ? box.max(axis) : box.min(axis));
+      place[axis] = static_cast<double>((corner >> axis & 1) != 0 ? box.max(axis) : box.min(axis));
     reference.frame().toWorld.multVecMatrix(place, place);
     NmVec3d byA;
     NmVec3d byB;
@@ -75,7 +74,7 @@ NmMat4d confirmedMatrix(const NmMat4d& matrix, const SearchedPair& pair,
   NmMat4d present = matrix;
   const std::size_t given = task.stages.size();
   while (!task.stages.empty()) {
-    if (task.stages.size() < given) 
+    if (task.stages.size() < given)
       present = searched(pair, counting, task, Use::result, stopOnly, found);
     const NmMat4d opposite =
         searched(back, backCounting, exchanged(task), Use::comparison, stopOnly, found);
