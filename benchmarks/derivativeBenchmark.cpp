@@ -52,7 +52,7 @@ struct Level {
         model(heads.model),
         doubled{{}, model.volume.frame} {
     if (isDoubled) doubled = doubledVolume(reducedVolume(model.volume, {1, 1, 1}));
-    if (isMasked) skipFarFromBody(bodyThreshold(reference), reference);
+    if (isMasked) skipFarFromBody(bodyThreshold(reference.voxels), reference);
     rows = countingSpans(reference);
     double counting = 0.0;
     for (const float value : reference.voxels) counting += std::isfinite(value) ? 1.0 : 0.0;

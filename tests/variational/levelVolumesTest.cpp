@@ -116,9 +116,9 @@ TEST(Body, ItsThresholdIsATenthOfTheWayBetweenThePercentiles) {
   LevelVolume volume = levelOf({101, 1, 1}, [](int x, int, int) { return x; });
   volume.voxels[0] = -1e6f;
   volume.voxels[100] = 1e6f;
-  EXPECT_FLOAT_EQ(bodyThreshold(volume), 2.0f + 0.1f * 96.0f);
+  EXPECT_FLOAT_EQ(bodyThreshold(volume.voxels), 2.0f + 0.1f * 96.0f);
   volume.voxels.assign(101, nan);
-  EXPECT_TRUE(std::isnan(bodyThreshold(volume)));
+  EXPECT_TRUE(std::isnan(bodyThreshold(volume.voxels)));
 }
 
 TEST(Body, VoxelsCountUpToTwoVoxelsAroundIt) {

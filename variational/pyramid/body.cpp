@@ -34,13 +34,13 @@ Mask widened(const Mask& mask, const NmVec3i& dims, int axis) {
 
 }  // namespace
 
-float bodyThreshold(const LevelVolume& volume) {
+float bodyThreshold(const std::vector<float>& voxels) {
   constexpr std::size_t mostSampled = 200'000;
-  const std::size_t step = volume.voxels.size() / mostSampled + 1;
+  const std::size_t step = voxels.size() / mostSampled + 1;
   std::vector<float> sampled;
-  sampled.reserve(volume.voxels.size() / step + 1);
-  for (std::size_t i = 0; i < volume.voxels.size(); i += step)
-    if (std::isfinite(volume.voxels[i])) sampled.push_back(volume.voxels[i]);
+  sampled.reserve(voxels.size() / step + 1);
+  for (std::size_t i = 0; i < voxels.size(); i += step)
+    if (std::isfinite(voxels[i])) sampled.push_back(voxels[i]);
   if (sampled.empty()) return std::numeric_limits<float>::quiet_NaN();
   const auto percentile = [&](std::size_t percent) {
     const auto at =

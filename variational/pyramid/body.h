@@ -9,7 +9,7 @@ namespace voxreg::detail {
 
 /// The value that parts a volume's body from the air around it: a tenth of the way from the 2nd to
 /// the 98th percentile (empirical). NaN without values.
-float bodyThreshold(const LevelVolume& volume);
+float bodyThreshold(const std::vector<float>& voxels);
 
 /// Makes the voxels that are more than two voxels away, along each axis, from every voxel above the
 /// threshold not count.

@@ -201,7 +201,7 @@ SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& mode
     reference_ = smoothedVolume(reference_);
     model_ = smoothedVolume(model_);
   }
-  if (comparison.nearBodyOnly) skipFarFromBody(bodyThreshold(reference_), reference_);
+  if (comparison.nearBodyOnly) skipFarFromBody(bodyThreshold(reference_.voxels), reference_);
   const int bins = comparison.bins > 0 ? comparison.bins : binsFor(reference_.voxels);
   const BinRange referenceBins = binsOf(comparison.referenceRange, reference_.voxels, bins);
   const BinRange modelBins = binsOf(comparison.modelRange, model_.voxels, bins);
