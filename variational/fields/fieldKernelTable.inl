@@ -1,5 +1,6 @@
 #pragma once
 
+#include "variational/fields/fieldComposition.inl"
 #include "variational/fields/fieldDeterminants.inl"
 #include "variational/fields/fieldSamples.inl"
 #include "variational/fields/fieldSmoothing.inl"

@@ -82,50 +82,43 @@ class GroupSampler {
   Floats share_[3] = {};
 };
 
-/// Calls visit(displacements, voxel in the slice, voxels of the group) for the groups of slice z.
+/// 0, 1, 2 ...
+[[gnu::always_inline]] static inline Floats placesInGroup() {
+  float places[width];
+  for (int i = 0; i < width; ++i) places[i] = static_cast<float>(i);
+  return load(places);
+}
+
+/// Calls visit(positions, displacements, x, voxels of the group at most) for the groups of a row,
+/// to whose first voxels the displacements are.
 template <class Visit>
-[[gnu::always_inline]] static inline void forEachGroup(const float* const (&displacement)[3],
-                                                       const NmVec3i& dims, int z, Visit visit) {
-  const std::int64_t slice = std::int64_t{dims.x} * dims.y * z;
-  float index[width];
-  for (int i = 0; i < width; ++i) index[i] = static_cast<float>(i);
-  const Floats inGroup = load(index);
-  for (int y = 0; y < dims.y; ++y) {
-    const std::int64_t row = std::int64_t{dims.x} * y;
-    for (int x = 0; x < dims.x; x += width) {
-      const int n = dims.x - x;
-      Floats by[3];
-      for (int c = 0; c < 3; ++c) by[c] = loadUpTo(displacement[c] + (slice + row + x), n);
-      const Floats position[3] = {by[0] + (inGroup + static_cast<float>(x)),
-                                  by[1] + static_cast<float>(y), by[2] + static_cast<float>(z)};
-      visit(position, by, row + x, n);
-    }
+[[gnu::always_inline]] static inline void forEachGroup(const float* const (&row)[3], int nx, int y,
+                                                       int z, Visit visit) {
+  const Floats inGroup = placesInGroup();
+  for (int i = 0; i < nx; i += width) {
+    const int x = groupStart(i, nx);
+    const int n = nx - x;
+    Floats by[3];
+    for (int c = 0; c < 3; ++c) by[c] = loadUpTo(row[c] + x, n);
+    const Floats position[3] = {by[0] + (inGroup + static_cast<float>(x)),
+                                by[1] + static_cast<float>(y), by[2] + static_cast<float>(z)};
+    visit(position, by, x, n);
   }
 }
 
 static void warpSliceOf(const float* volume, const float* const (&displacement)[3],
                         const NmVec3i& dims, int z, float* warped) {
   GroupSampler sampler(dims);
-  forEachGroup(
-      displacement, dims, z,
-      [&](const Floats(&position)[3], const Floats(&)[3], std::int64_t at, int n)
-          __attribute__((always_inline)) {
-            sampler.locate(position);
-            storeUpTo(warped + at, sampler.value(volume), n);
-          });
-  FloatLanes::leave();
-}
-
-static void composeSliceOf(const float* const (&update)[3], const float* const (&field)[3],
-                           const NmVec3i& dims, int z, float* const (&composed)[3]) {
-  GroupSampler sampler(dims);
-  forEachGroup(
-      update, dims, z,
-      [&](const Floats(&position)[3], const Floats(&by)[3], std::int64_t at, int n)
-          __attribute__((always_inline)) {
-            sampler.locate(position);
-            for (int c = 0; c < 3; ++c)
-              storeUpTo(composed[c] + at, by[c] + sampler.value(field[c]), n);
-          });
+  for (int y = 0; y < dims.y; ++y) {
+    const std::int64_t row = std::int64_t{dims.x} * y;
+    const std::int64_t from = std::int64_t{dims.x} * dims.y * z + row;
+    forEachGroup(
+        {displacement[0] + from, displacement[1] + from, displacement[2] + from}, dims.x, y, z,
+        [&](const Floats(&position)[3], const Floats(&)[3], int x, int n)
+            __attribute__((always_inline)) {
+              sampler.locate(position);
+              storeUpTo(warped + row + x, sampler.value(volume), n);
+            });
+  }
   FloatLanes::leave();
 }
