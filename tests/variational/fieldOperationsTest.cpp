@@ -8,6 +8,7 @@
 #include "tests/variational/naiveField.h"
 #include "variational/fields/fieldComposition.h"
 #include "variational/fields/fieldDeterminants.h"
+#include "variational/fields/fieldInverse.h"
 #include "variational/fields/fieldSmoothing.h"
 #include "variational/fields/fieldUpsampling.h"
 #include "variational/fields/fieldWarp.h"
@@ -165,6 +166,9 @@ std::vector<float> resultsOf(const NmVec3i& dims, const FieldKernels& kernels) {
   compose(randomField(dims, 1.2f, 7), field, kernels);
   appendAll(field, results);
   results.push_back(static_cast<float>(smallestDeterminant(field, kernels)));
+  const FieldInverse inverted = inverse(field, kernels);
+  appendAll(inverted.field, results);
+  results.insert(results.end(), inverted.error.begin(), inverted.error.end());
   return results;
 }
 

@@ -46,9 +46,7 @@ class ComposedRow {
         isFar |= ~((by <= all(1.0f)) & (by >= all(-1.0f)));
       }
     }
-    int far = 0;
-    for (int k = 0; k < width; ++k) far |= isFar[k];
-    return far == 0;
+    return !FloatLanes::any(isFar);
   }
 
   void fillByGathers() {

@@ -148,15 +148,16 @@ class Solver {
 
 class Inversion {
  public:
-  explicit Inversion(const VoxelField& field)
-      : solver_(field), field_(field), count_(voxelCount(field.dims)) {
+  Inversion(const VoxelField& field, const FieldKernels& kernels)
+      : solver_(field), field_(field), kernels_(kernels), count_(voxelCount(field.dims)) {
     result_.field.dims = field.dims;
     for (auto& values : result_.field.along) values.resize(static_cast<std::size_t>(count_));
     result_.error.resize(static_cast<std::size_t>(count_));
   }
 
   FieldInverse run() {
-    forEachVoxel([&](const NmVec3i& at, std::size_t i) { solveAfterNeighbours(at, i); });
+    for (int z = 0; z < field_.dims.z; ++z)
+      for (int y = 0; y < field_.dims.y; ++y) solveRow(y, z);
     for (int pass = 0; pass < mostPasses; ++pass)
       if (!retry()) break;
     summarise();
@@ -181,9 +182,34 @@ class Inversion {
             static_cast<double>(field.along[2][i])};
   }
 
-  /// Starts from the displacement of the voxel before, which is close.
-  void solveAfterNeighbours(const NmVec3i& at, std::size_t i) {
+  /// From the displacements of the row before, which are close; what that does not find, with more
+  /// care.
+  void solveRow(int y, int z) {
+    const std::int64_t nx = field_.dims.x;
+    const std::int64_t first = (y + std::int64_t{field_.dims.y} * z) * nx;
+    const std::int64_t before = first - (y > 0 ? nx : nx * field_.dims.y);
+    float* row[3];
+    for (int c = 0; c < 3; ++c) {
+      float* const values = result_.field.along[c].data();
+      row[c] = values + first;
+      for (int x = 0; x < nx; ++x)
+        row[c][x] = before >= 0 ? values[before + x] : -field_.along[c].data()[x];
+    }
+    float* const error = result_.error.data() + first;
+    constexpr auto enough = static_cast<float>(tolerance * tolerance);
+    kernels_.invertRow({field_.along[0].data(), field_.along[1].data(), field_.along[2].data()},
+                       field_.dims, y, z, enough, row, error);
+    for (int x = 0; x < nx; ++x) {
+      if (error[x] <= enough)
+        error[x] = std::sqrt(error[x]);
+      else
+        solveAlone({x, y, z}, static_cast<std::size_t>(first + x));
+    }
+  }
+
+  void solveAlone(const NmVec3i& at, std::size_t i) {
     const NmVec3d target = pointOf(at);
+    for (auto& values : result_.field.along) values[i] = 0.0f;
     result_.error[i] = std::numeric_limits<float>::infinity();
     if (at.x > 0 && attempt(target, i, sum(target, valueAt(result_.field, i - 1)))) return;
     attempt(target, i, minus(target, valueAt(field_, i)));
@@ -236,14 +262,15 @@ class Inversion {
 
   Solver solver_;
   const VoxelField& field_;
+  const FieldKernels& kernels_;
   std::int64_t count_;
   FieldInverse result_;
 };
 
 }  // namespace
 
-FieldInverse inverse(const VoxelField& field) {
-  return Inversion(field).run();
+FieldInverse inverse(const VoxelField& field, const FieldKernels& kernels) {
+  return Inversion(field, kernels).run();
 }
 
 }  // namespace voxreg::detail

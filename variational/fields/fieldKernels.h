@@ -50,6 +50,12 @@ struct FieldKernels {
 
   /// The smallest of some values; -infinity if one is NaN, infinity of none.
   float (*lowest)(const float* values, std::int64_t n);
+
+  /// Improves a row v(y) of the inverse, in place, from what is there, until the square of
+  /// |v(y) + field(y + v(y))| is at most `enough`, in a few steps. Writes the squares, which may be
+  /// NaN, as v may.
+  void (*invertRow)(const float* const (&field)[3], const NmVec3i& dims, int y, int z, float enough,
+                    float* const (&inverse)[3], float* error);
 };
 
 extern const FieldKernels portableFieldKernels;

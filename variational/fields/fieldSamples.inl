@@ -44,6 +44,31 @@ class GroupSampler {
     return lower + share_[2] * (upper - lower);
   }
 
+  /// The value and its derivatives along the axes in the cell.
+  [[gnu::always_inline]] Floats value(const float* volume, Floats (&slope)[3]) const {
+    Floats line[2][2];
+    Floats rise[2][2];
+    for (int k = 0; k < 2; ++k)
+      for (int j = 0; j < 2; ++j) {
+        Floats upper;
+        readPairs(volume + (k * toNext_[2] + j * toNext_[1]), line[k][j], upper);
+        rise[k][j] = upper - line[k][j];
+        line[k][j] = line[k][j] + share_[0] * rise[k][j];
+      }
+    Floats plane[2];
+    Floats rises[2];
+    Floats slopes[2];
+    for (int k = 0; k < 2; ++k) {
+      slopes[k] = line[k][1] - line[k][0];
+      plane[k] = line[k][0] + share_[1] * slopes[k];
+      rises[k] = rise[k][0] + share_[1] * (rise[k][1] - rise[k][0]);
+    }
+    slope[0] = rises[0] + share_[2] * (rises[1] - rises[0]);
+    slope[1] = slopes[0] + share_[2] * (slopes[1] - slopes[0]);
+    slope[2] = plane[1] - plane[0];
+    return plane[0] + share_[2] * slope[2];
+  }
+
  private:
   [[gnu::always_inline]] Floats inPlane(const float* volume) const {
     const Floats lower = inLine(volume);
@@ -54,11 +79,15 @@ class GroupSampler {
   [[gnu::always_inline]] Floats inLine(const float* volume) const {
     Floats lower;
     Floats upper;
+    readPairs(volume, lower, upper);
+    return lower + share_[0] * (upper - lower);
+  }
+
+  [[gnu::always_inline]] void readPairs(const float* volume, Floats& lower, Floats& upper) const {
     if (isNarrow_)
       FloatLanes::gatherPairs(volume, corner_, lower, upper);
     else
       gatherFar(volume, lower, upper);
-    return lower + share_[0] * (upper - lower);
   }
 
   /// Without pairs along x, or where voxels have numbers beyond the range of int.
