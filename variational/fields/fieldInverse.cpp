@@ -108,22 +108,27 @@ class Solver {
   }
 
  private:
-  /// The best of some steps by the derivative, each half the one before, or of the fixed point.
+  /// One step by the derivative, or else of the fixed point; `from` if neither helps.
   Guess improved(const NmVec3d& target, const Guess& from) const {
     NmVec3d step;
-    if (newtonStep(from, step))
-      for (double share = 1.0; share > leastShare; share *= 0.5) {
-        const Guess next = guess(target, minus(from.position, scaled(step, share)));
-        if (next.error < from.error) return next;
-      }
-    for (double share = 1.0; share > leastShare; share *= 0.5) {
-      const Guess next = guess(target, minus(from.position, scaled(from.excess, share)));
+    if (newtonStep(from, step)) {
+      const Guess next = shortened(target, from, step);
       if (next.error < from.error) return next;
+    }
+    return shortened(target, from, from.excess);
+  }
+
+  /// A step, halved until it helps; `from` if it does not.
+  Guess shortened(const NmVec3d& target, const Guess& from, NmVec3d step) const {
+    for (int i = 0; i <= mostHalvings; ++i) {
+      const Guess next = guess(target, minus(from.position, step));
+      if (next.error < from.error) return next;
+      step = halved(step);
     }
     return from;
   }
 
-  static NmVec3d scaled(const NmVec3d& v, double by) { return {v.x * by, v.y * by, v.z * by}; }
+  static NmVec3d halved(const NmVec3d& v) { return {0.5 * v.x, 0.5 * v.y, 0.5 * v.z}; }
 
   static bool newtonStep(const Guess& from, NmVec3d& step) {
     NmVec3d column[3];
@@ -141,7 +146,7 @@ class Solver {
   }
 
   static constexpr int mostSteps = 30;
-  static constexpr double leastShare = 0.05;
+  static constexpr int mostHalvings = 4;
 
   FieldSampler sampler_;
 };
