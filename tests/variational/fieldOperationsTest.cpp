@@ -8,6 +8,7 @@
 #include "tests/variational/naiveField.h"
 #include "variational/fields/fieldComposition.h"
 #include "variational/fields/fieldDeterminants.h"
+#include "variational/fields/fieldInverse.h"
 #include "variational/fields/fieldSmoothing.h"
 #include "variational/fields/fieldUpsampling.h"
 #include "variational/fields/fieldWarp.h"
@@ -162,9 +163,14 @@ std::vector<float> resultsOf(const NmVec3i& dims, const FieldKernels& kernels) {
   warp(field.along[1], field, results, kernels);
   smooth(field, 1.3, kernels);
   appendAll(field, results);
-  compose(randomField(dims, 1.2f, 7), field, kernels);
-  appendAll(field, results);
+  for (const float amount : {0.9f, 1.2f}) {
+    compose(randomField(dims, amount, 7), field, kernels);
+    appendAll(field, results);
+  }
   results.push_back(static_cast<float>(smallestDeterminant(field, kernels)));
+  const FieldInverse inverted = inverse(field, kernels);
+  appendAll(inverted.field, results);
+  results.insert(results.end(), inverted.error.begin(), inverted.error.end());
   return results;
 }
 
@@ -186,7 +192,9 @@ TEST(FieldUpsampling, interpolatesInTheTargetsVoxels) {
   const VolumeFrame coarse({7, 4, 1}, box);
   // Half a coarse voxel beyond the box on either side along x, a sixth of a voxel size along y.
   const VolumeFrame fine({27, 37, 2}, NmBox3f(-4, 10, 2, 8, 0, 5));
-  for (const auto& [from, to] : {std::pair{coarse, fine}, std::pair{fine, coarse}}) {
+  for (const bool isFiner : {true, false}) {
+    const VolumeFrame& from = isFiner ? coarse : fine;
+    const VolumeFrame& to = isFiner ? fine : coarse;
     const VoxelField field = randomField(from.dims, 2.0f, 3);
     const VoxelField found = upsampled(field, from, to);
     ASSERT_EQ(found.dims, to.dims);

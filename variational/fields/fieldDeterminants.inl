@@ -36,7 +36,10 @@ class DeterminantRow {
   }
 
   void fill(float* smallest) const {
-    for (int i = 0; i < count_; i += width) storeUpTo(smallest + i, lowest(i), count_ - i);
+    for (int i = 0; i < count_; i += width) {
+      const int start = groupStart(i, count_);
+      storeUpTo(smallest + start, lowest(start), count_ - start);
+    }
   }
 
  private:

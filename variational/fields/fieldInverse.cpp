@@ -108,22 +108,27 @@ class Solver {
   }
 
  private:
-  /// The best of some steps by the derivative, each half the one before, or of the fixed point.
+  /// One step by the derivative, or else of the fixed point; `from` if neither helps.
   Guess improved(const NmVec3d& target, const Guess& from) const {
     NmVec3d step;
-    if (newtonStep(from, step))
-      for (double share = 1.0; share > leastShare; share *= 0.5) {
-        const Guess next = guess(target, minus(from.position, scaled(step, share)));
-        if (next.error < from.error) return next;
-      }
-    for (double share = 1.0; share > leastShare; share *= 0.5) {
-      const Guess next = guess(target, minus(from.position, scaled(from.excess, share)));
+    if (newtonStep(from, step)) {
+      const Guess next = shortened(target, from, step);
       if (next.error < from.error) return next;
+    }
+    return shortened(target, from, from.excess);
+  }
+
+  /// A step, halved until it helps; `from` if it does not.
+  Guess shortened(const NmVec3d& target, const Guess& from, NmVec3d step) const {
+    for (int i = 0; i <= mostHalvings; ++i) {
+      const Guess next = guess(target, minus(from.position, step));
+      if (next.error < from.error) return next;
+      step = halved(step);
     }
     return from;
   }
 
-  static NmVec3d scaled(const NmVec3d& v, double by) { return {v.x * by, v.y * by, v.z * by}; }
+  static NmVec3d halved(const NmVec3d& v) { return {0.5 * v.x, 0.5 * v.y, 0.5 * v.z}; }
 
   static bool newtonStep(const Guess& from, NmVec3d& step) {
     NmVec3d column[3];
@@ -141,22 +146,23 @@ class Solver {
   }
 
   static constexpr int mostSteps = 30;
-  static constexpr double leastShare = 0.05;
+  static constexpr int mostHalvings = 4;
 
   FieldSampler sampler_;
 };
 
 class Inversion {
  public:
-  explicit Inversion(const VoxelField& field)
-      : solver_(field), field_(field), count_(voxelCount(field.dims)) {
+  Inversion(const VoxelField& field, const FieldKernels& kernels)
+      : solver_(field), field_(field), kernels_(kernels), count_(voxelCount(field.dims)) {
     result_.field.dims = field.dims;
     for (auto& values : result_.field.along) values.resize(static_cast<std::size_t>(count_));
     result_.error.resize(static_cast<std::size_t>(count_));
   }
 
   FieldInverse run() {
-    forEachVoxel([&](const NmVec3i& at, std::size_t i) { solveAfterNeighbours(at, i); });
+    for (int z = 0; z < field_.dims.z; ++z)
+      for (int y = 0; y < field_.dims.y; ++y) solveRow(y, z);
     for (int pass = 0; pass < mostPasses; ++pass)
       if (!retry()) break;
     summarise();
@@ -181,9 +187,34 @@ class Inversion {
             static_cast<double>(field.along[2][i])};
   }
 
-  /// Starts from the displacement of the voxel before, which is close.
-  void solveAfterNeighbours(const NmVec3i& at, std::size_t i) {
+  /// From the displacements of the row before, which are close; what that does not find, with more
+  /// care.
+  void solveRow(int y, int z) {
+    const std::int64_t nx = field_.dims.x;
+    const std::int64_t first = (y + std::int64_t{field_.dims.y} * z) * nx;
+    const std::int64_t before = first - (y > 0 ? nx : nx * field_.dims.y);
+    float* row[3];
+    for (int c = 0; c < 3; ++c) {
+      float* const values = result_.field.along[c].data();
+      row[c] = values + first;
+      for (int x = 0; x < nx; ++x)
+        row[c][x] = before >= 0 ? values[before + x] : -field_.along[c].data()[x];
+    }
+    float* const error = result_.error.data() + first;
+    constexpr auto enough = static_cast<float>(tolerance * tolerance);
+    kernels_.invertRow({field_.along[0].data(), field_.along[1].data(), field_.along[2].data()},
+                       field_.dims, y, z, enough, row, error);
+    for (int x = 0; x < nx; ++x) {
+      if (error[x] <= enough)
+        error[x] = std::sqrt(error[x]);
+      else
+        solveAlone({x, y, z}, static_cast<std::size_t>(first + x));
+    }
+  }
+
+  void solveAlone(const NmVec3i& at, std::size_t i) {
     const NmVec3d target = pointOf(at);
+    for (auto& values : result_.field.along) values[i] = 0.0f;
     result_.error[i] = std::numeric_limits<float>::infinity();
     if (at.x > 0 && attempt(target, i, sum(target, valueAt(result_.field, i - 1)))) return;
     attempt(target, i, minus(target, valueAt(field_, i)));
@@ -236,14 +267,15 @@ class Inversion {
 
   Solver solver_;
   const VoxelField& field_;
+  const FieldKernels& kernels_;
   std::int64_t count_;
   FieldInverse result_;
 };
 
 }  // namespace
 
-FieldInverse inverse(const VoxelField& field) {
-  return Inversion(field).run();
+FieldInverse inverse(const VoxelField& field, const FieldKernels& kernels) {
+  return Inversion(field, kernels).run();
 }
 
 }  // namespace voxreg::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "variational/fields/fieldKernels.h"
 #include "variational/fields/voxelField.h"
 
 namespace voxreg::detail {
@@ -15,6 +16,6 @@ struct FieldInverse {
 /// at its border, to an error of at most a thousandth of a voxel where that is found. Where it is
 /// not (a fold), v is the best of what was tried. A voxel for which nothing is a number gets
 /// displacement 0 and an infinite error.
-FieldInverse inverse(const VoxelField& field);
+FieldInverse inverse(const VoxelField& field, const FieldKernels& kernels = fieldKernels());
 
 }  // namespace voxreg::detail

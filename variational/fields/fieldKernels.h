@@ -10,6 +10,9 @@ namespace voxreg::detail {
 /// Floats to a multiple of which lines in scratch memory are padded: at least the widest register.
 inline constexpr int linePadding = 16;
 
+/// Lines that a filter makes at once.
+inline constexpr int linesTogether = 4;
+
 /// The centre of a symmetric filter and one half of it.
 struct FilterTaps {
   const float* weights;  ///< of the distances 0 to radius
@@ -22,8 +25,8 @@ struct SmoothingScratch {
   float* row;           ///< stride and the radius along x at either end
   float* slice;         ///< a line for each y
   float* ring;          ///< `ringSlices` slices
-  int ringSlices;       ///< at least min(2 * radius along z + 1, slices)
-  const float** lines;  ///< 2 * the largest radius + 1
+  int ringSlices;       ///< at least min(2 * radius along z + linesTogether, slices)
+  const float** lines;  ///< 2 * the largest radius + linesTogether
 };
 
 /// Operations on dense fields, x fastest. No value, NaN included, makes them read outside.
@@ -47,6 +50,12 @@ struct FieldKernels {
 
   /// The smallest of some values; -infinity if one is NaN, infinity of none.
   float (*lowest)(const float* values, std::int64_t n);
+
+  /// Improves a row v(y) of the inverse, in place, from what is there, until the square of
+  /// |v(y) + field(y + v(y))| is at most `enough`, in a few steps. Writes the squares, which may be
+  /// NaN, as v may.
+  void (*invertRow)(const float* const (&field)[3], const NmVec3i& dims, int y, int z, float enough,
+                    float* const (&inverse)[3], float* error);
 };
 
 extern const FieldKernels portableFieldKernels;

@@ -46,3 +46,9 @@ static inline void storeSome(float* p, Floats v, int n) {
 [[gnu::always_inline]] static inline Floats all(float value) {
   return Floats{} + value;
 }
+
+/// Where the group at `i` of n values starts: the last of a row reaches back over the one before,
+/// if there is one, so that no group is cut except in rows shorter than it.
+[[gnu::always_inline]] static inline int groupStart(int i, int n) {
+  return i + width > n && n >= width ? n - width : i;
+}

@@ -44,6 +44,31 @@ class GroupSampler {
     return lower + share_[2] * (upper - lower);
   }
 
+  /// The value and its derivatives along the axes in the cell.
+  [[gnu::always_inline]] Floats value(const float* volume, Floats (&slope)[3]) const {
+    Floats line[2][2];
+    Floats rise[2][2];
+    for (int k = 0; k < 2; ++k)
+      for (int j = 0; j < 2; ++j) {
+        Floats upper;
+        readPairs(volume + (k * toNext_[2] + j * toNext_[1]), line[k][j], upper);
+        rise[k][j] = upper - line[k][j];
+        line[k][j] = line[k][j] + share_[0] * rise[k][j];
+      }
+    Floats plane[2];
+    Floats rises[2];
+    Floats slopes[2];
+    for (int k = 0; k < 2; ++k) {
+      slopes[k] = line[k][1] - line[k][0];
+      plane[k] = line[k][0] + share_[1] * slopes[k];
+      rises[k] = rise[k][0] + share_[1] * (rise[k][1] - rise[k][0]);
+    }
+    slope[0] = rises[0] + share_[2] * (rises[1] - rises[0]);
+    slope[1] = slopes[0] + share_[2] * (slopes[1] - slopes[0]);
+    slope[2] = plane[1] - plane[0];
+    return plane[0] + share_[2] * slope[2];
+  }
+
  private:
   [[gnu::always_inline]] Floats inPlane(const float* volume) const {
     const Floats lower = inLine(volume);
@@ -54,11 +79,15 @@ class GroupSampler {
   [[gnu::always_inline]] Floats inLine(const float* volume) const {
     Floats lower;
     Floats upper;
+    readPairs(volume, lower, upper);
+    return lower + share_[0] * (upper - lower);
+  }
+
+  [[gnu::always_inline]] void readPairs(const float* volume, Floats& lower, Floats& upper) const {
     if (isNarrow_)
       FloatLanes::gatherPairs(volume, corner_, lower, upper);
     else
       gatherFar(volume, lower, upper);
-    return lower + share_[0] * (upper - lower);
   }
 
   /// Without pairs along x, or where voxels have numbers beyond the range of int.
@@ -82,50 +111,43 @@ class GroupSampler {
   Floats share_[3] = {};
 };
 
-/// Calls visit(displacements, voxel in the slice, voxels of the group) for the groups of slice z.
+/// 0, 1, 2 ...
+[[gnu::always_inline]] static inline Floats placesInGroup() {
+  float places[width];
+  for (int i = 0; i < width; ++i) places[i] = static_cast<float>(i);
+  return load(places);
+}
+
+/// Calls visit(positions, displacements, x, voxels of the group at most) for the groups of a row,
+/// to whose first voxels the displacements are.
 template <class Visit>
-[[gnu::always_inline]] static inline void forEachGroup(const float* const (&displacement)[3],
-                                                       const NmVec3i& dims, int z, Visit visit) {
-  const std::int64_t slice = std::int64_t{dims.x} * dims.y * z;
-  float index[width];
-  for (int i = 0; i < width; ++i) index[i] = static_cast<float>(i);
-  const Floats inGroup = load(index);
-  for (int y = 0; y < dims.y; ++y) {
-    const std::int64_t row = std::int64_t{dims.x} * y;
-    for (int x = 0; x < dims.x; x += width) {
-      const int n = dims.x - x;
-      Floats by[3];
-      for (int c = 0; c < 3; ++c) by[c] = loadUpTo(displacement[c] + (slice + row + x), n);
-      const Floats position[3] = {by[0] + (inGroup + static_cast<float>(x)),
-                                  by[1] + static_cast<float>(y), by[2] + static_cast<float>(z)};
-      visit(position, by, row + x, n);
-    }
+[[gnu::always_inline]] static inline void forEachGroup(const float* const (&row)[3], int nx, int y,
+                                                       int z, Visit visit) {
+  const Floats inGroup = placesInGroup();
+  for (int i = 0; i < nx; i += width) {
+    const int x = groupStart(i, nx);
+    const int n = nx - x;
+    Floats by[3];
+    for (int c = 0; c < 3; ++c) by[c] = loadUpTo(row[c] + x, n);
+    const Floats position[3] = {by[0] + (inGroup + static_cast<float>(x)),
+                                by[1] + static_cast<float>(y), by[2] + static_cast<float>(z)};
+    visit(position, by, x, n);
   }
 }
 
 static void warpSliceOf(const float* volume, const float* const (&displacement)[3],
                         const NmVec3i& dims, int z, float* warped) {
   GroupSampler sampler(dims);
-  forEachGroup(
-      displacement, dims, z,
-      [&](const Floats(&position)[3], const Floats(&)[3], std::int64_t at, int n)
-          __attribute__((always_inline)) {
-            sampler.locate(position);
-            storeUpTo(warped + at, sampler.value(volume), n);
-          });
-  FloatLanes::leave();
-}
-
-static void composeSliceOf(const float* const (&update)[3], const float* const (&field)[3],
-                           const NmVec3i& dims, int z, float* const (&composed)[3]) {
-  GroupSampler sampler(dims);
-  forEachGroup(
-      update, dims, z,
-      [&](const Floats(&position)[3], const Floats(&by)[3], std::int64_t at, int n)
-          __attribute__((always_inline)) {
-            sampler.locate(position);
-            for (int c = 0; c < 3; ++c)
-              storeUpTo(composed[c] + at, by[c] + sampler.value(field[c]), n);
-          });
+  for (int y = 0; y < dims.y; ++y) {
+    const std::int64_t row = std::int64_t{dims.x} * y;
+    const std::int64_t from = std::int64_t{dims.x} * dims.y * z + row;
+    forEachGroup(
+        {displacement[0] + from, displacement[1] + from, displacement[2] + from}, dims.x, y, z,
+        [&](const Floats(&position)[3], const Floats(&)[3], int x, int n)
+            __attribute__((always_inline)) {
+              sampler.locate(position);
+              storeUpTo(warped + row + x, sampler.value(volume), n);
+            });
+  }
   FloatLanes::leave();
 }

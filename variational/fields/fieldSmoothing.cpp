@@ -35,11 +35,11 @@ class Smoother {
       taps_[a] = dims[a] > 1 ? FilterTaps{weights_.data(), static_cast<int>(weights_.size()) - 1}
                              : FilterTaps{&unchanged, 0};
     const int stride = (dims.x + linePadding - 1) / linePadding * linePadding;
-    const int slices = std::min(2 * taps_[2].radius + 1, dims.z);
+    const int slices = std::min(2 * taps_[2].radius + linesTogether, dims.z);
     const std::size_t slice = static_cast<std::size_t>(stride) * static_cast<std::size_t>(dims.y);
-    row_.resize(static_cast<std::size_t>(stride + 2 * taps_[0].radius));
+    row_.resize(static_cast<std::size_t>(stride) + 2 * static_cast<std::size_t>(taps_[0].radius));
     slices_.resize(slice * static_cast<std::size_t>(slices + 1));
-    lines_.resize(2 * weights_.size() - 1);
+    lines_.resize(2 * weights_.size() + linesTogether);
     scratch_ = {stride, row_.data(), slices_.data(), slices_.data() + slice, slices, lines_.data()};
   }
 

@@ -2,46 +2,42 @@
 
 #include "variational/fields/fieldLanes.inl"
 
-/// A sum over lines of equal length: the one in the middle, then the pairs at each distance.
-/// Writes n values.
-template <int groups>
-[[gnu::always_inline]] static inline void weighGroups(const float* const* lines,
-                                                      const FilterTaps& taps, int i,
-                                                      Floats (&sums)[groups]) {
-  for (int g = 0; g < groups; ++g) sums[g] = taps.weights[0] * load(lines[0] + i + g * width);
-  for (int k = 1; k <= taps.radius; ++k) {
-    const float* const before = lines[2 * k - 1] + i;
-    const float* const after = lines[2 * k] + i;
-    for (int g = 0; g < groups; ++g)
-      sums[g] = sums[g] + taps.weights[k] * (load(before + g * width) + load(after + g * width));
-  }
-}
+/// Filters across lines. Those of `together` results next to each other are read once for all of
+/// them: lines[0] is the first that the first result needs, and the tables rise by one line.
+template <int together>
+class LineFilter {
+ public:
+  LineFilter(const float* const* lines, const FilterTaps& taps) : lines_(lines), taps_(taps) {}
 
-static void weighLines(const float* const* lines, const FilterTaps& taps, int n, float* out) {
-  constexpr int groups = 4;
-  int i = 0;
-  for (; i + groups * width <= n; i += groups * width) {
-    Floats sums[groups];
-    weighGroups(lines, taps, i, sums);
-    for (int g = 0; g < groups; ++g) store(out + i + g * width, sums[g]);
+  /// n values of each result.
+  void run(int n, float* const (&out)[together]) const {
+    int i = 0;
+    for (; i + groups * width <= n; i += groups * width) weigh<groups>(i, n, out);
+    for (; i < n; i += width) weigh<1>(groupStart(i, n), n, out);
   }
-  for (; i < n; i += width) {
-    Floats sums[1];
-    weighGroups(lines, taps, i, sums);
-    storeUpTo(out + i, sums[0], n - i);
-  }
-}
 
-/// Lines from a function that gives the one at an index, for a place on an axis of n.
-template <class LineAt>
-[[gnu::always_inline]] static inline void chooseLines(int place, int n, int radius, LineAt lineAt,
-                                                      const float** lines) {
-  lines[0] = lineAt(place);
-  for (int k = 1; k <= radius; ++k) {
-    lines[2 * k - 1] = lineAt(place - k > 0 ? place - k : 0);
-    lines[2 * k] = lineAt(place + k < n ? place + k : n - 1);
+ private:
+  static constexpr int groups = together > 1 ? 2 : 4;
+
+  template <int count>
+  [[gnu::always_inline]] void weigh(int i, int n, float* const (&out)[together]) const {
+    const float* const* const middle = lines_ + taps_.radius;
+    Floats sums[together][count];
+    for (int j = 0; j < together; ++j)
+      for (int g = 0; g < count; ++g)
+        sums[j][g] = taps_.weights[0] * load(middle[j] + i + g * width);
+    for (int k = 1; k <= taps_.radius; ++k)
+      for (int j = 0; j < together; ++j)
+        for (int g = 0; g < count; ++g)
+          sums[j][g] = sums[j][g] + taps_.weights[k] * (load(middle[j - k] + i + g * width) +
+                                                        load(middle[j + k] + i + g * width));
+    for (int j = 0; j < together; ++j)
+      for (int g = 0; g < count; ++g) storeUpTo(out[j] + i + g * width, sums[j][g], n - i);
   }
-}
+
+  const float* const* lines_;
+  const FilterTaps& taps_;
+};
 
 class Smoothing {
  public:
@@ -56,45 +52,47 @@ class Smoothing {
         scratchSlice_(std::int64_t{scratch.stride} * dims.y) {}
 
   void run() {
-    const int delay = taps_[2].radius;
+    const int delay = taps_[2].radius + together - 1;
+    int next = 0;
     for (int z = 0; z < nz_; ++z) {
-      takeSlice(z);
-      if (z >= delay) putSlice(z - delay);
+      filterAlongX(z);
+      filterAlongY(ringSlice(z));
+      if (z < next + delay) continue;
+      filterAlongZ<together>(next);
+      next += together;
     }
-    for (int z = nz_ > delay ? nz_ - delay : 0; z < nz_; ++z) putSlice(z);
+    for (; next + together <= nz_; next += together) filterAlongZ<together>(next);
+    for (; next < nz_; ++next) filterAlongZ<1>(next);
   }
 
  private:
+  static constexpr int together = linesTogether;
+
   float* ringSlice(int z) const { return scratch_.ring + z % scratch_.ringSlices * scratchSlice_; }
 
   float* row(int y, int z) const { return volume_ + (std::int64_t{z} * ny_ + y) * nx_; }
 
-  /// A slice along x and y, into the ring.
-  void takeSlice(int z) {
-    for (int y = 0; y < ny_; ++y) {
-      fillRow(row(y, z));
-      const float* const start = scratch_.row + taps_[0].radius;
-      const float** const lines = scratch_.lines;
-      lines[0] = start;
-      for (int k = 1; k <= taps_[0].radius; ++k) {
-        lines[2 * k - 1] = start - k;
-        lines[2 * k] = start + k;
-      }
-      weighLines(lines, taps_[0], scratch_.stride,
-                 scratch_.slice + std::int64_t{y} * scratch_.stride);
-    }
-    float* const out = ringSlice(z);
-    for (int y = 0; y < ny_; ++y) {
-      chooseLines(
-          y, ny_, taps_[1].radius,
-          [&](int at) { return scratch_.slice + std::int64_t{at} * scratch_.stride; },
-          scratch_.lines);
-      weighLines(scratch_.lines, taps_[1], scratch_.stride,
-                 out + std::int64_t{y} * scratch_.stride);
+  float* line(int y, float* slice) const { return slice + std::int64_t{y} * scratch_.stride; }
+
+  /// The lines for results from `place` on, on an axis of n.
+  template <int count, class LineAt>
+  [[gnu::always_inline]] void chooseLines(int place, int n, int radius, LineAt lineAt) const {
+    for (int k = 0; k < 2 * radius + count; ++k) {
+      const int at = place - radius + k;
+      scratch_.lines[k] = lineAt(at < 0 ? 0 : at < n ? at : n - 1);
     }
   }
 
-  void fillRow(const float* from) {
+  void filterAlongX(int z) const {
+    for (int k = 0; k <= 2 * taps_[0].radius; ++k) scratch_.lines[k] = scratch_.row + k;
+    const LineFilter<1> filter(scratch_.lines, taps_[0]);
+    for (int y = 0; y < ny_; ++y) {
+      fillRow(row(y, z));
+      filter.run(scratch_.stride, {line(y, scratch_.slice)});
+    }
+  }
+
+  void fillRow(const float* from) const {
     const int radius = taps_[0].radius;
     float* const to = scratch_.row;
     for (int i = 0; i < radius; ++i) to[i] = from[0];
@@ -102,13 +100,30 @@ class Smoothing {
     for (int i = nx_; i < scratch_.stride + radius; ++i) to[radius + i] = from[nx_ - 1];
   }
 
-  /// A slice along z, from the ring.
-  void putSlice(int z) {
-    chooseLines(
-        z, nz_, taps_[2].radius, [&](int at) { return ringSlice(at); }, scratch_.lines);
+  void filterAlongY(float* out) const {
+    int y = 0;
+    for (; y + together <= ny_; y += together) filterAlongY<together>(y, out);
+    for (; y < ny_; ++y) filterAlongY<1>(y, out);
+  }
+
+  template <int count>
+  void filterAlongY(int y, float* out) const {
+    chooseLines<count>(y, ny_, taps_[1].radius, [&](int at) { return line(at, scratch_.slice); });
+    float* results[count];
+    for (int j = 0; j < count; ++j) results[j] = line(y + j, out);
+    LineFilter<count>(scratch_.lines, taps_[1]).run(scratch_.stride, results);
+  }
+
+  template <int count>
+  void filterAlongZ(int z) const {
+    const int radius = taps_[2].radius;
+    chooseLines<count>(z, nz_, radius, [&](int at) { return ringSlice(at); });
+    const LineFilter<count> filter(scratch_.lines, taps_[2]);
     for (int y = 0; y < ny_; ++y) {
-      weighLines(scratch_.lines, taps_[2], nx_, row(y, z));
-      for (int k = 0; k <= 2 * taps_[2].radius; ++k) scratch_.lines[k] += scratch_.stride;
+      float* results[count];
+      for (int j = 0; j < count; ++j) results[j] = row(y, z + j);
+      filter.run(nx_, results);
+      for (int k = 0; k < 2 * radius + count; ++k) scratch_.lines[k] += scratch_.stride;
     }
   }
 

@@ -14,6 +14,12 @@ struct FloatLanes {
   /// remains there slows down all later SSE code.
   static void leave() { _mm256_zeroupper(); }
 
+  /// Whether a lane is not 0.
+  static bool any(Ints lanes) {
+    return _mm256_testz_si256(reinterpret_cast<__m256i>(lanes), reinterpret_cast<__m256i>(lanes)) ==
+           0;
+  }
+
   /// The values at some indices, and those after them: a gather of pairs reads half as often.
   [[gnu::always_inline]] static void gatherPairs(const float* base, Ints index, Floats& first,
                                                  Floats& second) {

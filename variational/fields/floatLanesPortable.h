@@ -11,6 +11,9 @@ struct FloatLanes {
   /// Must be called last.
   static void leave() {}
 
+  /// Whether a lane is not 0.
+  static bool any(Ints lanes) { return (lanes[0] | lanes[1] | lanes[2] | lanes[3]) != 0; }
+
   /// The values at some indices, and those after them.
   [[gnu::always_inline]] static void gatherPairs(const float* base, Ints index, Floats& first,
                                                  Floats& second) {
