@@ -92,9 +92,10 @@ double LocalCorrelation::evaluate(const std::vector<float>& warped, VoxelField* 
       frame.force[axis] = force->along[axis].data();
     }
   }
+  CorrelationTile tile(frame, std::min(tileRows, dims_.y));
   CorrelationSum sum;
   for (int y = 0; y < dims_.y; y += tileRows) {
-    const CorrelationSum part = CorrelationTile(frame, {y, std::min(y + tileRows, dims_.y)}).run();
+    const CorrelationSum part = tile.run({y, std::min(y + tileRows, dims_.y)});
     sum.squares += part.squares;
     sum.counted += part.counted;
   }
