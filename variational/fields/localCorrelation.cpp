@@ -7,7 +7,7 @@
 namespace voxreg::detail {
 namespace {
 
-constexpr int tileRows = 48;  // the rings of 181 voxels a row take a MiB
+constexpr int tileRows = 24;  // the rings of 181 voxels a row take 0.9 MiB
 
 /// The row's voxels within `radius` of the rows' spans.
 void widen(const IndexSpan& span, int radius, int n, IndexSpan& result) {
