@@ -6,6 +6,7 @@
 #include "foundation/NmVec.h"
 #include "functional/kernels/walk.h"
 #include "variational/fields/localCorrelationKernels.h"
+#include "variational/fields/rowRing.h"
 
 namespace voxreg::detail {
 
@@ -34,51 +35,29 @@ struct CorrelationSum {
   std::int64_t counted = 0;
 };
 
-/// Rows of voxels with zeros in place of those outside the volume, in slots that are used in turn.
-class RowRing {
- public:
-  RowRing(int rowSize, int rowsPerSlot, int slots);
-
-  /// The first voxel's value, on a cache line, with zeros on either side of the row.
-  float* row(int row, int slot) {
-    return blocks_[static_cast<std::size_t>(rowBlocks_ * (slot * std::int64_t{rows_} + row) + 1)]
-        .values;
-  }
-  /// From the first voxel of a row to that of the next.
-  long stride() const { return static_cast<long>(rowBlocks_ * rowBlock); }
-
- private:
-  struct alignas(64) Block {
-    float values[rowBlock] = {};
-  };
-
-  std::int64_t rowBlocks_;
-  int rows_;
-  std::vector<Block> blocks_;
-};
-
 /// The windows of some rows of all slices, slice by slice. Slices that are in use are kept in
 /// rings, and their sums are formed anew for each slice, so that nothing is left of values that
 /// have gone. A tile of a volume is small enough for the cache.
 class CorrelationTile {
  public:
-  /// Rows `rows` along y.
-  CorrelationTile(const CorrelationFrame& frame, const IndexSpan& rows);
+  CorrelationTile(const CorrelationFrame& frame, int maxRows);
 
-  CorrelationSum run();
+  /// Rows `rows` along y, at most maxRows.
+  CorrelationSum run(const IndexSpan& rows);
 
  private:
   static constexpr int maxTaps = 2 * maxCorrelationRadius + 1;
 
-  /// Rows of the volumes.
-  struct Input {
-    enum { reference, warped, present, count };
-  };
-
   bool isInside(int y, int z) const;
-  const IndexSpan& at(const std::vector<IndexSpan>& spans, int y, int z) const;
-  const float* inputRow(int input, int y, int z);
-  const float* factorRow(int factor, int y, int z);
+  std::int64_t rowIndex(int y, int z) const { return std::int64_t{frame_.dims.y} * z + y; }
+  const IndexSpan& at(const std::vector<IndexSpan>& spans, int y, int z) const {
+    return spans[static_cast<std::size_t>(rowIndex(y, z))];
+  }
+  /// The rows at a place in the tile, which may be zeros outside the volume.
+  const float* inputRows(int y, int z) const;
+  const float* factorRows(int y, int z) const;
+  float* ownInputRows(int y, int z);
+  float* ownFactorRows(int y, int z);
 
   void load(int z);
   void correlate(int z);
@@ -90,19 +69,24 @@ class CorrelationTile {
   void addInputSlices(int y, int z);
   void addFactorSlices(int y, int z);
   /// Sums over rows of sums over slices.
-  void addLines(int sums, int y, const IndexSpan& span);
+  void addLines(const RowRing& slices, int kinds, int y, const IndexSpan& span,
+                RowRing& sums) const;
   const float* countingRow(int y, int z, const IndexSpan& span);
   void clearFactors(int y, int z, const IndexSpan& unless);
 
   const CorrelationFrame& frame_;
   const WindowKernels& kernels_;
-  IndexSpan rows_;
+  IndexSpan rows_ = {0, 0};
   int radius_;
   int taps_;
+  long stride_;
   RowRing inputs_;   ///< slots: slices
   RowRing factors_;  ///< slots: slices
-  RowRing lines_;    ///< sums over slices; slots: rows
-  RowRing sums_;     ///< sums over rows
+  /// Sums over slices; slots: rows. The ends of rows may hold older sums, but all from one place.
+  RowRing inputSlices_;
+  RowRing factorSlices_;
+  RowRing windows_;        ///< sums over slices and rows
+  RowRing factorsAround_;  ///< sums over slices and rows
   RowRing counting_;
   RowRing zeros_;
   std::vector<IndexSpan> written_;  ///< of the rows of factors_

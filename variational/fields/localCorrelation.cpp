@@ -7,7 +7,7 @@
 namespace voxreg::detail {
 namespace {
 
-constexpr int tileRows = 48;  // the rings of 181 voxels a row take a MiB
+constexpr int tileRows = 24;  // the rings of 181 voxels a row take 0.9 MiB
 
 /// The row's voxels within `radius` of the rows' spans.
 void widen(const IndexSpan& span, int radius, int n, IndexSpan& result) {
@@ -92,9 +92,10 @@ double LocalCorrelation::evaluate(const std::vector<float>& warped, VoxelField* 
       frame.force[axis] = force->along[axis].data();
     }
   }
+  CorrelationTile tile(frame, std::min(tileRows, dims_.y));
   CorrelationSum sum;
   for (int y = 0; y < dims_.y; y += tileRows) {
-    const CorrelationSum part = CorrelationTile(frame, {y, std::min(y + tileRows, dims_.y)}).run();
+    const CorrelationSum part = tile.run({y, std::min(y + tileRows, dims_.y)});
     sum.squares += part.squares;
     sum.counted += part.counted;
   }

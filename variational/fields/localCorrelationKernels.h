@@ -9,14 +9,31 @@ inline constexpr float largestCorrelated = 1e6f;
 
 inline constexpr int maxCorrelationRadius = 4;
 
-/// The sums over a window, in the order of the rows that hold them.
+/// The kinds of row, in their order.
+struct InputRow {
+  static constexpr int reference = 0;
+  static constexpr int warped = 1;
+  static constexpr int present = 2;  ///< 1 or 0; where it is 0, so are the others
+  static constexpr int count = 3;
+};
+
+/// Sums over the present voxels of a window.
 struct WindowSum {
-  enum { present, reference, warped, referenceSquares, products, warpedSquares, count };
+  static constexpr int present = 0;
+  static constexpr int reference = 1;
+  static constexpr int warped = 2;
+  static constexpr int referenceSquares = 3;
+  static constexpr int products = 4;
+  static constexpr int warpedSquares = 5;
+  static constexpr int count = 6;
 };
 
 /// The factors of a window in the derivative by a voxel of it: a r + b m + k.
 struct WindowFactor {
-  enum { ofReference, ofWarped, constant, count };
+  static constexpr int ofReference = 0;
+  static constexpr int ofWarped = 1;
+  static constexpr int constant = 2;
+  static constexpr int count = 3;
 };
 
 /// What to make of the sums of a window.
@@ -27,30 +44,26 @@ struct CorrelationRule {
 
 /// Rows that the derivatives of one row of voxels are formed from.
 struct ForceRows {
-  const float* factors[WindowFactor::count];  ///< sums across the row
-  const float* reference;
-  const float* warped;
-  const float* present;
+  const float* factors;  ///< WindowFactors summed across the row
+  const float* input;    ///< InputRows
   const float* counting;
-  const float* warpedBeside[2][2];  ///< the rows before and after along y, z
-  const float* presentBeside[2][2];
+  const float* inputBeside[2][2];  ///< those before and after along y, z
 };
 
 /// Loops over rows of voxels with windows of one radius. Sums along rows read `radius` values on
-/// either side. A row's size is a multiple of rowBlock, except where said.
+/// either side. A row's size is a multiple of rowBlock, except where said. Rows of several kinds
+/// are `stride` apart.
 struct WindowKernels {
-  /// The sums of the rows' values over 2 * radius + 1 rows. `sums` has them `stride` apart.
-  void (*addProducts)(const float* const* reference, const float* const* warped,
-                      const float* const* present, int n, float* sums, long stride);
-  /// The sum of 2 * radius + 1 rows.
-  void (*addRows)(const float* const* rows, int n, float* sum);
-  /// The factors of the windows around the voxels that count, 0 for others, from sums across the
-  /// row; adds the squared correlations and the number of these windows to the columns.
-  void (*correlate)(const float* const* sums, const float* counting, int n,
-                    const CorrelationRule& rule, float* const* factors, double* squares,
-                    int* counted);
+  /// The WindowSums of 2 * radius + 1 voxels across rows, of InputRows.
+  void (*addProducts)(const float* const* rows, int n, long stride, float* sums);
+  /// The sums of 2 * radius + 1 voxels across rows, for several kinds of row.
+  void (*addRows)(const float* const* rows, int kinds, int n, long stride, float* sums);
+  /// The WindowFactors of the windows around the voxels that count, 0 for others, from WindowSums
+  /// across the row; adds the squared correlations and the number of these windows to the columns.
+  void (*correlate)(const float* sums, const float* counting, int n, long stride,
+                    const CorrelationRule& rule, float* factors, double* squares, int* counted);
   /// Any size.
-  void (*findForces)(const ForceRows& rows, int n, float* const* force);
+  void (*findForces)(const ForceRows& rows, int n, long stride, float* const* force);
 };
 
 struct LocalCorrelationKernels {
