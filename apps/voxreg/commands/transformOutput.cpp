@@ -1,7 +1,7 @@
 #include "commands/transformOutput.h"
 
 #include <cstdio>
-#include <optional>
+#include <utility>
 
 #include "files/NiftiWriter.h"
 #include "files/transformFile.h"

@@ -61,7 +61,7 @@ NmVec3d stepAlong(const DisplacementMap& map, int axis) {
 std::shared_ptr<nifti_image> headerOf(const DisplacementMap& map) {
   const NmVec3i& dims = map.field.dims;
   const std::int64_t fileDims[8] = {5, dims.x, dims.y, dims.z, 1, 3, 1, 1};
-  const std::shared_ptr<nifti_image> image =
+  std::shared_ptr<nifti_image> image =
       owned(nifti_make_new_nim(fileDims, DT_FLOAT32, /*data_fill=*/0));
   nifti_image& header = *image;
   header.nifti_type = NIFTI_FTYPE_NIFTI1_1;
@@ -81,7 +81,7 @@ std::shared_ptr<nifti_image> headerOf(const DisplacementMap& map) {
   return image;
 }
 
-/// Component `c` of the displacement by a map's matrix, at the nodes of a row in the world.
+/// Component `c` of the displacement by a map's matrix at a node, in the world.
 double byMatrix(const NmMat4d& referenceToModel, const NmVec3d& node, int c) {
   NmVec3d moved;
   referenceToModel.multVecMatrix(node, moved);
