@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/numbers/distances.h"
+#include "variational/fieldValues.h"
 #include "variational/latticeValues.h"
 
 namespace voxreg {
@@ -41,20 +42,6 @@ void forEachPoint(const ControlLattice& lattice, const NmVec3i& cells, const NmV
     }
 }
 
-/// The lower node of the cell around a position on one axis, and the place in the cell.
-struct Cell {
-  int node;
-  double share;
-
-  Cell(const DisplacementField& field, int axis, double position) {
-    const double last = field.dims[axis] - 1.0;
-    const double scaled = (position - field.origin[axis]) / field.spacing[axis];
-    const double within = last > 0.0 && scaled > 0.0 ? std::min(scaled, last) : 0.0;
-    node = std::min(static_cast<int>(within), std::max(field.dims[axis] - 2, 0));
-    share = within - node;
-  }
-};
-
 }  // namespace
 
 bool DisplacementField::isValid() const {
@@ -66,22 +53,7 @@ bool DisplacementField::isValid() const {
 
 NmVec3d DisplacementField::displacementAt(const NmVec3d& position) const {
   if (!isValid()) return detail::nowhere();
-  const Cell cells[3] = {{*this, 0, position.x}, {*this, 1, position.y}, {*this, 2, position.z}};
-  const std::int64_t strides[3] = {1, dims.x, std::int64_t{dims.x} * dims.y};
-  const std::int64_t count = strides[2] * dims.z;
-  NmVec3d sum;
-  for (int corner = 0; corner < 8; ++corner) {
-    double weight = 1.0;
-    std::int64_t node = 0;
-    for (int a = 0; a < 3; ++a) {
-      const bool isUpper = (corner >> a & 1) != 0;
-      weight *= isUpper ? cells[a].share : 1.0 - cells[a].share;
-      node += strides[a] * std::min(cells[a].node + (isUpper ? 1 : 0), dims[a] - 1);
-    }
-    for (int c = 0; c < 3; ++c)
-      sum[c] += weight * static_cast<double>(values[static_cast<std::size_t>(node + c * count)]);
-  }
-  return sum;
+  return detail::displacementAmongNodes(*this, detail::inNodes(*this, position));
 }
 
 FieldApproximation approximateByField(const ControlLattice& lattice, const NmVec3i& dims) {

@@ -1,9 +1,9 @@
 #include "workflow/BrickApproximation.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "foundation/numbers/distances.h"
+#include "workflow/sampling/boxRows.h"
 #include "workflow/sampling/latticePoints.h"
 
 namespace voxreg {
@@ -29,26 +29,6 @@ NmBox3f boxOf(const ControlLattice& lattice) {
   return {low[0], high[0], low[1], high[1], low[2], high[2]};
 }
 
-/// Calls visit(point, where it is sent) for `counts` points on each axis: the box is divided into
-/// `steps`, and the first point is `offset` steps from its corner.
-template <class Visit>
-void forEachRow(const detail::LatticePoints& map, const NmBox3f& box, const NmVec3i& counts,
-                const NmVec3i& steps, double offset, Visit visit) {
-  const auto place = [&](int axis, int index) {
-    const double low = box.min(axis);
-    return low + (static_cast<double>(box.max(axis)) - low) * ((index + offset) / steps[axis]);
-  };
-  std::vector<NmVec3d> points(static_cast<std::size_t>(counts.x));
-  std::vector<NmVec3d> found(points.size());
-  for (int z = 0; z < counts.z; ++z)
-    for (int y = 0; y < counts.y; ++y) {
-      for (int x = 0; x < counts.x; ++x)
-        points[static_cast<std::size_t>(x)] = {place(0, x), place(1, y), place(2, z)};
-      map(points.data(), counts.x, found.data());
-      for (std::size_t x = 0; x < points.size(); ++x) visit(points[x], found[x]);
-    }
-}
-
 }  // namespace
 
 BrickApproximation approximateByBricks(const LatticeMap& map, const NmVec3i& bricks) {
@@ -66,16 +46,17 @@ BrickApproximation approximateByBricks(const LatticeMap& map, const NmVec3i& bri
   if (!result.bricks.isValid()) return {};
   const detail::LatticePoints lattice(map, map.boxToWorld, grid.box, NmMat4d());
   double* next = grid.vertices.data;
-  forEachRow(lattice, grid.box, vertices, n, 0.0, [&](const NmVec3d&, const NmVec3d& found) {
-    for (int c = 0; c < 3; ++c) *next++ = found[c];
-  });
+  detail::forEachMappedPoint({grid.box, vertices, n}, lattice,
+                             [&](const NmVec3d&, const NmVec3d& found) {
+                               for (int c = 0; c < 3; ++c) *next++ = found[c];
+                             });
 
   detail::Distances distances;
   const NmVec3i between(3 * n.x, 3 * n.y, 3 * n.z);
-  forEachRow(lattice, grid.box, between, between, 0.5,
-             [&](const NmVec3d& point, const NmVec3d& found) {
-               distances.add(found, result.bricks.ofBox(point));
-             });
+  detail::forEachMappedPoint({grid.box, between, between, 0.5}, lattice,
+                             [&](const NmVec3d& point, const NmVec3d& found) {
+                               distances.add(found, result.bricks.ofBox(point));
+                             });
   result.meanError = distances.mean();
   result.largestError = distances.largest;
   return result;

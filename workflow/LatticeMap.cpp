@@ -1,43 +1,26 @@
 #include "workflow/LatticeMap.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "foundation/numbers/vectors.h"
 #include "variational/latticeDeterminants.h"
 #include "variational/latticeValues.h"
+#include "workflow/sampling/mapParts.h"
 #include "workflow/sampling/matrices.h"
 
 namespace voxreg {
 
-namespace {
-
-/// Small enough that no product of a few of them overflows.
-bool isBounded(double value) {
-  constexpr double most = 1e30;
-  return std::abs(value) <= most;
-}
-
-bool isInvertible(const NmMat4d& matrix) {
-  NmMat4d inverse;
-  return inverse.affine_inverse(matrix, inverse) &&
-         std::all_of(matrix.m[0], matrix.m[0] + 16, isBounded);
-}
-
-}  // namespace
-
 /// Everything that isValid requires but the coefficients' values.
 bool LatticeMap::canEvaluate() const {
-  for (int a = 0; a < 3; ++a) {
-    const double low = lattice.origin[a];
-    const double spacing = lattice.spacing[a];
-    if (!(low + spacing > low && isBounded(low) && isBounded(spacing))) return false;
-  }
-  return lattice.hasControls() && isInvertible(boxToWorld) && isInvertible(referenceToModel);
+  for (int a = 0; a < 3; ++a)
+    if (!detail::isAxis(lattice.origin[a], lattice.spacing[a])) return false;
+  return lattice.hasControls() && detail::isInvertible(boxToWorld) &&
+         detail::isInvertible(referenceToModel);
 }
 
 bool LatticeMap::isValid() const {
-  return canEvaluate() && std::all_of(lattice.values.begin(), lattice.values.end(), isBounded);
+  return canEvaluate() &&
+         std::all_of(lattice.values.begin(), lattice.values.end(), detail::isBounded);
 }
 
 NmVec3d LatticeMap::ofWorld(const NmVec3d& point) const {
@@ -79,10 +62,7 @@ double LatticeMap::smallestJacobian() const {
   if (!isValid()) return 0.0;
   NmMat4d boxToModel = boxToWorld;
   boxToModel.multRight(referenceToModel);
-  const detail::DeterminantRange found = detail::cornerDeterminants(lattice, boxToModel);
-  const double volume = detail::determinant(boxToWorld);
-  const auto [smallest, largest] = std::minmax({found.smallest / volume, found.largest / volume});
-  return largest > 1.0 ? std::min(smallest, 1.0 / largest) : smallest;
+  return detail::smallestJacobian(detail::cornerDeterminants(lattice, boxToModel), boxToWorld);
 }
 
 }  // namespace voxreg

@@ -4,27 +4,32 @@
 #include <memory>
 #include <optional>
 
+#include "workflow/sampling/fieldPoints.h"
 #include "workflow/sampling/latticePoints.h"
+#include "workflow/sampling/matrices.h"
 
 namespace voxreg {
 
 namespace {
 
-// As NmMat4d::multVecMatrix, to the bit, but inlined.
 PointMap::Many byAffineMatrix(const NmMat4d& matrix) {
   return [matrix](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
-    const auto& m = matrix.m;
-    for (std::int64_t i = 0; i < n; ++i) {
-      const NmVec3d p = points[i];
-      for (int j = 0; j < 3; ++j)
-        found[i][j] = p.x * m[0][j] + p.y * m[1][j] + p.z * m[2][j] + m[3][j];
-    }
+    for (std::int64_t i = 0; i < n; ++i) found[i] = detail::throughAffine(matrix, points[i]);
   };
 }
 
-PointMap::Many byMatrix(const NmMat4d& modelToReference, const Image& reference,
-                        const Image& model) {
-  const NmMat4d toModel = worldToFrames(modelToReference, reference, model).inverse();
+NmMat4d betweenFrames(const NmMat4d& modelToReference, const NmMat4d& referenceToWorld,
+                      const NmMat4d& modelToWorld) {
+  NmMat4d frames = modelToReference;
+  frames.multLeft(modelToWorld);
+  frames.multRight(referenceToWorld.inverse());
+  return frames;
+}
+
+PointMap::Many byMatrix(const NmMat4d& modelToReference, const ImageFrame& reference,
+                        const NmMat4d& modelToWorld) {
+  const NmMat4d toModel =
+      betweenFrames(modelToReference, reference.toWorld, modelToWorld).inverse();
   const auto& m = toModel.m;
   const bool isAffine = m[0][3] == 0.0 && m[1][3] == 0.0 && m[2][3] == 0.0 && m[3][3] == 1.0;
   if (isAffine) return byAffineMatrix(toModel);
@@ -33,10 +38,11 @@ PointMap::Many byMatrix(const NmMat4d& modelToReference, const Image& reference,
   };
 }
 
-PointMap::Many byBricks(const BrickGrid& bricks, const Image& reference, const Image& model) {
-  NmMat4d toBox = reference.frame().toWorld;
+PointMap::Many byBricks(const BrickGrid& bricks, const ImageFrame& reference,
+                        const NmMat4d& modelToWorld) {
+  NmMat4d toBox = reference.toWorld;
   toBox.multRight(bricks.boxToWorld.inverse());
-  const NmMat4d toModel = model.frame().toWorld.inverse();
+  const NmMat4d toModel = modelToWorld.inverse();
   const auto grid = std::make_shared<const BrickGrid>(bricks);
   return [toBox, toModel, grid](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
     for (std::int64_t i = 0; i < n; ++i) {
@@ -47,18 +53,27 @@ PointMap::Many byBricks(const BrickGrid& bricks, const Image& reference, const I
   };
 }
 
-PointMap::Many byLattice(const LatticeMap& lattice, const Image& reference, const Image& model) {
-  const ImageFrame& frame = reference.frame();
+PointMap::Many byLattice(const LatticeMap& lattice, const ImageFrame& reference,
+                         const NmMat4d& modelToWorld) {
   const auto points = std::make_shared<const detail::LatticePoints>(
-      lattice, frame.toWorld, frame.box, model.frame().toWorld.inverse());
+      lattice, reference.toWorld, reference.box, modelToWorld.inverse());
   return
       [points](const NmVec3d* from, std::int64_t n, NmVec3d* found) { (*points)(from, n, found); };
 }
 
-PointMap::Many throughWorlds(const Transform& transform, const Image& reference,
-                             const Image& model) {
-  const NmMat4d toWorld = reference.frame().toWorld;
-  const NmMat4d toModel = model.frame().toWorld.inverse();
+/// The transform keeps the map.
+PointMap::Many byField(const Transform& transform, const DisplacementMap& map,
+                       const ImageFrame& reference, const NmMat4d& modelToWorld) {
+  const detail::FieldPoints points(map, reference.toWorld, modelToWorld.inverse());
+  return [transform, points](const NmVec3d* from, std::int64_t n, NmVec3d* found) {
+    for (std::int64_t i = 0; i < n; ++i) found[i] = points.at(from[i]);
+  };
+}
+
+PointMap::Many throughWorlds(const Transform& transform, const ImageFrame& reference,
+                             const NmMat4d& modelToWorld) {
+  const NmMat4d toWorld = reference.toWorld;
+  const NmMat4d toModel = modelToWorld.inverse();
   return [toWorld, transform, toModel](const NmVec3d* points, std::int64_t n, NmVec3d* found) {
     for (std::int64_t i = 0; i < n; ++i) {
       NmVec3d inWorld;
@@ -75,16 +90,23 @@ PointMap::PointMap()
         std::copy_n(points, n, found);
       }) {}
 
-PointMap::PointMap(const Transform& transform, const Image& reference, const Image& model) {
+PointMap::PointMap(const Transform& transform, const Image& reference, const Image& model)
+    : PointMap(transform, reference.frame(), model.frame().toWorld) {}
+
+PointMap::PointMap(const Transform& transform, const ImageFrame& reference,
+                   const NmMat4d& modelToWorld) {
   if (const std::optional<NmMat4d> matrix = transform.modelToReference())
-    many_ = byMatrix(*matrix, reference, model);
+    many_ = byMatrix(*matrix, reference, modelToWorld);
   else if (const BrickGrid* const bricks = transform.bricks())
-    many_ = byBricks(*bricks, reference, model);
+    many_ = byBricks(*bricks, reference, modelToWorld);
   else if (const LatticeMap* const lattice = transform.lattice();
            lattice != nullptr && lattice->isValid())
-    many_ = byLattice(*lattice, reference, model);
+    many_ = byLattice(*lattice, reference, modelToWorld);
+  else if (const DisplacementMap* const field = transform.field();
+           field != nullptr && field->isValid())
+    many_ = byField(transform, *field, reference, modelToWorld);
   else
-    many_ = throughWorlds(transform, reference, model);
+    many_ = throughWorlds(transform, reference, modelToWorld);
 }
 
 NmVec3f PointMap::operator()(const NmVec3f& point) const {
@@ -95,10 +117,7 @@ NmVec3f PointMap::operator()(const NmVec3f& point) const {
 }
 
 NmMat4d worldToFrames(const NmMat4d& world, const Image& reference, const Image& model) {
-  NmMat4d frames = world;
-  frames.multLeft(model.frame().toWorld);
-  frames.multRight(reference.frame().toWorld.inverse());
-  return frames;
+  return betweenFrames(world, reference.frame().toWorld, model.frame().toWorld);
 }
 
 NmMat4d framesToWorld(const NmMat4d& frames, const Image& reference, const Image& model) {

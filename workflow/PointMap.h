@@ -23,6 +23,9 @@ class PointMap {
   /// Requires two non-empty images.
   PointMap(const Transform& transform, const Image& reference, const Image& model);
 
+  /// Requires a frame of the reference and the matrix of one of the model.
+  PointMap(const Transform& transform, const ImageFrame& reference, const NmMat4d& modelToWorld);
+
   void operator()(const NmVec3d* points, std::int64_t n, NmVec3d* found) const {
     many_(points, n, found);
   }

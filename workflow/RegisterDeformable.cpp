@@ -30,14 +30,15 @@ void requireOptions(const DeformableOptions& options) {
     throw Refusal("the tolerance must be finite and above 0");
 }
 
-/// The start that was given; a lattice keeps its matrix.
+/// The start that was given; a lattice or a field keeps its matrix.
 LatticeStart givenStart(const Transform& start) {
   if (const std::optional<NmMat4d> matrix = start.referenceToModel()) {
     (void)givenMatrix(start);
     return {*matrix, {}};
   }
-  const LatticeMap* const lattice = start.lattice();
-  return {lattice != nullptr ? lattice->referenceToModel : NmMat4d(), start};
+  if (const LatticeMap* const lattice = start.lattice()) return {lattice->referenceToModel, start};
+  if (const DisplacementMap* const field = start.field()) return {field->referenceToModel, start};
+  return {NmMat4d(), start};
 }
 
 /// The affine registration that comes first.

@@ -1,6 +1,6 @@
 #include "workflow/Transform.h"
 
-#include <cmath>
+#include <utility>
 
 #include "workflow/sampling/deformation.h"
 #include "workflow/sampling/matrices.h"
@@ -46,6 +46,12 @@ Transform Transform::fromBricks(const BrickGrid& bricks) {
 Transform Transform::fromLattice(const LatticeMap& lattice) {
   Transform transform;
   transform.append({{}, {}, detail::deformationOf(lattice), false});
+  return transform;
+}
+
+Transform Transform::fromField(DisplacementMap field) {
+  Transform transform;
+  transform.append({{}, {}, detail::deformationOf(std::move(field)), false});
   return transform;
 }
 
@@ -109,6 +115,11 @@ const BrickGrid* Transform::bricks() const {
 const LatticeMap* Transform::lattice() const {
   const detail::Deformation* const only = onlyDeformation();
   return only != nullptr ? only->lattice() : nullptr;
+}
+
+const DisplacementMap* Transform::field() const {
+  const detail::Deformation* const only = onlyDeformation();
+  return only != nullptr ? only->field() : nullptr;
 }
 
 }  // namespace voxreg

@@ -7,6 +7,7 @@
 #include "foundation/NmMat4d.h"
 #include "foundation/NmVec.h"
 #include "workflow/BrickGrid.h"
+#include "workflow/DisplacementMap.h"
 #include "workflow/LatticeMap.h"
 
 namespace voxreg {
@@ -16,8 +17,8 @@ class Deformation;
 }
 
 /// A map from positions in the reference to the corresponding positions in the model, both in world
-/// millimetres: the identity, a matrix, a grid of bricks, a lattice, or a composition of these. A
-/// value type; copies are cheap. Matrices are for row vectors and must be invertible.
+/// millimetres: the identity, a matrix, a grid of bricks, a lattice, a field, or a composition of
+/// these. A value type; copies are cheap. Matrices are for row vectors and must be invertible.
 class Transform {
  public:
   /// The identity.
@@ -31,14 +32,15 @@ class Transform {
   /// If the grid or the map is not valid, results are NaN.
   static Transform fromBricks(const BrickGrid& bricks);
   static Transform fromLattice(const LatticeMap& lattice);
+  static Transform fromField(DisplacementMap field);
 
   /// The position in the model of a position in the reference.
   NmVec3d operator()(const NmVec3d& point) const;
 
-  /// From the model to the reference. The inverse of a grid of bricks or a lattice is computed for
-  /// each point by Newton's method, such that mapping the result gives the point within a millionth
-  /// of a millimetre (or 1e-12 of its distance from the world's origin). If the map folds, it is
-  /// one of several solutions; NaN if the iteration does not converge.
+  /// From the model to the reference. The inverse of a grid of bricks, a lattice or a field is
+  /// computed for each point by Newton's method, such that mapping the result gives the point
+  /// within a millionth of a millimetre (or 1e-12 of its distance from the world's origin). If the
+  /// map folds, it is one of several solutions; NaN if the iteration does not converge.
   Transform inverse() const;
 
   /// This transform followed by `next`.
@@ -53,10 +55,11 @@ class Transform {
   std::optional<NmMat4d> modelToReference() const;
   std::optional<NmMat4d> referenceToModel() const;
 
-  /// The grid of a transform that is one grid of bricks, the map of one that is one lattice;
-  /// otherwise null. They live as long as the transform or a copy of it.
+  /// The grid of a transform that is one grid of bricks, the map of one that is one lattice or one
+  /// field; otherwise null. They live as long as the transform or a copy of it.
   const BrickGrid* bricks() const;
   const LatticeMap* lattice() const;
+  const DisplacementMap* field() const;
 
  private:
   /// A deformation or, if there is none, a matrix.

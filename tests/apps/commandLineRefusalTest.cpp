@@ -136,7 +136,10 @@ TEST_F(Outcome, ofBadUsageIsOneLineAndNothingWritten) {
       {deform + " --stiffness -1", "--stiffness"},
       {deform + " --least-jacobian 1", "--least-jacobian"},
       {deform + " --tolerance 0", "--tolerance"},
-      {deform + " --as field", "--as"},
+      {deform + " --as field", "--as field cannot be written"},
+      {deform + " --as mesh", "--as"},
+      {"deform --transform @out.nii --as lattice" + pair, "NIfTI files hold fields"},
+      {deform + " --start-transform @r.nii", "does not hold displacements"},
       {deform + " --start-transform @points.txt", "not a transform file"},
       {deform + " --start-transform @out.json --init none", "--init"},
       {deform + " --start @away.txt --start-transform @out.json", "--start"},
@@ -162,7 +165,7 @@ TEST_F(Outcome, ofBadUsageIsOneLineAndNothingWritten) {
       {"resample --input @m.nii -o @link.nii --size 8 8 8",
        "--input and --output are the same file"},
       {"apply -o @out.nii" + pair, "--transform"},
-      {"apply -o @out.nii --transform @r.nii" + pair, "not a transform file"},
+      {"apply -o @out.nii --transform @r.nii" + pair, "does not hold displacements"},
   };
   for (const auto& [line, reason] : cases) {
     SCOPED_TRACE(line);

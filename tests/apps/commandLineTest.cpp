@@ -191,6 +191,41 @@ TEST_F(CommandLine, appliesALatticeAsTheMatrixThatItEquals) {
   for (std::size_t i = 0; i < found.size(); ++i) EXPECT_NEAR(found[i], expected[i], 1e-3) << i;
 }
 
+TEST_F(CommandLine, appliesAFieldToTheBit) {
+  host::NiftiVolume model = head();
+  const std::vector<float> voxels = voxelsOf("m.nii");
+  const voxreg::ImageFrame& frame = model.image.frame();
+  voxreg::DisplacementMap map;  // every voxel to the next one along x
+  map.field = {{frame.box.xmin, frame.box.ymin, frame.box.zmin}, {1, 1, 1}, {2, 1, 2}, {}};
+  map.field.values = {8, 8, 8, 8, 0, 0, 0, 0, 0, 0, 0, 0};
+  map.toWorld = frame.toWorld;
+  for (const char* const name : {"out-t.nii", "out-t.nii.gz"}) {
+    saved(host::writeTransform, folder.file(name), voxreg::Transform::fromField(map));
+    (void)outputOf("apply -r @r.nii -m @m.nii -o @out.nii --background 3 --transform @" +
+                   std::string(name));
+    const std::vector<float> found = voxelsOf("out.nii");
+    for (std::size_t i = 0; i < found.size(); ++i)
+      EXPECT_EQ(found[i], i % 24 < 23 ? voxels[i + 1] : 3.0f) << i;
+  }
+}
+
+TEST_F(CommandLine, writesFieldsFromWhichOthersStart) {
+  const std::string told = outputOf(
+      "nonaffine --bricks 3 3 3 --stages 1 2 --metric cr -r @r.nii -m @m.nii -o @out.nii "
+      "--background 3 --transform @start.nii.gz");
+  EXPECT_NE(told.find("error of the field"), std::string::npos);
+  EXPECT_NE(host::readTransform(folder.file("start.nii.gz")).field(), nullptr);
+  (void)outputOf("apply -r @r.nii -m @m.nii -o @out2.nii --transform @start.nii.gz --background 3");
+  const std::vector<float> expected = voxelsOf("out.nii"), found = voxelsOf("out2.nii");
+  for (std::size_t i = 0; i < found.size(); ++i) EXPECT_NEAR(found[i], expected[i], 0.1) << i;
+  const std::string next = outputOf(
+      "deform --spacing 60 --start-transform @start.nii.gz -r @r.nii -m @m.nii --transform "
+      "@out-t.nii --as field --truth @points.txt");
+  EXPECT_NE(next.find("error of the field"), std::string::npos);
+  EXPECT_LT(std::stod(next.substr(next.find("displacement error") + 24)), 4.0);  // half a voxel
+  EXPECT_NE(host::readTransform(folder.file("out-t.nii")).field(), nullptr);
+}
+
 /// A smooth oblong spot as a 2-D image, its centre at x, y.
 void writeImage(const std::string& path, double x, double y) {
   nifti_1_header header = makeHeader(64, 64, 0, DT_FLOAT32, 32);

@@ -132,7 +132,8 @@ TEST_F(Reasons, areToldOfOptionsThatNoRunCanTake) {
       [&](auto& o) { o.metric.modelRange = range(2.0f, 1.0f); },
       [&](auto& o) { o.start = voxreg::Transform::fromReferenceToModel(unreal); },
       [](auto& o) { o.start = voxreg::Transform::fromBricks({}); },
-      [](auto& o) { o.start = voxreg::Transform::fromLattice({}); }};
+      [](auto& o) { o.start = voxreg::Transform::fromLattice({}); },
+      [](auto& o) { o.start = voxreg::Transform::fromField({}); }};
   for (const auto& spoil : deformable) {
     DeformableOptions options;
     spoil(options);

@@ -1,8 +1,10 @@
 #include "workflow/sampling/deformation.h"
 
 #include <cmath>
+#include <utility>
 
 #include "foundation/numbers/vectors.h"
+#include "workflow/sampling/fieldPoints.h"
 #include "workflow/sampling/matrices.h"
 
 namespace voxreg::detail {
@@ -57,6 +59,37 @@ class LatticeDeformation : public Deformation {
   bool isValid_;
 };
 
+class FieldDeformation : public Deformation {
+ public:
+  explicit FieldDeformation(DisplacementMap map)
+      : map_(std::move(map)),
+        points_(map_),
+        modelToReference_(map_.referenceToModel.inverse()),
+        isValid_(map_.isValid()) {}
+  FieldDeformation(const FieldDeformation&) = delete;
+  FieldDeformation& operator=(const FieldDeformation&) = delete;
+  ~FieldDeformation() override = default;
+
+  NmVec3d at(const NmVec3d& point) const override {
+    return isValid_ ? points_.at(point) : nowhere();
+  }
+  NmMat4d jacobian(const NmVec3d& point) const override {
+    return isValid_ ? points_.jacobian(point) : noDerivative();
+  }
+  const DisplacementMap* field() const override { return &map_; }
+
+  /// Where it would be without displacement.
+  NmVec3d guess(const NmVec3d& target) const override {
+    return throughAffine(modelToReference_, target);
+  }
+
+ private:
+  DisplacementMap map_;
+  FieldPoints points_;
+  NmMat4d modelToReference_;
+  bool isValid_;
+};
+
 NmVec3d stepped(const NmVec3d& place, const NmVec3d& step, double share) {
   return {place.x + share * step.x, place.y + share * step.y, place.z + share * step.z};
 }
@@ -86,6 +119,10 @@ std::shared_ptr<const Deformation> deformationOf(const BrickGrid& bricks) {
 
 std::shared_ptr<const Deformation> deformationOf(const LatticeMap& lattice) {
   return std::make_shared<const LatticeDeformation>(lattice);
+}
+
+std::shared_ptr<const Deformation> deformationOf(DisplacementMap field) {
+  return std::make_shared<const FieldDeformation>(std::move(field));
 }
 
 // Within a brick or the box of a lattice the map is smooth, and full steps converge in a few

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "workflow/BrickGrid.h"
+#include "workflow/DisplacementMap.h"
 #include "workflow/LatticeMap.h"
 
 namespace voxreg::detail {
@@ -21,10 +22,12 @@ class Deformation {
   /// What it is made of; null for all other kinds.
   virtual const BrickGrid* bricks() const { return nullptr; }
   virtual const LatticeMap* lattice() const { return nullptr; }
+  virtual const DisplacementMap* field() const { return nullptr; }
 };
 
 std::shared_ptr<const Deformation> deformationOf(const BrickGrid& bricks);
 std::shared_ptr<const Deformation> deformationOf(const LatticeMap& lattice);
+std::shared_ptr<const Deformation> deformationOf(DisplacementMap field);
 
 /// The position in the reference's world that maps to `point`, by Newton's method; NaN if the
 /// search does not converge (see Transform::inverse).

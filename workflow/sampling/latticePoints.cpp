@@ -6,6 +6,7 @@
 
 #include "foundation/numbers/vectors.h"
 #include "variational/latticeValues.h"
+#include "workflow/sampling/matrices.h"
 
 namespace voxreg::detail {
 
@@ -71,15 +72,6 @@ void dropRounding(NmMat4d& toIntervals, const NmBox3f& box) {
   }
 }
 
-/// Without the division by 1 of NmMat4d, which takes longer than the rest.
-NmVec3d through(const NmMat4d& affine, const NmVec3d& p) {
-  const auto& m = affine.m;
-  const auto along = [&](int c) {
-    return ((p.x * m[0][c] + p.y * m[1][c]) + p.z * m[2][c]) + m[3][c];
-  };
-  return {along(0), along(1), along(2)};
-}
-
 }  // namespace
 
 LatticePoints::LatticePoints(const LatticeMap& map, const NmMat4d& referenceToWorld,
@@ -104,7 +96,7 @@ void LatticePoints::operator()(const NmVec3d* points, std::int64_t n, NmVec3d* f
   for (std::int64_t first = 0; first < n; first += most) {
     const std::int64_t count = std::min(most, n - first);
     for (std::int64_t i = 0; i < count; ++i)
-      inIntervals[i] = through(toIntervals_, points[first + i]);
+      inIntervals[i] = throughAffine(toIntervals_, points[first + i]);
     for (std::int64_t i = 0; i < count;) {
       const NmVec3d& start = inIntervals[i];
       std::int64_t end = i + 1;
@@ -113,7 +105,7 @@ void LatticePoints::operator()(const NmVec3d* points, std::int64_t n, NmVec3d* f
       i = end;
     }
     for (std::int64_t i = 0; i < count; ++i)
-      found[first + i] = sum(through(linear_, points[first + i]), displacements[i]);
+      found[first + i] = sum(throughAffine(linear_, points[first + i]), displacements[i]);
   }
 }
 

@@ -25,7 +25,7 @@ struct ApplyOptions {
 
 void addOptions(CLI::App& command, ApplyOptions& options) {
   CLI::App* const map = command.add_option_group("map");
-  map->add_option("--transform", options.transform, "Transform file (.json)");
+  map->add_option("--transform", options.transform, "Transform file (.json, .nii, .nii.gz)");
   map->add_option("--matrix", options.matrix, "Matrix file");
   map->require_option(1);
   command.add_option("-m,--model", options.model, "Volume to resample (NIfTI)")->required();

@@ -8,9 +8,9 @@
 
 #include "commands/PairRun.h"
 #include "commands/displacementError.h"
-#include "commands/latticeOutput.h"
 #include "commands/report.h"
 #include "commands/searchOptions.h"
+#include "commands/transformOutput.h"
 #include "files/transformFile.h"
 
 namespace host {
@@ -27,8 +27,7 @@ struct DeformOptions {
   double leastJacobian = 0.0;
   std::optional<float> tolerance;
   std::string startTransform;
-  std::string transform;
-  std::string kind = "lattice";
+  TransformOutput transform;
   std::string truth;
 };
 
@@ -57,12 +56,13 @@ void addLatticeOptions(CLI::App& command, DeformOptions& options) {
 
 void addOptions(CLI::App& command, DeformOptions& options) {
   addPairOptions(command, options.pair);
-  command.add_option("--transform", options.transform, "Transform file to write (.json)");
-  addKindOption(command, options.kind);
+  addTransformOption(command, options.transform);
+  addKindOption(command, options.transform);
   addLatticeOptions(command, options);
   addStartOptions(command, options.start);
-  command.add_option("--start-transform", options.startTransform,
-                     "Transform file (.json) to start from, instead of an affine registration");
+  command.add_option(
+      "--start-transform", options.startTransform,
+      "Transform file (.json, .nii, .nii.gz) to start from, instead of an affine registration");
   command.get_option("--start-transform")->excludes("--start")->excludes("--init");
   command.add_option("--truth", options.truth,
                      "File of points xr yr zr xm ym zm to print the displacement error at");
@@ -101,11 +101,12 @@ voxreg::Transform registered(const DeformOptions& options,
 }
 
 int runDeform(const DeformOptions& options, const CLI::App& command) {
+  options.transform.requireSuitableName();
   std::vector<FileRole> inputs = options.masks.roles();
   inputs.push_back({"--start", options.start.file});
   inputs.push_back({"--start-transform", options.startTransform});
   inputs.push_back({"--truth", options.truth});
-  PairRun run(command, options.pair, inputs, {{"--transform", options.transform}}, 20.0);
+  PairRun run(command, options.pair, inputs, {{"--transform", options.transform.path}}, 20.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
   const std::optional<voxreg::Transform> given = givenStart(options);
@@ -113,9 +114,7 @@ int runDeform(const DeformOptions& options, const CLI::App& command) {
   OutputFiles outputs;
   run.writeOutput(outputs, transform);
   run.writePicture(outputs, {given.value_or(voxreg::Transform()), transform}, MapPanels::shown);
-  std::string loss;
-  if (!options.transform.empty())
-    loss = writeAs(options.kind, outputs, options.transform, transform);
+  const std::string loss = options.transform.write(outputs, transform, run.files().reference.image);
   return run.finish(outputs, [&] {
     (void)std::fputs(loss.c_str(), stdout);
     if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));

@@ -8,10 +8,10 @@
 
 #include "commands/PairRun.h"
 #include "commands/displacementError.h"
-#include "commands/latticeOutput.h"
 #include "commands/optionNames.h"
 #include "commands/report.h"
 #include "commands/searchOptions.h"
+#include "commands/transformOutput.h"
 #include "pictures/elasticPicture.h"
 #include "terminal/HostError.h"
 
@@ -31,8 +31,7 @@ struct ElasticOptions {
   std::optional<double> stiffness;
   std::string metric = "cr";
   std::vector<int> roi;
-  std::string transform;
-  std::string kind = "lattice";
+  TransformOutput transform;
   std::string subtraction;
   std::string truth;
 };
@@ -80,8 +79,8 @@ void addEngineOptions(CLI::App& command, ElasticOptions& options) {
 
 void addOptions(CLI::App& command, ElasticOptions& options) {
   addPairOptions(command, options.pair);
-  command.add_option("--transform", options.transform, "Transform file to write (.json)");
-  addKindOption(command, options.kind);
+  addTransformOption(command, options.transform);
+  addKindOption(command, options.transform);
   command.add_option("--subtraction", options.subtraction,
                      "Registered model minus reference (.nii, .nii.gz)");
   addMaskOptions(command, options);
@@ -162,10 +161,11 @@ void writeVolumes(const ElasticOptions& options, const voxreg::ElasticRegistrati
 }
 
 int runElastic(const ElasticOptions& options, const CLI::App& command) {
+  options.transform.requireSuitableName();
   constexpr double workOfBricks = 41.0;
   constexpr double workOfLattice = 6.0;
   PairRun run(command, options.pair, {{"--truth", options.truth}},
-              {{"--transform", options.transform},
+              {{"--transform", options.transform.path},
                {"--subtraction", options.subtraction, FileRole::Kind::volume}},
               options.engine == "bricks" ? workOfBricks : workOfLattice);
   std::vector<PointPair> truth;
@@ -174,9 +174,8 @@ int runElastic(const ElasticOptions& options, const CLI::App& command) {
   const voxreg::ElasticRegistration found = registered(options, run);
   OutputFiles outputs;
   writeVolumes(options, found, run, outputs);
-  std::string loss;
-  if (!options.transform.empty())
-    loss = writeAs(options.kind, outputs, options.transform, found.transform);
+  const std::string loss =
+      options.transform.write(outputs, found.transform, run.files().reference.image);
   return run.finish(outputs, [&] {
     printElastic(found);
     (void)std::fputs(loss.c_str(), stdout);

@@ -1,5 +1,6 @@
 #include "commands/nonAffineCommand.h"
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,7 +9,7 @@
 #include "commands/displacementError.h"
 #include "commands/report.h"
 #include "commands/searchOptions.h"
-#include "files/transformFile.h"
+#include "commands/transformOutput.h"
 
 namespace host {
 
@@ -23,13 +24,13 @@ struct NonAffineOptions {
   SearchArguments search;
   std::vector<int> bricks;
   std::vector<int> stages;
-  std::string transform;
+  TransformOutput transform;
   std::string truth;
 };
 
 void addOptions(CLI::App& command, NonAffineOptions& options) {
   addPairOptions(command, options.pair);
-  command.add_option("--transform", options.transform, "Transform file to write (.json)");
+  addTransformOption(command, options.transform);
   command
       .add_option("--bricks", options.bricks,
                   "Bricks of the last grid on each axis (default: about 16 mm and at least "
@@ -79,7 +80,7 @@ voxreg::Transform registered(const NonAffineOptions& options,
 
 int runNonAffine(const NonAffineOptions& options, const CLI::App& command) {
   PairRun run(command, options.pair, {{"--start", options.start.file}, {"--truth", options.truth}},
-              {{"--transform", options.transform}}, 61.0);
+              {{"--transform", options.transform.path}}, 61.0);
   std::vector<PointPair> truth;
   if (!options.truth.empty()) truth = readPointPairs(options.truth);
   const std::optional<voxreg::Transform> given = options.start.given();
@@ -87,8 +88,9 @@ int runNonAffine(const NonAffineOptions& options, const CLI::App& command) {
   OutputFiles outputs;
   run.writeOutput(outputs, transform);
   run.writePicture(outputs, {given.value_or(voxreg::Transform()), transform}, MapPanels::shown);
-  if (!options.transform.empty()) writeTransform(outputs, options.transform, transform);
+  const std::string loss = options.transform.write(outputs, transform, run.files().reference.image);
   return run.finish(outputs, [&] {
+    (void)std::fputs(loss.c_str(), stdout);
     if (!truth.empty()) printPlaceError("displacement error", displacementError(transform, truth));
   });
 }

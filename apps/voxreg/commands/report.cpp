@@ -8,7 +8,8 @@ void printReport(const RunReport& report) {
   if (report.start.contains("chosen"))
     std::printf("%-24s %s\n", "start", report.start["chosen"].get<std::string>().c_str());
   std::printf("%-24s %.1f %% of the reference\n", "overlap", 100.0 * report.found.overlap);
-  if (report.transform == "bricks" || report.transform == "lattice")
+  const std::string& kind = report.transform;
+  if (kind == "bricks" || kind == "lattice" || kind == "field")
     std::printf("%-24s %.3f smallest\n", "Jacobian", report.found.smallestJacobian);
   printSearch(report.found.metricAfter, report.found.seconds, report.found.interrupted);
 }

@@ -12,23 +12,6 @@ namespace host {
 
 namespace {
 
-/// The header's unit of length.
-double millimetres(const nifti_image& header) {
-  if (header.xyz_units == NIFTI_UNITS_METER) return 1000.0;
-  return header.xyz_units == NIFTI_UNITS_MICRON ? 0.001 : 1.0;
-}
-
-voxreg::WorldGrid gridOf(const nifti_image& header) {
-  const nifti_dmat44& toWorld = header.sform_code > 0 ? header.sto_xyz : header.qto_xyz;
-  NmVec3l dims;
-  for (int a = 0; a < 3; ++a) dims[a] = std::max<long>(header.dim[a + 1], 1);
-  const double mm = millimetres(header);
-  NmMat4d matrix;
-  for (int w = 0; w < 3; ++w)
-    for (int a = 0; a < 4; ++a) matrix.m[a][w] = mm * toWorld.m[w][a];
-  return {dims, matrix};
-}
-
 /// Gives an axis of the file ceil(newDim) voxels, with the scale of newDim; the volume's edges do
 /// not move if newDim is an integer.
 void scaleAxis(nifti_image& header, int axis, float newDim) {

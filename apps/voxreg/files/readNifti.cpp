@@ -1,4 +1,3 @@
-#include <cmath>
 #include <filesystem>
 #include <vector>
 
@@ -34,20 +33,6 @@ bool isImageOfPair(const std::string& path) {
 
 std::string headerPath(const std::string& path) {
   return isImageOfPair(path) && exists(path) ? partner(path, ".hdr") : path;
-}
-
-ValueScale scaleOf(const nifti_image& header) {
-  const bool scaled =
-      std::isfinite(header.scl_slope) && std::isfinite(header.scl_inter) && header.scl_slope != 0.0;
-  return scaled ? ValueScale{header.scl_slope, header.scl_inter} : ValueScale{};
-}
-
-/// Checked before any memory is allocated.
-void requirePlausibleSize(const ZipReader& file, const NiftiHeader& header) {
-  double needed = header.image->nbyper;
-  for (int a = 1; a <= 3; ++a) needed *= static_cast<double>(header.image->dim[a]);
-  if (!file.mayHold(needed + static_cast<double>(header.offset)))
-    throw HostError(file.path() + " is cut short");
 }
 
 /// Doubles cannot represent all 64-bit integers.
