@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include "workflow/refusal.h"
 #include "workflow/search/derivativeRuns.h"
+#include "workflow/search/fieldRuns.h"
 #include "workflow/search/information.h"
 #include "workflow/search/judgement.h"
 #include "workflow/search/latticeRuns.h"
@@ -50,24 +53,90 @@ LatticeStart affineStart(const SearchedPair& pair, const CountingPair& counting,
   return {searchMatrixByDerivatives(pair, counting, task, progress, found).inverse(), {}};
 }
 
-LatticeMap searched(const SearchedPair& pair, const CountingPair& counting,
-                    const DeformableOptions& options, double spacing, Registration& found) {
+/// Voxels of about this size are what the lattice looks at before detail is added, mm.
+constexpr double voxelBeforeDetail = 2.0;
+
+double finestVoxel(const Image& image) {
+  double finest = 0.0;
+  for (int a = 0; a < 3; ++a) {
+    const auto size = static_cast<double>(image.volume()->voxelSpacing()[a]);
+    if (image.dims()[a] > 1 && (finest == 0.0 || size < finest)) finest = size;
+  }
+  return finest;
+}
+
+/// How often voxels can be doubled up to a size of about 2 mm, as a factor.
+int reductionBeforeDetail(const Image& reference) {
+  constexpr double slack = 1.2;
+  int reduction = 1;
+  const double finest = finestVoxel(reference);
+  while (finest > 0.0 && 2.0 * reduction * finest <= slack * voxelBeforeDetail) reduction *= 2;
+  return reduction;
+}
+
+/// Coarse voxels hold little that the lattice has not found.
+FieldTask fieldTaskFor(Detail detail, int reduction) {
+  constexpr int manyIterations = 20;
+  constexpr int someIterations = 10;
+  constexpr int fewIterations = 5;
+  constexpr double usualSigma = 0.5;
+  constexpr double fineSigma = 0.45;
+  const bool isFine = detail == Detail::fine;
+  const double sigma = isFine ? fineSigma : usualSigma;
+  if (reduction == 1) return {{{1, isFine ? someIterations : fewIterations}}, sigma};
+  FieldTask task = {{{reduction, manyIterations}}, sigma};
+  if (detail != Detail::fast) task.levels.push_back({1, isFine ? manyIterations : someIterations});
+  return task;
+}
+
+LatticeTask latticeTaskFor(const Image& reference, const DeformableOptions& options) {
+  constexpr double usualGain = 1e-4;
+  constexpr double softer = 3.0;
+  LatticeTask task = {comparisonOf(options.metric), options.spacing.value_or(defaultSpacing(reference, options.detail)),
+                      options.stiffness, options.leastJacobian,
+                      options.tolerance ? static_cast<double>(*options.tolerance) : usualGain};
+  if (options.detail == Detail::none) return task;
+  task.stiffness /= softer;
+  task.finest = reductionBeforeDetail(reference);
+  return task;
+}
+
+/// The stages of a registration, for its progress.
+std::vector<ProgressPlan::Stage> stagesOf(const DeformableOptions& options) {
   constexpr double workOfStart = 1.0;
   constexpr double workOfAffine = 4.0;
   constexpr double workOfLattice = 20.0;
-  constexpr double usualGain = 1e-4;
-  std::vector<ProgressPlan::Stage> stages = {{"Deforming", workOfLattice}};
-  if (!options.start)
-    stages = {{startCaption, workOfStart}, {"Registering", workOfAffine}, stages.front()};
-  SearchProgress progress(stages, options.progress);
+  std::vector<ProgressPlan::Stage> stages;
+  if (!options.start) stages = {{startCaption, workOfStart}, {"Registering", workOfAffine}};
+  stages.push_back({"Deforming", workOfLattice});
+  if (options.detail != Detail::none) stages.push_back({"Adding detail", workOfLattice});
+  return stages;
+}
+
+/// Finds the transform.
+void search(const SearchedPair& pair, const CountingPair& counting,
+            const DeformableOptions& options, Registration& found) {
+  SearchProgress progress(stagesOf(options), options.progress);
   const LatticeStart start = options.start ? givenStart(*options.start)
                                            : affineStart(pair, counting, options, progress, found);
   found.interrupted = progress.wasInterrupted();
-  if (found.interrupted || found.startIsKept) return mapOf(start, pair, spacing);
-  const LatticeTask task = {
-      comparisonOf(options.metric), spacing, options.stiffness, options.leastJacobian,
-      options.tolerance ? static_cast<double>(*options.tolerance) : usualGain};
-  return searchLattice(pair, counting, start, task, progress, found);
+  const LatticeTask task = latticeTaskFor(pair.reference, options);
+  const bool isDone = found.interrupted || found.startIsKept;
+  const LatticeMap lattice = isDone
+                                 ? mapOf(start, pair, task.spacing)
+                                 : searchLattice(pair, counting, start, task, progress, found);
+  if (isDone || found.interrupted || options.detail == Detail::none) {
+    found.smallestJacobian = lattice.smallestJacobian();
+    found.metricAfter = metricAt(lattice, pair, options.metric);
+    found.transform = Transform::fromLattice(lattice);
+    return;
+  }
+  DisplacementMap field = searchField(
+      pair, counting, lattice,
+      fieldTaskFor(options.detail, reductionBeforeDetail(pair.reference)), progress, found);
+  found.smallestJacobian = field.smallestJacobian();
+  found.transform = Transform::fromField(std::move(field));
+  found.metricAfter = metricAt(found.transform, pair, options.metric);
 }
 
 void find(const Image& reference, const Image& model, const DeformableOptions& options,
@@ -79,24 +148,23 @@ void find(const Image& reference, const Image& model, const DeformableOptions& o
   requireInformation(reference, model, options.metric);
   requireSameFlatAxis(pair.reference, pair.model);
   const CountingPair counting(reference, model, pair, options.masks, options.metric);
-  const double spacing = options.spacing.value_or(defaultSpacing(reference));
-  const LatticeMap map = searched(pair, counting, options, spacing, found);
-  found.transform = Transform::fromLattice(map);
+  search(pair, counting, options, found);
+  const double spacing = options.spacing.value_or(defaultSpacing(reference, options.detail));
   found.metricBefore = metricAt(mapOf(given, pair, spacing), pair, options.metric);
-  found.metricAfter = metricAt(map, pair, options.metric);
-  found.smallestJacobian = map.smallestJacobian();
   judge(overlapOf(pair.reference, pair.model, found.transform), found);
 }
 
 }  // namespace
 
-double defaultSpacing(const Image& reference) {
+double defaultSpacing(const Image& reference, Detail detail) {
   constexpr double usual = 16.0;
+  constexpr double beforeDetail = 10.0;
   constexpr double leastIntervals = 8.0;
-  if (!reference) return usual;
+  const double most = detail == Detail::none ? usual : beforeDetail;
+  if (!reference) return most;
   const NmBox3f& box = reference.frame().box;
   const auto longest = static_cast<double>(std::max({box.extent(0), box.extent(1), box.extent(2)}));
-  return longest > 0.0 ? std::min(usual, longest / leastIntervals) : usual;
+  return longest > 0.0 ? std::min(most, longest / leastIntervals) : most;
 }
 
 Registration registerDeformable(const Image& reference, const Image& model,

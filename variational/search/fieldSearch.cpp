@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -17,7 +18,6 @@
 #include "variational/objective/voxelMatrix.h"
 #include "variational/pyramid/body.h"
 #include "variational/pyramid/cubicDoubling.h"
-#include <cstdlib>
 #include "variational/pyramid/matrixSamples.h"
 #include "variational/pyramid/searchLevel.h"
 #include "variational/search/searchReport.h"
@@ -157,15 +157,24 @@ LevelVolume counting(const FieldSearch& search, const LevelVolume& volume) {
   return body;
 }
 
+/// The model on one level; at full resolution without most of the blur of trilinear samples, unless
+/// it is large.
+LevelVolume levelOf(const SearchVolume& model, const NmVec3i& factors) {
+  constexpr std::int64_t mostDoubled = 3'000'000;  // voxels
+  LevelVolume level = reducedVolume(model, factors);
+  const bool isFull = factors == NmVec3i(1, 1, 1);
+  return isFull && voxelCount(level.frame.dims) <= mostDoubled ? doubledVolume(level) : level;
+}
+
 /// The volumes reduced by `factors`, within a box of the reference.
 FieldPair pairOn(const FieldSearch& search, const LevelFactors& factors, const NmBox3f& box) {
   const LevelVolume whole = reducedVolume(search.reference, factors.reference);
   NmVec3i first;
   const VolumeFrame part = croppedTo(box, whole.frame, first);
-  FieldPair pair = {cropped(whole, first, part),
-                    sampledThrough(search.referenceToModel,
-                                   getenv("DB") ? doubledVolume(reducedVolume(search.model, factors.model)) : reducedVolume(search.model, factors.model), part),
-                    {}};
+  FieldPair pair = {
+      cropped(whole, first, part),
+      sampledThrough(search.referenceToModel, levelOf(search.model, factors.model), part),
+      {}};
   const LevelVolume body = cropped(counting(search, whole), first, part);
   pair.counts.reserve(body.voxels.size());
   for (const float value : body.voxels) pair.counts.push_back(std::isfinite(value) ? 1 : 0);
@@ -181,41 +190,51 @@ LevelFactors factorsOf(const FieldSearch& search, const FieldSearch::Level& leve
   return levelFactors(search.reference.frame, search.model.frame, level.reduction).front();
 }
 
+/// Improves a field on one level. Steps are halved whenever the correlation falls: then they have
+/// become longer than what is left to be found.
+void improve(const FieldSearch& search, const FieldPair& pair, int iterations, SearchReport& report,
+             VoxelField& field, SearchSummary& summary) {
+  LocalCorrelation::Options options;
+  options.anyContrast = search.anyContrast;
+  const LocalCorrelation correlation(pair.reference.voxels, pair.counts, pair.reference.frame.dims,
+                                     options);
+  std::vector<float> warped;
+  VoxelField update;
+  double step = search.largestStep;
+  double last = -std::numeric_limits<double>::infinity();
+  for (int i = 0; i < iterations && !summary.interrupted; ++i) {
+    warp(pair.model.voxels, field, warped);
+    summary.metric = correlation.evaluate(warped, &update);
+    ++summary.evaluations;
+    if (summary.metric < last) step *= 0.5;
+    last = summary.metric;
+    smooth(update, search.fluidSigma);
+    scaleTo(step, update);
+    compose(update, field);
+    smooth(field, search.elasticSigma);
+    summary.interrupted = !report(i, summary.metric);
+  }
+}
+
 }  // namespace
 
 FoundField FieldSearch::run(SearchSummary& summary) const {
   const NmWatch watch(true);
-  const NmBox3f box = boxAround(counting(
-      *this, reducedVolume(reference, factorsOf(*this, levels.front()).reference)));
+  const LevelVolume coarsest =
+      reducedVolume(reference, factorsOf(*this, levels.front()).reference);
+  const NmBox3f box = boxAround(counting(*this, coarsest));
   std::optional<FoundField> found;
-  int number = 0;
   for (const Level& level : levels) {
+    summary.interrupted = summary.interrupted || wantsToStop(progress);
+    if (summary.interrupted && found) break;
     const FieldPair pair = pairOn(*this, factorsOf(*this, level), box);
     const VolumeFrame& frame = pair.reference.frame;
     VoxelField field = found ? upsampled(found->field, found->frame, frame)
                              : fieldOf(start, referenceToModel, frame);
-    SearchReport report(progress, number++, static_cast<int>(levels.size()), level.iterations);
-    LocalCorrelation::Options options;
-    options.anyContrast = anyContrast;
-    if(getenv("EPS")) options.eps=atof(getenv("EPS"));
-    if(getenv("RAD")) options.radius=atoi(getenv("RAD"));
-    double step = largestStep; double last=-1;
-    const LocalCorrelation correlation(pair.reference.voxels, pair.counts, frame.dims, options);
-    std::vector<float> warped;
-    VoxelField update;
-    summary.interrupted = summary.interrupted || wantsToStop(progress);
-    for (int i = 0; i < level.iterations && pair.hasForeground && !summary.interrupted; ++i) {
-      warp(pair.model.voxels, field, warped);
-      summary.metric = correlation.evaluate(warped, &update);
-      smooth(update, fluidSigma);
-      if(getenv("ADA") && summary.metric < last) step *= 0.5;
-      last = summary.metric;
-      scaleTo(getenv("LIN") ? largestStep*(1-0.9*i/level.iterations) : step, update);
-      compose(update, field);
-      smooth(field, elasticSigma);
-      ++summary.evaluations;
-      summary.interrupted = !report(i, summary.metric);
-    }
+    SearchReport report(progress, static_cast<int>(&level - levels.data()),
+                        static_cast<int>(levels.size()), level.iterations);
+    if (pair.hasForeground)
+      improve(*this, pair, level.iterations, report, field, summary);
     const RepairSummary repaired = repair(field, leastDeterminant, mostRepairs);
     found.emplace(FoundField{frame, std::move(field), repaired.smallestDeterminant});
     report.close();

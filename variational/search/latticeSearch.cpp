@@ -129,6 +129,8 @@ double usualBending(RegMetricKind metric) {
 
 std::vector<LevelFactors> LatticeSearch::levels() const {
   std::vector<LevelFactors> factors = levelFactors(reference.frame, model.frame, coarsest);
+  const NmVec3i most = levelFactors(reference.frame, model.frame, finest).front().reference;
+  while (factors.size() > 1 && factors.back().reference.x < most.x) factors.pop_back();
   while (factors.size() < leastStages) factors.insert(factors.begin() + 1, factors[1]);
   return factors;
 }

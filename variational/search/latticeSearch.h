@@ -31,6 +31,7 @@ struct LatticeSearch {
   double relativeGain = 1e-4;
   int mostIterations = 100;  ///< on each level
   int coarsest = 4;          ///< reduction on the first level
+  int finest = 1;            ///< on the last
   NmProgressInterface* progress = nullptr;
 
   std::vector<LevelFactors> levels() const;

@@ -8,6 +8,7 @@
 #include "metrics/RegMetric.h"
 #include "variational/latticeInterpolation.h"
 #include "variational/objective/tensorTables.h"
+#include "variational/objective/voxelMatrix.h"
 #include "workflow/PointMap.h"
 #include "workflow/refusal.h"
 #include "workflow/search/derivativeRuns.h"
@@ -28,11 +29,6 @@ void turnDisplacements(const NmMat4d& matrix, ControlLattice& lattice) {
       lattice.values[c * count + i] =
           before[0] * matrix.m[0][c] + before[1] * matrix.m[1][c] + before[2] * matrix.m[2][c];
   }
-}
-
-/// Between the frames of the images; `referenceToModel` is between their worlds.
-NmMat4d betweenFrames(const NmMat4d& referenceToModel, const SearchedPair& pair) {
-  return worldToFrames(referenceToModel.inverse(), pair.reference, pair.model).inverse();
 }
 
 /// Gives a lattice the displacements of a start on top of its matrix, in the model's frame. Throws
@@ -75,6 +71,16 @@ std::vector<ProgressPlan::Stage> progressStages(const LatticeSearch& search) {
 
 }  // namespace
 
+NmMat4d betweenFrames(const NmMat4d& referenceToModel, const SearchedPair& pair) {
+  return worldToFrames(referenceToModel.inverse(), pair.reference, pair.model).inverse();
+}
+
+ControlLattice inModelFrame(const LatticeMap& map, const SearchedPair& pair) {
+  ControlLattice lattice = map.lattice;
+  turnDisplacements(pair.model.frame().toWorld.inverse(), lattice);
+  return lattice;
+}
+
 LatticeMap searchLattice(const SearchedPair& pair, const CountingPair& counting,
                          const LatticeStart& start, const LatticeTask& task,
                          SearchProgress& progress, Registration& found) {
@@ -85,6 +91,7 @@ LatticeMap searchLattice(const SearchedPair& pair, const CountingPair& counting,
   search.bending = task.stiffness * usualBending(task.comparison.metric);
   search.leastDeterminant = task.leastJacobian;
   search.relativeGain = task.relativeGain;
+  search.finest = task.finest;
   search.progress = &progress;
   if (start.transform) {
     search.start = search.finestLattice();
@@ -107,22 +114,74 @@ LatticeMap mapOf(const LatticeStart& start, const SearchedPair& pair, double spa
   return inWorld(lattice, start.referenceToModel, pair);
 }
 
+namespace {
+
+/// The metric of a pair at full resolution, with all voxels.
+class FullMetric {
+ public:
+  FullMetric(const SearchedPair& pair, const MetricOptions& metric)
+      : all_(pair.reference, pair.model, pair, {}, metric),
+        metric_(static_cast<RegMetricKind>(kindOf(metric.metric)), volumeOf(all_.reference()),
+                volumeOf(all_.model()),
+                binsOf(pair.reference, metric.referenceRange, metric.bins),
+                binsOf(pair.model, metric.modelRange, metric.bins)) {}
+
+  template <class Map>
+  std::optional<double> at(const Map& map) {
+    const double value = metric_.evaluate(map, nullptr);
+    return value == RegMetric::noStatement ? std::nullopt : std::optional<double>(value);
+  }
+
+  VolumeFrame referenceFrame() const { return all_.reference().frame; }
+  VolumeFrame modelFrame() const { return all_.model().frame; }
+
+ private:
+  static MappedMetric::Volume volumeOf(const SearchVolume& volume) {
+    return {volume.voxels, volume.type, volume.frame};
+  }
+
+  CountingPair all_;
+  MappedMetric metric_;
+};
+
+}  // namespace
+
 std::optional<double> metricAt(const LatticeMap& map, const SearchedPair& pair,
                                const MetricOptions& metric) {
-  const CountingPair all(pair.reference, pair.model, pair, {}, metric);
-  const SearchVolume reference = all.reference();
-  const SearchVolume model = all.model();
-  MappedMetric mapped(static_cast<RegMetricKind>(kindOf(metric.metric)),
-                      {reference.voxels, reference.type, reference.frame},
-                      {model.voxels, model.type, model.frame},
-                      binsOf(pair.reference, metric.referenceRange, metric.bins),
-                      binsOf(pair.model, metric.modelRange, metric.bins));
-  ControlLattice lattice = map.lattice;
-  turnDisplacements(pair.model.frame().toWorld.inverse(), lattice);
-  TensorTables tables(reference.frame, lattice);
-  tables.setLattice(betweenFrames(map.referenceToModel, pair), lattice, model.frame);
-  const double value = mapped.evaluate(tables.map(), nullptr);
-  return value == RegMetric::noStatement ? std::nullopt : std::optional<double>(value);
+  FullMetric full(pair, metric);
+  const ControlLattice lattice = inModelFrame(map, pair);
+  TensorTables tables(full.referenceFrame(), lattice);
+  tables.setLattice(betweenFrames(map.referenceToModel, pair), lattice, full.modelFrame());
+  return full.at(tables.map());
+}
+
+std::optional<double> metricAt(const Transform& transform, const SearchedPair& pair,
+                               const MetricOptions& metric) {
+  FullMetric full(pair, metric);
+  const VolumeFrame reference = full.referenceFrame();
+  const VolumeFrame model = full.modelFrame();
+  const NmMat4d frames = betweenFrames(NmMat4d(), pair);
+  const PointMap map(transform, pair.reference, pair.model);
+  const auto count = static_cast<std::size_t>(voxelCount(reference.dims));
+  std::vector<float> displacement(3 * count);
+  std::vector<NmVec3d> points(static_cast<std::size_t>(reference.dims.x));
+  std::vector<NmVec3d> mapped(points.size());
+  std::size_t voxel = 0;
+  for (int z = 0; z < reference.dims.z; ++z)
+    for (int y = 0; y < reference.dims.y; ++y) {
+      for (int x = 0; x < reference.dims.x; ++x)
+        points[static_cast<std::size_t>(x)] =
+            NmVec3d(reference.position(0, x), reference.position(1, y), reference.position(2, z));
+      map(points.data(), reference.dims.x, mapped.data());
+      for (std::size_t x = 0; x < points.size(); ++x, ++voxel) {
+        NmVec3d unmoved;
+        frames.multVecMatrix(points[x], unmoved);
+        for (int c = 0; c < 3; ++c)
+          displacement[static_cast<std::size_t>(c) * count + voxel] =
+              static_cast<float>((mapped[x][c] - unmoved[c]) / voxelSizeAlong(model, c));
+      }
+    }
+  return full.at(FieldMap{voxelMatrix(frames, reference, model), displacement.data()});
 }
 
 }  // namespace voxreg::detail

@@ -24,7 +24,14 @@ struct LatticeTask {
   double stiffness;      ///< multiple of the default weight
   double leastJacobian;  ///< of the map's determinant
   double relativeGain;
+  int finest = 1;  ///< reduction of the reference on the last level
 };
+
+/// Between the frames of the images; `referenceToModel` is between their worlds.
+NmMat4d betweenFrames(const NmMat4d& referenceToModel, const SearchedPair& pair);
+
+/// The lattice of a map with its displacements turned from the model's world to its frame.
+ControlLattice inModelFrame(const LatticeMap& map, const SearchedPair& pair);
 
 /// Searches a lattice; adds counts and time to `found`. An interruption leaves the best map so far.
 LatticeMap searchLattice(const SearchedPair& pair, const CountingPair& counting,
@@ -34,8 +41,11 @@ LatticeMap searchLattice(const SearchedPair& pair, const CountingPair& counting,
 /// The map of a start.
 LatticeMap mapOf(const LatticeStart& start, const SearchedPair& pair, double spacing);
 
-/// The metric of a pair at a smooth map, at full resolution. Nothing if it has no meaningful value.
+/// The metric of a pair at a smooth map, or at any, at full resolution. Nothing if it has no
+/// meaningful value. The latter takes the memory of three floats for each reference voxel.
 std::optional<double> metricAt(const LatticeMap& map, const SearchedPair& pair,
+                               const MetricOptions& metric);
+std::optional<double> metricAt(const Transform& transform, const SearchedPair& pair,
                                const MetricOptions& metric);
 
 }  // namespace voxreg::detail

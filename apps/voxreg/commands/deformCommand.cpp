@@ -24,6 +24,7 @@ struct DeformOptions {
   MetricArguments metric;
   std::optional<double> spacing;
   double stiffness = 1.0;
+  std::string detail = "none";
   double leastJacobian = 0.0;
   std::optional<float> tolerance;
   std::string startTransform;
@@ -34,14 +35,21 @@ struct DeformOptions {
 void addLatticeOptions(CLI::App& command, DeformOptions& options) {
   command
       .add_option("--spacing", options.spacing,
-                  "Distance of the controls in millimetres (default: 16, or an eighth of the "
-                  "reference's longest side if that is less); finer ones show more detail")
+                  "Distance of the controls in millimetres (default: 16, with --detail 10, or an "
+                  "eighth of the reference's longest side if that is less); finer ones show more "
+                  "detail")
       ->type_name("MM")
       ->check(numberAbove(0.0));
   command
       .add_option("--stiffness", options.stiffness,
                   "Resistance to bending, as a multiple of the usual one")
       ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  command
+      .add_option("--detail", options.detail,
+                  "Fine detail to add by local correlation, for two people rather than one: the "
+                  "transform is a field then")
+      ->check(CLI::IsMember({"none", "fast", "normal", "fine"}))
       ->capture_default_str();
   command
       .add_option("--least-jacobian", options.leastJacobian,
@@ -75,12 +83,19 @@ std::optional<voxreg::Transform> givenStart(const DeformOptions& options) {
   return options.start.given();
 }
 
+voxreg::Detail detailOf(const std::string& name) {
+  if (name == "fast") return voxreg::Detail::fast;
+  if (name == "normal") return voxreg::Detail::normal;
+  return name == "fine" ? voxreg::Detail::fine : voxreg::Detail::none;
+}
+
 /// Leaves the model where it is if the volumes hold no information.
 voxreg::Transform registered(const DeformOptions& options,
                              const std::optional<voxreg::Transform>& given, PairRun& run) {
   const auto& [reference, model] = run.files();
   voxreg::DeformableOptions task;
-  task.spacing = options.spacing.value_or(voxreg::defaultSpacing(reference.image));
+  task.detail = detailOf(options.detail);
+  task.spacing = options.spacing.value_or(voxreg::defaultSpacing(reference.image, task.detail));
   task.stiffness = options.stiffness;
   task.leastJacobian = options.leastJacobian;
   task.tolerance = options.tolerance;
@@ -89,7 +104,7 @@ voxreg::Transform registered(const DeformOptions& options,
   task.metric = options.metric.options();
   task.masks = options.masks.read();
   task.progress = run.progress.ofRegistration("Registering");
-  run.report.transform = "lattice";
+  run.report.transform = task.detail == voxreg::Detail::none ? "lattice" : "field";
   run.report.metric = options.metric.name;
   run.report.settings["spacing"] = *task.spacing;
   const voxreg::Registration found = voxreg::registerDeformable(reference.image, model.image, task);
@@ -100,7 +115,8 @@ voxreg::Transform registered(const DeformOptions& options,
   return found.transform;
 }
 
-int runDeform(const DeformOptions& options, const CLI::App& command) {
+int runDeform(DeformOptions options, const CLI::App& command) {
+  if (options.detail != "none" && options.transform.kind.empty()) options.transform.kind = "field";
   options.transform.requireSuitableName();
   std::vector<FileRole> inputs = options.masks.roles();
   inputs.push_back({"--start", options.start.file});
