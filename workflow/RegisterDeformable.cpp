@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -113,6 +114,35 @@ std::vector<ProgressPlan::Stage> stagesOf(const DeformableOptions& options) {
   return stages;
 }
 
+void keepLattice(const SearchedPair& pair, const DeformableOptions& options, const LatticeMap& map,
+                 Registration& found) {
+  found.smallestJacobian = map.smallestJacobian();
+  found.metricAfter = metricAt(map, pair, options.metric);
+  found.transform = Transform::fromLattice(map);
+}
+
+/// Adds detail to a lattice that leaves room for it, or else finishes the lattice.
+void addDetail(const SearchedPair& pair, const CountingPair& counting,
+               const DeformableOptions& options, const LatticeStart& start,
+               const LatticeMap& lattice, SearchProgress& progress, Registration& found) {
+  const FieldTask task = fieldTaskFor(options.detail, reductionBeforeDetail(pair.reference));
+  std::optional<DisplacementMap> field =
+      searchField(pair, counting, lattice, task, progress, found);
+  if (!field && found.interrupted) return keepLattice(pair, options, lattice, found);
+  if (!field) {
+    DeformableOptions smooth = options;
+    smooth.detail = Detail::none;
+    found.warnings.emplace_back("there is no more detail than a smooth lattice shows");
+    return keepLattice(pair, options,
+                       searchLattice(pair, counting, start, latticeTaskFor(pair.reference, smooth),
+                                     progress, found),
+                       found);
+  }
+  found.smallestJacobian = field->smallestJacobian();
+  found.transform = Transform::fromField(std::move(*field));
+  found.metricAfter = metricAt(found.transform, pair, options.metric);
+}
+
 /// Finds the transform.
 void search(const SearchedPair& pair, const CountingPair& counting,
             const DeformableOptions& options, Registration& found) {
@@ -121,22 +151,12 @@ void search(const SearchedPair& pair, const CountingPair& counting,
                                            : affineStart(pair, counting, options, progress, found);
   found.interrupted = progress.wasInterrupted();
   const LatticeTask task = latticeTaskFor(pair.reference, options);
-  const bool isDone = found.interrupted || found.startIsKept;
-  const LatticeMap lattice = isDone
-                                 ? mapOf(start, pair, task.spacing)
-                                 : searchLattice(pair, counting, start, task, progress, found);
-  if (isDone || found.interrupted || options.detail == Detail::none) {
-    found.smallestJacobian = lattice.smallestJacobian();
-    found.metricAfter = metricAt(lattice, pair, options.metric);
-    found.transform = Transform::fromLattice(lattice);
-    return;
-  }
-  DisplacementMap field = searchField(
-      pair, counting, lattice,
-      fieldTaskFor(options.detail, reductionBeforeDetail(pair.reference)), progress, found);
-  found.smallestJacobian = field.smallestJacobian();
-  found.transform = Transform::fromField(std::move(field));
-  found.metricAfter = metricAt(found.transform, pair, options.metric);
+  if (found.interrupted || found.startIsKept)
+    return keepLattice(pair, options, mapOf(start, pair, task.spacing), found);
+  const LatticeMap lattice = searchLattice(pair, counting, start, task, progress, found);
+  if (found.interrupted || options.detail == Detail::none)
+    return keepLattice(pair, options, lattice, found);
+  addDetail(pair, counting, options, start, lattice, progress, found);
 }
 
 void find(const Image& reference, const Image& model, const DeformableOptions& options,

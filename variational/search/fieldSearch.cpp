@@ -190,30 +190,69 @@ LevelFactors factorsOf(const FieldSearch& search, const FieldSearch::Level& leve
   return levelFactors(search.reference.frame, search.model.frame, level.reduction).front();
 }
 
-/// Improves a field on one level. Steps are halved whenever the correlation falls: then they have
-/// become longer than what is left to be found.
-void improve(const FieldSearch& search, const FieldPair& pair, int iterations, SearchReport& report,
+/// How the correlation goes on from iteration to iteration.
+class Gains {
+ public:
+  /// What the next iteration should do.
+  enum class Next { more, shorter, undo, nothing };
+
+  /// After the correlation of iteration `i`.
+  ///
+  /// Where the start has left anatomy apart, the first update raises the correlation by an eighth of
+  /// itself; where only noise and interpolation are left, by a hundredth, and updates lead away from
+  /// the truth. The limit between them is empirical (docs/searches.md). Later steps are halved when
+  /// the correlation falls: then they have become longer than what is left.
+  Next after(int i, double correlation) {
+    constexpr double leastFirst = 0.04;
+    constexpr double least = 1e-3;
+    const double gain = correlation - last_;
+    const double relative = gain / std::max(last_, std::numeric_limits<double>::min());
+    last_ = correlation;
+    if (i == 0) return Next::more;
+    if (i == 1 && !(relative >= leastFirst)) return Next::undo;
+    few_ = relative < least ? few_ + 1 : 0;
+    if (few_ > mostFew) return Next::nothing;
+    return gain < 0.0 ? Next::shorter : Next::more;
+  }
+
+ private:
+  static constexpr int mostFew = 2;  // iterations in succession
+
+  double last_ = 0.0;
+  int few_ = 0;
+};
+
+/// Improves a field on one level. False if that adds nothing.
+bool improve(const FieldSearch& search, const FieldPair& pair, int iterations, SearchReport& report,
              VoxelField& field, SearchSummary& summary) {
   LocalCorrelation::Options options;
   options.anyContrast = search.anyContrast;
   const LocalCorrelation correlation(pair.reference.voxels, pair.counts, pair.reference.frame.dims,
                                      options);
+  VoxelField before = field;
   std::vector<float> warped;
   VoxelField update;
   double step = search.largestStep;
-  double last = -std::numeric_limits<double>::infinity();
+  Gains gains;
   for (int i = 0; i < iterations && !summary.interrupted; ++i) {
     warp(pair.model.voxels, field, warped);
     summary.metric = correlation.evaluate(warped, &update);
     ++summary.evaluations;
-    if (summary.metric < last) step *= 0.5;
-    last = summary.metric;
+    const Gains::Next next = gains.after(i, summary.metric);
+    if (next == Gains::Next::undo) {
+      std::swap(before, field);
+      return false;
+    }
+    if (next == Gains::Next::nothing) break;
+    if (i == 1) before = VoxelField();
+    if (next == Gains::Next::shorter) step *= 0.5;
     smooth(update, search.fluidSigma);
     scaleTo(step, update);
     compose(update, field);
     smooth(field, search.elasticSigma);
     summary.interrupted = !report(i, summary.metric);
   }
+  return true;
 }
 
 }  // namespace
@@ -233,10 +272,11 @@ FoundField FieldSearch::run(SearchSummary& summary) const {
                              : fieldOf(start, referenceToModel, frame);
     SearchReport report(progress, static_cast<int>(&level - levels.data()),
                         static_cast<int>(levels.size()), level.iterations);
-    if (pair.hasForeground)
-      improve(*this, pair, level.iterations, report, field, summary);
+    const bool isImproved =
+        pair.hasForeground && improve(*this, pair, level.iterations, report, field, summary);
+    const bool hasDetail = isImproved || (found && found->hasDetail);
     const RepairSummary repaired = repair(field, leastDeterminant, mostRepairs);
-    found.emplace(FoundField{frame, std::move(field), repaired.smallestDeterminant});
+    found.emplace(FoundField{frame, std::move(field), repaired.smallestDeterminant, hasDetail});
     report.close();
   }
   summary.seconds += static_cast<double>(watch.getTime());

@@ -16,7 +16,8 @@ namespace voxreg::detail {
 struct FoundField {
   VolumeFrame frame;
   VoxelField field;
-  double smallestDeterminant = 1.0;  ///< one-sided, of the field alone
+  double smallestDeterminant;  ///< one-sided, of the field alone
+  bool hasDetail;              ///< whether a level has found more than its start
 };
 
 /// The search for a large deformation with fine detail: updates that raise the local correlation

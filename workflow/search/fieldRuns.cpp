@@ -1,5 +1,6 @@
 #include "workflow/search/fieldRuns.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -55,7 +56,7 @@ std::vector<ProgressPlan::Stage> progressStages(const FieldTask& task) {
 
 }  // namespace
 
-DisplacementMap searchField(const SearchedPair& pair, const CountingPair& counting,
+std::optional<DisplacementMap> searchField(const SearchedPair& pair, const CountingPair& counting,
                             const LatticeMap& start, const FieldTask& task,
                             SearchProgress& progress, Registration& found) {
   FieldSearch search = {counting.reference(), counting.model(),
@@ -69,6 +70,7 @@ DisplacementMap searchField(const SearchedPair& pair, const CountingPair& counti
   FoundField field = search.run(summary);
   addSummary(summary, found);
   found.interrupted = progress.wasInterrupted();
+  if (!field.hasDetail) return std::nullopt;
   return inWorld(std::move(field), start.referenceToModel, pair);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "variational/search/fieldSearch.h"
@@ -17,9 +18,9 @@ struct FieldTask {
   double elasticSigma;  ///< voxels
 };
 
-/// Searches a field that begins with a lattice's map; adds counts and time to `found`. An
-/// interruption leaves the best map so far.
-DisplacementMap searchField(const SearchedPair& pair, const CountingPair& counting,
+/// Searches a field that begins with a lattice's map; adds counts and time to `found`. Nothing if
+/// it finds no more than the lattice. An interruption leaves the best map so far.
+std::optional<DisplacementMap> searchField(const SearchedPair& pair, const CountingPair& counting,
                             const LatticeMap& start, const FieldTask& task,
                             SearchProgress& progress, Registration& found);
 

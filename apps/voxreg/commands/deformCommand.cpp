@@ -95,7 +95,7 @@ voxreg::Transform registered(const DeformOptions& options,
   const auto& [reference, model] = run.files();
   voxreg::DeformableOptions task;
   task.detail = detailOf(options.detail);
-  task.spacing = options.spacing.value_or(voxreg::defaultSpacing(reference.image, task.detail));
+  task.spacing = options.spacing;
   task.stiffness = options.stiffness;
   task.leastJacobian = options.leastJacobian;
   task.tolerance = options.tolerance;
@@ -104,10 +104,11 @@ voxreg::Transform registered(const DeformOptions& options,
   task.metric = options.metric.options();
   task.masks = options.masks.read();
   task.progress = run.progress.ofRegistration("Registering");
-  run.report.transform = task.detail == voxreg::Detail::none ? "lattice" : "field";
   run.report.metric = options.metric.name;
-  run.report.settings["spacing"] = *task.spacing;
+  run.report.settings["spacing"] =
+      options.spacing.value_or(voxreg::defaultSpacing(reference.image, task.detail));
   const voxreg::Registration found = voxreg::registerDeformable(reference.image, model.image, task);
+  run.report.transform = found.transform.field() != nullptr ? "field" : "lattice";
   run.judge(found);
   const std::string& file =
       options.startTransform.empty() ? options.start.file : options.startTransform;
