@@ -93,7 +93,8 @@ FieldTask fieldTaskFor(Detail detail, int reduction) {
 LatticeTask latticeTaskFor(const Image& reference, const DeformableOptions& options) {
   constexpr double usualGain = 1e-4;
   constexpr double softer = 3.0;
-  LatticeTask task = {comparisonOf(options.metric), options.spacing.value_or(defaultSpacing(reference, options.detail)),
+  LatticeTask task = {comparisonOf(options.metric),
+                      options.spacing.value_or(defaultSpacing(reference, options.detail)),
                       options.stiffness, options.leastJacobian,
                       options.tolerance ? static_cast<double>(*options.tolerance) : usualGain};
   if (options.detail == Detail::none) return task;
@@ -130,12 +131,10 @@ void addDetail(const SearchedPair& pair, const CountingPair& counting,
       searchField(pair, counting, lattice, task, progress, found);
   if (!field && found.interrupted) return keepLattice(pair, options, lattice, found);
   if (!field) {
-    DeformableOptions smooth = options;
-    smooth.detail = Detail::none;
+    LatticeTask finer = latticeTaskFor(pair.reference, options);
+    finer.finest = 1;
     found.warnings.emplace_back("there is no more detail than a smooth lattice shows");
-    return keepLattice(pair, options,
-                       searchLattice(pair, counting, start, latticeTaskFor(pair.reference, smooth),
-                                     progress, found),
+    return keepLattice(pair, options, searchLattice(pair, counting, start, finer, progress, found),
                        found);
   }
   found.smallestJacobian = field->smallestJacobian();

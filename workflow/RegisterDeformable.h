@@ -55,8 +55,9 @@ struct DeformableOptions {
 double defaultSpacing(const Image& reference, Detail detail = Detail::none);
 
 /// Finds a smooth map by exact derivatives, from coarse volumes and lattices to fine ones; its
-/// transform is a lattice or, with detail, a field. If there is no more detail than a lattice shows,
-/// it is the lattice, and a warning says so. Images, failures and exceptions are as with registerAffine.
+/// transform is a lattice or, with detail, a field. If there is no more detail than a lattice
+/// shows, it is the lattice, and a warning says so. Images, failures and exceptions are as with
+/// registerAffine.
 Registration registerDeformable(const Image& reference, const Image& model,
                                 const DeformableOptions& options = {});
 

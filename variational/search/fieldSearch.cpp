@@ -198,10 +198,10 @@ class Gains {
 
   /// After the correlation of iteration `i`.
   ///
-  /// Where the start has left anatomy apart, the first update raises the correlation by an eighth of
-  /// itself; where only noise and interpolation are left, by a hundredth, and updates lead away from
-  /// the truth. The limit between them is empirical (docs/searches.md). Later steps are halved when
-  /// the correlation falls: then they have become longer than what is left.
+  /// Where the start has left anatomy apart, the first update raises the correlation by an eighth
+  /// of itself; where only noise and interpolation are left, by a hundredth, and updates lead away
+  /// from the truth. The limit between them is empirical (docs/searches.md). Later steps are halved
+  /// when the correlation falls: then they have become longer than what is left.
   Next after(int i, double correlation) {
     constexpr double leastFirst = 0.04;
     constexpr double least = 1e-3;
@@ -259,8 +259,7 @@ bool improve(const FieldSearch& search, const FieldPair& pair, int iterations, S
 
 FoundField FieldSearch::run(SearchSummary& summary) const {
   const NmWatch watch(true);
-  const LevelVolume coarsest =
-      reducedVolume(reference, factorsOf(*this, levels.front()).reference);
+  const LevelVolume coarsest = reducedVolume(reference, factorsOf(*this, levels.front()).reference);
   const NmBox3f box = boxAround(counting(*this, coarsest));
   std::optional<FoundField> found;
   for (const Level& level : levels) {

@@ -38,8 +38,8 @@ struct FieldSearch {
   ControlLattice start;      ///< displacements to start with, model's frame, after the matrix
 
   std::vector<Level> levels = {{2, 20}, {1, 10}};  ///< coarse to fine; at least one
-  double fluidSigma = 1.7;         ///< of the Gaussian that smooths updates, voxels
-  double elasticSigma = 0.5;       ///< of the one that smooths the field, voxels
+  double fluidSigma = 1.7;                         ///< of the Gaussian that smooths updates, voxels
+  double elasticSigma = 0.5;                       ///< of the one that smooths the field, voxels
   double largestStep = 1.0;        ///< length of the longest vector of an update, voxels
   double leastDeterminant = 0.03;  ///< one-sided; fields are repaired at the end of a level
   bool nearBodyOnly = true;        ///< skips reference voxels that are far from the body

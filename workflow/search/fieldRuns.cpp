@@ -35,8 +35,7 @@ DisplacementMap inWorld(FoundField&& found, const NmMat4d& referenceToModel,
   for (std::size_t i = 0; i < count; ++i)
     for (int c = 0; c < 3; ++c) {
       double sum = 0.0;
-      for (int a = 0; a < 3; ++a)
-        sum += static_cast<double>(found.field.along[a][i]) * axes[a][c];
+      for (int a = 0; a < 3; ++a) sum += static_cast<double>(found.field.along[a][i]) * axes[a][c];
       map.field.values[static_cast<std::size_t>(c) * count + i] = static_cast<float>(sum);
     }
   return map;
@@ -57,8 +56,8 @@ std::vector<ProgressPlan::Stage> progressStages(const FieldTask& task) {
 }  // namespace
 
 std::optional<DisplacementMap> searchField(const SearchedPair& pair, const CountingPair& counting,
-                            const LatticeMap& start, const FieldTask& task,
-                            SearchProgress& progress, Registration& found) {
+                                           const LatticeMap& start, const FieldTask& task,
+                                           SearchProgress& progress, Registration& found) {
   FieldSearch search = {counting.reference(), counting.model(),
                         betweenFrames(start.referenceToModel, pair), inModelFrame(start, pair)};
   search.levels = task.levels;

@@ -21,7 +21,7 @@ struct FieldTask {
 /// Searches a field that begins with a lattice's map; adds counts and time to `found`. Nothing if
 /// it finds no more than the lattice. An interruption leaves the best map so far.
 std::optional<DisplacementMap> searchField(const SearchedPair& pair, const CountingPair& counting,
-                            const LatticeMap& start, const FieldTask& task,
-                            SearchProgress& progress, Registration& found);
+                                           const LatticeMap& start, const FieldTask& task,
+                                           SearchProgress& progress, Registration& found);
 
 }  // namespace voxreg::detail

@@ -122,8 +122,7 @@ class FullMetric {
   FullMetric(const SearchedPair& pair, const MetricOptions& metric)
       : all_(pair.reference, pair.model, pair, {}, metric),
         metric_(static_cast<RegMetricKind>(kindOf(metric.metric)), volumeOf(all_.reference()),
-                volumeOf(all_.model()),
-                binsOf(pair.reference, metric.referenceRange, metric.bins),
+                volumeOf(all_.model()), binsOf(pair.reference, metric.referenceRange, metric.bins),
                 binsOf(pair.model, metric.modelRange, metric.bins)) {}
 
   template <class Map>
