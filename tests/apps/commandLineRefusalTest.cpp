@@ -134,6 +134,8 @@ TEST_F(Outcome, ofBadUsageIsOneLineAndNothingWritten) {
       {bricks + " --optimizer exact", "exact derivatives"},
       {deform + " --spacing 0", "--spacing"},
       {deform + " --stiffness -1", "--stiffness"},
+      {deform + " --detail much", "--detail"},
+      {deform + " --detail fast", "does not end in .nii"},
       {deform + " --least-jacobian 1", "--least-jacobian"},
       {deform + " --tolerance 0", "--tolerance"},
       {deform + " --as field", "--as field cannot be written"},
