@@ -89,6 +89,7 @@ std::vector<float> percentiles(VlData& volume, const std::vector<double>& shares
       if (key >> 16 == sought.top) sought.lower.add(key & 0xffffu);
   });
   std::vector<float> values;
+  values.reserve(answers.size());
   for (Sought& sought : answers)
     values.push_back(valueOf(sought.top << 16 | sought.lower.take(sought.rank)));
   return values;
