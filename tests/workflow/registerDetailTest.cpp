@@ -99,6 +99,12 @@ TEST(RegisterDetail, leavesTheLatticeWhereItShowsAll) {
   ASSERT_EQ(found.warnings.size(), 1u);
   EXPECT_NE(found.warnings[0].find("no more detail"), std::string::npos);
   EXPECT_LT(meanDistance(found.transform, warped), 0.35);
+  voxreg::DeformableOptions softer;
+  softer.spacing = voxreg::defaultSpacing(reference, Detail::normal);
+  softer.stiffness = 1.0 / 3.0;
+  softer.start = voxreg::Transform();
+  const Registration smooth = voxreg::registerDeformable(reference, model, softer);
+  EXPECT_EQ(found.transform.lattice()->lattice.values, smooth.transform.lattice()->lattice.values);
 }
 
 TEST(RegisterDetail, movesFlatImagesWithinTheirPlane) {

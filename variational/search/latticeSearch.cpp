@@ -129,8 +129,11 @@ double usualBending(RegMetricKind metric) {
 
 std::vector<LevelFactors> LatticeSearch::levels() const {
   std::vector<LevelFactors> factors = levelFactors(reference.frame, model.frame, coarsest);
-  const NmVec3i most = levelFactors(reference.frame, model.frame, finest).front().reference;
-  while (factors.size() > 1 && factors.back().reference.x < most.x) factors.pop_back();
+  const NmVec3i last = levelFactors(reference.frame, model.frame, finest).front().reference;
+  const auto isFiner = [&](const NmVec3i& level) {
+    return level.x < last.x || level.y < last.y || level.z < last.z;
+  };
+  while (factors.size() > 1 && isFiner(factors.back().reference)) factors.pop_back();
   while (factors.size() < leastStages) factors.insert(factors.begin() + 1, factors[1]);
   return factors;
 }
