@@ -19,7 +19,7 @@ const VoxelFormat& formatOf(const NiftiVolume& volume) {
 
 /// The header of this volume's file: the geometry is kept, the values are unscaled.
 std::shared_ptr<nifti_image> headerOf(const NiftiVolume& volume) {
-  const std::shared_ptr<nifti_image> image = owned(nifti_copy_nim_info(volume.header.get()));
+  std::shared_ptr<nifti_image> image = owned(nifti_copy_nim_info(volume.header.get()));
   image->datatype = formatOf(volume).niftiType;
   nifti_datatype_sizes(image->datatype, &image->nbyper, &image->swapsize);
   image->scl_slope = 1.0;
