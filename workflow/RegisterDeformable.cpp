@@ -8,6 +8,7 @@
 
 #include "workflow/refusal.h"
 #include "workflow/search/derivativeRuns.h"
+#include "workflow/search/detailTask.h"
 #include "workflow/search/fieldRuns.h"
 #include "workflow/search/information.h"
 #include "workflow/search/judgement.h"
@@ -54,42 +55,6 @@ LatticeStart affineStart(const SearchedPair& pair, const CountingPair& counting,
   return {searchMatrixByDerivatives(pair, counting, task, progress, found).inverse(), {}};
 }
 
-/// Voxels of about this size are what the lattice looks at before detail is added, mm.
-constexpr double voxelBeforeDetail = 2.0;
-
-double finestVoxel(const Image& image) {
-  double finest = 0.0;
-  for (int a = 0; a < 3; ++a) {
-    const auto size = static_cast<double>(image.volume()->voxelSpacing()[a]);
-    if (image.dims()[a] > 1 && (finest == 0.0 || size < finest)) finest = size;
-  }
-  return finest;
-}
-
-/// How often voxels can be doubled up to a size of about 2 mm, as a factor.
-int reductionBeforeDetail(const Image& reference) {
-  constexpr double slack = 1.2;
-  int reduction = 1;
-  const double finest = finestVoxel(reference);
-  while (finest > 0.0 && 2.0 * reduction * finest <= slack * voxelBeforeDetail) reduction *= 2;
-  return reduction;
-}
-
-/// Coarse voxels hold little that the lattice has not found.
-FieldTask fieldTaskFor(Detail detail, int reduction) {
-  constexpr int manyIterations = 20;
-  constexpr int someIterations = 10;
-  constexpr int fewIterations = 5;
-  constexpr double usualSigma = 0.5;
-  constexpr double fineSigma = 0.45;
-  const bool isFine = detail == Detail::fine;
-  const double sigma = isFine ? fineSigma : usualSigma;
-  if (reduction == 1) return {{{1, isFine ? someIterations : fewIterations}}, sigma};
-  FieldTask task = {{{reduction, manyIterations}}, sigma};
-  if (detail != Detail::fast) task.levels.push_back({1, isFine ? manyIterations : someIterations});
-  return task;
-}
-
 LatticeTask latticeTaskFor(const Image& reference, const DeformableOptions& options) {
   constexpr double usualGain = 1e-4;
   constexpr double softer = 3.0;
@@ -99,7 +64,7 @@ LatticeTask latticeTaskFor(const Image& reference, const DeformableOptions& opti
                       options.tolerance ? static_cast<double>(*options.tolerance) : usualGain};
   if (options.detail == Detail::none) return task;
   task.stiffness /= softer;
-  task.finest = reductionBeforeDetail(reference);
+  task.finest = reductionBeforeDetail(VolumeFrame(*reference.volume()));
   return task;
 }
 
@@ -122,19 +87,30 @@ void keepLattice(const SearchedPair& pair, const DeformableOptions& options, con
   found.transform = Transform::fromLattice(map);
 }
 
+/// Goes on with a lattice that was left at a reduced resolution.
+LatticeMap finished(const SearchedPair& pair, const CountingPair& counting,
+                    const DeformableOptions& options, const LatticeMap& lattice,
+                    SearchProgress& progress, Registration& found) {
+  LatticeTask task = latticeTaskFor(pair.reference, options);
+  if (task.finest == 1) return lattice;
+  task.coarsest = task.finest / 2;
+  task.finest = 1;
+  task.continues = true;
+  const LatticeStart start = {lattice.referenceToModel, Transform::fromLattice(lattice)};
+  return searchLattice(pair, counting, start, task, progress, found);
+}
+
 /// Adds detail to a lattice that leaves room for it, or else finishes the lattice.
 void addDetail(const SearchedPair& pair, const CountingPair& counting,
-               const DeformableOptions& options, const LatticeStart& start,
-               const LatticeMap& lattice, SearchProgress& progress, Registration& found) {
-  const FieldTask task = fieldTaskFor(options.detail, reductionBeforeDetail(pair.reference));
+               const DeformableOptions& options, const LatticeMap& lattice,
+               SearchProgress& progress, Registration& found) {
+  const FieldTask task = fieldTaskFor(options.detail, VolumeFrame(*pair.reference.volume()));
   std::optional<DisplacementMap> field =
       searchField(pair, counting, lattice, task, progress, found);
   if (!field && found.interrupted) return keepLattice(pair, options, lattice, found);
   if (!field) {
-    LatticeTask finer = latticeTaskFor(pair.reference, options);
-    finer.finest = 1;
     found.warnings.emplace_back("there is no more detail than a smooth lattice shows");
-    return keepLattice(pair, options, searchLattice(pair, counting, start, finer, progress, found),
+    return keepLattice(pair, options, finished(pair, counting, options, lattice, progress, found),
                        found);
   }
   found.smallestJacobian = field->smallestJacobian();
@@ -155,7 +131,7 @@ void search(const SearchedPair& pair, const CountingPair& counting,
   const LatticeMap lattice = searchLattice(pair, counting, start, task, progress, found);
   if (found.interrupted || options.detail == Detail::none)
     return keepLattice(pair, options, lattice, found);
-  addDetail(pair, counting, options, start, lattice, progress, found);
+  addDetail(pair, counting, options, lattice, progress, found);
 }
 
 void find(const Image& reference, const Image& model, const DeformableOptions& options,

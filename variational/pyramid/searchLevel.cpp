@@ -37,15 +37,6 @@ NmVec3i factorsFor(const VolumeFrame& volume, double voxelSize) {
   return factors;
 }
 
-double finestOf(const VolumeFrame& volume) {
-  double finest = 0.0;
-  for (int a = 0; a < 3; ++a) {
-    const auto size = static_cast<double>(volume.voxelSize[a]);
-    if (volume.dims[a] > 1 && (finest == 0.0 || size < finest)) finest = size;
-  }
-  return finest;
-}
-
 /// The values of a level that count.
 HistogramRange rangeOf(const std::vector<float>& voxels) {
   float low = 0.0f;
@@ -109,7 +100,7 @@ MappedMetric::Volume volumeOf(const LevelVolume& level) {
 std::vector<LevelFactors> withSmoothedStart(std::vector<LevelFactors> levels,
                                             const VolumeFrame& reference,
                                             const VolumeFrame& model) {
-  const LevelFactors full = {fullResolution, factorsFor(model, finestOf(reference))};
+  const LevelFactors full = {fullResolution, factorsFor(model, finestVoxelSize(reference))};
   if (levels.empty()) levels.push_back(full);
   levels.front().isSmoothed = true;
   levels.push_back(full);
@@ -118,10 +109,19 @@ std::vector<LevelFactors> withSmoothedStart(std::vector<LevelFactors> levels,
 
 }  // namespace
 
+double finestVoxelSize(const VolumeFrame& volume) {
+  double finest = 0.0;
+  for (int a = 0; a < 3; ++a) {
+    const auto size = static_cast<double>(volume.voxelSize[a]);
+    if (volume.dims[a] > 1 && (finest == 0.0 || size < finest)) finest = size;
+  }
+  return finest;
+}
+
 std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const VolumeFrame& model,
                                        int largest) {
   std::vector<LevelFactors> levels;
-  const double finest = finestOf(reference);
+  const double finest = finestVoxelSize(reference);
   for (int reduction = largest; reduction > 1; reduction /= 2) {
     const LevelFactors factors = {factorsFor(reference, reduction * finest),
                                   factorsFor(model, reduction * finest)};
@@ -136,7 +136,7 @@ std::vector<LevelFactors> levelFactors(const VolumeFrame& reference, const Volum
   std::vector<LevelFactors> levels;
   for (NmVec3i factors = coarsest; !isFull(factors);) {
     const VolumeFrame reduced = reducedFrame(reference, factors);
-    levels.push_back({factors, factorsFor(model, finestOf(reduced))});
+    levels.push_back({factors, factorsFor(model, finestVoxelSize(reduced))});
     for (int a = 0; a < 3; ++a) factors[a] = std::max(factors[a] / 2, 1);
   }
   return withSmoothedStart(std::move(levels), reference, model);
@@ -188,7 +188,7 @@ void SearchLevel::sampleSome() {
 }
 
 double SearchLevel::finestVoxel() const {
-  return finestOf(reference_.frame);
+  return finestVoxelSize(reference_.frame);
 }
 
 SearchLevel::SearchLevel(const SearchVolume& reference, const SearchVolume& model,

@@ -31,6 +31,9 @@ struct LevelFactors {
   bool isSmoothed = false;  ///< both volumes are smoothed, too
 };
 
+/// The smallest size of a voxel along the axes of more than one; 0 if there are none.
+double finestVoxelSize(const VolumeFrame& volume);
+
 /// Reductions to voxels of `largest` times the finest voxel size of the reference, then half as
 /// much and so on, to full resolution. Along each axis voxels are reduced as long as they are not
 /// larger than that and at least `leastVoxels` of them remain.

@@ -30,6 +30,14 @@ int halvingsFor(int intervals, int most) {
   return halvings;
 }
 
+/// Without the smoothed level for searches that start far away.
+std::vector<LevelFactors> unsmoothed(std::vector<LevelFactors> factors) {
+  factors.front().isSmoothed = false;
+  if (factors.size() > 1 && factors[0].reference == factors[1].reference)
+    factors.erase(factors.begin());
+  return factors;
+}
+
 /// Gives all controls along a flat axis the same derivative, so that they stay equal: the volume
 /// shows only their sum, and the energy of their differences would slow the search down.
 void evenOut(const ControlLattice& lattice, int axis, std::vector<double>& gradient) {
@@ -134,6 +142,7 @@ std::vector<LevelFactors> LatticeSearch::levels() const {
     return level.x < last.x || level.y < last.y || level.z < last.z;
   };
   while (factors.size() > 1 && isFiner(factors.back().reference)) factors.pop_back();
+  if (continues) return unsmoothed(std::move(factors));
   while (factors.size() < leastStages) factors.insert(factors.begin() + 1, factors[1]);
   return factors;
 }

@@ -21,6 +21,7 @@ struct LatticeSearch {
   SearchVolume model;
   NmMat4d referenceToModel;                  ///< from frame to frame, row vectors
   std::optional<ControlLattice> start = {};  ///< displacements to start with; none: none
+  bool continues = false;  ///< whether `start` is what a search has found on coarser levels
 
   Comparison comparison = {};
   double spacing = 16.0;  ///< of the finest lattice, millimetres

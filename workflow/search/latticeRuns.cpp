@@ -91,7 +91,9 @@ LatticeMap searchLattice(const SearchedPair& pair, const CountingPair& counting,
   search.bending = task.stiffness * usualBending(task.comparison.metric);
   search.leastDeterminant = task.leastJacobian;
   search.relativeGain = task.relativeGain;
+  search.coarsest = task.coarsest;
   search.finest = task.finest;
+  search.continues = task.continues;
   search.progress = &progress;
   if (start.transform) {
     search.start = search.finestLattice();

@@ -24,7 +24,9 @@ struct LatticeTask {
   double stiffness;      ///< multiple of the default weight
   double leastJacobian;  ///< of the map's determinant
   double relativeGain;
-  int finest = 1;  ///< reduction of the reference on the last level
+  int coarsest = 4;        ///< reduction of the reference on the first level
+  int finest = 1;          ///< on the last
+  bool continues = false;  ///< whether the start is what a search has found on coarser levels
 };
 
 /// Between the frames of the images; `referenceToModel` is between their worlds.
