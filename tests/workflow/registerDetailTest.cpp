@@ -158,6 +158,16 @@ TEST(RegisterDetail, isNotMisledByMissingAndOddValues) {
   const Registration found = withDetail(Detail::normal, spoilt(wrinkledTissue), spoilt(tissue));
   ASSERT_TRUE(found) << found.reason.message;
   EXPECT_LT(meanDistance(found.transform, wrinkled), meanDistance(voxreg::Transform(), wrinkled));
+  const auto asHounsfield = [](double (*field)(const NmVec3d&)) {
+    return sampled([field](const NmVec3d& p) { return field(p) - 1000.0; }, fine);
+  };
+  const Registration negative =
+      withDetail(Detail::fast, asHounsfield(wrinkledTissue), asHounsfield(tissue));
+  const Registration positive =
+      withDetail(Detail::fast, sampled(wrinkledTissue, fine), sampled(tissue, fine));
+  ASSERT_NE(negative.transform.field(), nullptr);
+  EXPECT_NEAR(meanDistance(negative.transform, wrinkled), meanDistance(positive.transform, wrinkled),
+              0.01);
   const Image constant = sampled([](const NmVec3d&) { return 3.0; });
   EXPECT_EQ(withDetail(Detail::normal, constant, constant).reason.kind,
             voxreg::Reason::Kind::noInformation);

@@ -84,6 +84,17 @@ NmBox3f boxAround(const LevelVolume& volume) {
           frame.position(2, low.z) - margin, frame.position(2, high.z) + margin};
 }
 
+/// Raises a volume with negative values, like those of CT, so that its smallest is 0: then it can
+/// be compared by its foreground.
+LevelVolume fromZero(LevelVolume volume) {
+  float smallest = 0.0f;
+  for (const float voxel : volume.voxels)
+    if (voxel < smallest && std::isfinite(voxel)) smallest = voxel;
+  if (smallest < 0.0f)
+    for (float& voxel : volume.voxels) voxel -= smallest;
+  return volume;
+}
+
 void divide(std::vector<float>& voxels, float divisor) {
   for (float& voxel : voxels) voxel /= divisor;
 }
@@ -161,14 +172,14 @@ LevelVolume counting(const FieldSearch& search, const LevelVolume& volume) {
 /// it is large.
 LevelVolume levelOf(const SearchVolume& model, const NmVec3i& factors) {
   constexpr std::int64_t mostDoubled = 3'000'000;  // voxels
-  LevelVolume level = reducedVolume(model, factors);
+  LevelVolume level = fromZero(reducedVolume(model, factors));
   const bool isFull = factors == NmVec3i(1, 1, 1);
   return isFull && voxelCount(level.frame.dims) <= mostDoubled ? doubledVolume(level) : level;
 }
 
 /// The volumes reduced by `factors`, within a box of the reference.
 FieldPair pairOn(const FieldSearch& search, const LevelFactors& factors, const NmBox3f& box) {
-  const LevelVolume whole = reducedVolume(search.reference, factors.reference);
+  const LevelVolume whole = fromZero(reducedVolume(search.reference, factors.reference));
   NmVec3i first;
   const VolumeFrame part = croppedTo(box, whole.frame, first);
   FieldPair pair = {

@@ -70,6 +70,8 @@ std::optional<DisplacementMap> searchField(const SearchedPair& pair, const Count
   addSummary(summary, found);
   found.interrupted = progress.wasInterrupted();
   if (!field.hasDetail) return std::nullopt;
+  if (field.smallestDeterminant < search.leastDeterminant)
+    found.warnings.emplace_back("detail is nearly folded in places where smoothing did not help");
   return inWorld(std::move(field), start.referenceToModel, pair);
 }
 
