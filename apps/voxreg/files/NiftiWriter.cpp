@@ -38,14 +38,20 @@ bool isCompressedName(const std::string& path) {
   return path.ends_with(".nii.gz");
 }
 
+/// How zlib packs a file. The least effort takes half the time of the usual one and 3 % more room.
+/// The floats of a field would shrink by a tenth, in twenty times the time, so they are stored.
+const char* packingOf(const std::string& path, const nifti_image& header) {
+  if (!isCompressedName(path)) return "wbT";  // without even a frame
+  return header.intent_code == NIFTI_INTENT_DISPVECT ? "wb0" : "wb1";
+}
+
 }  // namespace
 
 NiftiWriter::NiftiWriter(OutputFiles& outputs, const std::string& path, const nifti_image& header)
     : path_(path) {
   const std::vector<char> bytes =
       needsVersion2(header) ? bytesOf<nifti_2_header>(header) : bytesOf<nifti_1_header>(header);
-  // "T" writes the bytes uncompressed.
-  file_.reset(gzopen(outputs.add(path).c_str(), isCompressedName(path) ? "wb" : "wbT"));
+  file_.reset(gzopen(outputs.add(path).c_str(), packingOf(path, header)));
   if (file_ == nullptr) OutputFiles::fail(path);
   write(bytes.data(), bytes.size());
 }
