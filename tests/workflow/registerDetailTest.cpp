@@ -166,8 +166,8 @@ TEST(RegisterDetail, isNotMisledByMissingAndOddValues) {
   const Registration positive =
       withDetail(Detail::fast, sampled(wrinkledTissue, fine), sampled(tissue, fine));
   ASSERT_NE(negative.transform.field(), nullptr);
-  EXPECT_NEAR(meanDistance(negative.transform, wrinkled), meanDistance(positive.transform, wrinkled),
-              0.01);
+  EXPECT_NEAR(meanDistance(negative.transform, wrinkled),
+              meanDistance(positive.transform, wrinkled), 0.01);
   const Image constant = sampled([](const NmVec3d&) { return 3.0; });
   EXPECT_EQ(withDetail(Detail::normal, constant, constant).reason.kind,
             voxreg::Reason::Kind::noInformation);
