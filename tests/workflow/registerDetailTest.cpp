@@ -107,6 +107,16 @@ TEST(RegisterDetail, leavesTheLatticeWhereItShowsAll) {
   EXPECT_EQ(found.transform.lattice()->lattice.values, smooth.transform.lattice()->lattice.values);
 }
 
+TEST(RegisterDetail, finishesTheLatticeWhereItWasLeftAtCoarseVoxels) {
+  const LogCapture log;
+  const Registration found =
+      withDetail(Detail::normal, sampled(warpedBlobs, fine), sampled(blobsAt, fine), std::nullopt);
+  ASSERT_TRUE(found) << found.reason.message;
+  ASSERT_NE(found.transform.lattice(), nullptr);
+  EXPECT_EQ(found.warnings.size(), 1u);
+  EXPECT_LT(meanDistance(found.transform, warped), 0.35);
+}
+
 TEST(RegisterDetail, movesFlatImagesWithinTheirPlane) {
   const LogCapture log;
   const SceneGrid flat = {{90, 90, 1}, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 5, 0, 0, 0, 0, 1}};
